@@ -1,0 +1,26 @@
+# Compile options that every target of this project shares.
+
+option(RETIMER_SANITIZE "Build with address and undefined-behaviour sanitizers" OFF)
+
+add_library(retimer_options INTERFACE)
+target_include_directories(retimer_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(retimer_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
+  -Woverloaded-virtual -Werror
+  # Results are compared to the last digit: every operation as written, never fused.
+  -ffp-contract=off
+  # Build folders never reach the binary.
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+  -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
+
+if(RETIMER_SANITIZE)
+  target_compile_options(retimer_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(retimer_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# The model reports by result and code and lets no exception reach the simulator: it is built
+# without them, so it needs no C++ runtime that an old system might lack.
+add_library(retimer_model_options INTERFACE)
+target_link_libraries(retimer_model_options INTERFACE retimer_options)
+target_compile_options(retimer_model_options INTERFACE -fno-exceptions -fno-threadsafe-statics)
