@@ -1,0 +1,70 @@
+#include "blocks/LoopFilter.hpp"
+
+#include "runtime/DFErrorHandler.hpp"
+
+bool LoopFilter::Initialize()
+{
+    if (SampleInterval > 0.0) return true;
+    Vantor::DFErrorHandler::PostError(this, "SampleInterval must be a positive number.");
+    return false;
+}
+
+bool LoopFilter::Run()
+{
+    if (Input == 1.0)
+        Ipump = Icp;
+    else if (Input == -1.0)
+        Ipump = -Icp;
+    else if (Input == 0.0)
+        Ipump = 0.0;
+
+    const bool bSameParameters =
+        m_k.C1 == C1 && m_k.C2 == C2 && m_k.R == R && m_k.Step == SampleInterval;
+    if (!bSameParameters) UpdateCoefficients();
+    if (!bSameParameters || m_pump.Ipump != Ipump) UpdatePumpTerms();
+
+    const double a = VC1;
+    const double b = VC2;
+    const Coefficients& k = m_k;
+    const PumpTerms& i = m_pump;
+    const double q = -k.C1C2 * b - i.C1C1IR - k.C1C1 * a - k.C2C1 * a - k.C2C2 * b - i.ITC1 - i.ITC2 -
+                     k.C1DecayC2 * b + i.C1C1DecayIR + k.C1C1Decay * a + k.C1DecayC2 * a -
+                     k.C1C1Decay * b;
+    const double p = k.C1C2 * a + k.C1C1 * a + k.C1C2 * b + k.C2C2 * b - i.C1C2RI + i.ITC1 + i.ITC2 -
+                     k.C2C2Decay * b + i.C2DecayIC1R + k.C1DecayC2 * a + k.C2C2Decay * a -
+                     k.C1DecayC2 * b;
+    VC2 = -q / k.SumSquared;
+    VC1 = p / k.SumSquared;
+    Output = VC2;
+    return true;
+}
+
+void LoopFilter::UpdateCoefficients()
+{
+    const double dSum = C1 + C2;
+    m_k.C1 = C1;
+    m_k.C2 = C2;
+    m_k.R = R;
+    m_k.Step = SampleInterval;
+    m_k.Decay = std::exp(-(C1 + C2) * SampleInterval / (C2 * C1 * R));
+    m_k.SumSquared = dSum * dSum;
+    m_k.C1C2 = C1 * C2;
+    m_k.C2C1 = C2 * C1;
+    m_k.C1C1 = C1 * C1;
+    m_k.C2C2 = C2 * C2;
+    m_k.C1DecayC2 = C1 * m_k.Decay * C2;
+    m_k.C1C1Decay = m_k.C1C1 * m_k.Decay;
+    m_k.C2C2Decay = m_k.C2C2 * m_k.Decay;
+}
+
+void LoopFilter::UpdatePumpTerms()
+{
+    const double T = SampleInterval;
+    m_pump.Ipump = Ipump;
+    m_pump.C1C1IR = m_k.C1C1 * Ipump * R;
+    m_pump.ITC1 = Ipump * T * C1;
+    m_pump.ITC2 = Ipump * T * C2;
+    m_pump.C1C1DecayIR = m_k.C1C1Decay * Ipump * R;
+    m_pump.C1C2RI = m_k.C1C2 * R * Ipump;
+    m_pump.C2DecayIC1R = C2 * m_k.Decay * Ipump * C1 * R;
+}

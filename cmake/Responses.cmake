@@ -1,0 +1,33 @@
+# The equaliser's response tables: a small host program writes them as C++ source while the project
+# is built, from the built-in family or from the folder named in RETIMER_RESPONSES.
+
+add_library(retimer_response_source STATIC
+  ${PROJECT_SOURCE_DIR}/model/responses/ResponseFamily.cpp
+  ${PROJECT_SOURCE_DIR}/model/responses/ResponseFiles.cpp)
+target_link_libraries(retimer_response_source PUBLIC retimer_options)
+
+add_executable(make_responses ${PROJECT_SOURCE_DIR}/model/responses/MakeResponses.cpp)
+target_link_libraries(make_responses PRIVATE retimer_response_source)
+
+set(response_tables ${PROJECT_BINARY_DIR}/generated/ResponseTables.cpp)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/generated)
+
+set(response_files)
+if(RETIMER_RESPONSES)
+  if(NOT IS_DIRECTORY "${RETIMER_RESPONSES}")
+    message(FATAL_ERROR "RETIMER_RESPONSES: ${RETIMER_RESPONSES} is not a folder")
+  endif()
+  # The folder itself stands in the list because it changes when a file comes or goes.
+  file(GLOB response_files CONFIGURE_DEPENDS ${RETIMER_RESPONSES}/*)
+  list(APPEND response_files ${RETIMER_RESPONSES})
+endif()
+
+add_custom_command(
+  OUTPUT ${response_tables}
+  COMMAND make_responses ${response_tables} ${RETIMER_RESPONSES}
+  DEPENDS make_responses ${response_files}
+  COMMENT "Making the equaliser's 32 responses"
+  VERBATIM)
+
+add_library(retimer_responses STATIC ${response_tables})
+target_link_libraries(retimer_responses PRIVATE retimer_model_options)

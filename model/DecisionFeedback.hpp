@@ -1,0 +1,48 @@
+#pragma once
+
+#include "blocks/clockdelay.hpp"
+#include "blocks/slicer.hpp"
+#include "model/ServedBlocks.hpp"
+#include "runtime/Arithmetic.hpp"
+#include "runtime/ConstUnTimed.hpp"
+#include "runtime/Fork.hpp"
+#include "runtime/TypeConverter.hpp"
+
+/// The decision-feedback equaliser. Arrays of per-tap blocks are indexed by the tap number less
+/// one: tap k multiplies the decision of k bits ago.
+class DecisionFeedback
+{
+public:
+    static constexpr int NumberOfTaps = 5;
+
+    /// The slicer, the decisions of the last bits and their products with the taps.
+    class TapLine
+    {
+    public:
+        Clocked<slicer> Slicer;
+        Clocked<clockdelay> DecisionDelay[NumberOfTaps];
+        Vantor::Sub<double> DfeSum;
+        Vantor::Fork<Vantor::DoubleCircularBuffer> DfeFork;
+        Vantor::Mpy<double> TapMpy[NumberOfTaps];
+        Vantor::Gain<double> TapGain[NumberOfTaps];  ///< from tap codes to volts
+        Vantor::Fork<Vantor::DoubleCircularBuffer> DecisionFork[NumberOfTaps];
+        Vantor::Fork<Vantor::IntCircularBuffer> DfeClockFork;
+
+        bool Setup();
+    };
+
+    TapLine Line;
+    Vantor::DoubleToInt DfeModeToInt;
+    Vantor::IntToDouble TapToDouble[NumberOfTaps];
+    Selector TapSelect[NumberOfTaps];  ///< 0 the fixed tap, 1 the adapted one
+    Vantor::ConstUnTimed<double> TapFixed[NumberOfTaps];
+    Vantor::Fork<Vantor::IntCircularBuffer> DfeModeFork;
+    double FixedTaps[NumberOfTaps] = {};        ///< tap codes
+    double SymbolTime = 9.696969696969696e-11;  ///< unit interval, seconds
+    double SamplesPerSymbol = 64.0;
+    double SymbolRate = 0.0;  ///< derived, 1/s
+    double TimeStep = 0.0;    ///< derived, seconds
+
+    bool RunEquations();
+    bool Setup();
+};

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cassert>
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+
+#include "runtime/CircularBuffer.hpp"
+
+/// One end of a connection: a port buffer, the expression that names it, and the value of the
+/// index in that expression where the port is one of many.
+template <class T>
+struct Port {
+    Vantor::CircularBuffer<T>& Buffer;
+    const char* Name;
+    int Index = -1;
+};
+
+/// PORT(EqSelect.Output), PORT_OF(TapMpy[k].Output, k).
+#define PORT(buffer) (Port{buffer, #buffer})
+#define PORT_OF(buffer, index) (Port{buffer, #buffer, static_cast<int>(index)})
+
+/// A connection of the network: one store of tokens that a producer writes and a consumer reads.
+struct Connection {
+    struct End {
+        Vantor::CircularBufferBase* Buffer = nullptr;
+        const char* Name = nullptr;
+        int Index = -1;
+        size_t Start = 0;  ///< where in the store this end begins
+    };
+    End Producer;
+    End Consumer;  ///< no buffer where nobody reads
+    bool IsDouble = false;
+    size_t Tokens = 1;
+    bool InitialToken = false;  ///< a back edge: the consumer fires before the producer and reads 0 first
+};
+
+/// The wiring of the network as data. Ports of different types do not connect.
+class Netlist
+{
+public:
+    static constexpr size_t Capacity = 310;
+
+    /// A token written by the producer is read by the consumer in the same firing.
+    template <class T>
+    void Connect(Port<T> producer, Port<T> consumer)
+    {
+        Append<T>({EndAt(producer), EndAt(consumer)});
+    }
+
+    /// A back edge: the consumer fires first and reads the token of the firing before; at first 0.
+    template <class T>
+    void Feedback(Port<T> producer, Port<T> consumer)
+    {
+        Append<T>({EndAt(producer), EndAt(consumer), false, 1, true});
+    }
+
+    /// A delay of one firing: two tokens, producer and consumer one apart and both advanced.
+    template <class T>
+    void Delayed(Port<T> producer, Port<T> consumer)
+    {
+        Connection connection{EndAt(producer), EndAt(consumer), false, 2, true};
+        connection.Producer.Start = 1;
+        Append<T>(connection);
+    }
+
+    /// An output that nobody reads; its block still needs somewhere to write.
+    template <class T>
+    void Unread(Port<T> producer)
+    {
+        Append<T>({EndAt(producer), {}});
+    }
+
+    size_t GetSize() const { return m_iSize; }
+    const Connection* begin() const { return m_connections; }
+    const Connection* end() const { return m_connections + m_iSize; }
+
+private:
+    template <class T>
+    static Connection::End EndAt(const Port<T>& port)
+    {
+        return {&port.Buffer, port.Name, port.Index};
+    }
+
+    template <class T>
+    void Append(Connection connection)
+    {
+        assert(m_iSize < Capacity);
+        connection.IsDouble = std::is_same_v<T, double>;
+        m_connections[m_iSize++] = connection;
+    }
+
+    Connection m_connections[Capacity];
+    size_t m_iSize = 0;
+};
+
+/// The storage behind a netlist's connections, in one piece so that it stays close together.
+class TokenStores
+{
+public:
+    /// Gives every connection its tokens, all zero, and attaches both ends. False when memory has
+    /// run out; nothing is attached then.
+    bool Bind(const Netlist& netlist);
+
+    /// Frees the tokens. The ports are not told.
+    void Free();
+
+    /// Number of stores that are held.
+    size_t GetSize() const { return m_iStores; }
+
+private:
+    std::unique_ptr<std::byte[]> m_pMemory;
+    size_t m_iStores = 0;
+};

@@ -1,0 +1,165 @@
+// One firing of the network: every block once, in a fixed order. Where a consumer stands before
+// its producer it reads the token of the firing before; these back edges are marked in the wiring.
+//
+// Most blocks answer the same as in the last firing unless the recovered clock has just moved, and
+// firing them again would change nothing. They are passed over:
+//
+//   constants and what hangs on them    after the first firing
+//   the clocked blocks, taps and level  once their inputs have been the same for StaysAwake firings
+//   the VCO's sine and its copies       while nobody looks: the eye monitor at rest, no transition
+//   the detector and its converters     without a transition of the data
+//
+// A firing that failed is followed by a full one, since a block that fails says so every time.
+
+#include "model/Retimer_RX_RT.hpp"
+
+namespace {
+
+/// Firings from a clock edge until the clocked blocks are at rest: the edge itself, one for the
+/// eye monitor's result to reach Adapt, one for Adapt's answer to come back, and one more until
+/// both tokens of the delayed start are the same.
+constexpr int StaysAwake = 4;
+
+}  // namespace
+
+bool Retimer_RX_RT::Run()
+{
+    const bool bEverything = FireEverything || m_bFirstFiring;
+    m_bFirstFiring = false;
+    bool bOk = true;
+
+    WaveIn.CopyToken(NetIn);
+    bOk &= RunResponses();
+    if (bEverything) bOk &= RunConstants();
+
+    const int iPreviousClock = Cdr.VCO.Clock[0];
+    bOk &= Cdr.VCO.Run();
+    if (bEverything || Cdr.VCO.Clock[0] != iPreviousClock) m_iAwake = StaysAwake;
+    const bool bAwake = m_iAwake > 0;
+    const bool bEyeWatched = bAwake || Eom1.Measuring;
+    if (bEyeWatched) bOk &= RunSineForks();
+    if (bEverything) bOk &= Cdr.Phase.RunQuarterPeriod();
+
+    if (bAwake) {
+        --m_iAwake;
+        bOk &= ClockFork.Run();
+        bOk &= Dfe.Line.DfeClockFork.Run();
+        bOk &= AdaptStart.Run();
+        bOk &= RunDecisionDelays();
+        bOk &= EyeRequestHold.Run();
+        bOk &= EyeRequestHoldToInt.Run();
+        bOk &= Adapt1.Run();
+        bOk &= RunTaps();
+        bOk &= EyeRequestFork.Run();
+        bOk &= EomStart.Run();
+        EomStart.Output.Advance();
+        bOk &= EqLevelToDouble.Run();
+        bOk &= EqLevelSelect.Run();
+        bOk &= EqLevelToInt.Run();
+    }
+    bOk &= RunSelectedResponse();
+
+    bOk &= Dfe.Line.DfeSum.Run();
+    bOk &= Dfe.Line.DfeFork.Run();
+    bOk &= EqualizedFork.Run();
+    if (bEyeWatched) bOk &= Eom1.Run();
+    if (bAwake) {
+        Eom1.Start.Advance();
+        bOk &= EyeRequestToDouble.Run();
+        bOk &= Dfe.Line.Slicer.Run();
+        bOk &= Dfe.Line.DecisionFork[0].Run();
+    }
+
+    if (bEverything || Cdr.Phase.Detector.SeesTransition(Cdr.Phase.Data[0])) {
+        if (!bEverything) bOk &= RunSkippedQuarterPeriod();
+        bOk &= Cdr.Phase.RunDetector();
+        bOk &= Cdr.Phase.PhaseSum.Run();
+        bOk &= Cdr.PhaseToDouble.Run();
+    }
+    bOk &= Cdr.RunFilter();
+    bOk &= Cdr.LoopFork.Run();
+
+    bOk &= ClockTimes1.Run();
+    if (bAwake) bOk &= ClockToDouble.Run();
+    if (bEverything) {
+        bOk &= OutputMode.Run();
+        bOk &= OutputModeToInt.Run();
+    }
+    bOk &= OutputSelect.Run();
+
+    NetOut.CopyToken(WaveOut);
+    NetClock.CopyToken(ClockOut);
+    if (!bOk) m_iAwake = StaysAwake;
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunResponses()
+{
+    if (!FireEverything) {
+        m_bank.Push(NetIn[0]);
+        return true;
+    }
+    bool bOk = Ctle.EqInputFork.Run();
+    for (size_t j = EqualiserBank::Responses; j-- > 0;) bOk &= Ctle.EqResponse[j].Run();
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunConstants()
+{
+    bool bOk = EqLevelFixed.Run();
+    for (size_t k = DecisionFeedback::NumberOfTaps; k-- > 0;) bOk &= Dfe.TapFixed[k].Run();
+    bOk &= AdaptStartLevel.Run();
+    bOk &= AdaptStartToInt.Run();
+    bOk &= DfeMode.Run();
+    bOk &= Dfe.DfeModeToInt.Run();
+    bOk &= Dfe.DfeModeFork.Run();
+    bOk &= CtleMode.Run();
+    bOk &= CtleModeToInt.Run();
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunSineForks()
+{
+    if (!FireEverything) Cdr.VCO.WriteSine();
+    bool bOk = Cdr.VcoFork.Run();
+    bOk &= Cdr.Phase.VcoPhaseFork.Run();
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunDecisionDelays()
+{
+    bool bOk = true;
+    for (size_t k = 0; k < DecisionFeedback::NumberOfTaps; ++k) {
+        if (k > 0) bOk &= Dfe.Line.DecisionFork[k].Run();
+        bOk &= Dfe.Line.DecisionDelay[k].Run();
+    }
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunTaps()
+{
+    bool bOk = true;
+    for (size_t k = DecisionFeedback::NumberOfTaps; k-- > 0;) {
+        bOk &= Dfe.TapToDouble[k].Run();
+        bOk &= Dfe.TapSelect[k].Run();
+        bOk &= Dfe.Line.TapGain[k].Run();
+        bOk &= Dfe.Line.TapMpy[k].Run();
+    }
+    return bOk;
+}
+
+bool Retimer_RX_RT::RunSelectedResponse()
+{
+    if (!FireEverything)
+        if (Vantor::TimeResponseFIR* selected = Ctle.GetSelected())
+            selected->Output[0] = m_bank.Output(selected->Taps, static_cast<size_t>(selected->NumberOfTaps));
+    return Ctle.EqSelect.Run();
+}
+
+bool Retimer_RX_RT::RunSkippedQuarterPeriod()
+{
+    bool bOk = RunSineForks();
+    Cdr.Phase.QuarterPeriod.PrevInput = Cdr.VCO.PreviousSine();
+    bOk &= Cdr.Phase.RunQuarterPeriod();
+    return bOk;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "runtime/InnerProducts.hpp"
+
+namespace Vantor {
+
+/// Answers for a bank of FIR filters that share one input and of which one is read at a time: one
+/// history for all, and an inner product for the filter that is read only. Where the samples to
+/// come are known, their outputs are computed ahead, many side by side; another filter being read
+/// discards what was computed ahead for the last one.
+class FirBank
+{
+public:
+    /// Starts from a history of zeros, long enough for filters of iMostTaps taps. False when memory
+    /// has run out.
+    bool Initialize(size_t iMostTaps);
+
+    /// Tells which samples the next calls of Push will bring; replaces what was told before. The
+    /// samples are copied a stretch at a time, the stretch that holds a sample before that sample
+    /// is pushed; those already pushed may be overwritten.
+    void Announce(const double* pSamples, size_t iSamples);
+
+    /// Takes the next input sample.
+    void Push(double dSample)
+    {
+        if (m_iNewest + 1 == m_iKnown) Extend(dSample);
+        ++m_iNewest;
+    }
+
+    /// The output, at the newest sample, of the filter with these taps (at most iMostTaps).
+    double Output(const double* pTaps, size_t iTaps)
+    {
+        const size_t iAhead = m_iNewest - m_iComputedFrom;
+        if (pTaps != m_pComputedTaps || iAhead >= m_iComputed) return Compute(pTaps, iTaps);
+        return m_pOutputs[iAhead];
+    }
+
+    void Finalize();
+
+private:
+    static constexpr size_t Stretch = 1024;  ///< most samples known, and outputs computed, ahead
+    static constexpr size_t Slack = 4096;    ///< samples taken in before the window is moved back
+
+    void Extend(double dSample);
+    double Compute(const double* pTaps, size_t iTaps);
+
+    InnerProductsFunction m_pInnerProducts = nullptr;
+    std::unique_ptr<double[]> m_pWindow;   ///< history, newest sample, samples known ahead
+    std::unique_ptr<double[]> m_pOutputs;  ///< outputs computed ahead
+    size_t m_iHistory = 0;                 ///< samples that must stay before the newest
+    size_t m_iNewest = 0;                  ///< where in the window the newest sample stands
+    size_t m_iKnown = 0;                   ///< where the known samples end
+    const double* m_pAnnounced = nullptr;  ///< samples announced and not yet copied
+    size_t m_iAnnounced = 0;
+    const double* m_pComputedTaps = nullptr;
+    size_t m_iComputedFrom = 0;
+    size_t m_iComputed = 0;
+};
+
+}  // namespace Vantor

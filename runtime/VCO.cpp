@@ -1,0 +1,25 @@
+#include "runtime/VCO.hpp"
+
+#include <cmath>
+
+#include "runtime/DFErrorHandler.hpp"
+
+namespace Vantor {
+
+bool VCO::Initialize()
+{
+    m_dPhase = InitialPhase;
+    m_iFiring = 0;
+    if (SampleInterval <= 0) {
+        DFErrorHandler::PostError(this, "SampleInterval must be a positive number.");
+        return false;
+    }
+    return true;
+}
+
+double VCO::SineAt(double dTheta) const
+{
+    return std::cos(dTheta) * Amplitude;
+}
+
+}  // namespace Vantor
