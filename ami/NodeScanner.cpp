@@ -6,9 +6,9 @@
 // The language, read in one pass from left to right:
 //
 //   text   = { stray | list }
-//   list   = "(" ")"                            no node
-//          | "(" name { stray | list } ")"      a branch, when "(" is the first thing after the
-//          name | "(" name { value } ")"             a leaf otherwise: values may be missing
+//   list   = "(" ")"                          no node
+//          | "(" name { stray | list } ")"    a branch, when "(" comes first after the name
+//          | "(" name { value } ")"           a leaf otherwise; there may be no values
 //   name   = one or more characters other than whitespace, "(" and ")"; quotes are ordinary here
 //   value  = one or more characters other than whitespace, "(", ")" and the double quote
 //          | [ such characters, dropped ] quoted

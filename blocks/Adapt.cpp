@@ -54,8 +54,7 @@ bool Adapt::Run()
     if (Started == 1 && PrevStarted == 0 && (DFEAdapt == 1 || CTLEAdapt == 1)) {
         RequestEye();
         log.Print("Begin CTLE adapt till CDR lock \n");
-        log.Print(
-            "EQ_level \t C1 \t C2 \t C3 \t C4 \t C5 \t HEO value \t VEO value \t Range \n");
+        log.Print("EQ_level \t C1 \t C2 \t C3 \t C4 \t C5 \t HEO value \t VEO value \t Range \n");
     }
     if (iReady == 1 && PrevEyeReady == 0) {
         if (LockPhase != 0)

@@ -5,7 +5,8 @@
 
 /// Quarter-period phase shifter for a sinusoid of amplitude 1: sin(t) becomes sin(t - pi/2),
 ///
-///     output = sin(phase - pi/2),  phase = asin(x) where the sine rises, pi - asin(x) where it falls.
+///     output = sin(phase - pi/2),  phase = asin(x) where the sine rises, pi - asin(x) where it
+///     falls.
 ///
 /// An input outside [-1, 1] gives NaN.
 class Delay final : public Vantor::DFModel

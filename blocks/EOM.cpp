@@ -81,7 +81,8 @@ bool EOM::Run()
         Phase = bRising ? std::asin(dSine) : dPi - std::asin(dSine);
         const std::uint64_t iLevels = UpdatePhaseClocks();
         const double dSignal = Signal[0];
-        for (std::uint64_t iFalling = PrevPhaseClocks & ~iLevels; iFalling; iFalling &= iFalling - 1)
+        for (std::uint64_t iFalling = PrevPhaseClocks & ~iLevels; iFalling;
+             iFalling &= iFalling - 1)
             CountSample(std::countr_zero(iFalling), dSignal, dThreshold);
         PrevPhaseClocks = iLevels;
     }
@@ -199,7 +200,9 @@ std::uint64_t EOM::PhaseClockLevels() const
     // -2 pi <= d < -pi, pi being the double next below the number. d falls as k rises, so each
     // bound is passed once: the clocks below bit Passed(bound) are those with d above the bound.
     if (std::isnan(Phase)) return 0;
-    const auto below = [](int n) { return n >= Bins ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1; };
+    const auto below = [](int n) {
+        return n >= Bins ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1;
+    };
     const auto passed = [&](auto beyond, double dBound) {
         int k = Vantor::ToInt32((Phase - dBound) * (Bins / dTwoPi));
         k = k < 0 ? 0 : k > Bins ? Bins : k;

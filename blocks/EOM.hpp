@@ -30,10 +30,10 @@ public:
     Vantor::IntCircularBuffer Range;
     Vantor::IntCircularBuffer HEO;
     Vantor::IntCircularBuffer VEO;
-    Vantor::IntCircularBuffer MinOpening;           ///< the smaller of VEO and HEO
-    Vantor::DoubleCircularBufferBus PhaseSines;     ///< 64 phase-shifted sines
-    Vantor::IntCircularBufferBus PhaseClocks;       ///< 1 while the matching sine is not negative
-    int EOMNbits = 0;                               ///< clock edges per measurement
+    Vantor::IntCircularBuffer MinOpening;        ///< the smaller of VEO and HEO
+    Vantor::DoubleCircularBufferBus PhaseSines;  ///< 64 phase-shifted sines
+    Vantor::IntCircularBufferBus PhaseClocks;    ///< 1 while the matching sine is not negative
+    int EOMNbits = 0;                            ///< clock edges per measurement
 
     /// The owner's word that nobody reads PhaseSines and PhaseClocks: they are then not written,
     /// and the phase clocks are found without the sines.
@@ -62,7 +62,8 @@ public:
 
 private:
     /// A run of open bins: where it starts and how many.
-    struct OpenRun {
+    struct OpenRun
+    {
         int Start = 0;
         int Length = 0;
     };

@@ -39,7 +39,8 @@ void LogFile::Print(int iValue)
 void LogFile::Print(double dValue)
 {
     // A count, which is nearly every value there is to print, needs no general formatting.
-    if (dValue >= 0 && dValue < 1e6 && dValue == static_cast<int>(dValue) && !std::signbit(dValue)) {
+    if (dValue >= 0 && dValue < 1e6 && dValue == static_cast<int>(dValue) &&
+        !std::signbit(dValue)) {
         Print(static_cast<int>(dValue));
         return;
     }

@@ -27,11 +27,11 @@ bool LoopFilter::Run()
     const double b = VC2;
     const Coefficients& k = m_k;
     const PumpTerms& i = m_pump;
-    const double q = -k.C1C2 * b - i.C1C1IR - k.C1C1 * a - k.C2C1 * a - k.C2C2 * b - i.ITC1 - i.ITC2 -
-                     k.C1DecayC2 * b + i.C1C1DecayIR + k.C1C1Decay * a + k.C1DecayC2 * a -
+    const double q = -k.C1C2 * b - i.C1C1IR - k.C1C1 * a - k.C2C1 * a - k.C2C2 * b - i.ITC1 -
+                     i.ITC2 - k.C1DecayC2 * b + i.C1C1DecayIR + k.C1C1Decay * a + k.C1DecayC2 * a -
                      k.C1C1Decay * b;
-    const double p = k.C1C2 * a + k.C1C1 * a + k.C1C2 * b + k.C2C2 * b - i.C1C2RI + i.ITC1 + i.ITC2 -
-                     k.C2C2Decay * b + i.C2DecayIC1R + k.C1DecayC2 * a + k.C2C2Decay * a -
+    const double p = k.C1C2 * a + k.C1C1 * a + k.C1C2 * b + k.C2C2 * b - i.C1C2RI + i.ITC1 +
+                     i.ITC2 - k.C2C2Decay * b + i.C2DecayIC1R + k.C1DecayC2 * a + k.C2C2Decay * a -
                      k.C1DecayC2 * b;
     VC2 = -q / k.SumSquared;
     VC1 = p / k.SumSquared;

@@ -35,7 +35,8 @@ public:
 
 private:
     /// Products of the constants, in the equation's grouping; they change with the parameters only.
-    struct Coefficients {
+    struct Coefficients
+    {
         double C1 = NAN;  // of the parameters they were made from: none yet
         double C2, R, Step;
         double Decay;
@@ -45,7 +46,8 @@ private:
     };
 
     /// The terms that hold the pump current; they change with it only.
-    struct PumpTerms {
+    struct PumpTerms
+    {
         double Ipump;
         double C1C1IR, ITC1, ITC2, C1C1DecayIR, C1C2RI, C2DecayIC1R;
     };

@@ -47,9 +47,9 @@ public:
     double R = 100.0;      ///< ohms
     double Icp = 2.5e-05;  ///< amperes
     double SamplesPerSymbol = 64.0;
-    double Factor = 1.0;              ///< VCO centre frequency over the symbol rate
-    double VCO_Sensitivity = 8e8;     ///< Hz/V
-    double InitialPhase = 0.0;        ///< radians
+    double Factor = 1.0;           ///< VCO centre frequency over the symbol rate
+    double VCO_Sensitivity = 8e8;  ///< Hz/V
+    double InitialPhase = 0.0;     ///< radians
     double Amplitude = 1.0;
     double SymbolTime = 9.696969696969696e-11;  ///< unit interval, seconds
     double SymbolRate = 0.0;                    ///< derived, 1/s

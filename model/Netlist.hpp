@@ -10,7 +10,8 @@
 /// One end of a connection: a port buffer, the expression that names it, and the value of the
 /// index in that expression where the port is one of many.
 template <class T>
-struct Port {
+struct Port
+{
     Vantor::CircularBuffer<T>& Buffer;
     const char* Name;
     int Index = -1;
@@ -21,8 +22,10 @@ struct Port {
 #define PORT_OF(buffer, index) (Port{buffer, #buffer, static_cast<int>(index)})
 
 /// A connection of the network: one store of tokens that a producer writes and a consumer reads.
-struct Connection {
-    struct End {
+struct Connection
+{
+    struct End
+    {
         Vantor::CircularBufferBase* Buffer = nullptr;
         const char* Name = nullptr;
         int Index = -1;
@@ -32,7 +35,8 @@ struct Connection {
     End Consumer;  ///< no buffer where nobody reads
     bool IsDouble = false;
     size_t Tokens = 1;
-    bool InitialToken = false;  ///< a back edge: the consumer fires before the producer and reads 0 first
+    bool InitialToken =
+        false;  ///< a back edge: the consumer fires before the producer and reads 0 first
 };
 
 /// The wiring of the network as data. Ports of different types do not connect.

@@ -31,7 +31,7 @@ public:
     using Subnetwork_Subnetwork3 = DecisionFeedback;
 
     // External ports; whoever calls Run attaches storage of one token to each.
-    Vantor::DoubleCircularBuffer WaveIn;    ///< received waveform, volts
+    Vantor::DoubleCircularBuffer WaveIn;  ///< received waveform, volts
     Vantor::DoubleCircularBuffer WaveOut;
     Vantor::DoubleCircularBuffer ClockOut;  ///< seconds, negative where there is no edge
 
@@ -119,6 +119,6 @@ private:
 
     TokenStores m_stores;
     Vantor::FirBank m_bank;
-    int m_iAwake = 0;           ///< firings to come in which the clocked blocks are not at rest
+    int m_iAwake = 0;  ///< firings to come in which the clocked blocks are not at rest
     bool m_bFirstFiring = true;
 };

@@ -152,7 +152,8 @@ bool Retimer_RX_RT::RunSelectedResponse()
 {
     if (!FireEverything)
         if (Vantor::TimeResponseFIR* selected = Ctle.GetSelected())
-            selected->Output[0] = m_bank.Output(selected->Taps, static_cast<size_t>(selected->NumberOfTaps));
+            selected->Output[0] =
+                m_bank.Output(selected->Taps, static_cast<size_t>(selected->NumberOfTaps));
     return Ctle.EqSelect.Run();
 }
 

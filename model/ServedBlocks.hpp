@@ -8,7 +8,8 @@
 
 /// A slicer or clockdelay.
 template <class Block>
-struct Clocked {
+struct Clocked
+{
     Block Fields;
     Vantor::DoubleCircularBuffer Input;
     Vantor::IntCircularBuffer Clock;
@@ -25,7 +26,8 @@ struct Clocked {
 };
 
 /// A selector with the buffer that holds its control token.
-struct Selector {
+struct Selector
+{
     Vantor::Mux<Vantor::DoubleCircularBuffer> Mux;
     Vantor::IntCircularBuffer Control;
 

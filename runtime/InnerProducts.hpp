@@ -18,7 +18,8 @@ using InnerProductsFunction = void (*)(const double* pTaps, size_t iTaps, const 
 InnerProductsFunction SelectInnerProducts();
 
 /// One variant of the kernel, for tests and benchmarks.
-struct InnerProductsVariant {
+struct InnerProductsVariant
+{
     const char* Name;
     InnerProductsFunction Function;
     bool (*IsSupported)();

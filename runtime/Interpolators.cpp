@@ -16,7 +16,8 @@ bool Interpolators<double>::Reserve(size_t iBufferSize)
     return m_pBufferB && m_pBufferC && m_pBufferD;
 }
 
-double Interpolators<double>::CubicSpline(size_t iBufferSize, double t, double* pastT, double* pastV)
+double Interpolators<double>::CubicSpline(size_t iBufferSize, double t, double* pastT,
+                                          double* pastV)
 {
     assert(iBufferSize > 2);
     assert(pastT);

@@ -26,10 +26,13 @@ bool TimeResponseFIR::CheckTable()
     else if (ResponseType == 1 && NumberOfResponseValues < 4)
         refuse("At least 4 response coefficients are required for input step response");
     if (ResponseType != 0 && ResponseType != 1)
-        refuse("Inavlid ResponseType is specified, it can be either Impulse Response or Step Response");
+        refuse(
+            "Inavlid ResponseType is specified, it can be either Impulse Response or Step "
+            "Response");
     if (bValid && NumberOfTimeStamps != NumberOfResponseValues)
         refuse(
-            "Number of coefficients in response must be same as the number of values in time stamps");
+            "Number of coefficients in response must be same as the number of values in time "
+            "stamps");
     if (bValid && SampleRate <= 0) refuse("SampleRate must be > 0.0");
     return bValid;
 }
@@ -85,9 +88,10 @@ bool TimeResponseFIR::MakeTaps()
             j = 1;
         else if (j > n - 3)
             j = n - 3;
-        const double dValue = ResponseType == 1
-                                  ? AnalyticalDifferntiation(dTime, t + j - 1, h + j - 1)
-                                  : interpolators.CubicSpline(iSplinePoints, dTime, t + j - 1, h + j - 1);
+        const double dValue =
+            ResponseType == 1
+                ? AnalyticalDifferntiation(dTime, t + j - 1, h + j - 1)
+                : interpolators.CubicSpline(iSplinePoints, dTime, t + j - 1, h + j - 1);
         Taps[k] = dValue / SampleRate;
     }
     return true;

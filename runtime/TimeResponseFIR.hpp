@@ -16,8 +16,8 @@ public:
     double* m_pdTimeStamps = nullptr;  ///< seconds, not owned; Setup shifts them to start at 0
     int NumberOfResponseValues = 0;
     int NumberOfTimeStamps = 0;
-    int ResponseType = 1;        ///< 0 = impulse response, 1 = step response
-    double SampleRate = 1e12;    ///< samples per second
+    int ResponseType = 1;      ///< 0 = impulse response, 1 = step response
+    double SampleRate = 1e12;  ///< samples per second
 
     /// Checks the table, makes the taps and sets the filter up. A table that is not valid posts
     /// its message and leaves the taps as they were.

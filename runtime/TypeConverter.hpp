@@ -9,12 +9,17 @@
 namespace Vantor {
 
 /// Rounds half away from zero; what an int cannot hold gives INT_MIN.
-struct TypeConverterRound {
-    static int Convert(double x) { return ToInt32(x < 0 ? std::ceil(x - 0.5) : std::floor(x + 0.5)); }
+struct TypeConverterRound
+{
+    static int Convert(double x)
+    {
+        return ToInt32(x < 0 ? std::ceil(x - 0.5) : std::floor(x + 0.5));
+    }
 };
 
 /// Exact.
-struct TypeConverterAssign {
+struct TypeConverterAssign
+{
     static double Convert(int x) { return x; }
 };
 

@@ -40,8 +40,9 @@ public:
         constexpr double dTwoPi = 6.283185307179586;
         m_dPreviousTheta = m_dTheta;
         m_dPhase = m_dPhase + Control[0] * ((dTwoPi * Sensitivity) * SampleInterval);
-        m_dTheta = static_cast<double>(m_iFiring) * (SampleInterval * (dTwoPi * FreeRunningFrequency)) +
-                   m_dPhase;
+        m_dTheta =
+            static_cast<double>(m_iFiring) * (SampleInterval * (dTwoPi * FreeRunningFrequency)) +
+            m_dPhase;
         if (SineOnRequest) {
             Clock[0] = CosineIsPositive(m_dTheta);
         } else {

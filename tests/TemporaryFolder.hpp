@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+/// A new working folder for as long as it lives: the receiver writes its logs where it stands.
+class TemporaryFolder
+{
+public:
+    TemporaryFolder() : m_before(std::filesystem::current_path())
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "retimer-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder: " + pattern);
+        m_path = pattern;
+        std::filesystem::current_path(m_path);
+    }
+    ~TemporaryFolder()
+    {
+        std::filesystem::current_path(m_before);
+        std::filesystem::remove_all(m_path);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_before;
+    std::filesystem::path m_path;
+};
