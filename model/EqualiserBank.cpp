@@ -74,12 +74,6 @@ size_t EqualiserBank::GetMostTaps() const
     return static_cast<size_t>(iMost);
 }
 
-Vantor::TimeResponseFIR* EqualiserBank::GetSelected()
-{
-    const int iLevel = EqSelect.Control[0];
-    return iLevel >= 0 && iLevel < Responses ? &EqResponse[ResponseOfLevel[iLevel]] : nullptr;
-}
-
 void EqualiserBank::DeleteArrayParameters()
 {
     for (Vantor::TimeResponseFIR& response : EqResponse)

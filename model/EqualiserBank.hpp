@@ -39,7 +39,11 @@ public:
     size_t GetMostTaps() const;
 
     /// The response that the selector's control token asks for; null when it asks for none.
-    Vantor::TimeResponseFIR* GetSelected();
+    Vantor::TimeResponseFIR* GetSelected()
+    {
+        const int iLevel = EqSelect.Control[0];
+        return iLevel >= 0 && iLevel < Responses ? &EqResponse[ResponseOfLevel[iLevel]] : nullptr;
+    }
 
     /// Frees the responses' copies of their tables.
     void DeleteArrayParameters();

@@ -5,20 +5,24 @@
 // firing them again would change nothing. They are passed over:
 //
 //   constants and what hangs on them    after the first firing
-//   the clocked blocks, taps and level  once their inputs have been the same for StaysAwake firings
+//   the clocked blocks, taps and level  while the clock stands still, but for a few firings after
+//                                       a rising edge
 //   the VCO's sine and its copies       while nobody looks: the eye monitor at rest, no transition
 //   the detector and its converters     without a transition of the data
 //
 // A firing that failed is followed by a full one, since a block that fails says so every time.
 
+#include <algorithm>
+
 #include "model/Retimer_RX_RT.hpp"
 
 namespace {
 
-/// Firings from a clock edge until the clocked blocks are at rest: the edge itself, one for the
-/// eye monitor's result to reach Adapt, one for Adapt's answer to come back, and one more until
-/// both tokens of the delayed start are the same.
-constexpr int StaysAwake = 4;
+/// Firings until the clocked blocks are at rest. A rising edge may complete an eye measurement,
+/// whose result reaches Adapt one firing later and Adapt's answer the eye monitor after another;
+/// by then both tokens of the delayed start are the same. A falling edge is only remembered.
+constexpr int AwakeAfterRisingEdge = 3;
+constexpr int AwakeAfterFallingEdge = 1;
 
 }  // namespace
 
@@ -34,7 +38,11 @@ bool Retimer_RX_RT::Run()
 
     const int iPreviousClock = Cdr.VCO.Clock[0];
     bOk &= Cdr.VCO.Run();
-    if (bEverything || Cdr.VCO.Clock[0] != iPreviousClock) m_iAwake = StaysAwake;
+    const int iClock = Cdr.VCO.Clock[0];
+    if (bEverything || iClock > iPreviousClock)
+        m_iAwake = AwakeAfterRisingEdge;
+    else if (iClock < iPreviousClock)
+        m_iAwake = std::max(m_iAwake, AwakeAfterFallingEdge);
     const bool bAwake = m_iAwake > 0;
     const bool bEyeWatched = bAwake || Eom1.Measuring;
     if (bEyeWatched) bOk &= RunSineForks();
@@ -89,7 +97,7 @@ bool Retimer_RX_RT::Run()
 
     NetOut.CopyToken(WaveOut);
     NetClock.CopyToken(ClockOut);
-    if (!bOk) m_iAwake = StaysAwake;
+    if (!bOk) m_iAwake = AwakeAfterRisingEdge;
     return bOk;
 }
 

@@ -19,7 +19,7 @@ public:
     bool Run() override
     {
         unsigned iSum = 0;
-        for (size_t i = 0; i < Inputs.GetSize(); ++i) iSum += static_cast<unsigned>(Inputs[i][0]);
+        for (IntCircularBuffer& input : Inputs) iSum += static_cast<unsigned>(input[0]);
         Output[0] = static_cast<int>(iSum);
         return true;
     }
@@ -37,7 +37,7 @@ public:
     bool Run() override
     {
         T difference = Positive[0];
-        for (size_t i = 0; i < Subtracted.GetSize(); ++i) difference -= Subtracted[i][0];
+        for (CircularBuffer<T>& input : Subtracted) difference -= input[0];
         Output[0] = difference;
         return true;
     }
@@ -54,7 +54,7 @@ public:
     bool Run() override
     {
         T product{1};
-        for (size_t i = 0; i < Inputs.GetSize(); ++i) product *= Inputs[i][0];
+        for (CircularBuffer<T>& input : Inputs) product *= input[0];
         Output[0] = product;
         return true;
     }

@@ -50,6 +50,8 @@ public:
     }
 
     size_t GetSize() const { return m_iSize; }
+    B* begin() { return m_pBuffers.get(); }
+    B* end() { return m_pBuffers.get() + m_iSize; }
 
 private:
     size_t m_iSize = 0;

@@ -2,22 +2,39 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace Vantor {
 
-bool FirBank::Initialize(size_t iMostTaps)
+namespace {
+
+constexpr size_t iMostLanes = MostInnerProductsLanes;
+
+size_t RoundUp(size_t n)
+{
+    return (n + iMostLanes - 1) / iMostLanes * iMostLanes;
+}
+
+/// Aligned to the widest register, all zero; null when memory has run out.
+double* Allocate(size_t iDoubles)
+{
+    void* const pMemory = std::aligned_alloc(iMostLanes * sizeof(double), iDoubles * sizeof(double));
+    return pMemory ? static_cast<double*>(std::memset(pMemory, 0, iDoubles * sizeof(double))) : nullptr;
+}
+
+}  // namespace
+
+bool FirBank::Initialize(size_t iMostTaps, const InnerProductsVariant& kernel)
 {
     Finalize();
-    m_iHistory = iMostTaps;
-    m_pWindow.reset(new (std::nothrow) double[m_iHistory + Slack + Stretch]);
-    m_pOutputs.reset(new (std::nothrow) double[Stretch]);
-    if (!m_pWindow || !m_pOutputs) return false;
-    std::fill_n(m_pWindow.get(), m_iHistory, 0.0);
+    m_pKernel = &kernel;
+    // Outputs are computed from a register's boundary on, up to a register before the newest.
+    m_iHistory = RoundUp(iMostTaps + iMostLanes);
+    m_iStride = m_iHistory + Slack + Stretch + 2 * iMostLanes;
+    m_pWindow.reset(Allocate(kernel.Lanes * m_iStride));
+    m_pOutputs.reset(Allocate(Stretch + 2 * iMostLanes));
     m_iNewest = m_iHistory - 1;
     m_iKnown = m_iHistory;
-    m_pInnerProducts = SelectInnerProducts();
-    return true;
+    return m_pWindow && m_pOutputs;
 }
 
 void FirBank::Announce(const double* pSamples, size_t iSamples)
@@ -31,31 +48,42 @@ void FirBank::Announce(const double* pSamples, size_t iSamples)
 
 void FirBank::Extend(double dSample)
 {
-    if (m_iKnown + Stretch > m_iHistory + Slack + Stretch) {
-        double* const pWindow = m_pWindow.get();
-        std::memmove(pWindow, pWindow + m_iKnown - m_iHistory, m_iHistory * sizeof(double));
-        m_iNewest = m_iHistory - 1;
-        m_iKnown = m_iHistory;
+    if (m_iKnown > m_iHistory + Slack) {
+        const size_t iMoved = m_iKnown - m_iHistory;
+        for (size_t r = 0; r < m_pKernel->Lanes; ++r) {
+            double* const pCopy = m_pWindow.get() + r * m_iStride;
+            std::memmove(pCopy, pCopy + iMoved, (m_iHistory + iMostLanes) * sizeof(double));
+        }
+        m_iNewest -= iMoved;
+        m_iKnown -= iMoved;
     }
     m_iComputed = 0;
     const size_t iAhead = std::min(m_iAnnounced, Stretch);
     if (iAhead == 0) {
-        m_pWindow[m_iKnown++] = dSample;
+        Append(&dSample, 1);
         return;
     }
-    std::memcpy(m_pWindow.get() + m_iKnown, m_pAnnounced, iAhead * sizeof(double));
-    m_iKnown += iAhead;
+    Append(m_pAnnounced, iAhead);
     m_pAnnounced += iAhead;
     m_iAnnounced -= iAhead;
 }
 
-double FirBank::Compute(const double* pTaps, size_t iTaps)
+void FirBank::Append(const double* pSamples, size_t iSamples)
 {
+    for (size_t r = 0; r < m_pKernel->Lanes; ++r)
+        std::memcpy(m_pWindow.get() + r * m_iStride + m_iKnown + r, pSamples, iSamples * sizeof(double));
+    m_iKnown += iSamples;
+}
+
+void FirBank::Compute(const double* pTaps, size_t iTaps)
+{
+    const size_t iLanes = m_pKernel->Lanes;
     m_pComputedTaps = pTaps;
-    m_iComputedFrom = m_iNewest;
-    m_iComputed = std::min(m_iKnown - m_iNewest, Stretch);
-    m_pInnerProducts(pTaps, iTaps, m_pWindow.get() + m_iNewest, m_pOutputs.get(), m_iComputed);
-    return m_pOutputs[0];
+    m_iComputedFrom = m_iNewest / iLanes * iLanes;
+    m_iComputed = std::min(m_iKnown, m_iNewest + Stretch);
+    const size_t iOutputs = (m_iComputed - m_iComputedFrom + iLanes - 1) / iLanes * iLanes;
+    m_pKernel->Function(pTaps, iTaps, m_pWindow.get(), m_iStride, m_iComputedFrom, m_pOutputs.get(),
+                        iOutputs);
 }
 
 void FirBank::Finalize()

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 
 #include "runtime/InnerProducts.hpp"
 
 namespace Vantor {
 
-/// Answers for a bank of FIR filters that share one input and of which one is read at a time: one
+/// Answers for a bank of FIR filters that share one input and of which one at a time is read: one
 /// history for all, and an inner product for the filter that is read only. Where the samples to
 /// come are known, their outputs are computed ahead, many side by side; another filter being read
 /// discards what was computed ahead for the last one.
@@ -16,7 +17,7 @@ class FirBank
 public:
     /// Starts from a history of zeros, long enough for filters of iMostTaps taps. False when memory
     /// has run out.
-    bool Initialize(size_t iMostTaps);
+    bool Initialize(size_t iMostTaps, const InnerProductsVariant& kernel = SelectInnerProducts());
 
     /// Tells which samples the next calls of Push will bring; replaces what was told before. The
     /// samples are copied a stretch at a time, the stretch that holds a sample before that sample
@@ -33,31 +34,37 @@ public:
     /// The output, at the newest sample, of the filter with these taps (at most iMostTaps).
     double Output(const double* pTaps, size_t iTaps)
     {
-        const size_t iAhead = m_iNewest - m_iComputedFrom;
-        if (pTaps != m_pComputedTaps || iAhead >= m_iComputed) return Compute(pTaps, iTaps);
-        return m_pOutputs[iAhead];
+        if (pTaps != m_pComputedTaps || m_iNewest >= m_iComputed) Compute(pTaps, iTaps);
+        return m_pOutputs[m_iNewest - m_iComputedFrom];
     }
 
     void Finalize();
 
 private:
     static constexpr size_t Stretch = 1024;  ///< most samples known, and outputs computed, ahead
-    static constexpr size_t Slack = 4096;    ///< samples taken in before the window is moved back
+    static constexpr size_t Slack = 3072;    ///< samples taken in before the window is moved back
+
+    struct Freed {
+        void operator()(double* pMemory) const { std::free(pMemory); }
+    };
+    using Doubles = std::unique_ptr<double[], Freed>;
 
     void Extend(double dSample);
-    double Compute(const double* pTaps, size_t iTaps);
+    void Append(const double* pSamples, size_t iSamples);
+    void Compute(const double* pTaps, size_t iTaps);
 
-    InnerProductsFunction m_pInnerProducts = nullptr;
-    std::unique_ptr<double[]> m_pWindow;   ///< history, newest sample, samples known ahead
-    std::unique_ptr<double[]> m_pOutputs;  ///< outputs computed ahead
-    size_t m_iHistory = 0;                 ///< samples that must stay before the newest
-    size_t m_iNewest = 0;                  ///< where in the window the newest sample stands
-    size_t m_iKnown = 0;                   ///< where the known samples end
+    const InnerProductsVariant* m_pKernel = nullptr;
+    Doubles m_pWindow;    ///< history, newest sample and samples known ahead, a copy per lane
+    Doubles m_pOutputs;   ///< outputs computed ahead
+    size_t m_iStride = 0;   ///< from copy to copy
+    size_t m_iHistory = 0;  ///< samples that must stay before the newest
+    size_t m_iNewest = 0;   ///< where in the window the newest sample stands
+    size_t m_iKnown = 0;    ///< where the known samples end
     const double* m_pAnnounced = nullptr;  ///< samples announced and not yet copied
     size_t m_iAnnounced = 0;
     const double* m_pComputedTaps = nullptr;
     size_t m_iComputedFrom = 0;
-    size_t m_iComputed = 0;
+    size_t m_iComputed = 0;  ///< where in the window the computed outputs end
 };
 
 }  // namespace Vantor

@@ -16,7 +16,7 @@ public:
     bool Run() override
     {
         const typename Buffer::Token token = Input[0];
-        for (size_t i = 0; i < Outputs.GetSize(); ++i) Outputs[i][0] = token;
+        for (Buffer& output : Outputs) output[0] = token;
         return true;
     }
 };

@@ -6,27 +6,34 @@ namespace Vantor {
 
 /// Outputs of a FIR filter for consecutive samples:
 ///
-///     pOutputs[k] = sum over j < iTaps of pTaps[j] * pNewest[k - j],   k < iOutputs,
+///     pOutputs[k] = sum over j < iTaps of pTaps[j] * x[iFirst + k - j],   k < iOutputs,
 ///
 /// each sum started at 0 and added in the order of j, so that it is the same to the last bit as
-/// one output computed alone; only the outputs stand side by side in the vector registers.
-/// pNewest points at the sample that belongs to pOutputs[0] and is preceded by iTaps - 1 others.
-using InnerProductsFunction = void (*)(const double* pTaps, size_t iTaps, const double* pNewest,
-                                       double* pOutputs, size_t iOutputs);
+/// one output computed alone: only the outputs stand side by side in the lanes of vector registers.
+///
+/// The samples come in as many copies as a register has lanes. Copy r is moved by r samples,
+/// pSamples[r * iStride + i] = x[i - r], so that whatever the tap one of them holds the samples it
+/// meets on a register's boundary: a load that straddles two cache lines costs twice.
+///
+/// pSamples is aligned to a register; iStride, iFirst and iOutputs are multiples of its lanes.
+using InnerProductsFunction = void (*)(const double* pTaps, size_t iTaps, const double* pSamples,
+                                       size_t iStride, size_t iFirst, double* pOutputs,
+                                       size_t iOutputs);
 
-/// The widest variant that this processor runs.
-InnerProductsFunction SelectInnerProducts();
-
-/// One variant of the kernel, for tests and benchmarks.
-struct InnerProductsVariant
-{
+/// One build of the kernel.
+struct InnerProductsVariant {
     const char* Name;
+    size_t Lanes;
     InnerProductsFunction Function;
     bool (*IsSupported)();
 };
 
 /// Widest first; the last one runs everywhere.
 inline constexpr size_t NumberOfInnerProductsVariants = 3;
+inline constexpr size_t MostInnerProductsLanes = 8;
 extern const InnerProductsVariant InnerProductsVariants[NumberOfInnerProductsVariants];
+
+/// The widest variant that this processor runs.
+const InnerProductsVariant& SelectInnerProducts();
 
 }  // namespace Vantor

@@ -12,11 +12,8 @@ constexpr double kBitRate = 10.3125e9;                    // bit/s; the amplifie
 constexpr double kTwoPi = 6.283185307179586;              // rad
 constexpr double kNeperPerDecibel = 0.11512925464970229;  // ln(10) / 20
 
-constexpr double kPoles[3] = {kTwoPi * 0.25 * kBitRate, kTwoPi * 1.0 * kBitRate,
-                              kTwoPi * 1.5 * kBitRate};  // rad/s
-
-constexpr double kBoostAtLevel0 = 7.0;  // dB
-constexpr double kBoostPerLevel = 0.3;  // dB
+constexpr double kPoles[3] = {kTwoPi * 0.3 * kBitRate, kTwoPi * 1.3 * kBitRate,
+                              kTwoPi * 2.0 * kBitRate};  // rad/s
 
 // Table 3 was made on a grid of its own, a little coarser and one point shorter.
 struct Grid
@@ -52,12 +49,12 @@ double PortableExp(double x)
 
 double GainOfLevel(int level)
 {
-    return 1.485 + level * (0.0045 + level * 0.00015);
+    return 1.492 + level * (0.0045 + level * 0.00016);
 }
 
 double BoostOfLevel(int level)
 {
-    return PortableExp((kBoostAtLevel0 + kBoostPerLevel * level) * kNeperPerDecibel);
+    return PortableExp((7.5 + 0.2 * level) * kNeperPerDecibel);
 }
 
 Response BuiltInResponse(int level)
