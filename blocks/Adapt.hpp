@@ -13,8 +13,8 @@ class LogFile;
 ///   2  CTLE adapt till optimum: up in steps of 1 while the eye improves, then one step back.
 ///   3  DFE adapt: each tap in turn, in the direction that improves the eye, then one step back.
 ///
-/// The eye is judged by its merit (Range + 1) x HEO where its height limits it horizontally, by
-/// its VEO otherwise, the other of the two deciding ties. Every measurement and every change of
+/// An eye no wider than high, HEO <= (Range + 1) x VEO, is judged by its merit (Range + 1) x HEO,
+/// any other by its VEO; the other of the two decides ties. Every measurement and every change of
 /// phase is logged to Adapt.txt.
 class Adapt final : public Vantor::DFModel
 {

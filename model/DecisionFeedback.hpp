@@ -9,7 +9,8 @@
 #include "runtime/TypeConverter.hpp"
 
 /// The decision-feedback equaliser. Arrays of per-tap blocks are indexed by the tap number less
-/// one: tap k multiplies the decision of k bits ago.
+/// one. Tap k multiplies what delay k of the chain behind the slicer holds; the chain fires before
+/// the slicer, so that while a bit is being decided this is the decision k + 1 bits before it.
 class DecisionFeedback
 {
 public:

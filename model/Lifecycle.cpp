@@ -86,7 +86,7 @@ bool Retimer_RX_RT::Initialize()
 {
     // Without memory nothing is attached, and a firing ends at the first port.
     DeleteBuffers();
-    if (!FireEverything && !m_bank.Initialize(Ctle.GetMostTaps())) return false;
+    if (!FireEverything && !m_bank.Initialize(Ctle.GetMostTaps(), *Kernel)) return false;
     Netlist net;
     Describe(net);
     if (!m_stores.Bind(net)) return false;

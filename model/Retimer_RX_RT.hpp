@@ -48,6 +48,9 @@ public:
     /// rest are passed over. Results are the same; set it, if at all, before Setup.
     bool FireEverything = false;
 
+    /// The build of the inner product to use; set it, if at all, before Initialize.
+    const Vantor::InnerProductsVariant* Kernel = &Vantor::SelectInnerProducts();
+
     Subnetwork_Subnetwork2 Ctle;
     Subnetwork_Subnetwork3 Dfe;
     Subnetwork_Subnetwork1 Cdr;

@@ -49,10 +49,10 @@ bool FIR<double, false>::Run()
     for (size_t k = 0; k < iDecimation; ++k) {
         for (; iPhase < Interpolation; iPhase += Decimation) {
             double dSum = 0;
-            for (int j = 0; j < m_iTapsPerPhase; ++j) {
-                const long iTap = iPhase + static_cast<long>(j) * Interpolation;
-                if (iTap < NumberOfTaps)
-                    dSum += Taps[iTap] * m_History[iOldestNew + k - static_cast<size_t>(j)];
+            size_t iAt = m_History.IndexAt(iOldestNew + k);
+            for (long iTap = iPhase; iTap < NumberOfTaps; iTap += Interpolation) {
+                dSum += Taps[iTap] * m_pdHistory[iAt];
+                iAt = (iAt == 0 ? m_History.GetSize() : iAt) - 1;
             }
             Output[iOut++] = dSum;
         }

@@ -17,8 +17,10 @@ size_t RoundUp(size_t n)
 /// Aligned to the widest register, all zero; null when memory has run out.
 double* Allocate(size_t iDoubles)
 {
-    void* const pMemory = std::aligned_alloc(iMostLanes * sizeof(double), iDoubles * sizeof(double));
-    return pMemory ? static_cast<double*>(std::memset(pMemory, 0, iDoubles * sizeof(double))) : nullptr;
+    void* const pMemory =
+        std::aligned_alloc(iMostLanes * sizeof(double), iDoubles * sizeof(double));
+    return pMemory ? static_cast<double*>(std::memset(pMemory, 0, iDoubles * sizeof(double)))
+                   : nullptr;
 }
 
 }  // namespace
@@ -71,7 +73,8 @@ void FirBank::Extend(double dSample)
 void FirBank::Append(const double* pSamples, size_t iSamples)
 {
     for (size_t r = 0; r < m_pKernel->Lanes; ++r)
-        std::memcpy(m_pWindow.get() + r * m_iStride + m_iKnown + r, pSamples, iSamples * sizeof(double));
+        std::memcpy(m_pWindow.get() + r * m_iStride + m_iKnown + r, pSamples,
+                    iSamples * sizeof(double));
     m_iKnown += iSamples;
 }
 

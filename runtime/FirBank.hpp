@@ -17,7 +17,7 @@ class FirBank
 public:
     /// Starts from a history of zeros, long enough for filters of iMostTaps taps. False when memory
     /// has run out.
-    bool Initialize(size_t iMostTaps, const InnerProductsVariant& kernel = SelectInnerProducts());
+    bool Initialize(size_t iMostTaps, const InnerProductsVariant& kernel);
 
     /// Tells which samples the next calls of Push will bring; replaces what was told before. The
     /// samples are copied a stretch at a time, the stretch that holds a sample before that sample
@@ -44,7 +44,8 @@ private:
     static constexpr size_t Stretch = 1024;  ///< most samples known, and outputs computed, ahead
     static constexpr size_t Slack = 3072;    ///< samples taken in before the window is moved back
 
-    struct Freed {
+    struct Freed
+    {
         void operator()(double* pMemory) const { std::free(pMemory); }
     };
     using Doubles = std::unique_ptr<double[], Freed>;
@@ -54,8 +55,8 @@ private:
     void Compute(const double* pTaps, size_t iTaps);
 
     const InnerProductsVariant* m_pKernel = nullptr;
-    Doubles m_pWindow;    ///< history, newest sample and samples known ahead, a copy per lane
-    Doubles m_pOutputs;   ///< outputs computed ahead
+    Doubles m_pWindow;      ///< history, newest sample and samples known ahead, a copy per lane
+    Doubles m_pOutputs;     ///< outputs computed ahead
     size_t m_iStride = 0;   ///< from copy to copy
     size_t m_iHistory = 0;  ///< samples that must stay before the newest
     size_t m_iNewest = 0;   ///< where in the window the newest sample stands

@@ -2,8 +2,8 @@
 
 namespace Vantor {
 
-#define DECLARE_KERNEL(name)                                                                 \
-    void name(const double* pTaps, size_t iTaps, const double* pSamples, size_t iStride,     \
+#define DECLARE_KERNEL(name)                                                             \
+    void name(const double* pTaps, size_t iTaps, const double* pSamples, size_t iStride, \
               size_t iFirst, double* pOutputs, size_t iOutputs)
 DECLARE_KERNEL(InnerProductsAvx512);
 DECLARE_KERNEL(InnerProductsAvx2);

@@ -21,7 +21,8 @@ using InnerProductsFunction = void (*)(const double* pTaps, size_t iTaps, const 
                                        size_t iOutputs);
 
 /// One build of the kernel.
-struct InnerProductsVariant {
+struct InnerProductsVariant
+{
     const char* Name;
     size_t Lanes;
     InnerProductsFunction Function;

@@ -5,38 +5,11 @@
 
 namespace Vantor {
 
-bool Interpolators<double>::Reserve(size_t iBufferSize)
-{
-    if (iBufferSize > m_iCapacity) {
-        m_iCapacity = iBufferSize;
-        m_pBufferB.reset(new (std::nothrow) double[iBufferSize]);
-        m_pBufferC.reset(new (std::nothrow) double[iBufferSize]);
-        m_pBufferD.reset(new (std::nothrow) double[iBufferSize]);
-    }
-    return m_pBufferB && m_pBufferC && m_pBufferD;
-}
+namespace {
 
-double Interpolators<double>::CubicSpline(size_t iBufferSize, double t, double* pastT,
-                                          double* pastV)
-{
-    assert(iBufferSize > 2);
-    assert(pastT);
-    assert(pastV);
-    Reserve(iBufferSize);
-    assert(m_pBufferB != __null && m_pBufferC != __null && m_pBufferD != __null);
-
-    const int n = static_cast<int>(iBufferSize);
-    double* const b = m_pBufferB.get();
-    double* const c = m_pBufferC.get();
-    double* const d = m_pBufferD.get();
-    m_iErrorCode = Spline(n, 0, 0, 0.0, 0.0, pastT, pastV, b, c, d);
-    if (m_iErrorCode != 0) assert(false);
-    int last = 0;
-    return EvalSpline(n, t, pastT, pastV, b, c, d, last);
-}
-
-int Interpolators<double>::Spline(int n, int iEnd1, int iEnd2, double dSlope1, double dSlope2,
-                                  const double* x, const double* y, double* b, double* c, double* d)
+[[gnu::always_inline]] inline int Coefficients(int n, int iEnd1, int iEnd2, double dSlope1,
+                                               double dSlope2, const double* x, const double* y,
+                                               double* b, double* c, double* d)
 {
     if (n < 2) return 1;
     for (int i = 1; i < n; ++i)
@@ -96,6 +69,46 @@ int Interpolators<double>::Spline(int n, int iEnd1, int iEnd2, double dSlope1, d
     c[m] = 3.0 * c[m];
     d[m] = d[m - 1];
     return 0;
+}
+
+}  // namespace
+
+bool Interpolators<double>::Reserve(size_t iBufferSize)
+{
+    if (iBufferSize > m_iCapacity) {
+        m_iCapacity = iBufferSize;
+        m_pBufferB.reset(new (std::nothrow) double[iBufferSize]);
+        m_pBufferC.reset(new (std::nothrow) double[iBufferSize]);
+        m_pBufferD.reset(new (std::nothrow) double[iBufferSize]);
+    }
+    return m_pBufferB && m_pBufferC && m_pBufferD;
+}
+
+double Interpolators<double>::CubicSpline(size_t iBufferSize, double t, double* pastT,
+                                          double* pastV)
+{
+    assert(iBufferSize > 2);
+    assert(pastT);
+    assert(pastV);
+    Reserve(iBufferSize);
+    assert(m_pBufferB != __null && m_pBufferC != __null && m_pBufferD != __null);
+
+    const int n = static_cast<int>(iBufferSize);
+    double* const b = m_pBufferB.get();
+    double* const c = m_pBufferC.get();
+    double* const d = m_pBufferD.get();
+    // Four points, which is what taps are made from, get a copy of the code without loops.
+    m_iErrorCode = n == 4 ? Coefficients(4, 0, 0, 0.0, 0.0, pastT, pastV, b, c, d)
+                          : Coefficients(n, 0, 0, 0.0, 0.0, pastT, pastV, b, c, d);
+    if (m_iErrorCode != 0) assert(false);
+    int last = 0;
+    return EvalSpline(n, t, pastT, pastV, b, c, d, last);
+}
+
+int Interpolators<double>::Spline(int n, int iEnd1, int iEnd2, double dSlope1, double dSlope2,
+                                  const double* x, const double* y, double* b, double* c, double* d)
+{
+    return Coefficients(n, iEnd1, iEnd2, dSlope1, dSlope2, x, y, b, c, d);
 }
 
 double Interpolators<double>::EvalSpline(int n, double t, const double* x, const double* y,
