@@ -16,6 +16,10 @@ struct Port
     const char* Name;
     int Index = -1;
 };
+template <class T>
+Port(Vantor::CircularBuffer<T>&, const char*) -> Port<T>;
+template <class T>
+Port(Vantor::CircularBuffer<T>&, const char*, int) -> Port<T>;
 
 /// PORT(EqSelect.Output), PORT_OF(TapMpy[k].Output, k).
 #define PORT(buffer) (Port{buffer, #buffer})

@@ -2,7 +2,7 @@
 # Installs whatever Debian package the build, the tests or the demo needs and this machine lacks.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libpng-dev)
+packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libpng-dev libeigen3-dev)
 
 missing=()
 for package in "${packages[@]}"; do

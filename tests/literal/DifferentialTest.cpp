@@ -46,7 +46,8 @@ std::vector<double> makeWave(const Case& c)
     const auto uniform = [&] { return static_cast<double>(random() >> 11) * 0x1p-53; };
     const double samplesPerBit = std::clamp(std::abs(c.samplesPerBit), 16.0, 128.0);
     const double amplitude = 0.05 + 0.6 * uniform(), noise = uniform() < 0.5 ? 0.0 : 0.01;
-    const double rate = (1.0 + 6e-4 * (uniform() - 0.5)) / samplesPerBit;
+    // Some run too far off for the clock to follow: their eyes are half closed, or more.
+    const double offset = (uniform() < 0.5 ? 6e-4 : 0.1) * (uniform() - 0.5);
     const double special[] = {notANumber, infinity, -infinity, -0.0, 1e308, 5e-324};
 
     std::vector<double> wave(static_cast<std::size_t>(c.bits * samplesPerBit));
@@ -54,10 +55,10 @@ std::vector<double> makeWave(const Case& c)
     Signal now = c.signal;
     for (std::size_t n = 0; n < wave.size(); ++n) {
         if (n % 50000 == 0) {  // another channel, and what comes through it
-            smoothing = std::min(0.9, (0.5 + 6.0 * uniform()) / samplesPerBit);
+            smoothing = std::min(0.9, (0.3 + 5.0 * uniform()) / samplesPerBit);
             now = c.signal == Signal::mixed ? static_cast<Signal>(random() % 7) : c.signal;
         }
-        phase += rate;
+        phase += (1.0 + offset) / samplesPerBit;
         if (phase >= 1.0) {
             phase -= 1.0;
             level = random() % 2 == 0 ? amplitude : -amplitude;
@@ -268,7 +269,7 @@ TEST_F(Differential, AgreesInRandomCases)
     const char* cases = std::getenv("RETIMER_DIFFERENTIAL_CASES");
     const char* firstSeed = std::getenv("RETIMER_DIFFERENTIAL_SEED");
     const unsigned first = firstSeed ? static_cast<unsigned>(std::atol(firstSeed)) : 1;
-    const unsigned count = cases ? static_cast<unsigned>(std::atol(cases)) : 30;
+    const unsigned count = cases ? static_cast<unsigned>(std::atol(cases)) : 40;
     for (unsigned seed = first; seed < first + count; ++seed) {
         std::mt19937_64 random(seed + 1000);
         const auto pick = [&](const auto& choices) { return choices[random() % choices.size()]; };
@@ -285,13 +286,13 @@ TEST_F(Differential, AgreesInRandomCases)
         for (auto more = random() % 6; more > 0; --more) {
             c.blocks.push_back(pick(sizes));
         }
-        // Mostly the first texts of each parameter, with which a receiver works.
+        c.parameters = {{"RX_Config", "2"},
+                        {"EOMNbits", std::to_string(2 + random() % 25)},
+                        {"VCO_Sensitivity", "1e" + std::to_string(6 + random() % 5)}};
         for (const auto& [name, texts] : parameterTexts) {
-            const auto usual = std::vector(texts.begin(), texts.begin() + 3);
-            c.parameters[name] = random() % 4 != 0 ? pick(usual) : pick(texts);
-        }
-        if (random() % 2 == 0) {
-            c.parameters["EOMNbits"] = std::to_string(2 + random() % 40);
+            if (random() % 5 == 0) {
+                c.parameters[name] = pick(texts);
+            }
         }
         compare(c);
     }

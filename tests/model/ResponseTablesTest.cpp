@@ -47,10 +47,11 @@ TEST(PortableExp, AgreesWithTheMathsLibrary)
 TEST(ResponseTables, ArriveInTheModelBitForBit)
 {
     const std::string folder = RETIMER_RESPONSES;  // what the tables were made from
+    const std::vector<Response> own =
+        folder.empty() ? std::vector<Response>() : ReadResponseFolder(folder);
     for (int level = 0; level < ResponseCount; ++level) {
-        const Response expected = folder.empty()
-                                      ? BuiltInResponse(level)
-                                      : ReadResponseFolder(folder)[static_cast<std::size_t>(level)];
+        const Response expected =
+            folder.empty() ? BuiltInResponse(level) : own[static_cast<std::size_t>(level)];
         const ResponseTable& table = g_ResponseTables[TableOfLevel[level] - 1];
         EXPECT_EQ(std::vector(table.TimeStamps, table.TimeStamps + table.Size), expected.Times);
         EXPECT_EQ(std::vector(table.Response, table.Response + table.Size), expected.Values);
@@ -112,7 +113,7 @@ TEST(ResponseFamily, HasTheSameBitsEverywhere)
     for (int level = 0; level < ResponseCount; ++level)
         for (const double value : BuiltInResponse(level).Values)
             hash = (hash ^ std::bit_cast<std::uint64_t>(value)) * 0x100000001b3;
-    EXPECT_EQ(hash, 7556205328875963242u);
+    EXPECT_EQ(hash, 4237960955097646768u);
 }
 
 // A folder of 32 good files, each holding its level as its last value, one of which a test spoils.

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace amisim {
+
+/// What amisim's exit code tells a script. The texts of `amisim run --help` list the same numbers.
+enum class ExitCode : int {
+    kOk = 0,
+    kInternal = 1,
+    kUsage = 2,
+    kInput = 3,
+    kModelLoad = 4,
+    kModelCrash = 5,
+    kModelRefused = 6,
+    kTimeLimit = 7,
+    kInterrupted = 8,
+};
+
+/// An error that a user can act upon: one line that names the file, line or parameter and the
+/// remedy.
+class Error : public std::runtime_error
+{
+public:
+    Error(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
+    ExitCode Code() const { return code_; }
+
+private:
+    ExitCode code_;
+};
+
+}  // namespace amisim

@@ -1,0 +1,181 @@
+#include "host/analysis/EyeAnalysis.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace amisim {
+namespace {
+
+constexpr std::size_t kLevelRows = 8192;
+
+// Samples kept at most while no clock edge comes, in bits: a model whose clock stands still must
+// not make the host hold the waveform.
+constexpr std::int64_t kKeptBits = 64;
+
+std::optional<BitComparer> Comparer(const BitHistory* sent)
+{
+    return sent ? std::make_optional<BitComparer>(*sent) : std::nullopt;
+}
+
+}  // namespace
+
+EyeAnalysis::EyeAnalysis(const Settings& settings)
+    : settings_(settings),
+      density_(kColumns, kDensityRows),
+      atSampling_{0.5, VoltageHistogram(1, kLevelRows), Comparer(settings.sent)},
+      later_{0.75, VoltageHistogram(1, kLevelRows), Comparer(settings.sent)},
+      crossings_(kCrossingBins)
+{
+}
+
+void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::Edge> edges)
+{
+    double greatest = 0;
+    for (const double sample : wave) greatest = std::max(greatest, std::abs(sample));
+    const std::size_t old = wave_.size();
+    wave_.insert(wave_.end(), wave.begin(), wave.end());
+    // max passes over NaN; the sum does not.
+    double sum = 0;
+    for (const double sample : wave) sum += sample;
+    if (!std::isfinite(sum) || !std::isfinite(greatest)) {
+        greatest = 0;
+        for (std::size_t i = old; i < wave_.size(); ++i) {
+            if (!std::isfinite(wave_[i])) {
+                if (notFinite_++ == 0) firstNotFinite_ = waveStart_ + static_cast<std::int64_t>(i);
+                wave_[i] = 0;
+            }
+            greatest = std::max(greatest, std::abs(wave_[i]));
+        }
+    }
+    const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
+    const auto ignored = static_cast<double>(settings_.ignoreSamples);
+    if (end > ignored) {
+        density_.Fit(greatest);
+        atSampling_.levels.Fit(greatest);
+        later_.levels.Fit(greatest);
+        if (twoLevels_ && end - static_cast<double>(wave.size()) >= ignored) SeekLevels(wave);
+    }
+
+    // A unit interval is complete when the sample after the later instant of decision, which may
+    // lie in the next one, is there too.
+    edges_.insert(edges_.end(), edges.begin(), edges.end());
+    const double known = end - 2;
+    std::size_t used = 0;
+    for (; used + 1 < edges_.size(); ++used) {
+        const double begin = edges_[used].time, next = edges_[used + 1].time;
+        if (next > known || begin + 0.75 * settings_.samplesPerBit > known) break;
+        if (!edges_[used + 1].afterGap) AddInterval(begin, next);
+    }
+    edges_.erase(edges_.begin(), edges_.begin() + static_cast<std::ptrdiff_t>(used));
+
+    const auto keptFrom = static_cast<std::int64_t>(end) - kKeptBits * settings_.samplesPerBit;
+    const auto neededFrom = edges_.empty()
+                                ? static_cast<std::int64_t>(end) - 2 * settings_.samplesPerBit
+                                : static_cast<std::int64_t>(std::floor(edges_.front().time)) - 1;
+    const std::int64_t from = std::max({waveStart_, neededFrom, keptFrom});
+    wave_.erase(wave_.begin(), wave_.begin() + static_cast<std::ptrdiff_t>(std::min<std::int64_t>(
+                                                   from - waveStart_, std::ssize(wave_))));
+    waveStart_ = std::min(from, static_cast<std::int64_t>(end));
+}
+
+void EyeAnalysis::SeekLevels(std::span<const double> wave)
+{
+    if (low_ == high_) low_ = high_ = wave.front();
+    for (const double value : wave) {
+        if (value == low_ || value == high_) continue;
+        twoLevels_ = low_ == high_;
+        if (!twoLevels_) return;
+        high_ = value;
+    }
+}
+
+void EyeAnalysis::Finish()
+{
+    if (atSampling_.bits) atSampling_.bits->Finish();
+    if (later_.bits) later_.bits->Finish();
+}
+
+double EyeAnalysis::ValueAt(double time) const
+{
+    const double place = time - static_cast<double>(waveStart_);
+    const auto i = static_cast<std::size_t>(place);
+    return wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
+}
+
+void EyeAnalysis::Decide(Decisions& at, double begin)
+{
+    const double time = begin + at.offset * settings_.samplesPerBit;
+    const double value = ValueAt(time);
+    at.levels.Count(0, value);
+    if (at.bits) {
+        const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
+        at.bits->Add(value > 0, near);
+    }
+}
+
+void EyeAnalysis::AddInterval(double begin, double end)
+{
+    if (begin < static_cast<double>(settings_.ignoreSamples)) return;
+    if (begin < static_cast<double>(waveStart_)) return;  // its samples are gone already
+    ++intervals_;
+    Decide(atSampling_, begin);
+    Decide(later_, begin);
+
+    // A clock edge that falls on a sample, but for rounding, takes that sample with it.
+    constexpr double kOnSample = 1e-6;
+    const double first = std::ceil(begin - kOnSample), last = std::ceil(end - kOnSample);
+    const double perSample = static_cast<double>(kColumns) / (end - begin);
+    const int steps = std::max(1, static_cast<int>(kColumns) / settings_.samplesPerBit);
+    const double perStep = perSample / steps;
+    const double* sample =
+        &wave_[static_cast<std::size_t>(first - static_cast<double>(waveStart_))];
+    // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
+    double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
+    constexpr std::size_t kMask = kColumns - 1;
+    for (double k = first; k < last; k += 1, ++sample) {
+        const double value = sample[0], slope = (sample[1] - value) / steps;
+        for (int s = 0; s < steps; ++s) {
+            density_.Count(static_cast<std::size_t>(column) & kMask, value + slope * s);
+            column += perStep;
+        }
+        if ((value > 0) != (sample[1] > 0)) {
+            const double phase = (k - begin + value / (value - sample[1])) / (end - begin);
+            const auto bin = static_cast<std::size_t>(phase * kCrossingBins);
+            ++crossings_[bin & (kCrossingBins - 1)];
+        }
+    }
+}
+
+bool EyeAnalysis::CrossesAtSampling() const
+{
+    std::uint64_t inside = 0, all = 0;
+    for (std::size_t i = 0; i < kCrossingBins; ++i) {
+        all += crossings_[i];
+        if (i >= kCrossingBins / 4 && i < kCrossingBins * 3 / 4) inside += crossings_[i];
+    }
+    return 2 * inside > all;
+}
+
+EyeAnalysis::Sides EyeAnalysis::Horizontal(double probability) const
+{
+    if (intervals_ == 0) return {};
+    const double allowed = probability * static_cast<double>(intervals_);
+    // From the sampling instant towards the clock edge on either side.
+    const auto depth = [&](auto at) {
+        double sum = 0;
+        for (std::size_t i = 0; i < kCrossingBins / 2; ++i) {
+            const double count = static_cast<double>(at(i));
+            if (count > 0 && sum + count > allowed)
+                return static_cast<double>(i) + (allowed - sum) / count;
+            sum += count;
+        }
+        return static_cast<double>(kCrossingBins) / 2;
+    };
+    constexpr std::size_t kMiddle = kCrossingBins / 2;
+    const double left = depth([&](std::size_t i) { return crossings_[kMiddle - 1 - i]; });
+    const double right = depth([&](std::size_t i) { return crossings_[kMiddle + i]; });
+    constexpr auto kBins = static_cast<double>(kCrossingBins);
+    return {left / kBins, right / kBins};
+}
+
+}  // namespace amisim

@@ -1,0 +1,68 @@
+#include "host/analysis/VoltageHistogram.hpp"
+
+#include <cmath>
+
+namespace amisim {
+
+VoltageHistogram::VoltageHistogram(std::size_t columns, std::size_t rows)
+    : columns_(columns), rows_(rows), half_(static_cast<double>(rows) / 2), counts_(columns * rows)
+{
+    range_ = 0x1p-20;
+    scale_ = half_ / range_;
+}
+
+void VoltageHistogram::Fit(double magnitude)
+{
+    while (!(magnitude < range_)) {
+        range_ *= 2;
+        scale_ /= 2;
+        for (std::size_t column = 0; column < columns_; ++column) {
+            std::uint64_t* const cells = &counts_[column * rows_];
+            const std::size_t middle = rows_ / 2;
+            // Outwards from the middle, so that no cell is overwritten before it has been read.
+            for (std::size_t i = 0; i < middle; ++i) {
+                const bool inside = i < middle / 2;
+                cells[middle + i] = inside ? cells[middle + 2 * i] + cells[middle + 2 * i + 1] : 0;
+                const std::size_t low = middle - 1 - i;
+                cells[low] = inside ? cells[middle - 1 - 2 * i] + cells[middle - 2 - 2 * i] : 0;
+            }
+        }
+    }
+}
+
+namespace {
+
+/// Distance from 0 V, in bins, within which at most `allowed` counts lie on one side; in the bin
+/// where that is passed, counts are taken as evenly spread.
+template <typename At>
+double Depth(std::size_t bins, double allowed, At at)
+{
+    double sum = 0;
+    for (std::size_t i = 0; i < bins; ++i) {
+        const double count = static_cast<double>(at(i));
+        if (count > 0 && sum + count > allowed)
+            return static_cast<double>(i) + (allowed - sum) / count;
+        sum += count;
+    }
+    return 0;
+}
+
+}  // namespace
+
+Opening InnerOpening(const VoltageHistogram& histogram, std::size_t column, double probability)
+{
+    const std::size_t middle = histogram.Rows() / 2;
+    const auto above = [&](std::size_t i) { return histogram.At(column, middle + i); };
+    const auto below = [&](std::size_t i) { return histogram.At(column, middle - 1 - i); };
+    double highs = 0, lows = 0;
+    for (std::size_t i = 0; i < middle; ++i) {
+        highs += static_cast<double>(above(i));
+        lows += static_cast<double>(below(i));
+    }
+    if (highs == 0 || lows == 0) return {};
+    const double bin = histogram.BinHeight();
+    return {bin * Depth(middle, probability * highs, above),
+            -bin * Depth(middle, probability * lows, below)};
+}
+
+}  // namespace amisim

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace amisim {
+
+/// Counts of voltages in equal bins around 0 V, for one or more columns (phases). The range grows
+/// as needed: when a voltage does not fit, it doubles and pairs of bins are merged, so that nothing
+/// need be known of the signal beforehand and the memory stays the same.
+class VoltageHistogram
+{
+public:
+    /// @param rows  bins a column, a multiple of 4
+    VoltageHistogram(std::size_t columns, std::size_t rows);
+
+    /// Makes room for voltages up to this magnitude. Call it before Count.
+    void Fit(double magnitude);
+
+    void Count(std::size_t column, double voltage)
+    {
+        const auto row = static_cast<std::size_t>(voltage * scale_ + half_);
+        ++counts_[column * rows_ + row];
+    }
+
+    std::size_t Columns() const { return columns_; }
+    std::size_t Rows() const { return rows_; }
+    double Range() const { return range_; }  // V: the bins span -Range() to Range()
+    double BinHeight() const { return 2 * range_ / static_cast<double>(rows_); }
+    /// Lower edge of a row, V.
+    double Edge(std::size_t row) const { return BinHeight() * (static_cast<double>(row) - half_); }
+    std::uint64_t At(std::size_t column, std::size_t row) const
+    {
+        return counts_[column * rows_ + row];
+    }
+
+private:
+    std::size_t columns_, rows_;
+    double half_;  // rows / 2: the row where 0 V begins
+    double range_ = 0;
+    double scale_ = 0;  // rows per volt
+    std::vector<std::uint64_t> counts_;
+};
+
+/// The opening between the voltages above and below 0 V in one column: the part `probability` of
+/// either side that comes nearest to 0 V is left out. Zero when either side is empty.
+struct Opening
+{
+    double high = 0, low = 0;  // V, inner edges
+    double Height() const { return high > low ? high - low : 0; }
+};
+Opening InnerOpening(const VoltageHistogram& histogram, std::size_t column, double probability);
+
+}  // namespace amisim

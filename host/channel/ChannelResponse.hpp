@@ -1,0 +1,54 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "host/channel/SParameters.hpp"
+
+namespace amisim {
+
+/// A channel as a causal sampled impulse response: out[n] = sum over k of taps[k] in[n - delay -
+/// k].
+struct ChannelResponse
+{
+    double sampleInterval = 0.0;   ///< s
+    std::size_t delay = 0;         ///< samples before taps[0]
+    std::vector<double> taps;      ///< V/V, dimensionless
+    double shift = 0.0;            ///< s by which the response was moved (at most half a sample)
+                                   ///< so that its delay is a whole number of samples
+    double dcGain = 0.0;           ///< extrapolated where the data do not reach down to 0 Hz
+    double removedFraction = 0.0;  ///< share of the energy that came before the main delay and was
+                                   ///< removed: how far from causal the data were
+    PeakGain peak;                 ///< of the data: a gain above 1 is not passive
+    std::vector<std::string> notes;  ///< what a user should know, one sentence each
+
+    /// Delay and taps in one; `Step` is its running sum.
+    std::vector<double> Impulse() const;
+    std::vector<double> Step() const;
+};
+
+/// From a transfer function at discrete frequencies to an impulse response at sampleInterval (s).
+///
+///  - The data are continued to 0 Hz and to half the sampling rate (see ChannelSpectrum.hpp).
+///  - The delay is rounded to whole samples: a lossless line whose impulse falls between samples
+///    would otherwise ring before its own arrival. A receiver recovers its own clock and cannot
+///    tell.
+///  - What precedes the main delay is removed and its share of the energy reported, unless it is
+///    larger than a hundredth of the peak and so a path of its own; what comes before time 0 is
+///    removed in any case.
+///  - The response ends where the data's frequency step resolves no more (half of 1 / step), or
+///    earlier where less than 1e-9 of the energy is left. Its sum is then the gain at 0 Hz but for
+///    what a slow tail would add.
+///
+/// Throws Error (kInput) on fewer than four frequencies or on a response of zero.
+ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sampleInterval);
+
+/// The same from a Touchstone file: SDD21, or S21 of a two-port. portOrder as for ParsePortOrder,
+/// or
+/// "" to detect it. `peak` is that of the whole multi-port. Throws ibis::FileError and Error with
+/// the file's name.
+ChannelResponse ReadChannel(const std::filesystem::path& path, const std::string& portOrder,
+                            double sampleInterval);
+
+}  // namespace amisim

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <complex>
+#include <vector>
+
+#include "host/channel/SParameters.hpp"
+
+namespace amisim {
+
+/// The magnitude of a channel outside the frequencies of its data.
+///
+///  - Down to 0 Hz the better of ln |H| = c0 + c1 sqrt(f) (skin effect) and c0 + c1 f^2 (lumped
+///    elements), with no gain at 0 Hz unless the data have one; or the power law of a high-pass.
+///  - Beyond the last frequency the power law of the band's last fifth, never rising.
+class Extrapolation
+{
+public:
+    /// At least four points, of which one is not zero.
+    explicit Extrapolation(const FrequencyResponse& data);
+
+    /// ln |H| outside the data.
+    double operator()(double frequency) const;
+
+    /// ln |value|, but not less than where the magnitude is followed down to.
+    double Log(const std::complex<double>& value) const;
+
+    bool IsHighPass() const { return m_low == Low::HighPass; }
+    double FallPerDecade() const { return 20.0 * m_fall; }  ///< dB, beyond the data
+
+private:
+    enum class Low { Skin, Lumped, HighPass };
+    void FitLowEnd(const FrequencyResponse& data, double largest);
+
+    double m_floor, m_first, m_last, m_logFirst, m_logLast, m_fall;
+    Low m_low = Low::Lumped;
+    double m_slope = 0.0;
+};
+
+/// A channel's response on a regular grid of frequencies from 0 to half the sampling rate, with its
+/// delay taken out.
+struct ChannelSpectrum
+{
+    std::vector<std::complex<double>> values;
+    double delay = 0.0;  ///< s
+};
+
+/// Within the data a spline through them, with their delay taken out. Outside, where they say
+/// nothing, the extrapolated magnitude with the phase of the minimum-phase network that has it, so
+/// that the extrapolation by itself is causal. `half` steps of `step` Hz reach to half the sampling
+/// rate, which the data do not exceed.
+ChannelSpectrum CompleteSpectrum(const FrequencyResponse& data, const Extrapolation& outside,
+                                 std::size_t half, double step);
+
+/// The real signal with this spectrum at 0 ... half the sampling rate: 2 (values - 1) samples from
+/// time 0, of which the second half stands for what came before.
+std::vector<double> TimeResponse(const std::vector<std::complex<double>>& values);
+
+}  // namespace amisim

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "host/signal/SignalSource.hpp"
+
+namespace amisim {
+
+/// Passes a signal through a channel given by its impulse response (filter weights): streaming
+/// convolution by overlap-save, exact to rounding, without delay. The input is silent before time
+/// 0. An ending input ends the output at the same sample.
+class Convolver : public SignalSource
+{
+public:
+    Convolver(SignalSource& input, std::span<const double> impulse);
+    ~Convolver() override;
+
+    std::size_t Read(std::span<double> out) override;
+
+private:
+    struct Fft;
+    void Refill();
+
+    SignalSource& input_;
+    double gain_ = 0;  // of an impulse response that is one sample long: no transform then
+    std::unique_ptr<Fft> fft_;
+    std::vector<double> window_;  // the last taps - 1 samples of the past, then the new ones
+    std::vector<double> output_;
+    std::size_t past_ = 0;
+    std::size_t ready_ = 0, taken_ = 0;  // of the new samples
+};
+
+}  // namespace amisim

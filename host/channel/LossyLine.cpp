@@ -1,0 +1,54 @@
+#include "host/channel/LossyLine.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <unsupported/Eigen/FFT>
+
+namespace amisim {
+
+double LossyLine::GainDb(double frequency) const
+{
+    const double x = frequency / halfBitRate;
+    return -lossDb * (skinPart * std::sqrt(x) + (1 - skinPart) * x);
+}
+
+std::vector<double> LossyLine::Impulse(double sampleInterval) const
+{
+    if (lossDb == 0) return {1.0};
+
+    // Minimum phase from the real cepstrum (Oppenheim and Schafer): the cepstrum of ln|H| is even;
+    // twice its causal half is the cepstrum of the minimum-phase response. The grid is long against
+    // the response, so that what wraps around in time is negligible.
+    const double bit = 0.5 / halfBitRate / sampleInterval;  // samples
+    const std::size_t length = std::bit_ceil(static_cast<std::size_t>(256 * bit) + 1);
+    const std::size_t grid = 16 * length;
+    Eigen::FFT<double> fft;
+    fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);
+    std::vector<std::complex<double>> spectrum(grid / 2 + 1);
+    for (std::size_t k = 0; k < spectrum.size(); ++k) {
+        const double frequency =
+            static_cast<double>(k) / (static_cast<double>(grid) * sampleInterval);
+        spectrum[k] = GainDb(frequency) * std::numbers::ln10 / 20;
+    }
+    std::vector<double> response(grid);
+    const auto size = static_cast<Eigen::Index>(grid);
+    fft.inv(response, spectrum, size);
+    for (std::size_t n = 1; n < grid / 2; ++n) response[n] *= 2;
+    std::fill(response.begin() + static_cast<std::ptrdiff_t>(grid / 2 + 1), response.end(), 0.0);
+    fft.fwd(spectrum, response);
+    for (auto& value : spectrum) value = std::exp(value);
+    fft.inv(response, spectrum, size);
+
+    response.resize(length);
+    const std::size_t fade = length / 4;
+    for (std::size_t i = 0; i < fade; ++i) {
+        const double x = (static_cast<double>(i) + 0.5) / static_cast<double>(fade);
+        response[length - 1 - i] *= 0.5 - 0.5 * std::cos(std::numbers::pi * x);
+    }
+    return response;
+}
+
+}  // namespace amisim

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <array>
+#include <complex>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace amisim {
+
+/// A transfer function at rising frequencies (Hz); both of one length.
+struct FrequencyResponse
+{
+    std::vector<double> frequency;
+    std::vector<std::complex<double>> value;
+};
+
+/// Scattering parameters of a multi-port. Ports are counted from 1, as in the field.
+struct SParameters
+{
+    int ports = 0;
+    std::vector<double> frequency;             ///< Hz, rising
+    std::vector<double> reference;             ///< ohm, one for each port
+    std::vector<std::complex<double>> values;  ///< frequency by frequency, each matrix by rows
+
+    /// Wave out of port `to` for a wave into port `from`: S21 is At(k, 2, 1).
+    std::complex<double> At(std::size_t k, int to, int from) const
+    {
+        const auto n = static_cast<std::size_t>(ports);
+        return values[(k * n + static_cast<std::size_t>(to - 1)) * n +
+                      static_cast<std::size_t>(from - 1)];
+    }
+
+    FrequencyResponse Term(int to, int from) const;
+};
+
+/// The four ports of a differential line: transmitter's end and receiver's end.
+struct DifferentialPorts
+{
+    int inP, inN, outP, outN;
+    bool operator==(const DifferentialPorts&) const = default;
+};
+
+/// The usual orders of a four-port, named by what joins what.
+inline constexpr DifferentialPorts kPorts12_34{1, 3, 2, 4};  ///< 1->2, 3->4
+inline constexpr DifferentialPorts kPorts13_24{1, 2, 3, 4};  ///< 1->3, 2->4
+inline constexpr DifferentialPorts kPorts14_23{1, 2, 4, 3};  ///< 1->4, 2->3
+
+/// From "12,34", "13,24", "14,23" or any other "ab,cd" of a->b, c->d. Throws Error (kInput).
+DifferentialPorts ParsePortOrder(const std::string& text);
+
+/// Which of the usual orders a four-port has: the one whose through terms are largest at low
+/// frequency (the lowest tenth of the points). Throws Error (kInput) where no order stands out
+/// by a factor of two, as between the pairs of a crosstalk file: those need the order stated, which
+/// is that of the victim's own through file.
+DifferentialPorts DetectPortOrder(const SParameters& s);
+
+enum class Mode { Differential, Common };
+
+/// Mixed-mode term, all ports taken to equal reference (see Renormalise): the wave of mode `to` out
+/// of end `toEnd` (1 transmitter's, 2 receiver's) for one of mode `from` into `fromEnd`. SDD21 is
+/// MixedTerm(s, ports, Differential, 2, Differential, 1).
+FrequencyResponse MixedTerm(const SParameters& s, const DifferentialPorts& ports, Mode to,
+                            int toEnd, Mode from, int fromEnd);
+
+/// SDD21 of a line with more than two ports, S21 of a two-port: what the signal sees from a matched
+/// transmitter to a matched receiver. Ports of unlike reference are first taken to that of port 1.
+FrequencyResponse Through(const SParameters& s, const DifferentialPorts& ports);
+
+/// The same multi-port between other reference resistances (ohm, all ports alike).
+SParameters Renormalise(const SParameters& s, double reference);
+
+/// The greatest gain of any wave through the multi-port, and where: above 1 it is not passive.
+struct PeakGain
+{
+    double gain = 0.0;
+    double frequency = 0.0;  ///< Hz
+};
+PeakGain FindPeakGain(const SParameters& s);
+
+/// Loss in dB, linearly between the points; throws Error (kInput) outside them.
+double LossAt(const FrequencyResponse& response, double frequency);
+
+}  // namespace amisim

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace amisim {
+
+/// A model as the user named it, resolved to what running it takes.
+struct ModelSource
+{
+    std::filesystem::path library;           // absolute
+    std::string name;                        // root of its parameter string
+    std::string parameters;                  // what AMI_Init is handed
+    std::optional<std::int64_t> ignoreBits;  // the model's own Ignore_Bits
+    std::vector<std::pair<std::string, std::string>>
+        settings;                    // inputs by dotted path, as they are sent
+    std::vector<std::string> notes;  // oddities of its files that do not keep it from running
+
+    /// The value sent for the parameter of this name, if any.
+    std::optional<std::string> Setting(const std::string& parameter) const;
+};
+
+/// Finds the shared library and builds the parameter string.
+/// @param model      an .ibs, .ami or .so file
+/// @param overrides  "Name=Value" texts; the last one for a parameter counts
+/// @throws Error kInput for a file, kUsage for an override that does not suit, kModelLoad for a
+/// model
+///         that has no part that runs in the time domain
+ModelSource ResolveModelSource(const std::filesystem::path& model,
+                               const std::vector<std::string>& overrides);
+
+}  // namespace amisim

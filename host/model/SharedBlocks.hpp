@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace amisim {
+
+/// What a model is started with.
+struct ModelStart
+{
+    std::string modulePath;        // absolute: the worker runs in a folder of its own
+    std::string parameters;        // the AMI parameter string
+    double sampleInterval = 0;     // s
+    double bitTime = 0;            // s
+    std::vector<double> impulse;   // the channel's impulse response, 1/s; at least one sample
+    std::size_t blockSamples = 0;  // most samples in one block
+    std::size_t slots = 6;         // blocks in flight between host and model
+};
+
+/// Memory that the host and the worker process share: the texts and numbers for AMI_Init, and a
+/// ring of slots, each with a block's input wave, its output wave and its clock list. The host owns
+/// a slot until it submits it and again after the worker's reply; the socket between them orders
+/// the accesses.
+///
+/// The clock list is given twice the room that one clock per bit needs and a guard behind it; both
+/// are filled with a mark before each call, so that a list without its terminator and one that runs
+/// over its end are recognised.
+class SharedBlocks
+{
+public:
+    explicit SharedBlocks(const ModelStart& start);  // the host's side: creates the memory
+    explicit SharedBlocks(int descriptor);           // the worker's side: maps what it was handed
+    SharedBlocks(const SharedBlocks&) = delete;
+    SharedBlocks& operator=(const SharedBlocks&) = delete;
+    ~SharedBlocks();
+
+    int Descriptor() const { return descriptor_; }
+
+    const char* ModulePath() const;
+    const char* Parameters() const;
+    double SampleInterval() const { return header_.sampleInterval; }
+    double BitTime() const { return header_.bitTime; }
+    std::span<double> Impulse() const;
+
+    std::size_t Slots() const { return header_.slots; }
+    std::span<double> Input(std::size_t slot) const;
+    std::span<double> Output(std::size_t slot) const;
+
+    /// The whole room for clock times, guard included.
+    std::span<double> ClockRoom(std::size_t slot) const;
+    void MarkClocks(std::size_t slot) const;
+
+    struct ClockList
+    {
+        std::span<const double> times;  // up to the terminator
+        bool terminated = true;
+        bool overrun = false;  // something was written into the guard
+    };
+    /// The list as the model left it: up to the first negative entry, the first one not written, or
+    ///  the end of the room.
+    ClockList Clocks(std::size_t slot) const;
+
+private:
+    struct Header
+    {
+        double sampleInterval;
+        double bitTime;
+        std::size_t total;
+        std::size_t parametersAt, impulseAt,
+            slotsAt;  // byte offsets; the module path follows the header
+        std::size_t impulseLength;
+        std::size_t slots;
+        std::size_t blockSamples;
+        std::size_t clockRoom;  // doubles per slot, without the guard
+    };
+
+    void Map(std::size_t bytes);
+    double* Slot(std::size_t slot) const;
+    std::size_t SlotDoubles() const;
+
+    int descriptor_ = -1;
+    std::byte* memory_ = nullptr;
+    Header header_{};  // a copy: a model that scribbles over the memory must not mislead the host
+};
+
+}  // namespace amisim

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "host/analysis/VoltageHistogram.hpp"
+
+namespace amisim {
+
+/// Draws an eye density two unit intervals wide around the sampling instant: brightness is the
+/// logarithm of how often the trace passed, so that rare ones show too.
+struct EyePicture
+{
+    std::string title, subtitle;
+    double sampledAt = 0.5;  // unit intervals after the clock edge
+    Opening opening;         // marked at the sampling instant
+    double left = 0,
+           right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
+
+    /// @throws Error (kInput) when the file cannot be written
+    void Save(const VoltageHistogram& density, const std::filesystem::path& path) const;
+};
+
+}  // namespace amisim

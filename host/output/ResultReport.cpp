@@ -1,0 +1,176 @@
+#include "host/output/ResultReport.hpp"
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace amisim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+template <typename Value>
+Json OrNull(const std::optional<Value>& value)
+{
+    return value ? Json(*value) : Json(nullptr);
+}
+
+Json SignalJson(const RunOptions& o)
+{
+    Json json = {{"bit_rate", o.bitRate}, {"samples_per_bit", o.samplesPerBit}};
+    if (!o.wave.empty()) {
+        json["wave"] = o.wave.string();
+        return json;
+    }
+    json["prbs"] = o.prbs;
+    json["amplitude_v"] = o.amplitude;
+    json["rise_time_ui"] = o.riseTime;
+    json["phase_ui"] = o.phase;
+    json["ppm"] = o.ppm;
+    json["noise_v_rms"] = o.noise;
+    json["seed"] = o.seed;
+    json["loss_db"] = o.lossDb;
+    json["skin_part"] = o.skinPart;
+    return json;
+}
+
+double NanosecondsASample(double seconds, const RunResult& result, const RunOptions& options)
+{
+    const double samples = static_cast<double>(result.bits) * options.samplesPerBit;
+    return samples > 0 ? seconds * 1e9 / samples : 0;
+}
+
+double BitsASecond(const RunResult& result)
+{
+    return result.seconds > 0 ? static_cast<double>(result.bits) / result.seconds : 0;
+}
+
+/// Digits in groups of three.
+std::string Grouped(std::int64_t value)
+{
+    const std::string digits = std::to_string(value);
+    std::string text;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        if (i > 0 && (digits.size() - i) % 3 == 0) text += ',';
+        text += digits[i];
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string Describe(const RunOptions& options)
+{
+    if (!options.wave.empty()) return options.wave.filename().string();
+    std::string text =
+        options.lossDb > 0 ? fmt::format("{:g} dB line", options.lossDb) : "lossless line";
+    text += fmt::format(", PRBS{}, ±{:g} mV", options.prbs, options.amplitude * 1000);
+    if (options.ppm != 0) text += fmt::format(", {:g} ppm", options.ppm);
+    if (options.noise != 0) text += fmt::format(", {:g} mV rms noise", options.noise * 1000);
+    return text;
+}
+
+Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& model)
+{
+    Json settings = Json::object();
+    for (const auto& [name, value] : model.settings) settings[name] = value;
+
+    Json json;
+    json["amisim"] = AMISIM_VERSION;
+    json["ok"] = !r.failure;
+    json["failure"] = nullptr;
+    if (r.failure) {
+        json["failure"] = {{"exit_code", static_cast<int>(r.failure->code)},
+                           {"phase", r.failure->phase},
+                           {"reason", r.failure->reason},
+                           {"text", r.failure->printed}};
+    }
+    json["bits"] = r.bits;
+    json["ignored_bits"] = r.ignoredBits;
+    const bool compared = r.comparison && r.comparison->compared > 0;
+    json["compared_bits"] = compared ? r.comparison->compared : 0;
+    json["errors"] = compared ? Json(r.comparison->errors) : Json(nullptr);
+    json["bit_error_ratio"] = compared ? Json(static_cast<double>(r.comparison->errors) /
+                                              static_cast<double>(r.comparison->compared))
+                                       : Json(nullptr);
+    json["alignment"] = nullptr;
+    if (r.comparison) {
+        json["alignment"] = {{"delay_bits", r.comparison->delay},
+                             {"inverted", r.comparison->inverted},
+                             {"realignments", r.comparison->realignments},
+                             {"unaligned_bits", r.comparison->unaligned}};
+    }
+    json["eye"] = {{"height_v", nullptr}, {"width_ui", nullptr}};
+    if (r.eye) {
+        json["eye"] = {{"height_v", r.eye->vertical.Height()},
+                       {"width_ui", r.eye->left + r.eye->right},
+                       {"high_v", r.eye->vertical.high},
+                       {"low_v", r.eye->vertical.low},
+                       {"left_ui", r.eye->left},
+                       {"right_ui", r.eye->right},
+                       {"probability", kEyeProbability},
+                       {"unit_intervals", r.eye->unitIntervals},
+                       {"sampled_at_ui", r.sampledAt}};
+    }
+    json["unit_interval_s"] = OrNull(r.unitInterval);
+    json["ppm"] = OrNull(r.Ppm());
+    json["clock"] = {{"times", r.clockTimes}, {"filled", r.filledClocks}};
+    json["eq_level"] = OrNull(r.eqLevel);
+    json["requests"] = OrNull(r.requests);
+    json["adaptation"] = {{"measurements", OrNull(r.measurements)},
+                          {"finished", OrNull(r.adaptationFinished)}};
+    json["model"] = {{"file", options.model.string()},
+                     {"library", model.library.filename().string()},
+                     {"name", model.name},
+                     {"settings", settings},
+                     {"parameters_in", model.parameters},
+                     {"parameters_out", r.parametersOut},
+                     {"message", r.modelMessage}};
+    json["signal"] = SignalJson(options);
+    json["speed"] = {{"seconds", r.seconds},
+                     {"model_seconds", r.modelSeconds},
+                     {"bits_per_s", BitsASecond(r)},
+                     {"ns_per_sample", NanosecondsASample(r.seconds, r, options)},
+                     {"model_ns_per_sample", NanosecondsASample(r.modelSeconds, r, options)},
+                     {"block_bits", options.blockBits}};
+    json["messages"] = r.notes;
+    json["files"] = r.files;
+    return json;
+}
+
+std::string ToTable(const RunResult& r, const RunOptions& options)
+{
+    std::string text;
+    const auto row = [&](std::string_view name, const std::string& value) {
+        text += fmt::format("  {:<26} {}\n", name, value);
+    };
+    const std::string none = "-";
+    row("Equalisation level", r.eqLevel ? std::to_string(*r.eqLevel) : none);
+    if (r.requests) {
+        row("Eye measurements asked for",
+            fmt::format("{}{}", *r.requests,
+                        *r.adaptationFinished ? " (adaptation finished)" : ""));
+    } else {
+        row("Eye measurements asked for", none);
+    }
+    row("Bits", fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
+                            Grouped(r.ignoredBits)));
+    row("Recovered unit interval",
+        r.unitInterval ? fmt::format("{:.5f} ps ({:+.1f} ppm)", *r.unitInterval * 1e12, *r.Ppm())
+                       : none);
+    row("Eye height", r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : none);
+    row("Eye width", r.eye ? fmt::format("{:.3f} UI", r.eye->left + r.eye->right) : none);
+    if (r.comparison && r.comparison->compared > 0) {
+        row("Bit errors", fmt::format("{} in {}", Grouped(r.comparison->errors),
+                                      Grouped(r.comparison->compared)));
+    } else {
+        row("Bit errors", none);
+    }
+    row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",
+                             Grouped(std::llround(BitsASecond(r))),
+                             NanosecondsASample(r.seconds, r, options),
+                             NanosecondsASample(r.modelSeconds, r, options)));
+    return text;
+}
+
+}  // namespace amisim

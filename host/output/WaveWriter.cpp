@@ -1,0 +1,91 @@
+#include "host/output/WaveWriter.hpp"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+
+OutputFile::OutputFile(const std::filesystem::path& path)
+    : path_(path), file_(std::fopen(path.c_str(), "wb"))
+{
+    if (!file_) Fail();
+}
+
+void OutputFile::Fail() const
+{
+    throw Error(ExitCode::kInput,
+                fmt::format("{}: cannot be written: {}", path_.string(), std::strerror(errno)));
+}
+
+void OutputFile::Write(std::string_view text)
+{
+    if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) Fail();
+}
+
+void OutputFile::WriteAtStart(std::string_view text)
+{
+    if (std::fseek(file_.get(), 0, SEEK_SET) != 0) Fail();
+    Write(text);
+}
+
+void OutputFile::Close()
+{
+    if (std::fclose(file_.release()) != 0) Fail();
+}
+
+namespace {
+
+/// The header of NumPy's format 1.0, padded to 128 bytes whatever the shape, so that it can be
+/// written anew when the number of rows is known.
+std::string NpyHeader(std::int64_t rows)
+{
+    static_assert(std::endian::native == std::endian::little);
+    std::string text =
+        fmt::format("{{'descr': '<f8', 'fortran_order': False, 'shape': ({}, 2), }}", rows);
+    text.resize(128 - 10 - 1, ' ');
+    const std::array<char, 10> lead = {'\x93', 'N', 'U', 'M', 'P', 'Y', 1, 0, 118, 0};
+    return std::string(lead.begin(), lead.end()) + text + "\n";
+}
+
+}  // namespace
+
+WaveWriter::WaveWriter(const std::filesystem::path& folder, Kind kind, double sampleInterval)
+    : kind_(kind), sampleInterval_(sampleInterval)
+{
+    if (kind_ == Kind::kNone) return;
+    file_ = std::make_unique<OutputFile>(folder / (kind_ == Kind::kCsv ? "wave.csv" : "wave.npy"));
+    file_->Write(kind_ == Kind::kCsv ? "time_s,voltage_v\n" : NpyHeader(0));
+}
+
+void WaveWriter::Add(std::span<const double> wave)
+{
+    if (!file_) return;
+    text_.clear();
+    for (const double sample : wave) {
+        const double time = static_cast<double>(count_++) * sampleInterval_;
+        if (kind_ == Kind::kCsv) {
+            fmt::format_to(std::back_inserter(text_), "{},{}\n", time, sample);
+        } else {
+            const double row[2] = {time, sample};
+            text_.append(reinterpret_cast<const char*>(row), sizeof row);
+        }
+    }
+    file_->Write(text_);
+}
+
+void WaveWriter::Close()
+{
+    if (!file_) return;
+    if (kind_ == Kind::kNpy) file_->WriteAtStart(NpyHeader(count_));
+    file_->Close();
+    file_.reset();
+}
+
+}  // namespace amisim

@@ -1,0 +1,135 @@
+#include "ibis/AmiFile.hpp"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "ibis/AmiReader.hpp"
+#include "ibis/TextFile.hpp"
+
+namespace ibis {
+namespace {
+
+std::string List(const AmiParameter& parameter)
+{
+    std::string text;
+    for (size_t i = 0; i < parameter.values.size(); ++i) {
+        text += i == 0 ? "" : ", ";
+        text += parameter.values[i];
+        if (i < parameter.tips.size() && parameter.tips[i] != parameter.values[i]) {
+            text += fmt::format(" ({})", parameter.tips[i]);
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string_view Name(Usage usage)
+{
+    constexpr std::array<std::string_view, 5> names{"In", "Out", "Info", "InOut", "Dep"};
+    return names[static_cast<size_t>(usage)];
+}
+
+std::string_view Name(Type type)
+{
+    constexpr std::array<std::string_view, 6> names{"Float",   "Integer", "String",
+                                                    "Boolean", "Tap",     "UI"};
+    return names[static_cast<size_t>(type)];
+}
+
+std::string_view Name(Format format)
+{
+    constexpr std::array<std::string_view, 11> names{"None",     "Value",      "Range", "List",
+                                                     "Corner",   "Increment",  "Steps", "Table",
+                                                     "Gaussian", "Dual-Dirac", "DjRj"};
+    return names[static_cast<size_t>(format)];
+}
+
+std::string AmiParameter::Path() const
+{
+    std::string path;
+    for (const std::string& group : groups) {
+        path += group + '.';
+    }
+    return path + name;
+}
+
+std::string AmiParameter::AllowedValues() const
+{
+    switch (format) {
+        case Format::Range:
+            return fmt::format("{} to {}", values[1], values[2]);
+        case Format::Increment:
+            return fmt::format("{} to {} in steps of {} from {}", values[1], values[2], values[3],
+                               values[0]);
+        case Format::Steps:
+            return fmt::format("{} to {} in {} steps", values[1], values[2], values[3]);
+        case Format::List:
+        case Format::Corner:
+            return List(*this);
+        case Format::Table:
+            return fmt::format("table of {} rows", rows.size());
+        case Format::Gaussian:
+        case Format::DualDirac:
+        case Format::DjRj:
+            return fmt::format("{} {}", Name(format), Joined(values, " "));
+        case Format::Value:
+        case Format::None:
+            break;
+    }
+    switch (type) {
+        case Type::Integer:
+            return "any integer";
+        case Type::String:
+            return "any text";
+        case Type::Boolean:
+            return "True, False";
+        case Type::Float:
+        case Type::Tap:
+        case Type::UI:
+            break;
+    }
+    return "any number";
+}
+
+const AmiParameter* AmiFile::Find(std::string_view wanted) const
+{
+    if (wanted.starts_with(rootName) && wanted.substr(rootName.size()).starts_with('.')) {
+        wanted.remove_prefix(rootName.size() + 1);
+    }
+    const auto byPath =
+        std::find_if(parameters.begin(), parameters.end(),
+                     [&](const AmiParameter& parameter) { return parameter.Path() == wanted; });
+    if (byPath != parameters.end()) {
+        return &*byPath;
+    }
+    const auto isNamed = [&](const AmiParameter& parameter) { return parameter.name == wanted; };
+    const auto first = std::find_if(parameters.begin(), parameters.end(), isNamed);
+    if (first == parameters.end() || std::any_of(first + 1, parameters.end(), isNamed)) {
+        return nullptr;
+    }
+    return &*first;
+}
+
+std::optional<std::string> AmiFile::Reserved(std::string_view wanted) const
+{
+    for (const AmiParameter& parameter : parameters) {
+        if (parameter.reserved && parameter.Path() == wanted && !parameter.defaultValue.empty()) {
+            return parameter.defaultValue;
+        }
+    }
+    return std::nullopt;
+}
+
+AmiFile ReadAmiFile(const std::filesystem::path& path)
+{
+    return ParseAmiText(ReadTextFile(path), path);
+}
+
+AmiFile ParseAmiText(std::string_view text, const std::filesystem::path& path)
+{
+    return InterpretAmiTree(ParseAmiTree(text, path), path);
+}
+
+}  // namespace ibis

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+
+#include "ibis/AmiFile.hpp"
+#include "ibis/AmiTree.hpp"
+
+namespace ibis {
+
+/// The meaning of an .ami file's tree: which lists are branches, which parameters, and what each
+/// states. Throws FileError at the first parameter that cannot be understood.
+AmiFile InterpretAmiTree(const AmiNode& root, const std::filesystem::path& path);
+
+}  // namespace ibis

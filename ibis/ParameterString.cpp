@@ -1,0 +1,172 @@
+#include "ibis/ParameterString.hpp"
+
+#include <algorithm>
+#include <numeric>
+
+#include "ibis/AmiValue.hpp"
+#include "ibis/TextFile.hpp"
+
+namespace ibis {
+namespace {
+
+/// Number of characters to insert, drop or replace to get from one word to the other.
+size_t EditDistance(const std::string& from, const std::string& to)
+{
+    std::vector<size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < from.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 0; j < to.size(); ++j) {
+            const size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+std::vector<std::string> InputPaths(const AmiFile& file)
+{
+    std::vector<std::string> paths;
+    for (const AmiParameter& parameter : file.parameters) {
+        if (parameter.IsInput()) {
+            paths.push_back(parameter.Path());
+        }
+    }
+    return paths;
+}
+
+[[noreturn]] void FailUnknown(const AmiFile& file, const std::string& name)
+{
+    std::vector<std::string> candidates;
+    for (const AmiParameter& parameter : file.parameters) {
+        if (parameter.name == name) {
+            candidates.push_back(parameter.Path());
+        }
+    }
+    if (!candidates.empty()) {
+        throw FileError(file.path,
+                        fmt::format("'{}' could be {}", name, Joined(candidates, " or ")));
+    }
+    const std::vector<std::string> known = InputPaths(file);
+    const std::string nearest = NearestName(name, known);
+    throw FileError(
+        file.path,
+        fmt::format("no parameter '{}'{}; {}", name,
+                    nearest.empty() ? "" : fmt::format(" (did you mean {}?)", nearest),
+                    known.empty() ? "the model has no inputs"
+                                  : fmt::format("the inputs are {}", Joined(known, ", "))));
+}
+
+std::string Written(Type type, const std::string& value)
+{
+    return type == Type::String ? fmt::format("\"{}\"", value) : value;
+}
+
+/// What follows the name in a leaf: one value, the numbers of a distribution, or a table's rows.
+std::string LeafData(const AmiParameter& parameter, const std::string& value)
+{
+    switch (parameter.format) {
+        case Format::Gaussian:
+        case Format::DualDirac:
+        case Format::DjRj:
+            return Joined(parameter.values, " ");
+        case Format::Table:
+            break;
+        default:
+            return Written(parameter.type, value);
+    }
+    std::string text;
+    for (const auto& row : parameter.rows) {
+        text += text.empty() ? "(" : " (";
+        for (size_t i = 0; i < row.size(); ++i) {
+            const Type type = parameter.columns[std::min(i, parameter.columns.size() - 1)];
+            text.append(i == 0 ? "" : " ").append(Written(type, row[i]));
+        }
+        text += ')';
+    }
+    return text;
+}
+
+}  // namespace
+
+std::pair<std::string, std::string> SplitOverride(std::string_view text)
+{
+    const size_t equals = text.find('=');
+    const std::string_view name = Trimmed(text.substr(0, equals));
+    if (equals == text.npos || name.empty()) {
+        throw FileError(fmt::format("'{}': expected Name=Value", text));
+    }
+    return {std::string(name), std::string(Trimmed(text.substr(equals + 1)))};
+}
+
+std::string NearestName(std::string_view name, const std::vector<std::string>& known)
+{
+    std::string nearest;
+    const std::string wanted = Lowercase(name);
+    size_t least = std::max<size_t>(2, wanted.size() / 3) + 1;
+    for (const std::string& candidate : known) {
+        const size_t distance = EditDistance(wanted, Lowercase(candidate));
+        if (distance < least && distance < std::max<size_t>(wanted.size(), 2)) {
+            least = distance;
+            nearest = candidate;
+        }
+    }
+    return nearest;
+}
+
+std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter, std::string_view value)
+{
+    const auto fail = [&](const std::string& message) {
+        return FileError(file.path, parameter.line,
+                         fmt::format("{} = {}: {}", parameter.Path(), value, message));
+    };
+    if (!parameter.IsInput()) {
+        throw fail(fmt::format("its Usage is {}, so it cannot be set", Name(parameter.usage)));
+    }
+    if (value.find_first_of("\"\r\n") != value.npos) {
+        throw fail("a value can hold neither quotes nor line breaks");
+    }
+    const auto admitted = Admitted(parameter, value);
+    if (!admitted) {
+        throw fail(fmt::format("expected {}: {}", Name(parameter.type), parameter.AllowedValues()));
+    }
+    return *admitted;
+}
+
+std::string ParameterString(const AmiFile& file, const Overrides& overrides)
+{
+    std::vector<std::string> values;
+    for (const AmiParameter& parameter : file.parameters) {
+        values.push_back(parameter.defaultValue);
+    }
+    for (const auto& [name, value] : overrides) {
+        const AmiParameter* parameter = file.Find(name);
+        if (!parameter) {
+            FailUnknown(file, name);
+        }
+        values[static_cast<size_t>(parameter - file.parameters.data())] =
+            CheckedValue(file, *parameter, value);
+    }
+
+    std::string text = fmt::format("({}", file.rootName);
+    std::vector<std::string> open;
+    for (size_t i = 0; i < file.parameters.size(); ++i) {
+        const AmiParameter& parameter = file.parameters[i];
+        if (!parameter.IsInput()) {
+            continue;
+        }
+        const auto common = std::mismatch(open.begin(), open.end(), parameter.groups.begin(),
+                                          parameter.groups.end());
+        text.append(static_cast<size_t>(open.end() - common.first), ')');
+        for (auto group = common.second; group != parameter.groups.end(); ++group) {
+            text.append(" (").append(*group);
+        }
+        open = parameter.groups;
+
+        text += fmt::format(" ({} {})", parameter.name, LeafData(parameter, values[i]));
+    }
+    return text.append(open.size() + 1, ')');
+}
+
+}  // namespace ibis

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ibis/FileError.hpp"
+
+namespace ibis {
+
+/// The whole file. Throws FileError if it cannot be read, or holds zero bytes as no text does.
+std::string ReadTextFile(const std::filesystem::path& path);
+
+/// Blank-separated words of a line.
+std::vector<std::string_view> Words(std::string_view line);
+
+std::string_view Trimmed(std::string_view text);
+std::string Lowercase(std::string_view text);
+
+std::string Joined(const std::vector<std::string>& texts, std::string_view between);
+
+}  // namespace ibis

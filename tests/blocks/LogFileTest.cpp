@@ -1,0 +1,65 @@
+#include "blocks/LogFile.hpp"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include "tests/TemporaryFolder.hpp"
+
+namespace {
+
+TEST(LogFile, AppendsWhatAStreamWouldPrint)
+{
+    const TemporaryFolder folder;
+    std::ostringstream expected;
+    {
+        LogFile("log");
+    }
+    EXPECT_FALSE(std::filesystem::exists("log"));
+    LogFile("log").Touch();
+    EXPECT_TRUE(std::filesystem::is_empty("log"));
+    for (size_t iOpening = 0; iOpening < 3; ++iOpening) {
+        LogFile log("log");
+        for (const double d : {0.0, -0.0, 1.0, -1.0, 0.5, 999999.0, 1e6, 1234567.0, 123456.5, 1e-5,
+                               1e-4, 4e9, 1e300, 5e-324, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
+            log.Print(d);
+            log.Print("\t");
+            expected << d << '\t';
+        }
+        for (const int i : {0, 7, -12, INT_MAX, INT_MIN}) {
+            log.Print(i);
+            expected << i;
+        }
+        const std::string text(5000 * iOpening, 'x');  // beyond one buffer
+        log.Print(text.c_str());
+        expected << text;
+    }
+    EXPECT_EQ((std::ostringstream() << std::ifstream("log").rdbuf()).str(), expected.str());
+}
+
+TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory("directory");
+    for (const char* pPath : {"listened", "unheard"}) ASSERT_EQ(mkfifo(pPath, 0600), 0);
+    const int iReader = open("listened", O_RDONLY | O_NONBLOCK);
+    for (const char* pPath : {"directory", "listened", "unheard", "missing/log", "/dev/full", ""}) {
+        LogFile log(pPath);
+        log.Touch();
+        log.Print(std::string(9000, 'x').c_str());
+        log.Print(1.5);
+    }
+    char cByte = 0;
+    EXPECT_EQ(read(iReader, &cByte, 1), 0);
+    close(iReader);
+    EXPECT_TRUE(std::filesystem::is_empty("directory"));
+    EXPECT_FALSE(std::filesystem::exists("missing"));
+}
+
+}  // namespace

@@ -1,0 +1,211 @@
+#include "host/channel/ChannelResponse.hpp"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <numbers>
+#include <numeric>
+
+#include "host/Error.hpp"
+#include "tests/TemporaryFolder.hpp"
+
+namespace amisim {
+namespace {
+
+using Complex = std::complex<double>;
+
+constexpr double kSample = 1.5e-12;  // s
+const Complex kJ(0.0, 1.0);
+
+double Omega(double f)
+{
+    return 2.0 * std::numbers::pi * f;
+}
+
+Complex Delay(double f, double samples)
+{
+    return std::exp(-kJ * Omega(f) * samples * kSample);
+}
+
+Complex LowPass(double f, double corner)
+{
+    return 1.0 / (1.0 + kJ * f / corner);
+}
+
+FrequencyResponse Tabulated(const std::function<Complex(double)>& response, double step,
+                            double last, double first)
+{
+    FrequencyResponse table;
+    for (double f = first; f < last + 0.5 * step; f += step) {
+        table.frequency.push_back(f);
+        table.value.push_back(response(f));
+    }
+    return table;
+}
+
+FrequencyResponse Tabulated(const std::function<Complex(double)>& response, double step = 10e6,
+                            double last = 40e9)
+{
+    return Tabulated(response, step, last, step);
+}
+
+TEST(ChannelResponse, AnIdealDelayIsADelayedImpulse)
+{
+    for (const double samples : {0.0, 100.0, 100.3, 8000.5}) {
+        for (const double gain : {1.0, -0.5}) {
+            const ChannelResponse channel = MakeChannelResponse(
+                Tabulated([&](double f) { return gain * Delay(f, samples); }, 20e6), kSample);
+            EXPECT_EQ(channel.delay, static_cast<std::size_t>(std::lround(samples)));
+            ASSERT_EQ(channel.taps.size(), 1U) << samples;
+            EXPECT_NEAR(channel.taps[0], gain, 1e-9);
+            EXPECT_NEAR(channel.shift / kSample, static_cast<double>(channel.delay) - samples,
+                        1e-6);
+            EXPECT_LT(channel.removedFraction, 1e-20);
+        }
+    }
+}
+
+TEST(ChannelResponse, AnRcHasItsExactStepResponse)
+{
+    // 1 - exp(-t / RC), at the middle of the sample intervals over which the taps sum.
+    for (const double corner : {0.5e9, 2e9}) {
+        for (const double first : {0.0, 10e6, 50e6}) {
+            const ChannelResponse channel = MakeChannelResponse(
+                Tabulated([&](double f) { return LowPass(f, corner) * Delay(f, 200.0); }, 10e6,
+                          40e9, first),
+                kSample);
+            const std::vector<double> step = channel.Step();
+            double worst = 0.0;
+            for (std::size_t n = 0; n < step.size(); ++n) {
+                const double t = (static_cast<double>(n) + 0.5 - 200.0) * kSample - channel.shift;
+                const double exact = t > 0.0 ? -std::expm1(-Omega(corner) * t) : 0.0;
+                worst = std::max(worst, std::abs(step[n] - exact));
+            }
+            EXPECT_LT(worst, 1e-3) << corner << " Hz from " << first << " Hz";
+            EXPECT_NEAR(step.back(), channel.dcGain, 1e-3);
+        }
+    }
+}
+
+TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
+{
+    struct Row
+    {
+        const char* name;
+        std::function<Complex(double)> response;
+        double step;
+        double tolerance;
+    };
+    const auto line = [](double f) {  // skin effect, which is causal with this phase
+        return std::exp(-(1.0 + kJ) * std::sqrt(f / 8e9)) * Delay(f, 3000.0);
+    };
+    const Row rows[] = {
+        {"two poles and an echo",
+         [](double f) {
+             return LowPass(f, 3e9) * LowPass(f, 7e9) * Delay(f, 700.0) *
+                    (1.0 + 0.3 * Delay(f, 500.0));
+         },
+         10e6, 5e-3},
+        {"skin effect", line, 10e6, 3e-3},
+        {"coarse", [](double f) { return LowPass(f, 5e9) * Delay(f, 4000.0); }, 100e6, 1e-3},
+        {"inverted", [&](double f) { return -line(f); }, 10e6, 3e-3},
+        {"crosstalk",
+         [](double f) {
+             return kJ * f / 20e9 * LowPass(f, 5e9) * LowPass(f, 9e9) * Delay(f, 300.0);
+         },
+         10e6, 1e-3},
+    };
+    for (const Row& row : rows) {
+        const FrequencyResponse data = Tabulated(row.response, row.step, 20e9);
+        const ChannelResponse channel = MakeChannelResponse(data, kSample);
+        EXPECT_LT(channel.removedFraction, 1e-4) << row.name;
+        double worst = 0.0;
+        for (std::size_t k = 20; k < data.frequency.size(); k += 20) {
+            Complex sum = 0.0;
+            for (std::size_t n = 0; n < channel.taps.size(); ++n) {
+                sum += channel.taps[n] *
+                       Delay(data.frequency[k],
+                             static_cast<double>(channel.delay + n) - channel.shift / kSample);
+            }
+            worst = std::max(worst, std::abs(sum - data.value[k]));
+        }
+        EXPECT_LT(worst, row.tolerance) << row.name;
+    }
+}
+
+TEST(ChannelResponse, ExtrapolatesToDcAsTheDataFall)
+{
+    const auto dcGain = [](const std::function<Complex(double)>& response) {
+        return MakeChannelResponse(Tabulated(response, 10e6, 20e9, 50e6), kSample).dcGain;
+    };
+    EXPECT_NEAR(dcGain([](double f) { return 0.5 * LowPass(f, 5e9); }), 0.5, 1e-4);
+    EXPECT_NEAR(dcGain([](double f) { return 0.9 * std::exp(-(1.0 + kJ) * std::sqrt(f / 8e9)); }),
+                0.9, 1e-4);
+    EXPECT_EQ(dcGain([](double f) { return (1.0 - LowPass(f, 1e9)) * LowPass(f, 5e9); }), 0.0);
+}
+
+TEST(ChannelResponse, RemovesAndReportsWhatPrecedesTheMainDelay)
+{
+    const auto withPrecursor = [](double size, double early) {  // up to half the sampling rate
+        const auto both = [&](double f) {
+            return Delay(f, 300.0) + size * Delay(f, 300.0 - early);
+        };
+        return MakeChannelResponse(Tabulated(both, 50e6, 0.5 / kSample), kSample);
+    };
+    const ChannelResponse small = withPrecursor(0.005, 100.0);
+    EXPECT_EQ(small.delay, 300U);
+    EXPECT_NEAR(small.removedFraction, 0.005 * 0.005, 1e-6);
+    const ChannelResponse path = withPrecursor(0.05, 100.0);  // too strong for an artefact
+    EXPECT_EQ(path.delay, 200U);
+    EXPECT_NEAR(path.taps[0], 0.05, 1e-3);
+    const ChannelResponse impossible = withPrecursor(0.05, 400.0);  // before it was sent
+    EXPECT_EQ(impossible.delay, 300U);
+    EXPECT_GT(impossible.removedFraction, 0.9 * 0.05 * 0.05);
+}
+
+TEST(ChannelResponse, SaysWhatAUserShouldKnow)
+{
+    const TemporaryFolder folder;
+    std::ofstream file("line.s4p");
+    file << "# GHz S RI R 50\n";
+    for (int k = 1; k <= 200; ++k) {  // 1->3 and 2->4, with a gain of 1.1
+        const Complex s = 1.1 * LowPass(k * 0.1e9, 2e9) * Delay(k * 0.1e9, 1000.0);
+        const std::string through = fmt::format("{} {}", s.real(), s.imag());
+        file << fmt::format(
+            "{0} 0 0 0 0 {1} 0 0\n0 0 0 0 0 0 {1}\n{1} 0 0 0 0 0 0\n0 0 {1} 0 0 0 0\n", k * 0.1,
+            through);
+    }
+    file.close();
+    const ChannelResponse channel = ReadChannel("line.s4p", "", kSample);
+    const std::vector<std::string> expected{
+        "ports 1->3 and 2->4 by their through terms",
+        "extrapolated from 100 MHz down to 0 Hz, where the gain is 1.1000",
+        "extrapolated beyond 20 GHz with -19.8 dB per decade",
+        "% of the energy came before the main delay of 1.5 ns and was removed",
+        "not passive: a gain of 1.0986 at 0.1 GHz"};
+    ASSERT_EQ(channel.notes.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_NE(channel.notes[i].find(expected[i]), std::string::npos) << channel.notes[i];
+    }
+    EXPECT_NEAR(ReadChannel("line.s4p", "31,42", kSample).Step().back(), 1.1, 1e-2);
+    EXPECT_THROW(ReadChannel("line.s4p", "12,34", kSample), Error);  // nothing goes through there
+
+    const auto echoes = [](double f) { return 1.0 + 0.3 * Delay(f, 12000.0); };
+    EXPECT_NE(
+        MakeChannelResponse(Tabulated(echoes, 25e6), kSample).notes.back().find("not died out"),
+        std::string::npos);
+    EXPECT_NE(MakeChannelResponse(Tabulated([](double f) { return Delay(f, -50.0); }), kSample)
+                  .notes.back()
+                  .find("before they are sent"),
+              std::string::npos);
+    EXPECT_THROW(MakeChannelResponse({{1e9, 2e9, 3e9}, {1, 1, 1}}, kSample), Error);
+    EXPECT_THROW(MakeChannelResponse({{1e9, 1e9 + 1, 1e9 + 2, 1e9 + 3}, {1, 1, 1, 1}}, kSample),
+                 Error);
+    EXPECT_THROW(MakeChannelResponse({{1e9, 2e9, 3e9, 4e9}, {0, 0, 0, 0}}, kSample), Error);
+}
+
+}  // namespace
+}  // namespace amisim

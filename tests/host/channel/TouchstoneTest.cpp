@@ -1,0 +1,239 @@
+#include "host/channel/Touchstone.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "host/Error.hpp"
+#include "tests/ibis/Support.hpp"
+
+namespace amisim {
+namespace {
+
+using Complex = std::complex<double>;
+
+const std::string kHead2 =
+    "[Version] 2.0\n# MHz S RI R 50\n[Number of Ports] 2\n[Two-Port Data Order] 12_21\n";
+
+void ExpectNear(Complex actual, Complex expected)
+{
+    EXPECT_NEAR(std::abs(actual - expected), 0.0, 1e-12) << actual << " for " << expected;
+}
+
+TEST(Touchstone, ReadsEveryNotation)
+{
+    struct Row
+    {
+        const char* name;
+        std::string text;
+        double frequency;
+        Complex s11, s21, s12;
+    };
+    const Complex j(0.0, 1.0);
+    const Complex turned = std::polar(0.5, std::numbers::pi / 6.0);
+    const Row rows[] = {
+        {"a.s2p", "! remark\n# Hz S RI R 50\n1e9 0.1 0 0 0.2 0.3 0 0 0 ! remark\n", 1e9, 0.1,
+         0.2 * j, 0.3},
+        {"a.S2P", "#\r\n1 0.1 0 0.2 90 0.3 0 0 0\r\n", 1e9, 0.1, 0.2 * j, 0.3},
+        {"a.s2p", "#db KHZ\n+1 -20 0 0 90 0 180 0 0\n# MHz RI\n", 1e3, 0.1, j, -1.0},
+        {"a.s2p", "# s mhz r 75 ma\n1 0.1 0 .5 30 0 0 0 0\n2 0 0 0 0 0 0 0 0\n1.5 1 2 3 4\n7 8\n",
+         1e6, 0.1, turned, 0.0},
+        {"a.ts",
+         kHead2 + "[Number of Frequencies] 1\n[Reference]\n50\n75\n[Network Data]\n"
+                  "1 0.1 0 0.3 0 0 0.2 0 0\n[Noise Data]\n1 2 3 4 5\n[End]\nrubbish\n",
+         1e6, 0.1, 0.2 * j, 0.3},
+        {"a.ts",
+         kHead2 + "[Matrix Format] Lower\n[Begin Information]\n# [any] text\n[End Information]\n"
+                  "[Network Data]\n1 0.1 0\n0 0.2 0 0\n[End]\n",
+         1e6, 0.1, 0.2 * j, 0.2 * j},
+        {"a.ts", kHead2 + "[Matrix Format] Upper\n[Network Data]\n1 0.1 0 0 0.2 0 0\n[End]\n", 1e6,
+         0.1, 0.2 * j, 0.2 * j},
+        // Each mode on its own: SDD = 0.4, SCC = 0.2, so that S11 is their mean and S21 half their
+        // difference.
+        {"a.ts",
+         kHead2 + "[Mixed-Mode Order] D1,2 C1,2\n[Network Data]\n1 .4 0 0 0 0 0 .2 0\n[End]\n", 1e6,
+         0.3, -0.1, -0.1},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text);
+        const SParameters s = ParseTouchstone(row.text, row.name);
+        ASSERT_EQ(s.ports, 2);
+        EXPECT_DOUBLE_EQ(s.frequency[0], row.frequency);
+        ExpectNear(s.At(0, 1, 1), row.s11);
+        ExpectNear(s.At(0, 2, 1), row.s21);
+        ExpectNear(s.At(0, 1, 2), row.s12);
+    }
+    EXPECT_EQ(ParseTouchstone(rows[3].text, "a.s2p").frequency.size(), 2U);
+    EXPECT_EQ(ParseTouchstone(rows[3].text, "a.s2p").reference, (std::vector{75.0, 75.0}));
+    EXPECT_EQ(ParseTouchstone(rows[4].text, "a.ts").reference, (std::vector{50.0, 75.0}));
+}
+
+TEST(Touchstone, ReadsMatricesOfMorePortsHoweverTheirLinesAreWrapped)
+{
+    for (const char* breaks : {"\n", " "}) {
+        std::string text = "# GHz S RI\n";
+        for (int k = 1; k <= 2; ++k) {
+            text += std::to_string(k);
+            for (int i = 11; i < 27; ++i) {
+                text += fmt::format(" {} {}{}", i, k, (i - 11) % 4 == 3 && i < 26 ? breaks : "");
+            }
+            text += '\n';
+        }
+        const SParameters s = ParseTouchstone(text, "four.s4p");
+        ASSERT_EQ(s.frequency.size(), 2U);
+        EXPECT_EQ(s.At(1, 1, 2), Complex(12, 2));
+        EXPECT_EQ(s.At(1, 4, 1), Complex(23, 2));
+        EXPECT_EQ(s.Term(4, 3).value[0], Complex(25, 1));
+    }
+}
+
+TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
+{
+    const std::string four = "# GHz S RI\n1 1 0 1 0 1 0 1 0\n1 0 1 0 1 0 1 0\n";
+    struct Row
+    {
+        const char* name;
+        std::string text;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"a.s2p", "", "a.s2p: holds no network data"},
+        {"a.s2p", "1 2 3",
+         "a.s2p:1: expected the option line '# GHz S MA R 50' before the data, found "
+         "'1'"},
+        {"a.s2p", "# THz", "a.s2p:1: expected '# Hz|kHz|MHz|GHz S RI|MA|DB R ohms', found 'thz'"},
+        {"a.s2p", "# GHz Z", "a.s2p:1: expected S parameters, found z; convert the file to S"},
+        {"a.s2p", "# R 0", "a.s2p:1: expected a resistance in ohms after R"},
+        {"a.txt", "#\n1 2 3",
+         "a.txt:2: expected a file name that ends in .s2p, .s4p or their like"},
+        {"a.s2p", "#\n1 2 3 4 5 6 7 8 x", "a.s2p:2: expected a number, found 'x'"},
+        {"a.s2p", "#\n1 2 3 4 5 6 7 8 inf", "a.s2p:2: expected a number, found 'inf'"},
+        {"a.s2p", "#\n1 1e9 0 0 0 0 0 0 0",
+         "a.s2p:2: expected scattering parameters, found one of magnitude 1e+09"},
+        {"a.s2p", "#\n1 2 3 4 5 6 7 8",
+         "a.s2p:2: expected a frequency and pairs of values, found 8 numbers; are there really 2 "
+         "ports?"},
+        {"a.s2p", "#\n1 0 0 0 0 0 0 0 0\n1 0 0 0 0 0 0 0 0",
+         "a.s2p:3: expected a frequency above the one before, found 1"},
+        {"a.s2p", "#\n-1 0 0 0 0 0 0 0 0",
+         "a.s2p:2: expected a frequency above the one before, found -1"},
+        {"a.s4p", four + "1 0 1 0 1 0 1 0\n1 0 1 0 1 0",
+         "a.s4p:5: expected 33 numbers for the frequency of line 2, found 31; the file is "
+         "truncated"},
+        {"a.s4p", four + "1 0 1 0 1 0 1",
+         "a.s4p:4: expected pairs of values, found 7 numbers; are there really 4 ports?"},
+        {"a.s3p", four + "1 0 1 0 1 0 1 0\n",
+         "a.s3p:4: expected 19 numbers for the frequency of line 2 with 3 ports, found 25"},
+        {"a.s2p", four,
+         "a.s2p:3: expected a frequency and pairs of values, found 8 numbers; are there really 2 "
+         "ports?"},
+        {"a.ts", "[Number of Ports] 2",
+         "a.ts:1: expected [Version] 2.0 before the keyword [number of "
+         "ports]"},
+        {"a.ts", "[Version] 3", "a.ts:1: expected [Version] 2.0 or 2.1, found '3'"},
+        {"a.ts", kHead2 + "[Number of Ports] 1.5",
+         "a.ts:5: expected a whole number from 1 to 256, found "
+         "'1.5'"},
+        {"a.ts", kHead2 + "[Odd]", "a.ts:5: unknown keyword [odd]"},
+        {"a.ts", kHead2 + "[Mixed-Mode Order] D1,2 S2",
+         "a.ts:5: [Mixed-Mode Order] must name the D and C of each pair once and 2 modes in all"},
+        {"a.ts", kHead2 + "[Mixed-Mode Order] D1,3",
+         "a.ts:5: expected 2 of D2,3 C2,3 S4 and their like in [Mixed-Mode Order], found 'd1,3'"},
+        {"a.ts", kHead2 + "1 0 0", "a.ts:5: expected [Network Data] before the data, found '1'"},
+        {"a.ts", kHead2 + "[Network Data]\n1 0 0 0 0 0 0 0 0\n",
+         "a.ts:6: expected [End]; the file is "
+         "truncated"},
+        {"a.ts", kHead2 + "[Number of Frequencies] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
+         "a.ts:8: expected 2 frequencies as [Number of Frequencies] says, found 1"},
+        {"a.ts", "[Version] 2.0\n#\n[Network Data]",
+         "a.ts:3: expected [Number of Ports] before this "
+         "line"},
+        {"a.ts", "[Version] 2.0\n#\n[Number of Ports] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
+         "a.ts:6: expected [Two-Port Data Order] for a two-port of version 2"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(MessageOf([&] { ParseTouchstone(row.text, row.name); }), row.message);
+    }
+}
+
+/// A four-port of pure through terms: through between the ports that an order joins, a tenth of it
+/// between all others.
+SParameters FourPort(const DifferentialPorts& order, double through)
+{
+    SParameters s{4, {1e9}, std::vector(4, 50.0), std::vector<Complex>(16, 0.1 * through)};
+    const auto set = [&](int to, int from) {
+        s.values[static_cast<std::size_t>((to - 1) * 4 + from - 1)] = through;
+    };
+    for (const auto& [a, b] : {std::pair(order.inP, order.outP), {order.inN, order.outN}}) {
+        set(a, b);
+        set(b, a);
+    }
+    return s;
+}
+
+TEST(SParameters, PortOrderIsSeenInTheThroughTermsOrStated)
+{
+    for (const auto& [text, order] :
+         {std::pair("12,34", kPorts12_34), {"13,24", kPorts13_24}, {"14,23", kPorts14_23}}) {
+        EXPECT_EQ(ParsePortOrder(text), order);
+        EXPECT_EQ(DetectPortOrder(FourPort(order, 0.9)), order);
+        ExpectNear(Through(FourPort(order, 0.9), order).value[0], 0.9 - 0.09);
+    }
+    EXPECT_EQ(ParsePortOrder("21,43"), (DifferentialPorts{2, 4, 1, 3}));
+    for (const char* bad : {"", "12,33", "12.34", "15,23", "12,345"}) {
+        EXPECT_THROW(ParsePortOrder(bad), Error) << bad;
+    }
+    SParameters even = FourPort(kPorts12_34, 0.9);
+    std::fill(even.values.begin(), even.values.end(), 0.3);
+    EXPECT_THROW(DetectPortOrder(even), Error);
+    EXPECT_THROW(Through(SParameters{3, {1e9}, {50, 50, 50}, std::vector<Complex>(9)}, kPorts12_34),
+                 Error);
+}
+
+TEST(SParameters, MixedTermsFollowTheirDefinition)
+{
+    SParameters s = FourPort(kPorts12_34, 0.8);
+    s.values[4] = {0.0, 0.4};  // S21 only: the pair is skewed
+    const auto term = [&](Mode to, int toEnd, Mode from, int fromEnd) {
+        return MixedTerm(s, kPorts12_34, to, toEnd, from, fromEnd).value[0];
+    };
+    using enum Mode;
+    ExpectNear(term(Differential, 2, Differential, 1), Complex(0.4 - 0.08, 0.2));
+    ExpectNear(term(Common, 2, Common, 1), Complex(0.4 + 0.08, 0.2));
+    ExpectNear(term(Common, 2, Differential, 1), Complex(-0.4, 0.2));
+    ExpectNear(term(Differential, 2, Common, 1), Complex(-0.4, 0.2));
+    ExpectNear(term(Differential, 1, Differential, 1), 0.0);
+}
+
+TEST(SParameters, RenormalisedMatricesAreThoseOfTheSameNetwork)
+{
+    // A series resistor Z between ports of R: S11 = Z / (Z + 2R), S21 = 2R / (Z + 2R).
+    const auto series = [](double z, double r) {
+        const Complex s11 = z / (z + 2.0 * r);
+        const Complex s21 = 2.0 * r / (z + 2.0 * r);
+        return SParameters{2, {1e9}, {r, r}, {s11, s21, s21, s11}};
+    };
+    const SParameters there = Renormalise(series(30.0, 50.0), 75.0);
+    for (std::size_t i = 0; i < 4; ++i) {
+        ExpectNear(there.values[i], series(30.0, 75.0).values[i]);
+    }
+    EXPECT_EQ(there.reference, (std::vector{75.0, 75.0}));
+    SParameters uneven = Renormalise(series(30.0, 50.0), 50.0);
+    uneven.reference = {50.0, 20.0};
+    EXPECT_NE(Through(uneven, {}).value[0], uneven.At(0, 2, 1));
+    EXPECT_NEAR(FindPeakGain(series(30.0, 50.0)).gain, 1.0, 1e-12);  // both ports driven alike
+    EXPECT_NEAR(FindPeakGain(FourPort(kPorts12_34, 0.5)).gain, 0.5 + 0.15, 1e-12);
+}
+
+TEST(SParameters, LossIsReadBetweenThePoints)
+{
+    const FrequencyResponse response{{1e9, 3e9}, {0.1, 0.01}};
+    EXPECT_NEAR(LossAt(response, 1e9), 20.0, 1e-12);
+    EXPECT_NEAR(LossAt(response, 2e9), 30.0, 1e-12);
+    EXPECT_NEAR(LossAt(response, 3e9), 40.0, 1e-12);
+    EXPECT_THROW(LossAt(response, 4e9), Error);
+}
+
+}  // namespace
+}  // namespace amisim

@@ -1,0 +1,178 @@
+#include "ibis/IbsFile.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "ibis/ResolveModel.hpp"
+#include "tests/TemporaryFolder.hpp"
+#include "tests/ibis/Support.hpp"
+
+namespace ibis {
+namespace {
+
+constexpr const char* kTwo = R"([IBIS Ver] 7.0
+[Component] Left
+[Pin] signal model
+1 a Fast
+[Component] Right
+[Pin] signal model
+1 a Either
+2 b POWER
+[Model Selector] Either
+Slow slow corner | [Model] is not one here
+Fast fast corner
+[Model] Plain
+Model_type Output
+[comment char] #_char
+[MODEL] Slow   # a remark
+Model_type I/O
+[Algorithmic_Model]
+Executable Windows_VisualStudio2019_64 slow.dll slow.ami
+Executable_Tx Linux_gcc9.3_64 tx.so tx.ami
+Executable_Rx LINUX_gcc_13.2_64 sub/rx.so sub/rx.ami
+[End Algorithmic Model]
+[Ramp]
+Executable Linux_gcc_64 not.so an.ami
+[Model] Fast
+Model_type Input
+[Algorithmic Model]
+Executable Linux_gcc4.1_32 old.so old.ami
+Executable Windows_64 fast.dll fast.ami
+[End Algorithmic Model]
+[End]
+[Model] never read
+)";
+
+TEST(IbsFile, FindsAlgorithmicModelsAndTheirUsers)
+{
+    const IbsFile file = ParseIbsText(kTwo, "some/two.ibs");
+    EXPECT_EQ(file.components, (std::vector<std::string>{"Left", "Right"}));
+    ASSERT_EQ(file.models.size(), 2U);
+    const AlgorithmicModel& slow = file.models[0];
+    EXPECT_EQ(slow.name, "Slow");
+    EXPECT_EQ(slow.modelType, "I/O");
+    EXPECT_EQ(slow.components, std::vector<std::string>{"Right"});
+    EXPECT_EQ(file.models[1].components, (std::vector<std::string>{"Left", "Right"}));
+    ASSERT_EQ(slow.executables.size(), 3U);
+    EXPECT_EQ(slow.ForThisPlatform()->library, "some/sub/rx.so");
+    EXPECT_EQ(slow.ForThisPlatform()->ami, "some/sub/rx.ami");
+    EXPECT_EQ(slow.ForThisPlatform()->line, 20);
+    EXPECT_EQ(file.models[1].ForThisPlatform(), nullptr);
+
+    EXPECT_EQ(&file.Choose(""), &slow);  // the only one that runs here
+    EXPECT_EQ(&file.Choose("Fast"), &file.models[1]);
+    EXPECT_EQ(MessageOf([&] { file.Choose("fast"); }),
+              "some/two.ibs: no model 'fast' with an [Algorithmic Model]; there are Slow, Fast");
+}
+
+TEST(IbsFile, NamesWhatIsWrong)
+{
+    struct Row
+    {
+        const char* text;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"", "m.ibs: expected the keyword [IBIS Ver]; this is no .ibs file"},
+        {"[IBIS Ver] 7.0\n[Model", "m.ibs:2: expected ']' after the keyword"},
+        {"[IBIS Ver] 7.0\n[Comment Char] #",
+         "m.ibs:2: expected a character and _char after [Comment "
+         "Char]"},
+        {"[Algorithmic Model]", "m.ibs:1: expected [Algorithmic Model] within a [Model]"},
+        {"[End Algorithmic Model]", "m.ibs:1: [End Algorithmic Model] without [Algorithmic Model]"},
+        {"[Model] a\n[Algorithmic Model]\n[End]",
+         "m.ibs:2: expected an Executable line in the [Algorithmic Model] of 'a'"},
+        {"[Model] a\n[Algorithmic Model]\nExecutable Linux_gcc_64 a.so",
+         "m.ibs:3: expected Executable, platform, library and .ami file in [Algorithmic Model]"},
+        {"[Model] a\n[Algorithmic Model]\nExecutable L_64 a b\n[Model] a\n[Algorithmic "
+         "Model]\nExecutable L_64 a b",
+         "m.ibs:5: a second [Algorithmic Model] for model 'a'"},
+        {"[IBIS Ver] 7.0\n[Model] a", "m.ibs: no [Model] has an [Algorithmic Model] section"},
+        {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Windows_64 a b",
+         "m.ibs: no Executable line for 64-bit Linux; models: a"},
+        {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Linux_64 a b\n"
+         "[Model] b\n[Algorithmic Model]\nExecutable Linux_64 a b",
+         "m.ibs: several models to choose from, name one: a, b"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(MessageOf([&] { ParseIbsText(row.text, "m.ibs").Choose(""); }), row.message);
+    }
+}
+
+TEST(IbsFile, TheReceiversOwnFileNamesItsLibrary)
+{
+    const IbsFile file = ReadIbsFile(PACKAGE_FOLDER "/retimer.ibs");
+    const Executable* executable = file.Choose("").ForThisPlatform();
+    EXPECT_EQ(executable->library.filename(), "Retimer_RX_RT.so");
+    EXPECT_TRUE(std::filesystem::exists(executable->ami));
+    EXPECT_EQ(file.models[0].components.size(), 1U);
+}
+
+TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
+{
+    const TemporaryFolder folder;
+    const auto write = [](const char* name, const char* text) { std::ofstream(name) << text; };
+    std::filesystem::create_directory("sub");
+    write("two.ibs", kTwo);
+    write("sub/rx.ami", "(root)");
+    write("alone.so", "");
+    write("libfoo.so", "");
+    write("foo.ami", "(foo_root)");
+    write("orphan.ami", "(orphan)");
+    write("readme.txt", "");
+    write("binary.ami", "");
+    std::ofstream("binary.ami") << std::string("(\0)", 3);
+
+    EXPECT_EQ(MessageOf([] { ResolveModel("two.ibs"); }),
+              "two.ibs:20: names sub/rx.so, which does not exist");
+    EXPECT_EQ(ResolveAmiFile("two.ibs").rootName, "root");  // its library need not exist
+    write("sub/rx.so", "");
+
+    struct Row
+    {
+        const char* path;
+        const char* model;
+        const char* library;  // or the message
+        const char* root;
+    };
+    const Row rows[] = {
+        {"two.ibs", "", "sub/rx.so", "root"},
+        {"two.ibs", "Slow", "sub/rx.so", "root"},
+        {"sub/rx.ami", "", "sub/rx.so", "root"},
+        {"sub/rx.so", "", "sub/rx.so", "root"},
+        {"foo.ami", "", "libfoo.so", "foo_root"},
+        {"libfoo.so", "", "libfoo.so", "foo_root"},
+        {"alone.so", "", "alone.so", "alone"},
+        {"two.ibs", "Fast",
+         "two.ibs:24: model 'Fast' has no Executable line for 64-bit Linux, only for "
+         "Linux_gcc4.1_32, Windows_64",
+         nullptr},
+        {"foo.ami", "Fast", "foo.ami: a model name ('Fast') goes with an .ibs file only", nullptr},
+        {"orphan.ami", "",
+         "orphan.ami: expected the model's library orphan.so beside it; name the .ibs or the .so "
+         "instead",
+         nullptr},
+        {"readme.txt", "", "readme.txt: expected an .ibs, .ami or .so file", nullptr},
+        {"none.ibs", "", "none.ibs: does not exist", nullptr},
+        {"binary.ami", "", "binary.ami: is not a text file", nullptr},
+        {"sub", "", "sub: expected an .ibs, .ami or .so file", nullptr},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.path);
+        ResolvedModel model;
+        const std::string message = MessageOf([&] { model = ResolveModel(row.path, row.model); });
+        if (!row.root) {
+            EXPECT_EQ(message, row.library);
+            continue;
+        }
+        EXPECT_EQ(message, "");
+        EXPECT_EQ(model.library, folder.Path() / row.library);
+        EXPECT_EQ(model.rootName, row.root);
+    }
+    EXPECT_EQ(MessageOf([] { ResolveAmiFile("alone.so"); }),
+              "alone.so: has no alone.ami beside it");
+}
+
+}  // namespace
+}  // namespace ibis

@@ -1,0 +1,113 @@
+#include "runtime/ClockTimes.hpp"
+#include "runtime/CosineSign.hpp"
+#include "runtime/VCO.hpp"
+#include "tests/runtime/Support.hpp"
+
+namespace {
+
+using namespace Vantor;
+
+constexpr double dPi = 3.141592653589793, dTwoPi = 6.283185307179586;
+
+TEST(CosineIsPositive, AgreesWithTheCosine)
+{
+    Awkward random{1000};
+    const auto agrees = [](double t) { return CosineIsPositive(t) == (std::cos(t) > 0.0); };
+    for (int i = 0; i < 500000; ++i) {
+        const double t = random() * std::pow(10.0, random.Below(25));
+        ASSERT_TRUE(agrees(t)) << t;
+    }
+    for (int i = 0; i < 20000; ++i) {  // the doubles around a zero, the margin, and in between
+        const double dZero = std::floor(random() * std::pow(10.0, random.Below(9))) + 0.5;
+        double t = dZero * dPi;
+        for (int k = 0; k < 4; ++k) t = std::nextafter(t, -1e300);
+        for (int k = 0; k < 8; ++k, t = std::nextafter(t, 1e300)) ASSERT_TRUE(agrees(t)) << t;
+        for (const double dAway : {1e-12, 1e-9, 1e-7, 1.01e-7, 1e-6, 1e-3, 1.0})
+            for (const double dPart : {-1.0, random(), 1.0})
+                ASSERT_TRUE(agrees((dZero + dPart * dAway) * dPi)) << dZero;
+    }
+    for (const double t : {0.0, 1e8, HUGE_VAL, std::nan("")}) EXPECT_TRUE(agrees(t) && agrees(-t));
+}
+
+TEST(VCO, FollowsItsEquationsWithOrWithoutSinesOnRequest)
+{
+    Awkward finite{50, true}, any{100};
+    for (int iRound = 0; iRound < 200; ++iRound) {
+        const double dInterval = 3.1e-12, dFrequency = 1.03e10 + iRound * 7e6;
+        const double dSensitivity = iRound % 4 ? 1e7 * iRound : 1e10;
+        double dControl = 0.0, dPhase = iRound * 0.37, dPreviousCosine = 1.0, sines[2];
+        int clocks[2];
+        VCO plain, onRequest;
+        Attach(plain.Control, dControl, plain.Sine, sines[0], plain.Clock, clocks[0]);
+        Attach(onRequest.Control, dControl, onRequest.Sine, sines[1], onRequest.Clock, clocks[1]);
+        for (VCO* const vco : {&plain, &onRequest}) {
+            vco->SampleInterval = dInterval;
+            vco->FreeRunningFrequency = dFrequency;
+            vco->Sensitivity = dSensitivity;
+            vco->InitialPhase = dPhase;
+            ASSERT_TRUE(vco->Initialize() && vco->Run() && vco->Initialize());
+        }
+        plain.Amplitude = iRound % 3 == 0 ? 1.0 : -2.5;
+        onRequest.SineOnRequest = true;
+        for (int n = 0; n < 500; ++n) {
+            dControl = iRound % 2 == 0 ? finite() : any();
+            ASSERT_TRUE(plain.Run() && onRequest.Run());
+            dPhase += dControl * ((dTwoPi * dSensitivity) * dInterval);
+            const double dCosine = std::cos(n * (dInterval * (dTwoPi * dFrequency)) + dPhase);
+            ASSERT_TRUE(Same(sines[0], dCosine * plain.Amplitude)) << n;
+            ASSERT_EQ(clocks[0], sines[0] > 0.0) << n;
+            ASSERT_EQ(clocks[1], dCosine > 0.0) << n;
+            ASSERT_TRUE(n == 0 || Same(onRequest.PreviousSine(), dPreviousCosine)) << n;
+            dPreviousCosine = dCosine;
+            if (n % 7 == 0) onRequest.WriteSine();
+            ASSERT_TRUE(n % 7 != 0 || Same(sines[1], dCosine)) << n;
+        }
+        plain.SampleInterval = -dInterval * (iRound % 2);
+        EXPECT_EQ(Posted([&] { EXPECT_FALSE(plain.Initialize()); }),
+                  "SampleInterval must be a positive number.\n");
+        dControl = 0.0;
+        EXPECT_TRUE(plain.Run());  // restarted all the same
+        EXPECT_TRUE(Same(sines[0], std::cos(iRound * 0.37) * plain.Amplitude));
+    }
+}
+
+TEST(ClockTimes, GivesTheFirstSampleAtTheNewLevel)
+{
+    const struct
+    {
+        int iEdgeKind;
+        std::vector<int> clock, edges;  // levels, and what is reported, in firings or -1
+    } table[] = {
+        {1, {0, 0, 1, 1, 0, 1}, {-1, -1, 2, -1, -1, 5}},
+        {1, {1, 1, 0, 1}, {-1, -1, -1, 3}},
+        {1, {0, 1, 2, -3, 5}, {-1, 1, -1, -1, 4}},
+        {0, {1, 0}, {-1, 1}},
+        {0, {0, 0, 1, 1, 0, 2, -1}, {-1, -1, -1, -1, 4, -1, 6}},
+        {2, {0, 1, 0, 1}, {-1, -1, -1, -1}},
+        {1, {1, 0, 1}, {-1, -1, 2}},
+    };
+    int iClock = 0;
+    double dEdgeTime = 0.0;
+    ClockTimes times;
+    Attach(times.Clock, iClock, times.EdgeTime, dEdgeTime);
+    for (const auto& row : table) {
+        for (const double dOffset : {0.0, 3e-11}) {
+            times.EdgeKind = row.iEdgeKind;
+            times.TimeOffset = dOffset;
+            ASSERT_TRUE(times.Initialize());
+            for (size_t n = 0; n < row.clock.size(); ++n) {
+                iClock = row.clock[n];
+                ASSERT_TRUE(times.Run());
+                EXPECT_EQ(dEdgeTime, row.edges[n] < 0 ? -1.0 : row.edges[n] * 1e-10 + dOffset);
+            }
+        }
+    }
+    times.SampleInterval = 0.0;
+    EXPECT_EQ(Posted([&] { EXPECT_FALSE(times.Initialize()); }),
+              "SampleInterval must be larger than 0.\n");
+    times.SampleInterval = 1.0;
+    for (iClock = 0; iClock < 2; ++iClock) EXPECT_TRUE(times.Run());
+    EXPECT_EQ(dEdgeTime, 4.0 + 3e-11);  // the failure left the count as it was
+}
+
+}  // namespace
