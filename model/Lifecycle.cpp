@@ -89,7 +89,7 @@ bool Retimer_RX_RT::Initialize()
     if (!FireEverything && !m_bank.Initialize(Ctle.GetMostTaps(), *Kernel)) return false;
     Netlist net;
     Describe(net);
-    if (!m_stores.Bind(net)) return false;
+    if (!m_stores.Bind(net, !FireEverything)) return false;
 
     m_bFirstFiring = true;
     bool bOk = ClockTimes1.Initialize();

@@ -1,5 +1,6 @@
 #include "model/Netlist.hpp"
 
+#include <functional>
 #include <new>
 
 namespace {
@@ -13,7 +14,20 @@ size_t SizeOf(const Connection& connection)
 
 }  // namespace
 
-bool TokenStores::Bind(const Netlist& netlist)
+const Connection& Netlist::GetOrigin(const Connection& connection) const
+{
+    const Vantor::CircularBufferBase* const pProducer = connection.Producer.Buffer;
+    for (size_t i = 0; i < m_iForks; ++i) {
+        const ForkPorts& fork = m_forks[i];
+        const std::less<> before;
+        if (before(pProducer, fork.FirstOutput) || !before(pProducer, fork.EndOfOutputs)) continue;
+        for (const Connection& feeding : *this)
+            if (feeding.Consumer.Buffer == fork.Input) return GetOrigin(feeding);
+    }
+    return connection;
+}
+
+bool TokenStores::Bind(const Netlist& netlist, bool bShareForks)
 {
     Free();
     size_t iBytes = 0;
@@ -27,6 +41,13 @@ bool TokenStores::Bind(const Netlist& netlist)
             if (end.Buffer) end.Buffer->SetBuffer(pStore, connection.Tokens, 1, end.Start);
         if (connection.InitialToken) connection.Consumer.Buffer->Zero(0, 1, nullptr);
         pStore += SizeOf(connection);
+    }
+    for (const Connection& connection : netlist) {
+        const Connection& origin = netlist.GetOrigin(connection);
+        if (!bShareForks || &origin == &connection) continue;
+        void* const pOrigin = origin.Producer.Buffer->GetBufferMemory();
+        for (const Connection::End& end : {connection.Producer, connection.Consumer})
+            if (end.Buffer) end.Buffer->SetBuffer(pOrigin, 1, 1, 0);
     }
     m_iStores = netlist.GetSize();
     return true;

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "runtime/CircularBuffer.hpp"
+#include "runtime/Fork.hpp"
 
 /// One end of a connection: a port buffer, the expression that names it, and the value of the
 /// index in that expression where the port is one of many.
@@ -79,6 +80,18 @@ public:
         Append<T>({EndAt(producer), {}});
     }
 
+    /// Tells that a block only copies its input to its outputs: their stores may then be one.
+    template <class Buffer>
+    void Copies(Vantor::Fork<Buffer>& fork)
+    {
+        assert(m_iForks < MostForks);
+        m_forks[m_iForks++] = {&fork.Input, fork.Outputs.begin(), fork.Outputs.end()};
+    }
+
+    /// Where the tokens of this connection come from before any fork has copied them; the
+    /// connection itself where there is no fork.
+    const Connection& GetOrigin(const Connection& connection) const;
+
     size_t GetSize() const { return m_iSize; }
     const Connection* begin() const { return m_connections; }
     const Connection* end() const { return m_connections + m_iSize; }
@@ -98,17 +111,30 @@ private:
         m_connections[m_iSize++] = connection;
     }
 
+    static constexpr size_t MostForks = 16;
+
+    /// A fork's input, and the array that its outputs stand in.
+    struct ForkPorts
+    {
+        const Vantor::CircularBufferBase* Input;
+        const Vantor::CircularBufferBase* FirstOutput;
+        const Vantor::CircularBufferBase* EndOfOutputs;
+    };
+
     Connection m_connections[Capacity];
     size_t m_iSize = 0;
+    ForkPorts m_forks[MostForks];
+    size_t m_iForks = 0;
 };
 
 /// The storage behind a netlist's connections, in one piece so that it stays close together.
 class TokenStores
 {
 public:
-    /// Gives every connection its tokens, all zero, and attaches both ends. False when memory has
-    /// run out; nothing is attached then.
-    bool Bind(const Netlist& netlist);
+    /// Gives every connection its tokens, all zero, and attaches both ends. With bShareForks the
+    /// connections behind a fork stand on the store before it, so that the fork need not fire: the
+    /// token is there already. False when memory has run out; nothing is attached then.
+    bool Bind(const Netlist& netlist, bool bShareForks);
 
     /// Frees the tokens. The ports are not told.
     void Free();

@@ -112,6 +112,11 @@ private:
     void DescribeAdaptation(Netlist& net);
     void DescribeOutput(Netlist& net);
 
+    template <class Buffer>
+    bool RunFork(Vantor::Fork<Buffer>& fork)
+    {
+        return !FireEverything || fork.Run();
+    }
     bool RunConstants();
     bool RunResponses();
     bool RunSelectedResponse();

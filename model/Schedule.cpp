@@ -9,6 +9,7 @@
 //                                       a rising edge
 //   the VCO's sine and its copies       while nobody looks: the eye monitor at rest, no transition
 //   the detector and its converters     without a transition of the data
+//   forks                               always: what they would copy stands there already
 //
 // A firing that failed is followed by a full one, since a block that fails says so every time.
 
@@ -50,15 +51,15 @@ bool Retimer_RX_RT::Run()
 
     if (bAwake) {
         --m_iAwake;
-        bOk &= ClockFork.Run();
-        bOk &= Dfe.Line.DfeClockFork.Run();
+        bOk &= RunFork(ClockFork);
+        bOk &= RunFork(Dfe.Line.DfeClockFork);
         bOk &= AdaptStart.Run();
         bOk &= RunDecisionDelays();
         bOk &= EyeRequestHold.Run();
         bOk &= EyeRequestHoldToInt.Run();
         bOk &= Adapt1.Run();
         bOk &= RunTaps();
-        bOk &= EyeRequestFork.Run();
+        bOk &= RunFork(EyeRequestFork);
         bOk &= EomStart.Run();
         EomStart.Output.Advance();
         bOk &= EqLevelToDouble.Run();
@@ -68,14 +69,14 @@ bool Retimer_RX_RT::Run()
     bOk &= RunSelectedResponse();
 
     bOk &= Dfe.Line.DfeSum.Run();
-    bOk &= Dfe.Line.DfeFork.Run();
-    bOk &= EqualizedFork.Run();
+    bOk &= RunFork(Dfe.Line.DfeFork);
+    bOk &= RunFork(EqualizedFork);
     if (bEyeWatched) bOk &= Eom1.Run();
     if (bAwake) {
         Eom1.Start.Advance();
         bOk &= EyeRequestToDouble.Run();
         bOk &= Dfe.Line.Slicer.Run();
-        bOk &= Dfe.Line.DecisionFork[0].Run();
+        bOk &= RunFork(Dfe.Line.DecisionFork[0]);
     }
 
     if (bEverything || Cdr.Phase.Detector.SeesTransition(Cdr.Phase.Data[0])) {
@@ -85,7 +86,7 @@ bool Retimer_RX_RT::Run()
         bOk &= Cdr.PhaseToDouble.Run();
     }
     bOk &= Cdr.RunFilter();
-    bOk &= Cdr.LoopFork.Run();
+    bOk &= RunFork(Cdr.LoopFork);
 
     bOk &= ClockTimes1.Run();
     if (bAwake) bOk &= ClockToDouble.Run();
@@ -120,7 +121,7 @@ bool Retimer_RX_RT::RunConstants()
     bOk &= AdaptStartToInt.Run();
     bOk &= DfeMode.Run();
     bOk &= Dfe.DfeModeToInt.Run();
-    bOk &= Dfe.DfeModeFork.Run();
+    bOk &= RunFork(Dfe.DfeModeFork);
     bOk &= CtleMode.Run();
     bOk &= CtleModeToInt.Run();
     return bOk;
@@ -129,8 +130,8 @@ bool Retimer_RX_RT::RunConstants()
 bool Retimer_RX_RT::RunSineForks()
 {
     if (!FireEverything) Cdr.VCO.WriteSine();
-    bool bOk = Cdr.VcoFork.Run();
-    bOk &= Cdr.Phase.VcoPhaseFork.Run();
+    bool bOk = RunFork(Cdr.VcoFork);
+    bOk &= RunFork(Cdr.Phase.VcoPhaseFork);
     return bOk;
 }
 
@@ -138,7 +139,7 @@ bool Retimer_RX_RT::RunDecisionDelays()
 {
     bool bOk = true;
     for (size_t k = 0; k < DecisionFeedback::NumberOfTaps; ++k) {
-        if (k > 0) bOk &= Dfe.Line.DecisionFork[k].Run();
+        if (k > 0) bOk &= RunFork(Dfe.Line.DecisionFork[k]);
         bOk &= Dfe.Line.DecisionDelay[k].Run();
     }
     return bOk;

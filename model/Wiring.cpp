@@ -13,6 +13,18 @@ void Retimer_RX_RT::Describe(Netlist& net)
     DescribeClockRecovery(net);
     DescribeAdaptation(net);
     DescribeOutput(net);
+
+    net.Copies(Ctle.EqInputFork);
+    net.Copies(Dfe.Line.DfeFork);
+    net.Copies(EqualizedFork);
+    for (auto& fork : Dfe.Line.DecisionFork) net.Copies(fork);
+    net.Copies(Dfe.DfeModeFork);
+    net.Copies(Dfe.Line.DfeClockFork);
+    net.Copies(Cdr.VcoFork);
+    net.Copies(Cdr.Phase.VcoPhaseFork);
+    net.Copies(Cdr.LoopFork);
+    net.Copies(ClockFork);
+    net.Copies(EyeRequestFork);
 }
 
 void Retimer_RX_RT::DescribeEqualiser(Netlist& net)

@@ -65,9 +65,10 @@ std::string Log()
 
 TEST(Adapt, AnswersEachEyeWithTheNextSetting)
 {
-    std::string closed, rising;
+    std::string closed, rising, odd;
     for (int iLevel = 2; iLevel <= 30; iLevel += 2)
-        closed += "0/0/0 ", rising += std::to_string(iLevel) + "r ";
+        closed += "0/0/0 ", rising += std::to_string(iLevel) + "r ",
+            odd += std::to_string(iLevel + 1) + "r ";
     const struct
     {
         int iCTLEAdapt, iDFEAdapt;
@@ -81,12 +82,14 @@ TEST(Adapt, AnswersEachEyeWithTheNextSetting)
         // An eye that its width limits; as good but narrower; wider but of less merit.
         {1, 0, "6/0/0 10/20/0 12/20/0 12/21/0 12/21/0", "0r 1r 2r 3r 2rc "},
         {1, 0, "6/0/0 12/20/0 6/30/1", "0r 1r 0rc "},
+        {1, 0, "6/0/0 9/11/0 10/10/0 11/9/0", "0r 1r 2r 1rc "},  // square: its width still
         {1, 0, "6/0/0 12/20/1 13/30/0", "0r 1r 0rc "},
         // The eye closes on the way to the optimum, and is the reference when that goes on.
         {1, 0, "6/0/0 3/9/9 5/0/0 6/0/0 4/1/0 3/0/0 9/0/0 9/0/0", "0r 1r 3r 3r 2rc 3rc 3rc 3c "},
         // Locked or not, level 30 is the last to try; the optimum stops at level 31.
         {1, 0, closed + "0/0/0 3/0/0 4/1/0 4/2/0", rising + "30r 30r 31r 31rc "},
         {1, 0, closed + "0/0/0 3/0/0 4/1/0 4/0/0", rising + "30r 30r 31r 31rc "},
+        {1, 0, "6/0/0 3/0/0 " + closed + "5/0/0", "0r 1r " + odd + "31r "},
         // The feedback taps, by height, then by merit; up, tied and down.
         {0, 1,
          "6/0/0 20/10/0 20/11/0 20/11/0 20/11/0 20/9/0 20/10/0 20/10/0 20/10/0 20/10/0 20/10/0",

@@ -19,7 +19,7 @@ struct Inputs
 /// The monitor as it is described, firing by firing.
 struct PlainMonitor
 {
-    int EOMNbits = 0, iCount = 0, iRange = 0, iHEO = 64, iVEO = 0, iReady = 0, clocks[64] = {};
+    int EOMNbits = 0, iCount = 0, iRange = 0, iHEO = 64, iVEO = 0, iReady = 7, clocks[64] = {};
     double Hist[64][64] = {}, sines[64] = {}, dScale = 0.1;
     bool bMeasuring = false;
     std::uint64_t iPreviousClocks = 0;
@@ -104,7 +104,7 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
     const auto eom = std::make_unique<EOM>();
     Awkward random{10};
     Inputs in;
-    int results[5] = {}, clocks[64];
+    int results[5] = {7}, clocks[64];
     double sines[64];
     ASSERT_TRUE(eom->Setup());
     Attach(eom->Clock, in.iClock, eom->Start, in.iStart, eom->Signal, in.dSignal, eom->ClockSine,
@@ -119,7 +119,8 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
         const double s = plain->dScale,
                      dStep = static_cast<double>(random.Below(130)) * s * 0.015625;
         const double kindsOfSine[] = {std::cos(0.3 * n), std::cos(2.9 * n), Boundary(random)};
-        const double kindsOfSignal[] = {2 * s * random(), n % 20 < 10 ? 0.5 : -0.5, dStep - s,
+        const int iStep = n / 20 % 2 == 0 ? 123 : iSignal == 1 ? -63 : -61;  // 60 or 59 bins open
+        const double kindsOfSignal[] = {2 * s * random(), iStep * s / 64, iStep * s / 64, dStep - s,
                                         s * std::sin(0.145 * n)};
         in.dSine = kindsOfSine[iSine];
         in.dSignal = kindsOfSignal[iSignal];
@@ -146,7 +147,7 @@ TEST(EOM, MeasuresAsDescribedWhetherItsPhasesAreReadOrNot)
 {
     for (const int iBits : {-3, 1, 20, 200, 1500})
         for (const size_t iSine : {0U, 1U, 2U})
-            for (const size_t iSignal : {0U, 1U, 2U, 3U})
+            for (const size_t iSignal : {0U, 1U, 2U, 3U, 4U})
                 for (const bool bUnread : {false, true}) {
                     SCOPED_TRACE(testing::Message()
                                  << iBits << ' ' << iSine << ' ' << iSignal << ' ' << bUnread);

@@ -10,6 +10,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -94,9 +95,10 @@ testing::AssertionResult sameBits(const std::vector<double>& actual,
         const auto a = std::bit_cast<unsigned long>(actual[i]);
         const auto e = std::bit_cast<unsigned long>(expected[i]);
         if (a != e && !(std::isnan(actual[i]) && std::isnan(expected[i]))) {
-            return testing::AssertionFailure()
-                   << "at " << i << std::hex << ": " << actual[i] << " (" << a << "), not "
-                   << expected[i] << " (" << e << ")";
+            char text[120];
+            std::snprintf(text, sizeof text, "at %zu: %a (%016lx), not %a (%016lx)", i, actual[i],
+                          a, expected[i], e);
+            return testing::AssertionFailure() << text;
         }
     }
     return testing::AssertionSuccess();

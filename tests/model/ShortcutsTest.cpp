@@ -58,9 +58,11 @@ std::vector<double> MakeSignal(const Settings& s, size_t n)
 class Receiver
 {
 public:
-    Receiver(const Settings& s, bool bEverything)
+    /// The plain way where no kernel is given.
+    Receiver(const Settings& s, const Vantor::InnerProductsVariant* kernel)
     {
-        m_rx->FireEverything = bEverything;
+        m_rx->FireEverything = !kernel;
+        if (kernel) m_rx->Kernel = kernel;
         m_rx->SamplesPerSymbol = s.SamplesPerSymbol;
         m_rx->RX_Config = s.RX_Config;
         m_rx->Factor = s.Factor;
@@ -123,17 +125,20 @@ TEST_P(ShortcutsTest, ChangeNoBit)
     const Settings& s = GetParam();
     std::vector<double> wave = MakeSignal(s, 1200 * static_cast<size_t>(s.SamplesPerSymbol));
     // Where every firing fails, a block gets one sample through, so that the blocks matter.
-    const bool bFails = Receiver(s, true).Run({0.0}, {1})[0] == '0';
+    const bool bFails = Receiver(s, nullptr).Run({0.0}, {1})[0] == '0';
     if (bFails) wave.resize(2000);
-    const std::vector<std::vector<size_t>> splits = {
-        {wave.size()}, {1, 2, 3, 7, 0, 63, 64, 65, 1000}, {8}};
+    const std::vector<size_t> mixed = {1, 2, 3, 7, 0, 63, 64, 65, 1000};
     std::string plain;
-    for (const auto& blocks : splits) {
-        if (plain.empty() || bFails) plain = Receiver(s, true).Run(wave, blocks);
-        const std::string quick = Receiver(s, false).Run(wave, blocks);
-        const auto at = std::mismatch(plain.begin(), plain.end(), quick.begin(), quick.end());
-        EXPECT_TRUE(plain == quick) << "first block of " << blocks[0] << ": differs in line "
-                                    << std::count(plain.begin(), at.first, '\n');
+    for (const auto& blocks : {std::vector<size_t>{wave.size()}, {8}, mixed}) {
+        if (plain.empty() || bFails) plain = Receiver(s, nullptr).Run(wave, blocks);
+        for (const auto& kernel : Vantor::InnerProductsVariants) {
+            if (!kernel.IsSupported()) continue;
+            const std::string quick = Receiver(s, &kernel).Run(wave, blocks);
+            const auto at = std::mismatch(plain.begin(), plain.end(), quick.begin(), quick.end());
+            EXPECT_TRUE(plain == quick)
+                << kernel.Name << ", first block of " << blocks[0] << ": differs in line "
+                << std::count(plain.begin(), at.first, '\n');
+        }
     }
 }
 
