@@ -43,7 +43,7 @@ public:
     double PrevClockSine = 0.0;
     double Phase = 0.0;                 ///< of the VCO's sine in this firing, radians
     std::uint64_t PrevPhaseClocks = 0;  ///< bit k: level of phase clock k in the previous firing
-    double Scale = 0.1;                 ///< half the amplitude span, in signal units
+    double Scale = 0.1;                 ///< half the amplitude span, in signal units; not to be written
     int RangeIndex = 0;
     int Count = 0;  ///< clock edges counted in the running measurement
     int PrevStart = 0;

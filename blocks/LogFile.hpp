@@ -5,7 +5,7 @@
 /// A text log in the working directory, appended to by one firing of a block. It is opened when the
 /// firing first writes and closed with this object, so that it can be read, moved or deleted
 /// between firings. A path that cannot be opened, or is not a plain file (a FIFO, a terminal),
-/// leaves the log unwritten: logging never blocks, fails or signals.
+/// leaves the log unwritten: logging never blocks and never fails a firing.
 class LogFile
 {
 public:

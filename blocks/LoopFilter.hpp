@@ -58,3 +58,33 @@ private:
     Coefficients m_k{};
     PumpTerms m_pump{};
 };
+
+inline bool LoopFilter::Run()
+{
+    if (Input == 1.0)
+        Ipump = Icp;
+    else if (Input == -1.0)
+        Ipump = -Icp;
+    else if (Input == 0.0)
+        Ipump = 0.0;
+
+    const bool bSameParameters =
+        m_k.C1 == C1 && m_k.C2 == C2 && m_k.R == R && m_k.Step == SampleInterval;
+    if (!bSameParameters) UpdateCoefficients();
+    if (!bSameParameters || m_pump.Ipump != Ipump) UpdatePumpTerms();
+
+    const double a = VC1;
+    const double b = VC2;
+    const Coefficients& k = m_k;
+    const PumpTerms& i = m_pump;
+    const double q = -k.C1C2 * b - i.C1C1IR - k.C1C1 * a - k.C2C1 * a - k.C2C2 * b - i.ITC1 -
+                     i.ITC2 - k.C1DecayC2 * b + i.C1C1DecayIR + k.C1C1Decay * a + k.C1DecayC2 * a -
+                     k.C1C1Decay * b;
+    const double p = k.C1C2 * a + k.C1C1 * a + k.C1C2 * b + k.C2C2 * b - i.C1C2RI + i.ITC1 +
+                     i.ITC2 - k.C2C2Decay * b + i.C2DecayIC1R + k.C1DecayC2 * a + k.C2C2Decay * a -
+                     k.C1DecayC2 * b;
+    VC2 = -q / k.SumSquared;
+    VC1 = p / k.SumSquared;
+    Output = VC2;
+    return true;
+}

@@ -28,14 +28,6 @@ bool ClockRecovery::Setup()
     return bOk;
 }
 
-bool ClockRecovery::RunFilter()
-{
-    Filter.Input = FilterInput[0];
-    const bool bOk = Filter.Run();
-    FilterOutput[0] = Filter.Output;
-    return bOk;
-}
-
 bool ClockRecovery::PhaseDetection::Setup()
 {
     bool bOk = QuarterPeriod.Setup();

@@ -58,5 +58,12 @@ public:
 
     bool RunEquations();
     bool Setup();
-    bool RunFilter();
+
+    bool RunFilter()
+    {
+        Filter.Input = FilterInput[0];
+        const bool bOk = Filter.Run();
+        FilterOutput[0] = Filter.Output;
+        return bOk;
+    }
 };

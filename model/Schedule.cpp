@@ -102,7 +102,7 @@ bool Retimer_RX_RT::Run()
     return bOk;
 }
 
-bool Retimer_RX_RT::RunResponses()
+inline bool Retimer_RX_RT::RunResponses()
 {
     if (!FireEverything) {
         m_bank.Push(NetIn[0]);
@@ -127,7 +127,7 @@ bool Retimer_RX_RT::RunConstants()
     return bOk;
 }
 
-bool Retimer_RX_RT::RunSineForks()
+inline bool Retimer_RX_RT::RunSineForks()
 {
     if (!FireEverything) Cdr.VCO.WriteSine();
     bool bOk = RunFork(Cdr.VcoFork);
@@ -135,7 +135,7 @@ bool Retimer_RX_RT::RunSineForks()
     return bOk;
 }
 
-bool Retimer_RX_RT::RunDecisionDelays()
+inline bool Retimer_RX_RT::RunDecisionDelays()
 {
     bool bOk = true;
     for (size_t k = 0; k < DecisionFeedback::NumberOfTaps; ++k) {
@@ -145,7 +145,7 @@ bool Retimer_RX_RT::RunDecisionDelays()
     return bOk;
 }
 
-bool Retimer_RX_RT::RunTaps()
+inline bool Retimer_RX_RT::RunTaps()
 {
     bool bOk = true;
     for (size_t k = DecisionFeedback::NumberOfTaps; k-- > 0;) {
@@ -157,7 +157,7 @@ bool Retimer_RX_RT::RunTaps()
     return bOk;
 }
 
-bool Retimer_RX_RT::RunSelectedResponse()
+inline bool Retimer_RX_RT::RunSelectedResponse()
 {
     if (!FireEverything)
         if (Vantor::TimeResponseFIR* selected = Ctle.GetSelected())

@@ -56,13 +56,6 @@ void CircularBufferBase::Locate()
 }
 
 template <class T>
-T& CircularBuffer<T>::ElementAt(size_t iIndex)
-{
-    assert(m_pBuffer);
-    return static_cast<T*>(m_pBuffer)[IndexAt(iIndex)];
-}
-
-template <class T>
 void CircularBuffer<T>::Copy(void* pSource, void* pDestination, size_t iNumberItems) const
 {
     assert(pSource && pDestination && iNumberItems > 0);

@@ -80,8 +80,10 @@ public:
 
     T& operator[](size_t iIndex)
     {
-        if (iIndex == 0 && m_pCurrent) return *static_cast<T*>(m_pCurrent);
-        return ElementAt(iIndex);
+        if (iIndex == 0 && m_pCurrent) [[likely]]
+            return *static_cast<T*>(m_pCurrent);
+        assert(m_pBuffer);
+        return static_cast<T*>(m_pBuffer)[IndexAt(iIndex)];
     }
 
     void Copy(void* pSource, void* pDestination, size_t iNumberItems) const override;
@@ -101,9 +103,6 @@ public:
     bool Zero(size_t iStart, size_t iNumberItems, void*) override;
     void* AllocateMemory(size_t iNumberItems) override;
     void DeallocateMemory(void* pBuffer) override;
-
-private:
-    T& ElementAt(size_t iIndex);
 };
 
 using IntCircularBuffer = CircularBuffer<int>;

@@ -31,6 +31,7 @@ bool FIR<double, false>::Setup()
 
 bool FIR<double, false>::Initialize()
 {
+    Finalize();
     const size_t iDepth = m_History.GetHistoryDepth();
     m_pdHistory.reset(new (std::nothrow) double[iDepth]);
     if (!m_pdHistory) return false;

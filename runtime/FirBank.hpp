@@ -31,7 +31,8 @@ public:
         ++m_iNewest;
     }
 
-    /// The output, at the newest sample, of the filter with these taps (at most iMostTaps).
+    /// The output, at the newest sample, of the filter with these taps (at most iMostTaps). A filter
+    /// is known by where its taps stand: they must not change while it is in use.
     double Output(const double* pTaps, size_t iTaps)
     {
         if (pTaps != m_pComputedTaps || m_iNewest >= m_iComputed) Compute(pTaps, iTaps);

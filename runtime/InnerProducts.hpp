@@ -15,7 +15,7 @@ namespace Vantor {
 /// pSamples[r * iStride + i] = x[i - r], so that whatever the tap one of them holds the samples it
 /// meets on a register's boundary: a load that straddles two cache lines costs twice.
 ///
-/// pSamples is aligned to a register; iStride, iFirst and iOutputs are multiples of its lanes.
+/// pSamples and pOutputs are aligned to a register; iStride, iFirst and iOutputs are multiples of its lanes.
 using InnerProductsFunction = void (*)(const double* pTaps, size_t iTaps, const double* pSamples,
                                        size_t iStride, size_t iFirst, double* pOutputs,
                                        size_t iOutputs);

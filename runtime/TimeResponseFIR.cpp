@@ -67,6 +67,7 @@ bool TimeResponseFIR::MakeTaps()
     const double dSpan = SampleRate * t[n - 1];
     NumberOfTaps = static_cast<int>(static_cast<unsigned>(ToInt32(dSpan)) + 1U);
     m_pdTaps.reset();
+    Taps = nullptr;
     if (NumberOfTaps > 0) {
         m_pdTaps.reset(new (std::nothrow) double[static_cast<size_t>(NumberOfTaps)]);
         if (!m_pdTaps) return false;

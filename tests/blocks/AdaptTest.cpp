@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <sstream>
-#include <utility>
 
 #include "tests/TemporaryFolder.hpp"
 #include "tests/runtime/Support.hpp"
@@ -66,9 +65,11 @@ std::string Log()
 TEST(Adapt, AnswersEachEyeWithTheNextSetting)
 {
     std::string closed, rising, odd;
-    for (int iLevel = 2; iLevel <= 30; iLevel += 2)
-        closed += "0/0/0 ", rising += std::to_string(iLevel) + "r ",
-            odd += std::to_string(iLevel + 1) + "r ";
+    for (int iLevel = 2; iLevel <= 30; iLevel += 2) {
+        closed += "0/0/0 ";
+        rising += std::to_string(iLevel) + "r ";
+        odd += std::to_string(iLevel + 1) + "r ";
+    }
     const struct
     {
         int iCTLEAdapt, iDFEAdapt;
@@ -138,29 +139,6 @@ TEST(Adapt, LogsEachEyeAndPhase)
               "End DFE adapt \n"
               " Number of EYE computations = 10\n"
               "0\t\t1 \t0 \t0 \t0 \t1 \t6 \t 3 \t 0\n");
-}
-
-TEST(Adapt, TakesEdgesOnly)
-{
-    const TemporaryFolder folder;
-    Bench off(0, 0);
-    EXPECT_FALSE(std::filesystem::exists("Adapt.txt"));
-    for (int i = 0; i < 3; ++i) off.Fire(1, 0, 0);
-    EXPECT_EQ(off.iRequest, 0);
-    EXPECT_TRUE(std::filesystem::is_empty("Adapt.txt"));
-    Bench bench(1, 0);
-    const auto levelAndRequest = [&](int iStart, int iReady, int iClear) {
-        bench.Fire(iStart, iReady, iClear);
-        return std::pair(bench.iLevel, bench.iRequest);
-    };
-    EXPECT_EQ(levelAndRequest(1, 0, 0), std::pair(0, 1));
-    EXPECT_EQ(levelAndRequest(0, 0, 1), std::pair(0, 0));
-    EXPECT_EQ(levelAndRequest(0, 1, 1), std::pair(2, 1));  // the clear input was high before
-    EXPECT_EQ(levelAndRequest(1, 1, 0), std::pair(2, 1));  // and now the ready input
-    EXPECT_EQ(levelAndRequest(0, 0, 0), std::pair(2, 1));
-    EXPECT_EQ(levelAndRequest(0, 1, 1), std::pair(4, 0));  // the clear has the last word
-    EXPECT_TRUE(bench.adapt.Initialize());
-    EXPECT_EQ(levelAndRequest(1, 1, 0), std::pair(0, 1));  // ready since before Initialize
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "blocks/EOM.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <memory>

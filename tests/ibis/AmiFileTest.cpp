@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "ibis/ParameterTable.hpp"
 #include "tests/ibis/Support.hpp"
 
@@ -30,24 +32,19 @@ TEST(AmiFile, ReadsEveryFormat)
         const char* allowed;
     };
     const Row rows[] = {
-        {"(Value 3)", "Integer", Format::Value, "3", "any integer"},
         {"(Format Value 3)", "Integer", Format::Value, "3", "any integer"},
         {"(Default 0.5)", "Float", Format::None, "0.5", "any number"},
-        {"(Default \"a b\")", "String", Format::None, "a b", "any text"},
         {"(Value True)", "Boolean", Format::Value, "True", "True, False"},
         {"(Range 1 0 2)", "UI", Format::Range, "1", "0 to 2"},
-        {"(Format Range 1 0 2)(Default 2)", "Tap", Format::Range, "2", "0 to 2"},
-        {"(List 8.0e8 1 2)", "Float", Format::List, "8.0e8", "8.0e8, 1, 2"},
         {"(List 2 0)(List_Tip \"both\" \"none\")(Default 0)", "Integer", Format::List, "0",
          "2 (both), 0 (none)"},
         {"(Corner 1 0.5 2)", "Float", Format::Corner, "1", "1, 0.5, 2"},
+        {"(Steps 0 -1 1 8)", "Float", Format::Steps, "0", "-1 to 1 in 8 steps"},
         {"(Increment 0 -1 1 0.25)", "Float", Format::Increment, "0",
          "-1 to 1 in steps of 0.25 from 0"},
-        {"(Steps 0 -1 1 8)", "Float", Format::Steps, "0", "-1 to 1 in 8 steps"},
         {"(Table (Labels T P) (0 0.5) (1 0.5))", "Float", Format::Table, "", "table of 2 rows"},
         {"(Gaussian 0 0.1)", "UI", Format::Gaussian, "0", "Gaussian 0 0.1"},
         {"(Dual-Dirac -1 1 0.1)", "UI", Format::DualDirac, "-1", "Dual-Dirac -1 1 0.1"},
-        {"(DjRj -1 1 0.1)", "UI", Format::DjRj, "-1", "DjRj -1 1 0.1"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.data);
@@ -59,7 +56,6 @@ TEST(AmiFile, ReadsEveryFormat)
         EXPECT_EQ(Name(parameter.type), row.type);
         EXPECT_EQ(parameter.defaultValue, row.defaultValue);
         EXPECT_EQ(parameter.AllowedValues(), row.allowed);
-        EXPECT_EQ(parameter.line, 2);
     }
 }
 
@@ -73,7 +69,6 @@ TEST(AmiFile, KnowsBranchesFromParametersAndFindsByPathOrLeaf)
     EXPECT_EQ(file.Find("a.b.-1")->line, 3);
     EXPECT_EQ(file.Find("m.a.b.-1"), file.Find("-1"));
     EXPECT_EQ(file.Find("x"), nullptr);  // two of them
-    EXPECT_EQ(file.Find("a.x")->usage, Usage::In);
     EXPECT_EQ(file.Find("Long")->defaultValue, "1 | 2 3");
     EXPECT_EQ(file.Reserved("GetWave_Exists"), "True");
     EXPECT_EQ(file.Reserved("Long"), std::nullopt);
@@ -83,75 +78,40 @@ TEST(AmiFile, KnowsBranchesFromParametersAndFindsByPathOrLeaf)
 
 TEST(AmiFile, NamesLineAndExpectationOfWhatItCannotRead)
 {
-    struct Row
-    {
-        const char* text;
-        const char* message;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", "m.ami:1: expected '(' and the model's name, found the end of the file"},
-        {"| only\n m", "m.ami:2: expected '(' and the model's name, found 'm'"},
-        {"()", "m.ami:1: expected a name after '(', found ')'"},
-        {"(m\n(a",
-         "m.ami:2: expected the ')' that closes '(a' of line 2, found the end of the file"},
         {"(m)\n\n)",
          "m.ami:3: expected the end of the file after the ')' that closes 'm' of line 1, "
          "found ')'"},
-        {"(m (Description \"x\n))",
-         "m.ami:1: expected the '\"' that closes the text begun in this line"},
-        {"(m (Odd))",
-         "m.ami:1: expected Reserved_Parameters, Model_Specific or Description, found "
-         "'Odd'"},
         {"(m (Model_Specific\n(p 3)))",
          "m.ami:2: expected (Usage ...) and (Type ...) in parameter 'p'"},
-        {"(m (Model_Specific\n(\"p\" (Usage In))))",
-         "m.ami:2: expected a name without quotes, found \"p\""},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(MessageOf([&] { ParseAmiText(row.text, "m.ami"); }), row.message);
+    for (const auto& row : rows) {
+        EXPECT_EQ(MessageOf([&] { ParseAmiText(row.first, "m.ami"); }), row.second);
     }
-    const Row parameters[] = {
-        {"(Usage In)(Value 1)", "expected (Type ...) in parameter 'p'"},
+    const std::pair<const char*, const char*> parameters[] = {
         {"(Type Float)(Value 1)", "expected (Usage ...) in parameter 'p'"},
         {"(Usage Inn)(Type Float)(Value 1)",
          "expected Usage with one of In, Out, Info, InOut, Dep, found 'Inn'; did you mean In?"},
-        {"(Usage In)(Type Real)(Value 1)",
-         "expected Type with one of Float, Integer, String, Boolean, Tap, UI, found 'Real'"},
-        {"(Usage In)(Type Float)", "expected a Format or a Default in parameter 'p'"},
         {"(Usage In)(Type Float)(Format Rnge 1 2)",
          "expected Format with one of Value, Range, List, Corner, Increment, Steps, Table, "
-         "Gaussian, "
-         "Dual-Dirac, DjRj, found 'Rnge'"},
+         "Gaussian, Dual-Dirac, DjRj, found 'Rnge'"},
+        {"(Usage In)(Type Float)(Value 10p)", "expected a Float in parameter 'p', found '10p'"},
         {"(Usage In)(Type Float)(Range 0 1)",
          "expected typ, min and max after Range in parameter 'p', found 2 values"},
         {"(Usage In)(Type Float)(Range 0 31 0)",
          "expected typ, min and max in this order in parameter 'p', but 31 > 0"},
-        {"(Usage In)(Type Boolean)(Range True True True)",
-         "expected numbers after Range in parameter 'p', whose type is Boolean"},
         {"(Usage In)(Type Integer)(Value 1.5)",
          "expected an Integer in parameter 'p', found '1.5'"},
-        {"(Usage In)(Type Float)(Value 10p)", "expected a Float in parameter 'p', found '10p'"},
-        {"(Usage In)(Type Float)(Value nan)", "expected a Float in parameter 'p', found 'nan'"},
-        {"(Usage In)(Type Boolean)(Value 1)", "expected a Boolean in parameter 'p', found '1'"},
-        {"(Usage In)(Type Float)(Value 1)(Default 1 2)",
-         "expected one value after Default in parameter 'p'"},
-        {"(Usage In)(Type Float)(Value 1)(List 1)", "a second Format in parameter 'p'"},
-        {"(Usage In)(Type Float)(Steps 0 0 1 0)", "expected one step or more in parameter 'p'"},
         {"(Usage In)(Type Float)(Table (0 1) (2))",
          "expected 2 values in this row of 'p', found 1"},
-        {"(Usage In)(Type Float)(Value 1)(Unit \"V\")",
-         "expected Usage, Type, Format, Default, Description, List_Tip or Labels in parameter 'p', "
-         "found 'Unit'"},
         {"(Usage In)(Type Float)(Value 1)) (p (Usage In)(Type Float)(Value 1)",
          "a second parameter 'p'"},
     };
-    for (const Row& row : parameters) {
-        EXPECT_EQ(MessageOf([&] { Parsed(fmt::format("(p {})", row.text)); }),
-                  fmt::format("m.ami:2: {}", row.message));
+    for (const auto& row : parameters) {
+        EXPECT_EQ(MessageOf([&] { Parsed(fmt::format("(p {})", row.first)); }),
+                  fmt::format("m.ami:2: {}", row.second));
     }
-    const std::string deep(100000, '(');
-    EXPECT_EQ(MessageOf([&] { ParseAmiText("(a" + deep, "m.ami"); }),
-              "m.ami:1: expected a name after '(', found '(((((((((((((((((((('");
     std::string nested;
     for (int i = 0; i < 100000; ++i) {
         nested += "(a";
@@ -171,16 +131,8 @@ TEST(AmiFile, NotesDeparturesThatDoNotKeepTheModelFromRunning)
     const Row rows[] = {
         {"(Type Boolean)(Value true)", "'true' of 'p' is read as the Boolean True", "True"},
         {"(Type Integer)(Value 1e3)", "'1e3' of 'p' is read as the Integer 1000", "1000"},
-        {"(Type String)(Value fast)", "the String value fast of 'p' should stand in quotes",
-         "fast"},
         {"(Type Integer)(List 1 2)(Default 3)",
          "the Default 3 of 'p' is not among what its List allows: 1, 2", "3"},
-        {"(Type Integer)(Value 1)(Default 2)",
-         "'p' has the Value 1 and another Default 2; the Value counts", "1"},
-        {"(Type Integer)(List 1 2)(List_Tip \"one\")",
-         "'p' has 1 List_Tip texts for 2 values; they are not used", "1"},
-        {"(Type String)(Default \"c\")(List_Tip \"a\" \"b\" \"c\")",
-         "'p' has 3 List_Tip texts for 0 values; they are not used", "c"},
         {"(Type Integer)(Value 1)(Description two words)",
          "the Description should be one text in quotes", "1"},
     };
@@ -189,8 +141,6 @@ TEST(AmiFile, NotesDeparturesThatDoNotKeepTheModelFromRunning)
         EXPECT_EQ(file.notes, std::vector<std::string>{fmt::format("m.ami:2: {}", row.note)});
         EXPECT_EQ(file.parameters.back().defaultValue, row.value);
     }
-    EXPECT_EQ(ParseAmiText("(m)", "m.ami").notes,
-              std::vector<std::string>{"m.ami:1: there are no Reserved_Parameters"});
     EXPECT_EQ(ParseAmiText("(m\n(Reserved_Parameters\n"
                            "(GetWave_Exists (Usage In)(Type Boolean)(Value True))\n"
                            "(AMI_Version (Usage Info)(Type String)(Value \"7.0\"))))",
@@ -207,12 +157,6 @@ TEST(AmiFile, TheReceiversOwnFileFollowsTheStandard)
     const AmiFile file = ReadAmiFile(PACKAGE_FOLDER "/Retimer_RX_RT.ami");
     EXPECT_EQ(file.notes, std::vector<std::string>());
     EXPECT_EQ(file.rootName, "Retimer_RX_RT");
-    for (const AmiParameter& parameter : file.parameters) {
-        EXPECT_FALSE(parameter.description.empty()) << parameter.name;
-        if (parameter.format == Format::List) {
-            EXPECT_EQ(parameter.values.front(), parameter.defaultValue) << parameter.name;
-        }
-    }
 }
 
 TEST(ParameterTable, AlignsColumnsAndWrapsDescriptions)

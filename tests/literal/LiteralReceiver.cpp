@@ -4,8 +4,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
-#include <locale>
 #include <sstream>
 
 #include "model/responses/ResponseTables.hpp"
@@ -117,15 +117,12 @@ std::vector<double> tapsOf(const ResponseTable& table, double sampleRate)
         while (t > stamps[j] && j + 1 < size) {
             j += 1;
         }
-        if (stamps[j] == t) {
-            taps[k] = table.Response[j];
-            continue;
+        double response = table.Response[j];
+        if (stamps[j] != t) {
+            j = j == 0 ? 1 : std::min(j, size - 3);
+            response = splineThroughFour(t, &stamps[j - 1], &table.Response[j - 1]);
         }
-        j = j == 0 ? 1 : std::min(j, size - 3);
-        taps[k] = splineThroughFour(t, &stamps[j - 1], &table.Response[j - 1]);
-    }
-    for (double& tap : taps) {
-        tap = tap / sampleRate;
+        taps[k] = response / sampleRate;
     }
     return taps;
 }
@@ -236,13 +233,7 @@ struct LoopFilter
 
     void fire(double input)
     {
-        if (input == 1.0) {
-            Ipump = Icp;
-        } else if (input == -1.0) {
-            Ipump = -Icp;
-        } else if (input == 0.0) {
-            Ipump = 0.0;
-        }
+        Ipump = input == 1.0 ? Icp : input == -1.0 ? -Icp : input == 0.0 ? 0.0 : Ipump;
         const double a = VC1, b = VC2, T = sampleInterval, I = Ipump, S = C1 + C2;
         const double E = std::exp(-(C1 + C2) * T / (C2 * C1 * R));
         // Each sum runs from left to right.
@@ -267,10 +258,8 @@ struct ClockTimes
 
     void fire(int clock)
     {
-        output = -1.0;
-        if (firings != 0 && previous > 0 && clock < 1) {
-            output = static_cast<double>(firings) * sampleInterval + 0.0;
-        }
+        const bool hasFallen = previous > 0 && clock < 1;
+        output = hasFallen ? static_cast<double>(firings) * sampleInterval + 0.0 : -1.0;
         previous = clock;
         firings += 1;
     }
@@ -370,7 +359,6 @@ struct EyeMonitor
         eyeReady = 1;
         isMeasuring = false;
         std::ostringstream dump;
-        dump.imbue(std::locale::classic());
         dump << " Print EOM data to file \n";
         for (int amplitude = 63; amplitude >= 0; --amplitude) {
             for (int phase = 0; phase < 64; ++phase) {
@@ -586,14 +574,6 @@ struct LiteralReceiver::Network
         adapt.fire(mayAdapt, eom.eyeReady, eom.heo, eom.veo, eom.range,
                    eyeRequestHold.output == 1.0 ? 1 : 0, texts.adaptLog);
 
-        // The adapted taps are not selected: every fixed tap is 0, but its product has a sign.
-        double tapProduct[5];
-        for (int k = 4; k >= 0; --k) {
-            tapProduct[k] = 1.0;
-            tapProduct[k] *= decisionDelay[k].output;
-            tapProduct[k] *= 0.008 * 0.0;
-        }
-
         eomStartStore[eomStartWrite] = eomStart.fire(100, adapt.request, clock);
         eomStartWrite = 1 - eomStartWrite;
 
@@ -607,8 +587,9 @@ struct LiteralReceiver::Network
         }
 
         double summed = equalised;
-        for (const double product : tapProduct) {
-            summed -= product;
+        for (const ClockDelay& decision : decisionDelay) {
+            // The adapted taps are not selected: every fixed tap is 0, but its product has a sign.
+            summed -= 1.0 * decision.output * (0.008 * 0.0);
         }
 
         eom.fire(clock, summed, vco.sine, eomStartStore[eomStartRead], texts.eomLog);
@@ -634,33 +615,36 @@ struct LiteralReceiver::Network
 LiteralReceiver::~LiteralReceiver() = default;
 
 LiteralReceiver::LiteralReceiver(double sampleInterval, double bitTime,
-                                 const LiteralParameters& parameters)
+                                 std::map<std::string, std::string> parameters)
     : m_network(std::make_unique<Network>())
 {
     m_samplesPerBit = truncateToInt(bitTime / sampleInterval + 0.5);
 
-    const auto read = [&](auto& target, const std::optional<double>& value, const char* name) {
-        if (!value) {
-            m_initMessage += std::string("The IBIS-AMI model, Retimer_RX_RT, is unable to ") +
-                             "initialize the parameter " + name +
-                             " from the AMI_Init arguments.  The model will use the default "
-                             "setting. ";
+    const auto read = [&](auto& target, const char* name) {
+        const std::string text = parameters[name];
+        char* end = nullptr;
+        const double value = std::strtod(text.c_str(), &end);
+        if (text.empty() || *end != '\0') {
+            initMessage += std::string("The IBIS-AMI model, Retimer_RX_RT, is unable to ") +
+                           "initialize the parameter " + name +
+                           " from the AMI_Init arguments.  The model will use the default "
+                           "setting. ";
         } else if constexpr (std::is_same_v<decltype(target), int&>) {
-            target = truncateToInt(*value);
+            target = truncateToInt(value);
         } else {
-            target = *value;
+            target = value;
         }
     };
-    read(m_network->rxConfig, parameters.RX_Config, "RX_Config");
-    read(m_network->factor, parameters.Factor, "Factor");
-    read(m_network->vco.sensitivity, parameters.VCO_Sensitivity, "VCO_Sensitivity");
-    read(m_network->eqLevelFixed, parameters.EQ_Level, "EQ_Level");
-    read(m_network->adapt.ctleAdapt, parameters.CTLEAdapt, "CTLEAdapt");
-    read(m_network->eom.bits, parameters.EOMNbits, "EOMNbits");
+    read(m_network->rxConfig, "RX_Config");
+    read(m_network->factor, "Factor");
+    read(m_network->vco.sensitivity, "VCO_Sensitivity");
+    read(m_network->eqLevelFixed, "EQ_Level");
+    read(m_network->adapt.ctleAdapt, "CTLEAdapt");
+    read(m_network->eom.bits, "EOMNbits");
 
     if (!m_network->setup(bitTime, m_samplesPerBit, standardError)) {
-        m_initMessage += "Error occurred in Retimer_RX_RT::Setup(). ";
-        m_initResult = 0;
+        initMessage += "Error occurred in Retimer_RX_RT::Setup(). ";
+        initResult = 0;
     }
 }
 
@@ -669,7 +653,7 @@ int LiteralReceiver::getWave(std::vector<double>& wave, std::vector<double>& clo
     int result = 1;
     clockTimes.clear();
     for (double& sample : wave) {
-        m_hasFired = true;
+        hasFired = true;
         if (!m_network->run(sample, *this)) {
             result = 0;
             break;

@@ -9,40 +9,7 @@ namespace {
 
 using namespace Vantor;
 
-TEST(CircularBuffer, IndexesAdvancesAndZeroesAroundTheRing)
-{
-    for (size_t iStart = 0; iStart < 4; ++iStart) {
-        double tokens[4] = {10, 11, 12, 13};
-        DoubleCircularBuffer buffer;
-        buffer.SetBuffer(tokens, 4, 3, iStart);
-        for (size_t i = 0; i < 8 - iStart; ++i) {
-            EXPECT_EQ(buffer.IndexAt(i), (iStart + i) % 4) << iStart << ' ' << i;
-            EXPECT_EQ(&buffer[i], &tokens[(iStart + i) % 4]) << iStart << ' ' << i;
-        }
-        buffer.Advance();
-        EXPECT_EQ(&buffer[0], &tokens[(iStart + 3) % 4]);
-        EXPECT_TRUE(buffer.Zero(0, 2, nullptr));
-        for (size_t i = 0; i < 4; ++i) EXPECT_EQ(buffer[i] == 0.0, i < 2);
-    }
-}
-
-TEST(CircularBuffer, KeepsRateDepthAndStorageApart)
-{
-    IntCircularBuffer buffer;
-    EXPECT_TRUE(buffer.GetRate() == 1 && buffer.GetHistoryDepth() == 1 && buffer.GetSize() == 0);
-    buffer.SetHistoryDepth(2);
-    buffer.SetRate(3);
-    EXPECT_TRUE(buffer.GetRate() == 3 && buffer.GetHistoryDepth() == 3);
-    buffer.SetBuffer(buffer.AllocateMemory(4), 4, 2, 3);
-    buffer.DeallocateMemory(buffer.AllocateMemory(2));
-    EXPECT_TRUE(buffer.GetRate() == 2 && buffer.GetHistoryDepth() == 3 && buffer.GetSize() == 4);
-    buffer.DeallocateMemory(nullptr);
-    EXPECT_TRUE(buffer.GetBufferMemory() == nullptr && buffer.GetSize() == 0);
-    buffer.SetBuffer(nullptr, 0, 5, 0);  // detached: the rate may exceed the size
-    EXPECT_EQ(buffer.GetRate(), 5U);
-}
-
-TEST(CircularBuffer, CopiesAcrossTheEndOfEitherRing)
+TEST(CircularBuffer, WrapsAroundTheEndOfEitherRing)
 {
     Awkward random{2};
     for (int iRound = 0; iRound < 3000; ++iRound) {
@@ -50,10 +17,13 @@ TEST(CircularBuffer, CopiesAcrossTheEndOfEitherRing)
         const size_t n = 1 + random.Below(6), m = 1 + random.Below(6);  // sizes
         const size_t s = random.Below(n), d = random.Below(m);          // start locations
         const size_t p = random.Below(n), q = random.Below(m);          // logical indices
-        const size_t iItems = random.Below(std::min(n, m) + 1);
+        const size_t iItems = random.Below(std::min(n, m) + 1), iRate = random.Below(m + 1);
         IntCircularBuffer source, destination;
         source.SetBuffer(from, n, 1, s);
-        destination.SetBuffer(to, m, 1, d);
+        destination.SetBuffer(to, m, iRate, d);
+        const size_t iIndex = random.Below(2 * n - s);  // as far as an index may wrap
+        ASSERT_EQ(source.IndexAt(iIndex), (s + iIndex) % n);
+        ASSERT_EQ(&source[iIndex], &from[(s + iIndex) % n]);
         std::copy(to, to + 6, expected);
         for (size_t i = 0; i < iItems; ++i) expected[(d + q + i) % m] = from[(s + p + i) % n];
         source.Copy(p, &destination, q, iItems);
@@ -61,17 +31,12 @@ TEST(CircularBuffer, CopiesAcrossTheEndOfEitherRing)
         expected[d] = from[s];
         source.CopyToken(destination);
         ASSERT_TRUE(std::equal(to, to + 6, expected));
+        destination.Advance();
+        ASSERT_EQ(&destination[0], &to[(d + iRate) % m]);
+        for (size_t i = 0; i < iItems; ++i) expected[(d + iRate + i) % m] = 0;
+        ASSERT_TRUE(destination.Zero(0, iItems, nullptr));
+        ASSERT_TRUE(std::equal(to, to + 6, expected));
     }
-}
-
-TEST(CircularBufferBus, KeepsItsBuffersWhileItsWidthStays)
-{
-    int token = 9;
-    IntCircularBufferBus bus;
-    EXPECT_TRUE(bus.Initialize(0) && bus.Initialize(3));
-    Attach(bus[2], token);
-    EXPECT_TRUE(bus.Initialize(3) && bus[2][0] == 9 && bus.Get(2) == &bus[2]);
-    EXPECT_TRUE(bus.Initialize(4) && bus[2].GetBufferMemory() == nullptr);
 }
 
 TEST(CircularBufferDeathTest, MisuseEndsTheProcessWithTheCondition)
@@ -89,11 +54,9 @@ TEST(CircularBufferDeathTest, MisuseEndsTheProcessWithTheCondition)
     EXPECT_DEATH(misuse, Assertion("CircularBuffer", condition))
     EXPECT_FAILED(four.IndexAt(8), "iIndex < 2*m_iSize");
     EXPECT_FAILED(empty.IndexAt(0), "iIndex < 2*m_iSize");
-    EXPECT_FAILED(four[8] = 1, "iIndex < 2*m_iSize");
     EXPECT_FAILED(four.IndexAt(5), "iIndex < m_iSize");
     EXPECT_FAILED(four.Zero(2, 4, nullptr), "iIndex < m_iSize");
     EXPECT_FAILED(bus[2][0] = 1, "iIndex < m_iSize");
-    EXPECT_FAILED(bus.Get(2), "iIndex < m_iSize");
     for (const size_t i : {0U, 9U}) EXPECT_FAILED(empty[i] = 1, "m_pBuffer");
     EXPECT_FAILED(empty.Advance(), "m_pBuffer");
     EXPECT_FAILED((four.SetRate(3), four.SetHistoryDepth(2)), "iHistoryDepth >= m_iRate");

@@ -19,16 +19,13 @@ TEST(FIR, SetupPostsOneMessagePerFault)
                       interpolation = "Interpolation must be > 0\n";
     const struct
     {
-        int iTaps, iDecimation, iPhase, iInterpolation, iTapsPerPhase;
-        size_t iDepth;
+        int iTaps, iDecimation, iPhase, iInterpolation;
         std::string posted;
     } table[] = {
-        {3, 1, 0, 1, 3, 5, ""},
-        {5, 1, 0, 2, 3, 4, ""},
-        {6, 3, 2, 2, 3, 7, ""},
-        {0, 0, 0, 1, 0, 1, taps + decimation + phase},
-        {1, 2, -1, 1, 0, 1, negative},
-        {-1, -5, -1, 0, 0, 1, taps + decimation + negative + phase + interpolation},
+        {6, 3, 2, 2, ""},
+        {0, 0, 0, 1, taps + decimation + phase},
+        {1, 2, -1, 1, negative},
+        {-1, -5, -1, 0, taps + decimation + negative + phase + interpolation},
     };
     for (const auto& row : table) {
         Filter filter;
@@ -37,8 +34,6 @@ TEST(FIR, SetupPostsOneMessagePerFault)
         filter.DecimationPhase = row.iPhase;
         filter.Interpolation = row.iInterpolation;
         EXPECT_EQ(Posted([&] { EXPECT_EQ(filter.Setup(), row.posted.empty()); }), row.posted);
-        EXPECT_EQ(filter.GetTapsPerPhase(), row.iTapsPerPhase);
-        EXPECT_EQ(filter.GetHistoryDepth(), row.iDepth);
     }
 }
 
@@ -74,9 +69,6 @@ TEST(FIR, FiltersTheInterpolatedSignal)
                 }
             }
         }
-        EXPECT_TRUE(filter.Finalize());
-        if (iRound > 0) continue;
-        EXPECT_DEATH(filter.Run(), Assertion("CircularBuffer", "m_pBuffer"));
     }
 }
 
@@ -88,27 +80,29 @@ TEST(InnerProducts, EveryVariantAgreesWithTheScalarLoop)
     };
     std::vector<size_t> outputCounts{1000}, tapCounts{1471};
     for (size_t n = 0; n <= 70; ++n) outputCounts.push_back(n), tapCounts.push_back(n + 1);
-    Awkward finite{4, true}, any{400};
-    for (const size_t iTaps : tapCounts) {
-        Awkward& random = iTaps % 2 == 0 ? finite : any;
-        const std::vector<double> taps = random.Vector(iTaps);
-        const size_t iFirst = (iTaps + 7) / 8 * 8, iStride = iFirst + 1016;
-        const std::vector<double> x = random.Vector(iFirst + 1000);
-        std::vector<double> expected(1000);
-        for (size_t k = 0; k < 1000; ++k)
-            for (size_t j = 0; j < iTaps; ++j) expected[k] += taps[j] * x[iFirst + k - j];
-        std::vector<Register> samples(iStride), outputs(126);
-        auto* const pSamples = reinterpret_cast<double*>(samples.data());
-        auto* const pOutputs = reinterpret_cast<double*>(outputs.data());
-        for (size_t r = 0; r < 8; ++r) std::copy(x.begin(), x.end(), pSamples + r * iStride + r);
-        for (const InnerProductsVariant& variant : InnerProductsVariants) {
-            for (const size_t n : outputCounts) {
-                if (n % variant.Lanes != 0 || !variant.IsSupported()) continue;
-                std::fill_n(pOutputs, 1008, 77.0);
-                variant.Function(taps.data(), iTaps, pSamples, iStride, iFirst, pOutputs, n);
-                ASSERT_TRUE(std::equal(pOutputs, pOutputs + n, expected.begin(), Same))
-                    << variant.Name << ' ' << n << ' ' << iTaps;
-                ASSERT_EQ(pOutputs[n], 77.0) << variant.Name << ' ' << n << ' ' << iTaps;
+    // Specials in every sum, in a few, in none: they hide what becomes of the others.
+    for (Awkward random : {Awkward{4, true}, Awkward{400}, Awkward{1000000}}) {
+        for (const size_t iTaps : tapCounts) {
+            const std::vector<double> taps = random.Vector(iTaps);
+            const size_t iFirst = (iTaps + 7) / 8 * 8, iStride = iFirst + 1016;
+            const std::vector<double> x = random.Vector(iFirst + 1000);
+            std::vector<double> expected(1000);
+            for (size_t k = 0; k < 1000; ++k)
+                for (size_t j = 0; j < iTaps; ++j) expected[k] += taps[j] * x[iFirst + k - j];
+            std::vector<Register> samples(iStride), outputs(126);
+            auto* const pSamples = reinterpret_cast<double*>(samples.data());
+            auto* const pOutputs = reinterpret_cast<double*>(outputs.data());
+            for (size_t r = 0; r < 8; ++r)
+                std::copy(x.begin(), x.end(), pSamples + r * iStride + r);
+            for (const InnerProductsVariant& variant : InnerProductsVariants) {
+                for (const size_t n : outputCounts) {
+                    if (n % variant.Lanes != 0 || !variant.IsSupported()) continue;
+                    std::fill_n(pOutputs, 1008, 77.0);
+                    variant.Function(taps.data(), iTaps, pSamples, iStride, iFirst, pOutputs, n);
+                    ASSERT_TRUE(std::equal(pOutputs, pOutputs + n, expected.begin(), Same) &&
+                                pOutputs[n] == 77.0)
+                        << variant.Name << ": " << n << " outputs, " << iTaps << " taps";
+                }
             }
         }
     }
@@ -116,8 +110,8 @@ TEST(InnerProducts, EveryVariantAgreesWithTheScalarLoop)
 
 TEST(FirBank, AgreesWithFiltersWhateverIsAnnounced)
 {
-    Awkward random{3000}, finite{5, true};
-    std::vector<double> taps[] = {finite.Vector(1), finite.Vector(33), finite.Vector(70)};
+    Awkward random{3000}, special{5, true}, plain{1000000};
+    std::vector<double> taps[] = {special.Vector(1), special.Vector(33), plain.Vector(70)};
     FirBank bank;
     for (const InnerProductsVariant& variant : InnerProductsVariants) {
         if (!variant.IsSupported()) continue;

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <numbers>
-#include <numeric>
+#include <optional>
 
 #include "host/Error.hpp"
 #include "tests/TemporaryFolder.hpp"
@@ -35,36 +35,27 @@ Complex LowPass(double f, double corner)
     return 1.0 / (1.0 + kJ * f / corner);
 }
 
-FrequencyResponse Tabulated(const std::function<Complex(double)>& response, double step,
-                            double last, double first)
+FrequencyResponse Tabulated(const std::function<Complex(double)>& response, double step = 10e6,
+                            double last = 40e9, std::optional<double> first = {})
 {
     FrequencyResponse table;
-    for (double f = first; f < last + 0.5 * step; f += step) {
+    for (double f = first.value_or(step); f < last + 0.5 * step; f += step) {
         table.frequency.push_back(f);
         table.value.push_back(response(f));
     }
     return table;
 }
 
-FrequencyResponse Tabulated(const std::function<Complex(double)>& response, double step = 10e6,
-                            double last = 40e9)
-{
-    return Tabulated(response, step, last, step);
-}
-
 TEST(ChannelResponse, AnIdealDelayIsADelayedImpulse)
 {
     for (const double samples : {0.0, 100.0, 100.3, 8000.5}) {
-        for (const double gain : {1.0, -0.5}) {
-            const ChannelResponse channel = MakeChannelResponse(
-                Tabulated([&](double f) { return gain * Delay(f, samples); }, 20e6), kSample);
-            EXPECT_EQ(channel.delay, static_cast<std::size_t>(std::lround(samples)));
-            ASSERT_EQ(channel.taps.size(), 1U) << samples;
-            EXPECT_NEAR(channel.taps[0], gain, 1e-9);
-            EXPECT_NEAR(channel.shift / kSample, static_cast<double>(channel.delay) - samples,
-                        1e-6);
-            EXPECT_LT(channel.removedFraction, 1e-20);
-        }
+        const ChannelResponse channel = MakeChannelResponse(
+            Tabulated([&](double f) { return -0.5 * Delay(f, samples); }, 20e6), kSample);
+        EXPECT_EQ(channel.delay, static_cast<std::size_t>(std::lround(samples)));
+        ASSERT_EQ(channel.taps.size(), 1U) << samples;
+        EXPECT_NEAR(channel.taps[0], -0.5, 1e-9);
+        EXPECT_NEAR(channel.shift / kSample, static_cast<double>(channel.delay) - samples, 1e-6);
+        EXPECT_LT(channel.removedFraction, 1e-20);
     }
 }
 
@@ -73,10 +64,9 @@ TEST(ChannelResponse, AnRcHasItsExactStepResponse)
     // 1 - exp(-t / RC), at the middle of the sample intervals over which the taps sum.
     for (const double corner : {0.5e9, 2e9}) {
         for (const double first : {0.0, 10e6, 50e6}) {
-            const ChannelResponse channel = MakeChannelResponse(
-                Tabulated([&](double f) { return LowPass(f, corner) * Delay(f, 200.0); }, 10e6,
-                          40e9, first),
-                kSample);
+            const auto rc = [&](double f) { return LowPass(f, corner) * Delay(f, 200.0); };
+            const ChannelResponse channel =
+                MakeChannelResponse(Tabulated(rc, 10e6, 40e9, first), kSample);
             const std::vector<double> step = channel.Step();
             double worst = 0.0;
             for (std::size_t n = 0; n < step.size(); ++n) {
@@ -96,11 +86,7 @@ TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
     {
         const char* name;
         std::function<Complex(double)> response;
-        double step;
         double tolerance;
-    };
-    const auto line = [](double f) {  // skin effect, which is causal with this phase
-        return std::exp(-(1.0 + kJ) * std::sqrt(f / 8e9)) * Delay(f, 3000.0);
     };
     const Row rows[] = {
         {"two poles and an echo",
@@ -108,18 +94,18 @@ TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
              return LowPass(f, 3e9) * LowPass(f, 7e9) * Delay(f, 700.0) *
                     (1.0 + 0.3 * Delay(f, 500.0));
          },
-         10e6, 5e-3},
-        {"skin effect", line, 10e6, 3e-3},
-        {"coarse", [](double f) { return LowPass(f, 5e9) * Delay(f, 4000.0); }, 100e6, 1e-3},
-        {"inverted", [&](double f) { return -line(f); }, 10e6, 3e-3},
+         5e-3},
+        {"skin effect, which is causal with this phase",
+         [](double f) { return std::exp(-(1.0 + kJ) * std::sqrt(f / 8e9)) * Delay(f, 3000.0); },
+         3e-3},
         {"crosstalk",
          [](double f) {
              return kJ * f / 20e9 * LowPass(f, 5e9) * LowPass(f, 9e9) * Delay(f, 300.0);
          },
-         10e6, 1e-3},
+         1e-3},
     };
     for (const Row& row : rows) {
-        const FrequencyResponse data = Tabulated(row.response, row.step, 20e9);
+        const FrequencyResponse data = Tabulated(row.response, 10e6, 20e9);
         const ChannelResponse channel = MakeChannelResponse(data, kSample);
         EXPECT_LT(channel.removedFraction, 1e-4) << row.name;
         double worst = 0.0;
@@ -197,13 +183,6 @@ TEST(ChannelResponse, SaysWhatAUserShouldKnow)
     EXPECT_NE(
         MakeChannelResponse(Tabulated(echoes, 25e6), kSample).notes.back().find("not died out"),
         std::string::npos);
-    EXPECT_NE(MakeChannelResponse(Tabulated([](double f) { return Delay(f, -50.0); }), kSample)
-                  .notes.back()
-                  .find("before they are sent"),
-              std::string::npos);
-    EXPECT_THROW(MakeChannelResponse({{1e9, 2e9, 3e9}, {1, 1, 1}}, kSample), Error);
-    EXPECT_THROW(MakeChannelResponse({{1e9, 1e9 + 1, 1e9 + 2, 1e9 + 3}, {1, 1, 1, 1}}, kSample),
-                 Error);
     EXPECT_THROW(MakeChannelResponse({{1e9, 2e9, 3e9, 4e9}, {0, 0, 0, 0}}, kSample), Error);
 }
 

@@ -35,7 +35,6 @@ TEST(Touchstone, ReadsEveryNotation)
     const Row rows[] = {
         {"a.s2p", "! remark\n# Hz S RI R 50\n1e9 0.1 0 0 0.2 0.3 0 0 0 ! remark\n", 1e9, 0.1,
          0.2 * j, 0.3},
-        {"a.S2P", "#\r\n1 0.1 0 0.2 90 0.3 0 0 0\r\n", 1e9, 0.1, 0.2 * j, 0.3},
         {"a.s2p", "#db KHZ\n+1 -20 0 0 90 0 180 0 0\n# MHz RI\n", 1e3, 0.1, j, -1.0},
         {"a.s2p", "# s mhz r 75 ma\n1 0.1 0 .5 30 0 0 0 0\n2 0 0 0 0 0 0 0 0\n1.5 1 2 3 4\n7 8\n",
          1e6, 0.1, turned, 0.0},
@@ -47,13 +46,12 @@ TEST(Touchstone, ReadsEveryNotation)
          kHead2 + "[Matrix Format] Lower\n[Begin Information]\n# [any] text\n[End Information]\n"
                   "[Network Data]\n1 0.1 0\n0 0.2 0 0\n[End]\n",
          1e6, 0.1, 0.2 * j, 0.2 * j},
-        {"a.ts", kHead2 + "[Matrix Format] Upper\n[Network Data]\n1 0.1 0 0 0.2 0 0\n[End]\n", 1e6,
-         0.1, 0.2 * j, 0.2 * j},
         // Each mode on its own: SDD = 0.4, SCC = 0.2, so that S11 is their mean and S21 half their
         // difference.
         {"a.ts",
          kHead2 + "[Mixed-Mode Order] D1,2 C1,2\n[Network Data]\n1 .4 0 0 0 0 0 .2 0\n[End]\n", 1e6,
          0.3, -0.1, -0.1},
+        {"a.S2P", "#\r\n1 0.1 0 0.2 90 0.3 0 0 0\r\n", 1e9, 0.1, 0.2 * j, 0.3},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
@@ -64,28 +62,22 @@ TEST(Touchstone, ReadsEveryNotation)
         ExpectNear(s.At(0, 2, 1), row.s21);
         ExpectNear(s.At(0, 1, 2), row.s12);
     }
-    EXPECT_EQ(ParseTouchstone(rows[3].text, "a.s2p").frequency.size(), 2U);
-    EXPECT_EQ(ParseTouchstone(rows[3].text, "a.s2p").reference, (std::vector{75.0, 75.0}));
-    EXPECT_EQ(ParseTouchstone(rows[4].text, "a.ts").reference, (std::vector{50.0, 75.0}));
+    EXPECT_EQ(ParseTouchstone(rows[2].text, "a.s2p").frequency.size(), 2U);
+    EXPECT_EQ(ParseTouchstone(rows[2].text, "a.s2p").reference, (std::vector{75.0, 75.0}));
+    EXPECT_EQ(ParseTouchstone(rows[3].text, "a.ts").reference, (std::vector{50.0, 75.0}));
 }
 
-TEST(Touchstone, ReadsMatricesOfMorePortsHoweverTheirLinesAreWrapped)
+TEST(Touchstone, ReadsFourPortsHoweverTheirLinesAreWrapped)
 {
-    for (const char* breaks : {"\n", " "}) {
-        std::string text = "# GHz S RI\n";
-        for (int k = 1; k <= 2; ++k) {
-            text += std::to_string(k);
-            for (int i = 11; i < 27; ++i) {
-                text += fmt::format(" {} {}{}", i, k, (i - 11) % 4 == 3 && i < 26 ? breaks : "");
-            }
-            text += '\n';
-        }
-        const SParameters s = ParseTouchstone(text, "four.s4p");
-        ASSERT_EQ(s.frequency.size(), 2U);
-        EXPECT_EQ(s.At(1, 1, 2), Complex(12, 2));
-        EXPECT_EQ(s.At(1, 4, 1), Complex(23, 2));
-        EXPECT_EQ(s.Term(4, 3).value[0], Complex(25, 1));
-    }
+    const SParameters s = ParseTouchstone(
+        "# GHz S RI\n1 11 1 12 1 13 1 14 1\n15 1 16 1 17 1 18 1\n19 1 20 1 21 1 22 1\n"
+        "23 1 24 1 25 1 26 1\n2 11 2 12 2 13 2 14 2 15 2 16 2 17 2 18 2 19 2 20 2 21 2 22 2 "
+        "23 2 24 2 25 2 26 2\n",
+        "four.s4p");
+    ASSERT_EQ(s.frequency.size(), 2U);
+    EXPECT_EQ(s.At(1, 1, 2), Complex(12, 2));
+    EXPECT_EQ(s.At(1, 4, 1), Complex(23, 2));
+    EXPECT_EQ(s.Term(4, 3).value[0], Complex(25, 1));
 }
 
 TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
@@ -100,55 +92,24 @@ TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
     const Row rows[] = {
         {"a.s2p", "", "a.s2p: holds no network data"},
         {"a.s2p", "1 2 3",
-         "a.s2p:1: expected the option line '# GHz S MA R 50' before the data, found "
-         "'1'"},
-        {"a.s2p", "# THz", "a.s2p:1: expected '# Hz|kHz|MHz|GHz S RI|MA|DB R ohms', found 'thz'"},
-        {"a.s2p", "# GHz Z", "a.s2p:1: expected S parameters, found z; convert the file to S"},
-        {"a.s2p", "# R 0", "a.s2p:1: expected a resistance in ohms after R"},
-        {"a.txt", "#\n1 2 3",
-         "a.txt:2: expected a file name that ends in .s2p, .s4p or their like"},
+         "a.s2p:1: expected the option line '# GHz S MA R 50' before the data, found '1'"},
         {"a.s2p", "#\n1 2 3 4 5 6 7 8 x", "a.s2p:2: expected a number, found 'x'"},
-        {"a.s2p", "#\n1 2 3 4 5 6 7 8 inf", "a.s2p:2: expected a number, found 'inf'"},
         {"a.s2p", "#\n1 1e9 0 0 0 0 0 0 0",
          "a.s2p:2: expected scattering parameters, found one of magnitude 1e+09"},
-        {"a.s2p", "#\n1 2 3 4 5 6 7 8",
-         "a.s2p:2: expected a frequency and pairs of values, found 8 numbers; are there really 2 "
-         "ports?"},
         {"a.s2p", "#\n1 0 0 0 0 0 0 0 0\n1 0 0 0 0 0 0 0 0",
          "a.s2p:3: expected a frequency above the one before, found 1"},
-        {"a.s2p", "#\n-1 0 0 0 0 0 0 0 0",
-         "a.s2p:2: expected a frequency above the one before, found -1"},
         {"a.s4p", four + "1 0 1 0 1 0 1 0\n1 0 1 0 1 0",
          "a.s4p:5: expected 33 numbers for the frequency of line 2, found 31; the file is "
          "truncated"},
-        {"a.s4p", four + "1 0 1 0 1 0 1",
-         "a.s4p:4: expected pairs of values, found 7 numbers; are there really 4 ports?"},
         {"a.s3p", four + "1 0 1 0 1 0 1 0\n",
          "a.s3p:4: expected 19 numbers for the frequency of line 2 with 3 ports, found 25"},
         {"a.s2p", four,
          "a.s2p:3: expected a frequency and pairs of values, found 8 numbers; are there really 2 "
          "ports?"},
-        {"a.ts", "[Number of Ports] 2",
-         "a.ts:1: expected [Version] 2.0 before the keyword [number of "
-         "ports]"},
-        {"a.ts", "[Version] 3", "a.ts:1: expected [Version] 2.0 or 2.1, found '3'"},
-        {"a.ts", kHead2 + "[Number of Ports] 1.5",
-         "a.ts:5: expected a whole number from 1 to 256, found "
-         "'1.5'"},
-        {"a.ts", kHead2 + "[Odd]", "a.ts:5: unknown keyword [odd]"},
-        {"a.ts", kHead2 + "[Mixed-Mode Order] D1,2 S2",
-         "a.ts:5: [Mixed-Mode Order] must name the D and C of each pair once and 2 modes in all"},
-        {"a.ts", kHead2 + "[Mixed-Mode Order] D1,3",
-         "a.ts:5: expected 2 of D2,3 C2,3 S4 and their like in [Mixed-Mode Order], found 'd1,3'"},
-        {"a.ts", kHead2 + "1 0 0", "a.ts:5: expected [Network Data] before the data, found '1'"},
         {"a.ts", kHead2 + "[Network Data]\n1 0 0 0 0 0 0 0 0\n",
-         "a.ts:6: expected [End]; the file is "
-         "truncated"},
+         "a.ts:6: expected [End]; the file is truncated"},
         {"a.ts", kHead2 + "[Number of Frequencies] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
          "a.ts:8: expected 2 frequencies as [Number of Frequencies] says, found 1"},
-        {"a.ts", "[Version] 2.0\n#\n[Network Data]",
-         "a.ts:3: expected [Number of Ports] before this "
-         "line"},
         {"a.ts", "[Version] 2.0\n#\n[Number of Ports] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
          "a.ts:6: expected [Two-Port Data Order] for a two-port of version 2"},
     };
@@ -203,10 +164,9 @@ TEST(SParameters, MixedTermsFollowTheirDefinition)
     ExpectNear(term(Common, 2, Common, 1), Complex(0.4 + 0.08, 0.2));
     ExpectNear(term(Common, 2, Differential, 1), Complex(-0.4, 0.2));
     ExpectNear(term(Differential, 2, Common, 1), Complex(-0.4, 0.2));
-    ExpectNear(term(Differential, 1, Differential, 1), 0.0);
 }
 
-TEST(SParameters, RenormalisedMatricesAreThoseOfTheSameNetwork)
+TEST(SParameters, RenormalisesAndReadsGains)
 {
     // A series resistor Z between ports of R: S11 = Z / (Z + 2R), S21 = 2R / (Z + 2R).
     const auto series = [](double z, double r) {
@@ -224,15 +184,7 @@ TEST(SParameters, RenormalisedMatricesAreThoseOfTheSameNetwork)
     EXPECT_NE(Through(uneven, {}).value[0], uneven.At(0, 2, 1));
     EXPECT_NEAR(FindPeakGain(series(30.0, 50.0)).gain, 1.0, 1e-12);  // both ports driven alike
     EXPECT_NEAR(FindPeakGain(FourPort(kPorts12_34, 0.5)).gain, 0.5 + 0.15, 1e-12);
-}
-
-TEST(SParameters, LossIsReadBetweenThePoints)
-{
-    const FrequencyResponse response{{1e9, 3e9}, {0.1, 0.01}};
-    EXPECT_NEAR(LossAt(response, 1e9), 20.0, 1e-12);
-    EXPECT_NEAR(LossAt(response, 2e9), 30.0, 1e-12);
-    EXPECT_NEAR(LossAt(response, 3e9), 40.0, 1e-12);
-    EXPECT_THROW(LossAt(response, 4e9), Error);
+    EXPECT_NEAR(LossAt({{1e9, 3e9}, {0.1, 0.01}}, 2e9), 30.0, 1e-12);
 }
 
 }  // namespace

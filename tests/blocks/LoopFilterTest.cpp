@@ -1,37 +1,7 @@
 #include "blocks/LoopFilter.hpp"
-#include "blocks/PFD.hpp"
 #include "tests/runtime/Support.hpp"
 
 namespace {
-
-TEST(PFD, ComparesThePhaseAtTransitions)
-{
-    const struct
-    {
-        double dData, dInPhase, dQuadrature;
-        int iInPhaseSign, iQuadratureSign, iPhaseError;
-    } table[] = {
-        {-1, 1, 1, 0, 0, 0},                           // no transition yet
-        {1, -1, 1, -1, 1, 0},   {2, 1, -1, -1, 1, 0},  // the data stays high
-        {0, 1, -1, 1, -1, -1},                         // zero is low
-        {1, 2, 1, 1, 1, -1},                           // an unchanged sign keeps the error
-        {-1, 0, -1, -1, -1, 1},                        // zero counts as negative
-        {1, -3, -1, -1, -1, 1}, {-1, 1, 1, 1, 1, 0},  {1, 1, -1, 1, -1, 0},
-        {-1, -1, 1, -1, 1, 0},  {1, 1, 0, 1, -1, -1}, {std::nan(""), -1, std::nan(""), -1, -1, 1},
-        {-1, 1, -1, -1, -1, 1},
-    };
-    PFD detector;
-    for (const auto& row : table) {
-        EXPECT_EQ(detector.SeesTransition(row.dData), detector.PrevData != (row.dData > 0.0));
-        detector.Data = row.dData;
-        detector.InPhase = row.dInPhase;
-        detector.Quadrature = row.dQuadrature;
-        EXPECT_TRUE(detector.Run() && detector.Initialize());
-        EXPECT_EQ(detector.InPhaseSign, row.iInPhaseSign) << &row - table;
-        EXPECT_EQ(detector.QuadratureSign, row.iQuadratureSign) << &row - table;
-        EXPECT_EQ(detector.PhaseError, row.iPhaseError) << &row - table;
-    }
-}
 
 /// One step of the filter, every term computed where it stands.
 void Step(double& a, double& b, double I, double C1, double C2, double R, double T)
