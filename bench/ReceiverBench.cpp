@@ -9,12 +9,13 @@
 #include <random>
 #include <vector>
 
+#include <malloc.h>
+
 #include "model/Retimer_RX_RT.hpp"
 
 namespace {
 
-enum class Phase { Idle, Measuring };
-enum class Signal { Data, SilenceAfterData };
+enum class Phase { Idle, Measuring, Adapting };
 
 /// A receiver and the signal it is fed, block by block.
 class Bench
@@ -29,8 +30,8 @@ public:
         if (kernel) m_rx->Kernel = kernel;
         m_rx->SamplesPerSymbol = iSamplesPerBit;
         m_rx->RX_Config = 2;
-        m_rx->CTLEAdapt = phase == Phase::Measuring;
-        m_rx->EOMNbits = 1 << 30;
+        m_rx->CTLEAdapt = phase != Phase::Idle;
+        if (phase == Phase::Measuring) m_rx->EOMNbits = 1 << 30;  // never done
         m_rx->WaveIn.SetBuffer(m_in, 1, 1, 0);
         m_rx->WaveOut.SetBuffer(m_out, 1, 1, 0);
         m_rx->ClockOut.SetBuffer(m_clock, 1, 1, 0);
@@ -43,7 +44,7 @@ public:
             if (i % static_cast<size_t>(iSamplesPerBit) == 0) dLevel = random() & 1 ? 0.4 : -0.4;
             m_wave[i] = y += (dLevel - y) * 4 / iSamplesPerBit;
         }
-        if (!bEverything)  // past start-up, and into the measurement
+        if (!bEverything && phase != Phase::Adapting)  // past start-up, and into the measurement
             for (int i = 0; i < 700 * iSamplesPerBit; i += 1024) Run(1024);
     }
 
@@ -68,12 +69,19 @@ private:
     size_t m_iAt = 0;
 };
 
+void CountSamples(benchmark::State& state, size_t iSamplesPerIteration)
+{
+    const auto iSamples = state.iterations() * static_cast<long>(iSamplesPerIteration);
+    state.counters["ns_per_sample"] =
+        benchmark::Counter(static_cast<double>(iSamples) * 1e-9,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert |
+                               benchmark::Counter::kAvgThreads);
+}
+
 void Measure(benchmark::State& state, Bench& bench, size_t iBlock)
 {
     for (auto _ : state) bench.Run(iBlock);
-    state.counters["ns_per_sample"] = benchmark::Counter(
-        static_cast<double>(state.iterations() * static_cast<long>(iBlock)) * 1e-9,
-        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    CountSamples(state, iBlock);
 }
 
 void BlockSize(benchmark::State& state)
@@ -96,6 +104,26 @@ void EyeMeasurement(benchmark::State& state)
     Measure(state, bench, 4096);
 }
 BENCHMARK(EyeMeasurement);
+
+void AdaptingRun(benchmark::State& state)
+{
+    constexpr size_t iSamples = 20000 * 64;
+    for (auto _ : state) {
+        state.PauseTiming();
+        Bench bench(64, Phase::Adapting);
+        state.ResumeTiming();
+        for (size_t i = 0; i < iSamples; i += 4096) bench.Run(4096);
+    }
+    CountSamples(state, iSamples);
+}
+BENCHMARK(AdaptingRun)->Unit(benchmark::kMillisecond);
+
+void InstancePerThread(benchmark::State& state)
+{
+    Bench bench(64, Phase::Idle);
+    Measure(state, bench, 4096);
+}
+BENCHMARK(InstancePerThread)->ThreadRange(1, 2)->UseRealTime();
 
 void SilenceAfterData(benchmark::State& state)
 {
@@ -121,8 +149,11 @@ BENCHMARK(InstructionSet)->DenseRange(0, Vantor::NumberOfInnerProductsVariants -
 void SetUp(benchmark::State& state)
 {
     for (auto _ : state) {
-        Retimer_RX_RT rx;
-        benchmark::DoNotOptimize(rx.Setup() && rx.Initialize());
+        const size_t iBefore = mallinfo2().uordblks + mallinfo2().hblkhd;
+        const auto rx = std::make_unique<Retimer_RX_RT>();
+        benchmark::DoNotOptimize(rx->Setup() && rx->Initialize());
+        state.counters["MB"] =
+            static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd - iBefore) * 1e-6;
     }
 }
 BENCHMARK(SetUp)->Unit(benchmark::kMillisecond);
