@@ -2,8 +2,7 @@
 
 bool ClockRecovery::RunEquations()
 {
-    SymbolRate = 1.0 / SymbolTime;
-    TimeStep = 1.0 / (SymbolRate * SamplesPerSymbol);
+    SymbolTiming::RunEquations();
     CentreFrequency = SymbolRate * Factor;
     return true;
 }

@@ -3,6 +3,7 @@
 #include "blocks/Delay.hpp"
 #include "blocks/LoopFilter.hpp"
 #include "blocks/PFD.hpp"
+#include "model/SymbolTiming.hpp"
 #include "runtime/Arithmetic.hpp"
 #include "runtime/CircularBuffer.hpp"
 #include "runtime/Fork.hpp"
@@ -10,7 +11,7 @@
 #include "runtime/VCO.hpp"
 
 /// The clock-recovery loop: phase detector, charge pump and loop filter, VCO.
-class ClockRecovery
+class ClockRecovery : public SymbolTiming
 {
 public:
     /// The phase detector with the quarter-period shifter that gives it its quadrature clock.
@@ -42,19 +43,15 @@ public:
     Vantor::IntToDouble PhaseToDouble;
     Vantor::Fork<Vantor::DoubleCircularBuffer> VcoFork;
     Vantor::Fork<Vantor::DoubleCircularBuffer> LoopFork;
-    double C1 = 2.2e-08;   ///< farads
-    double C2 = 5e-11;     ///< farads
-    double R = 100.0;      ///< ohms
-    double Icp = 2.5e-05;  ///< amperes
-    double SamplesPerSymbol = 64.0;
+    double C1 = 2.2e-08;           ///< farads
+    double C2 = 5e-11;             ///< farads
+    double R = 100.0;              ///< ohms
+    double Icp = 2.5e-05;          ///< amperes
     double Factor = 1.0;           ///< VCO centre frequency over the symbol rate
     double VCO_Sensitivity = 8e8;  ///< Hz/V
     double InitialPhase = 0.0;     ///< radians
     double Amplitude = 1.0;
-    double SymbolTime = 9.696969696969696e-11;  ///< unit interval, seconds
-    double SymbolRate = 0.0;                    ///< derived, 1/s
-    double TimeStep = 0.0;                      ///< derived, seconds
-    double CentreFrequency = 0.0;               ///< derived, hertz
+    double CentreFrequency = 0.0;  ///< derived, hertz
 
     bool RunEquations();
     bool Setup();

@@ -1,12 +1,5 @@
 #include "model/DecisionFeedback.hpp"
 
-bool DecisionFeedback::RunEquations()
-{
-    SymbolRate = 1.0 / SymbolTime;
-    TimeStep = 1.0 / (SymbolRate * SamplesPerSymbol);
-    return true;
-}
-
 bool DecisionFeedback::Setup()
 {
     RunEquations();

@@ -3,6 +3,7 @@
 #include "blocks/clockdelay.hpp"
 #include "blocks/slicer.hpp"
 #include "model/ServedBlocks.hpp"
+#include "model/SymbolTiming.hpp"
 #include "runtime/Arithmetic.hpp"
 #include "runtime/ConstUnTimed.hpp"
 #include "runtime/Fork.hpp"
@@ -11,7 +12,7 @@
 /// The decision-feedback equaliser. Arrays of per-tap blocks are indexed by the tap number less
 /// one. Tap k multiplies what delay k of the chain behind the slicer holds; the chain fires before
 /// the slicer, so that while a bit is being decided this is the decision k + 1 bits before it.
-class DecisionFeedback
+class DecisionFeedback : public SymbolTiming
 {
 public:
     static constexpr int NumberOfTaps = 5;
@@ -38,12 +39,7 @@ public:
     Selector TapSelect[NumberOfTaps];  ///< 0 the fixed tap, 1 the adapted one
     Vantor::ConstUnTimed<double> TapFixed[NumberOfTaps];
     Vantor::Fork<Vantor::IntCircularBuffer> DfeModeFork;
-    double FixedTaps[NumberOfTaps] = {};        ///< tap codes
-    double SymbolTime = 9.696969696969696e-11;  ///< unit interval, seconds
-    double SamplesPerSymbol = 64.0;
-    double SymbolRate = 0.0;  ///< derived, 1/s
-    double TimeStep = 0.0;    ///< derived, seconds
+    double FixedTaps[NumberOfTaps] = {};  ///< tap codes
 
-    bool RunEquations();
     bool Setup();
 };

@@ -24,13 +24,6 @@ const ResponseTable& TableOf(int iResponse)
 
 }  // namespace
 
-bool EqualiserBank::RunEquations()
-{
-    SymbolRate = 1.0 / SymbolTime;
-    TimeStep = 1.0 / (SymbolRate * SamplesPerSymbol);
-    return true;
-}
-
 bool EqualiserBank::Setup()
 {
     RunEquations();

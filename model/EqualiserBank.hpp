@@ -3,13 +3,14 @@
 #include <memory>
 
 #include "model/ServedBlocks.hpp"
+#include "model/SymbolTiming.hpp"
 #include "model/responses/TableOrder.hpp"
 #include "runtime/Fork.hpp"
 #include "runtime/TimeResponseFIR.hpp"
 
 /// The continuous-time linear equaliser: 32 tabulated responses side by side and a selector that
 /// passes the one of the current equalisation level.
-class EqualiserBank
+class EqualiserBank : public SymbolTiming
 {
 public:
     static constexpr int Responses = ResponseCount;
@@ -27,12 +28,7 @@ public:
     Vantor::TimeResponseFIR EqResponse[Responses];
     Selector EqSelect;
     Vantor::Fork<Vantor::DoubleCircularBuffer> EqInputFork;
-    double SymbolTime = 9.696969696969696e-11;  ///< unit interval, seconds
-    double SamplesPerSymbol = 64.0;
-    double SymbolRate = 0.0;  ///< derived, 1/s
-    double TimeStep = 0.0;    ///< derived, seconds
 
-    bool RunEquations();
     bool Setup();
 
     /// The longest response, in taps.

@@ -1,7 +1,6 @@
-// Built once per instruction set, with KERNEL_NAME and KERNEL_LANES: as a file of its own, because
-// neither compiler keeps vectors whole in a template that is inlined into functions of different
-// targets. It includes nothing that has code, so that no function built for a newer processor
-// can stand in for a common one.
+// Built once per instruction set, with KERNEL_NAME and KERNEL_LANES, so that vectors are as wide as
+// the registers. It includes nothing that has code: no function built for a newer processor can
+// stand in for a common one.
 
 #include <cstddef>
 
