@@ -40,16 +40,16 @@ public:
           stop_(stop),
           begin_(Clock::now()),
           model_(ResolveModelSource(options.model, options.parameters)),
-          signal_(options),
-          frame_(options.SampleInterval(), options.BitTime())
+          signal_(options.signal, 8 * options.blockBits),
+          frame_(options.signal.SampleInterval(), options.signal.BitTime())
     {
         result_.notes = model_.notes;
         result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
-        result_.bitTime = options.BitTime();
+        result_.bitTime = options.signal.BitTime();
         result_.ignoredBits = IgnoredBits();
         EyeAnalysis::Settings eye;
-        eye.samplesPerBit = options.samplesPerBit;
-        eye.ignoreSamples = result_.ignoredBits * options.samplesPerBit;
+        eye.samplesPerBit = options.signal.samplesPerBit;
+        eye.ignoreSamples = result_.ignoredBits * options.signal.samplesPerBit;
         eye.sentUnitInterval = signal_.SentUnitInterval();
         eye.sent = signal_.Sent();
         eye_.emplace(eye);
@@ -107,10 +107,11 @@ private:
         ModelStart start;
         start.modulePath = model_.library;
         start.parameters = model_.parameters;
-        start.sampleInterval = options_.SampleInterval();
-        start.bitTime = options_.BitTime();
+        start.sampleInterval = options_.signal.SampleInterval();
+        start.bitTime = options_.signal.BitTime();
         start.impulse = signal_.Impulse();
-        start.blockSamples = static_cast<std::size_t>(options_.blockBits * options_.samplesPerBit);
+        start.blockSamples =
+            static_cast<std::size_t>(options_.blockBits * options_.signal.samplesPerBit);
 
         ModelProcess::Settings settings;
         settings.workerProgram = worker_;
@@ -127,7 +128,7 @@ private:
         result_.modelMessage = init.message;
         result_.parametersOut = init.parametersOut;
 
-        WaveWriter wave(options_.out, options_.saveWave, options_.SampleInterval());
+        WaveWriter wave(options_.out, options_.saveWave, options_.signal.SampleInterval());
         OutputFile clocks(options_.out / "clock.csv");
         clocks.Write("time_s\n");
         Progress progress(signal_.Bits());
@@ -154,7 +155,7 @@ private:
     std::int64_t MakeBlock(ModelProcess& process, std::int64_t made)
     {
         const std::int64_t bits = std::min(options_.blockBits, signal_.Bits() - made);
-        const auto samples = static_cast<std::size_t>(bits * options_.samplesPerBit);
+        const auto samples = static_cast<std::size_t>(bits * options_.signal.samplesPerBit);
         signal_.Output().Read(process.NextInput().first(samples));
         process.Submit(samples);
         return bits;
@@ -179,7 +180,7 @@ private:
         for (const double time : block.clocks.times)
             fmt::format_to(std::back_inserter(text_), "{}\n", time);
         clocks.Write(text_);
-        result_.bits += std::ssize(block.output) / options_.samplesPerBit;
+        result_.bits += std::ssize(block.output) / options_.signal.samplesPerBit;
     }
 
     void Evaluate()
@@ -262,11 +263,12 @@ private:
     {
         if (result_.eye) {
             EyePicture picture;
-            picture.title = fmt::format("{}: {}", model_.name, Describe(options_));
-            picture.subtitle = fmt::format("{:g} Gbit/s, {} UI, eye {:.1f} mV x {:.3f} UI at {:g}",
-                                           options_.bitRate * 1e-9, result_.eye->unitIntervals,
-                                           result_.eye->vertical.Height() * 1000,
-                                           result_.eye->left + result_.eye->right, kEyeProbability);
+            picture.title = fmt::format("{}: {}", model_.name, Describe(options_.signal));
+            picture.subtitle =
+                fmt::format("{:g} Gbit/s, {} UI, eye {:.1f} mV x {:.3f} UI at {:g}",
+                            options_.signal.bitRate * 1e-9, result_.eye->unitIntervals,
+                            result_.eye->vertical.Height() * 1000,
+                            result_.eye->left + result_.eye->right, kEyeProbability);
             picture.sampledAt = 0.5;
             picture.opening = eye_->IsSliced() ? Opening{} : result_.eye->vertical;
             picture.left = result_.eye->left;
@@ -288,7 +290,7 @@ private:
 
     void Print() const
     {
-        fmt::print("{}: {}\n{}", model_.name, Describe(options_),
+        fmt::print("{}: {}\n{}", model_.name, Describe(options_.signal),
                    result_.bits > 0 ? ToTable(result_, options_) : "");
         for (const auto& note : result_.notes) fmt::print("  Note: {}\n", note);
         if (result_.eye) fmt::print("Picture: {}\n", (options_.out / "eye.png").string());

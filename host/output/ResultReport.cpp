@@ -15,7 +15,7 @@ Json OrNull(const std::optional<Value>& value)
     return value ? Json(*value) : Json(nullptr);
 }
 
-Json SignalJson(const RunOptions& o)
+Json SignalJson(const SignalOptions& o)
 {
     Json json = {{"bit_rate", o.bitRate}, {"samples_per_bit", o.samplesPerBit}};
     if (!o.wave.empty()) {
@@ -36,7 +36,7 @@ Json SignalJson(const RunOptions& o)
 
 double NanosecondsASample(double seconds, const RunResult& result, const RunOptions& options)
 {
-    const double samples = static_cast<double>(result.bits) * options.samplesPerBit;
+    const double samples = static_cast<double>(result.bits) * options.signal.samplesPerBit;
     return samples > 0 ? seconds * 1e9 / samples : 0;
 }
 
@@ -59,7 +59,7 @@ std::string Grouped(std::int64_t value)
 
 }  // namespace
 
-std::string Describe(const RunOptions& options)
+std::string Describe(const SignalOptions& options)
 {
     if (!options.wave.empty()) return options.wave.filename().string();
     std::string text =
@@ -126,7 +126,7 @@ Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& mo
                      {"parameters_in", model.parameters},
                      {"parameters_out", r.parametersOut},
                      {"message", r.modelMessage}};
-    json["signal"] = SignalJson(options);
+    json["signal"] = SignalJson(options.signal);
     json["speed"] = {{"seconds", r.seconds},
                      {"model_seconds", r.modelSeconds},
                      {"bits_per_s", BitsASecond(r)},

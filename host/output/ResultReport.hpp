@@ -17,6 +17,6 @@ nlohmann::ordered_json ToJson(const RunResult& result, const RunOptions& options
 std::string ToTable(const RunResult& result, const RunOptions& options);
 
 /// The run's settings in one line, for titles: "10 dB line, PRBS31, 100 ppm, 2 mV noise".
-std::string Describe(const RunOptions& options);
+std::string Describe(const SignalOptions& options);
 
 }  // namespace amisim

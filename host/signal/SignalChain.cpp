@@ -21,16 +21,17 @@ constexpr std::uint64_t kNoiseStream = 1;
 
 }  // namespace
 
-SignalChain::SignalChain(const RunOptions& options) : sentUnitInterval_(options.samplesPerBit)
+SignalChain::SignalChain(const SignalOptions& options, std::int64_t queuedBits)
+    : sentUnitInterval_(options.samplesPerBit)
 {
     if (options.wave.empty()) {
-        UseTransmitter(options);
+        UseTransmitter(options, queuedBits);
     } else {
         UseWaveFile(options);
     }
 }
 
-void SignalChain::UseWaveFile(const RunOptions& options)
+void SignalChain::UseWaveFile(const SignalOptions& options)
 {
     auto file = std::make_unique<WaveFile>(options.wave, options.SampleInterval());
     if (file->HasTime() && std::abs(file->MeanStep() / options.SampleInterval() - 1) > 1e-6) {
@@ -54,9 +55,9 @@ void SignalChain::UseWaveFile(const RunOptions& options)
     impulse_ = {1 / options.SampleInterval()};
 }
 
-void SignalChain::UseTransmitter(const RunOptions& options)
+void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queuedBits)
 {
-    bits_ = options.bits.value_or(RunOptions::kDefaultBits);
+    bits_ = options.bits.value_or(SignalOptions::kDefaultBits);
     sentUnitInterval_ = options.samplesPerBit / (1 + options.ppm * 1e-6);
 
     const LossyLine line{options.lossDb, options.skinPart, options.bitRate / 2};
@@ -66,7 +67,7 @@ void SignalChain::UseTransmitter(const RunOptions& options)
 
     // Bits are made as far ahead as the channel's blocks reach, and the model's queue.
     const std::size_t ahead = 8 * weights.size() / static_cast<std::size_t>(options.samplesPerBit) +
-                              8 * static_cast<std::size_t>(options.blockBits);
+                              static_cast<std::size_t>(queuedBits);
     sent_.emplace(ahead + BitComparer::kLongestDelay + 4 * BitComparer::kWindow);
 
     NrzSource::Settings settings;

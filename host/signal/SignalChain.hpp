@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "host/cli/RunOptions.hpp"
 #include "host/signal/BitHistory.hpp"
+#include "host/signal/SignalOptions.hpp"
 #include "host/signal/SignalSource.hpp"
 
 namespace amisim {
@@ -16,8 +16,9 @@ namespace amisim {
 class SignalChain
 {
 public:
+    /// @param queuedBits  most bits that are made ahead of those whose output is being looked at
     /// @throws Error (kInput) for the waveform file
-    explicit SignalChain(const RunOptions& options);
+    SignalChain(const SignalOptions& options, std::int64_t queuedBits);
 
     /// What the model receives.
     SignalSource& Output() const { return *stages_.back(); }
@@ -32,8 +33,8 @@ public:
     const std::vector<std::string>& Notes() const { return notes_; }
 
 private:
-    void UseWaveFile(const RunOptions& options);
-    void UseTransmitter(const RunOptions& options);
+    void UseWaveFile(const SignalOptions& options);
+    void UseTransmitter(const SignalOptions& options, std::int64_t queuedBits);
 
     std::optional<BitHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;

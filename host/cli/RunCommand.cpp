@@ -1,0 +1,82 @@
+#include "host/cli/RunCommand.hpp"
+
+#include "host/cli/SignalCommandLine.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr const char* kRunFooter = R"(
+Examples:
+  amisim run retimer.ibs --bits 20000 --loss 10 --out result
+  amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
+  amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave none
+
+Files in the output folder:
+  result.json           everything that was found, and the settings
+  eye.png               eye density around the sampling instant, in the recovered clock's frame
+  wave.npy or wave.csv  the model's output waveform with times
+  clock.csv             the clock times as the model returned them
+  model.log             what the model printed, if anything
+  and what the model itself writes, such as Adapt.txt and EOM.txt
+
+Exit codes:
+  0 done               3 input or output file   6 the model returned 0
+  1 internal error     4 model cannot be loaded 7 time limit
+  2 usage              5 model crashed          8 interrupted (what there was is written)
+)";
+
+}  // namespace
+
+CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
+{
+    auto* run =
+        app.add_subcommand("run", "Run a model on a signal and look at what it makes of it");
+    run->footer(kRunFooter);
+    // The last one counts, so that a script can add to a command line.
+    run->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    run->add_option("model", o.model, "The model: .ibs, .ami or .so")
+        ->required()
+        ->type_name("MODEL");
+    run->add_option("-o,--out", o.out, "Output folder, made if need be")
+        ->capture_default_str()
+        ->type_name("DIR");
+    run->add_option("-p,--param", o.parameters, "Set a parameter of the model; may be repeated")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME=VALUE");
+
+    const std::string time = kTimeGroup;
+    run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")
+        ->check(CLI::Range(1, 1 << 22).description(""))
+        ->capture_default_str()
+        ->type_name("N")
+        ->group(time);
+    run->add_option("--ignore-bits", o.ignoreBits,
+                    "Bits at the start not counted in eye and errors [the model's Ignore_Bits, "
+                    "else half of all]")
+        ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40).description(""))
+        ->type_name("N")
+        ->group(time);
+    run->add_option("--time-limit", o.timeLimit, "Most seconds for the whole run")
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("S")
+        ->group(time);
+    run->add_option("--call-limit", o.callLimit, "Most seconds for one call of the model")
+        ->check(CLI::PositiveNumber.description(""))
+        ->capture_default_str()
+        ->type_name("S")
+        ->group(time);
+
+    AddSignalOptions(*run, o.signal);
+
+    using Kind = WaveWriter::Kind;
+    run->add_option("--save-wave", o.saveWave, "Save the output waveform: npy, csv or none [npy]")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Kind>{{"npy", Kind::kNpy},
+                                                                        {"csv", Kind::kCsv},
+                                                                        {"none", Kind::kNone}})
+                        .description(""))
+        ->type_name("KIND");
+    return run;
+}
+
+}  // namespace amisim

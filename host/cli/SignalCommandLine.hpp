@@ -1,0 +1,16 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "host/signal/SignalOptions.hpp"
+
+namespace amisim {
+
+/// Groups of options in the help.
+inline constexpr const char* kTimeGroup = "Time and blocks";
+inline constexpr const char* kSignalGroup = "Signal";
+
+/// Defines the options that make the signal at the model's input; the texts state the defaults.
+void AddSignalOptions(CLI::App& run, SignalOptions& options);
+
+}  // namespace amisim
