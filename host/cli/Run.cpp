@@ -186,9 +186,13 @@ private:
     void Evaluate()
     {
         eye_->Finish();
-        result_.clockTimes = frame_.Times();
-        result_.filledClocks = frame_.Filled();
-        if (frame_.UnitInterval() > 0) result_.unitInterval = frame_.UnitInterval();
+        result_.clock.times = frame_.Times();
+        result_.clock.filled = frame_.Filled();
+        result_.clock.backward = frame_.Backward();
+        if (frame_.UnitInterval() > 0) {
+            result_.clock.unitInterval = frame_.UnitInterval();
+            result_.clock.ppm = (result_.bitTime / frame_.UnitInterval() - 1) * 1e6;
+        }
         const bool later = eye_->IsSliced();
         const auto& decisions = later ? eye_->AtLater() : eye_->AtSampling();
         result_.sampledAt = decisions.offset;
@@ -199,15 +203,18 @@ private:
         }
         if (eye_->UnitIntervals() > 0) {
             const auto sides = eye_->Horizontal(kEyeProbability);
-            result_.eye = {InnerOpening(decisions.levels, 0, kEyeProbability), sides.left,
-                           sides.right, eye_->UnitIntervals()};
+            EyeFindings eye;
+            eye.vertical = InnerOpening(decisions.levels, 0, kEyeProbability);
+            eye.left = sides.left;
+            eye.right = sides.right;
+            eye.sampledAt = decisions.offset;
+            eye.sliced = later;
+            eye.unitIntervals = eye_->UnitIntervals();
+            eye.density = eye_->Density();
+            result_.eye = std::move(eye);
         }
-        if (const auto log = ReadAdaptLog(options_.out / "Adapt.txt")) {
-            result_.eqLevel = log->Level();
-            result_.requests = log->requests;
-            result_.measurements = static_cast<int>(log->measurements.size());
-            result_.adaptationFinished = log->finished;
-        }
+        result_.adaptation = ReadAdaptLog(options_.out / "Adapt.txt");
+        if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
         if (!result_.eqLevel) {
             if (const auto level = model_.Setting("EQ_Level"))
                 result_.eqLevel = std::atoi(level->c_str());

@@ -9,29 +9,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-template <typename Value>
-Json OrNull(const std::optional<Value>& value)
+Json OrNull(const std::optional<int>& value)
 {
     return value ? Json(*value) : Json(nullptr);
 }
-
-Json SignalJson(const SignalOptions& o)
+Json OrNull(double value)
 {
-    Json json = {{"bit_rate", o.bitRate}, {"samples_per_bit", o.samplesPerBit}};
-    if (!o.wave.empty()) {
-        json["wave"] = o.wave.string();
-        return json;
-    }
-    json["prbs"] = o.prbs;
-    json["amplitude_v"] = o.amplitude;
-    json["rise_time_ui"] = o.riseTime;
-    json["phase_ui"] = o.phase;
-    json["ppm"] = o.ppm;
-    json["noise_v_rms"] = o.noise;
-    json["seed"] = o.seed;
-    json["loss_db"] = o.lossDb;
-    json["skin_part"] = o.skinPart;
-    return json;
+    return std::isfinite(value) ? Json(value) : Json(nullptr);
 }
 
 double NanosecondsASample(double seconds, const RunResult& result, const RunOptions& options)
@@ -58,17 +42,6 @@ std::string Grouped(std::int64_t value)
 }
 
 }  // namespace
-
-std::string Describe(const SignalOptions& options)
-{
-    if (!options.wave.empty()) return options.wave.filename().string();
-    std::string text =
-        options.lossDb > 0 ? fmt::format("{:g} dB line", options.lossDb) : "lossless line";
-    text += fmt::format(", PRBS{}, ±{:g} mV", options.prbs, options.amplitude * 1000);
-    if (options.ppm != 0) text += fmt::format(", {:g} ppm", options.ppm);
-    if (options.noise != 0) text += fmt::format(", {:g} mV rms noise", options.noise * 1000);
-    return text;
-}
 
 Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& model)
 {
@@ -112,13 +85,16 @@ Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& mo
                        {"unit_intervals", r.eye->unitIntervals},
                        {"sampled_at_ui", r.sampledAt}};
     }
-    json["unit_interval_s"] = OrNull(r.unitInterval);
-    json["ppm"] = OrNull(r.Ppm());
-    json["clock"] = {{"times", r.clockTimes}, {"filled", r.filledClocks}};
+    json["unit_interval_s"] = OrNull(r.clock.unitInterval);
+    json["ppm"] = OrNull(r.clock.ppm);
+    json["clock"] = {{"times", r.clock.times}, {"filled", r.clock.filled}};
     json["eq_level"] = OrNull(r.eqLevel);
-    json["requests"] = OrNull(r.requests);
-    json["adaptation"] = {{"measurements", OrNull(r.measurements)},
-                          {"finished", OrNull(r.adaptationFinished)}};
+    json["requests"] = r.adaptation ? Json(r.adaptation->requests) : Json(nullptr);
+    json["adaptation"] = {{"measurements", nullptr}, {"finished", nullptr}};
+    if (r.adaptation) {
+        json["adaptation"] = {{"measurements", r.adaptation->measurements.size()},
+                              {"finished", r.adaptation->finished}};
+    }
     json["model"] = {{"file", options.model.string()},
                      {"library", model.library.filename().string()},
                      {"name", model.name},
@@ -146,18 +122,19 @@ std::string ToTable(const RunResult& r, const RunOptions& options)
     };
     const std::string none = "-";
     row("Equalisation level", r.eqLevel ? std::to_string(*r.eqLevel) : none);
-    if (r.requests) {
+    if (r.adaptation) {
         row("Eye measurements asked for",
-            fmt::format("{}{}", *r.requests,
-                        *r.adaptationFinished ? " (adaptation finished)" : ""));
+            fmt::format("{}{}", r.adaptation->requests,
+                        r.adaptation->finished ? " (adaptation finished)" : ""));
     } else {
         row("Eye measurements asked for", none);
     }
     row("Bits", fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
                             Grouped(r.ignoredBits)));
     row("Recovered unit interval",
-        r.unitInterval ? fmt::format("{:.5f} ps ({:+.1f} ppm)", *r.unitInterval * 1e12, *r.Ppm())
-                       : none);
+        std::isnan(r.clock.unitInterval)
+            ? none
+            : fmt::format("{:.5f} ps ({:+.1f} ppm)", r.clock.unitInterval * 1e12, r.clock.ppm));
     row("Eye height", r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : none);
     row("Eye width", r.eye ? fmt::format("{:.3f} UI", r.eye->left + r.eye->right) : none);
     if (r.comparison && r.comparison->compared > 0) {

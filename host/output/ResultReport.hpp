@@ -6,6 +6,7 @@
 #include "host/cli/RunOptions.hpp"
 #include "host/model/ModelSource.hpp"
 #include "host/output/RunResult.hpp"
+#include "host/signal/SignalDescription.hpp"
 
 namespace amisim {
 
@@ -15,8 +16,5 @@ nlohmann::ordered_json ToJson(const RunResult& result, const RunOptions& options
 
 /// The few numbers that matter, as a table for the terminal.
 std::string ToTable(const RunResult& result, const RunOptions& options);
-
-/// The run's settings in one line, for titles: "10 dB line, PRBS31, 100 ppm, 2 mV noise".
-std::string Describe(const SignalOptions& options);
 
 }  // namespace amisim

@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "host/Error.hpp"
-#include "host/analysis/VoltageHistogram.hpp"
+#include "host/analysis/AdaptLog.hpp"
+#include "host/analysis/Findings.hpp"
 
 namespace amisim {
 
@@ -32,35 +33,19 @@ struct RunResult
     std::optional<Comparison> comparison;  // absent when nothing is known of what was sent
     double sampledAt = 0.5;                // unit intervals after the clock time
 
-    struct Eye
-    {
-        Opening vertical;            // V
-        double left = 0, right = 0;  // UI from the sampling instant
-        std::int64_t unitIntervals = 0;
-    };
-    std::optional<Eye> eye;  // absent when no unit interval was counted
+    std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
+    std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
+    ClockFindings clock;
+    double bitTime = 0;  // s, nominal
 
-    std::int64_t clockTimes = 0, filledClocks = 0;
-    std::optional<double> unitInterval;  // s, recovered
-    double bitTime = 0;                  // s, nominal
-
-    std::optional<int> eqLevel, requests, measurements;
-    std::optional<bool> adaptationFinished;
+    std::optional<int> eqLevel;
+    std::optional<AdaptLog> adaptation;  // absent when the model writes none
+    std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
 
     std::string modelMessage, parametersOut;  // from AMI_Init
     double seconds = 0, modelSeconds = 0;
     std::vector<std::string> notes;
     std::vector<std::string> files;  // written into the output folder
-
-    /// The recovered bit rate's distance from the nominal one.
-    std::optional<double> Ppm() const
-    {
-        if (!unitInterval) return std::nullopt;
-        return (bitTime / *unitInterval - 1) * 1e6;
-    }
 };
-
-/// Part of the samples, and crossings per unit interval, left out of the eye's height and width.
-constexpr double kEyeProbability = 1e-3;
 
 }  // namespace amisim

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/analysis/VoltageHistogram.hpp"
+
+namespace amisim {
+
+/// What the analyses found, as plain numbers for the table, result.json, the pictures and the
+/// report. Phases are in unit intervals after the clock time, voltages in V, times in s unless a
+/// name says otherwise. A value that is not known is NaN in a list.
+/// Part of the samples, and crossings per unit interval, left out of the eye's height and width.
+inline constexpr double kEyeProbability = 1e-3;
+
+inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+
+/// The tail of a distribution as a Gaussian's: a straight line on the Q scale (dual-Dirac model,
+/// "MJSQ", INCITS TR-35-2004). Stands where the error ratio is `weight` Q((x - mean) / sigma), x
+/// counted towards the inside of the eye.
+struct TailFit
+{
+    double mean = 0, sigma = 0;      // sigma > 0
+    double weight = 0.5;             // error ratio at the mean: half the transition density, or 1/2
+    double highest = 0, lowest = 0;  // error ratios between which the points fitted lie
+};
+
+/// Error ratio against where the eye is sampled: against phase (at 0 V) or against voltage (at the
+/// sampling phase).
+struct Bathtub
+{
+    std::vector<double> x;             // rising
+    std::vector<double> counted;       // error ratio; NaN where nothing was counted
+    std::vector<double> extrapolated;  // from the fits; NaN where there is none
+    std::optional<TailFit> low, high;  // the side of small x and that of large x
+};
+
+/// The eye's opening at one bit error ratio: counted where enough bits were, else from the fits.
+struct OpeningAt
+{
+    double ber = 0;
+    double height = kUnknown;  // V
+    double width = kUnknown;   // UI
+    bool heightExtrapolated = false, widthExtrapolated = false;
+};
+
+/// The line around the places that may be sampled with at most this error ratio.
+struct Contour
+{
+    double ber = 0;
+    bool extrapolated = false;
+    std::vector<double> phase, high, low;  // of equal length, phases rising; empty: closed
+};
+
+/// Jitter of the signal against the clock, from the two sides of the time bathtub.
+struct Jitter
+{
+    double random = 0;         // RJ, UI rms: mean of both sides' sigma
+    double deterministic = 0;  // DJ (dual-Dirac), UI
+    double total = 0;          // TJ at `ber`, UI: 1 - width
+    double ber = 1e-12;
+};
+
+/// An eye in the clock's frame.
+struct EyeFindings
+{
+    VoltageHistogram density{1, 4};  // columns: phases; as EyeAnalysis::Density
+    Opening vertical;                // V, at the sampling phase, at kEyeProbability
+    double left = 0, right = 0;      // UI from the sampling phase, at kEyeProbability
+    double shift = 0;                // UI that the clock was moved by to centre the eye
+    double sampledAt = 0.5;          // phase
+    bool sliced = false;             // two levels only: no heights worth the name
+    std::int64_t unitIntervals = 0;  // counted
+    std::int64_t notFinite = 0, firstNotFinite = -1;  // samples taken as 0 V
+    std::vector<OpeningAt> openings;
+    std::vector<Contour> contours;
+    Bathtub time, voltage;
+    std::optional<Jitter> jitter;
+    double transitionDensity = kUnknown;  // crossings of 0 V per unit interval
+};
+
+/// A quantity against time, thinned out to what can be drawn: each point stands for as many unit
+/// intervals as the others.
+struct Trend
+{
+    std::vector<double> bit;  // unit intervals from the start of the run, middle of the point
+    std::vector<double> mean, least, greatest;
+};
+
+struct Histogram
+{
+    double first = 0, step = 0;  // centre of the first bin, distance of the centres
+    std::vector<std::uint64_t> counts;
+};
+
+/// Amplitude of a sine at each frequency, averaged over segments.
+struct Spectrum
+{
+    std::vector<double> frequency;  // Hz, evenly spaced from the first step on
+    std::vector<double> amplitude;  // UI peak; a sine of this amplitude alone gives this value
+    std::int64_t segments = 0;
+    double floor = kUnknown;  // UI peak: median of the amplitudes
+    struct Tone
+    {
+        double frequency, amplitude;
+    };
+    std::vector<Tone> tones;  // that stand out of the floor, largest first, at most ten
+};
+
+/// The recovered clock.
+struct ClockFindings
+{
+    std::int64_t times = 0, filled = 0, backward = 0;
+    double unitInterval = kUnknown;  // s: slope of the straight line through the counted edges
+    double ppm = kUnknown;           // bit rate's distance from the nominal one
+    double settledAtBit = kUnknown;  // from here on the TIE stays within 0.15 UI of its end
+    Trend tie;                       // UI against the straight line through the counted edges
+    Trend period;                    // ppm from nominal of the local unit interval, whole run
+    Histogram tieHistogram;          // UI; counted edges
+    double tieRms = kUnknown, tiePeakToPeak = kUnknown;  // UI
+    Spectrum tieSpectrum;
+};
+
+/// One eye that the model measured itself and logged: 64 amplitude rows of 64 phase bins.
+struct LoggedEye
+{
+    std::vector<std::uint32_t> hits;  // row by row, the top (highest voltage) first
+};
+
+}  // namespace amisim
