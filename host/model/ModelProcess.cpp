@@ -10,11 +10,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <system_error>
+
+#include "host/model/Descendants.hpp"
 
 namespace amisim {
 namespace {
@@ -32,7 +35,7 @@ constexpr int kWorkerMemory = 4;
 
 /// In the child between fork and exec: system calls only.
 [[noreturn]] void BecomeWorker(const char* program, const char* folder, int socket, int memory,
-                               int output)
+                               int output, char** environment)
 {
     setpgid(0, 0);  // Ctrl-C is for the host, which then ends the run in good order
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -46,7 +49,9 @@ constexpr int kWorkerMemory = 4;
         dup2(s, kWorkerSocket) >= 0 && dup2(m, kWorkerMemory) >= 0) {
         close(s), close(m), close(o);
         if (nothing > kWorkerMemory) close(nothing);
-        execl(program, "amisim", "_model-worker", static_cast<char*>(nullptr));
+        char name[] = "amisim", argument[] = "_model-worker";
+        char* const arguments[] = {name, argument, nullptr};
+        execve(program, arguments, environment);
     }
     _exit(127);
 }
@@ -77,9 +82,18 @@ ModelProcess::ModelProcess(const ModelStart& start, Settings settings)
     fcntl(output_, F_SETFL, O_NONBLOCK);
 
     const std::string program = settings_.workerProgram, folder = settings_.folder;
+    static std::atomic<int> count = 0;
+    mark_ = fmt::format("{}.{}", getpid(), ++count);
+    std::string entry = fmt::format("{}={}", kMarkName, mark_);
+    std::vector<char*> environment;
+    for (char** at = environ; *at != nullptr; ++at) environment.push_back(*at);
+    environment.push_back(entry.data());
+    environment.push_back(nullptr);
+    AdoptOrphans();
     pid_ = fork();
     if (pid_ == 0) {
-        BecomeWorker(program.c_str(), folder.c_str(), sockets[1], blocks_.Descriptor(), pipes[1]);
+        BecomeWorker(program.c_str(), folder.c_str(), sockets[1], blocks_.Descriptor(), pipes[1],
+                     environment.data());
     }
     close(sockets[1]);
     close(pipes[1]);
@@ -89,6 +103,7 @@ ModelProcess::ModelProcess(const ModelStart& start, Settings settings)
 ModelProcess::~ModelProcess()
 {
     Kill();
+    EndDescendants(mark_);
     if (socket_ >= 0) close(socket_);
     if (output_ >= 0) close(output_);
 }
@@ -130,7 +145,12 @@ std::optional<int> ModelProcess::WaitForEnd(double seconds)
 void ModelProcess::ReportDeath(const std::string& phase)
 {
     const auto status = WaitForEnd(2);
-    const std::string how = status ? Describe(*status) : "closed its connection to the host";
+    std::string how = status ? Describe(*status) : "closed its connection to the host";
+    if (blocks_.Noted() == SharedBlocks::Fault::kClockList)
+        how = "wrote past the end of the clock list and " + how;
+    if (blocks_.Noted() == SharedBlocks::Fault::kStack) how = "ran out of stack and " + how;
+    if (phase == "load" && status && WIFSIGNALED(*status) && WTERMSIG(*status) == SIGBUS)
+        how += ", as if its file had been cut off,";
     throw ModelFailure(ExitCode::kModelCrash, phase, how, log_.Tail());
 }
 

@@ -103,6 +103,7 @@ private:
     Settings settings_;
     ModelLog log_;
     int pid_ = -1;
+    std::string mark_;  // of every process that stems from the model
     int socket_ = -1;
     int output_ = -1;
     std::uint64_t submitted_ = 0, returned_ = 0;

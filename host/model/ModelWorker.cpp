@@ -1,9 +1,12 @@
 #include "host/model/ModelWorker.hpp"
 
 #include <sys/socket.h>
+#include <ucontext.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -50,6 +53,7 @@ public:
         return reply;
     }
     std::string Texts() const { return message_ + parameters_; }
+    const SharedBlocks& Blocks() const { return blocks_; }
 
 private:
     long Load()
@@ -92,6 +96,38 @@ private:
     std::string message_, parameters_;
 };
 
+const SharedBlocks* g_blocks = nullptr;
+
+/// Notes what kind of fault it was, then lets it take its course.
+void NoteFault(int signal, siginfo_t* info, void* context)
+{
+    constexpr std::uintptr_t kNear = 1 << 16;
+    const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
+    const auto stack = static_cast<std::uintptr_t>(
+        static_cast<const ucontext_t*>(context)->uc_mcontext.gregs[REG_RSP]);
+    if (g_blocks->IsForbidden(info->si_addr)) {
+        g_blocks->Note(SharedBlocks::Fault::kClockList);
+    } else if (address + kNear > stack && address < stack + kNear) {
+        g_blocks->Note(SharedBlocks::Fault::kStack);
+    }
+    std::signal(signal, SIG_DFL);  // the instruction is tried again and ends the process
+}
+
+void NoteFaults(const SharedBlocks& blocks)
+{
+    g_blocks = &blocks;
+    static std::byte room[1 << 16];  // a stack of its own: the model may have used up the other
+    const stack_t stack{room, 0, sizeof room};
+    sigaltstack(&stack, nullptr);
+    struct sigaction action
+    {
+    };
+    action.sa_sigaction = NoteFault;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigaction(SIGSEGV, &action, nullptr);
+    sigaction(SIGBUS, &action, nullptr);
+}
+
 }  // namespace
 
 int RunModelWorker(int socket, int memory)
@@ -99,6 +135,7 @@ int RunModelWorker(int socket, int memory)
     // What a model printed before it died must not be lost in a buffer.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     Worker worker(memory);
+    NoteFaults(worker.Blocks());
     Request request;
     while (recv(socket, &request, sizeof request, 0) == sizeof request) {
         const Reply reply = worker.Serve(request);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <system_error>
 
@@ -26,9 +27,15 @@ bool IsMark(double value)
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-std::size_t Align(std::size_t bytes)
+std::size_t Align(std::size_t bytes, std::size_t unit)
 {
-    return (bytes + 63) / 64 * 64;
+    return (bytes + unit - 1) / unit * unit;
+}
+
+std::size_t PageBytes()
+{
+    static const auto bytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    return bytes;
 }
 
 }  // namespace
@@ -45,10 +52,9 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
         static_cast<std::size_t>(2 * static_cast<double>(start.blockSamples) / samplesPerBit) + 64;
     layout.impulseLength = start.impulse.size();
     layout.parametersAt = sizeof(Header) + start.modulePath.size() + 1;
-    layout.impulseAt = Align(layout.parametersAt + start.parameters.size() + 1);
-    layout.slotsAt = Align(layout.impulseAt + sizeof(double) * layout.impulseLength);
-    layout.total = layout.slotsAt + layout.slots * sizeof(double) *
-                                        (2 * layout.blockSamples + layout.clockRoom + kGuard);
+    layout.impulseAt = Align(layout.parametersAt + start.parameters.size() + 1, 64);
+    layout.slotsAt = Align(layout.impulseAt + sizeof(double) * layout.impulseLength, PageBytes());
+    layout.total = layout.slotsAt + layout.slots * SlotBytes(layout);
 
     descriptor_ = memfd_create("amisim", MFD_CLOEXEC);
     if (descriptor_ < 0) Throw("memfd_create");
@@ -60,6 +66,7 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     std::memcpy(memory_ + layout.parametersAt, start.parameters.c_str(),
                 start.parameters.size() + 1);
     std::copy(start.impulse.begin(), start.impulse.end(), Impulse().begin());
+    Protect();
 }
 
 SharedBlocks::SharedBlocks(int descriptor) : descriptor_(descriptor)
@@ -70,6 +77,7 @@ SharedBlocks::SharedBlocks(int descriptor) : descriptor_(descriptor)
     if (fstat(descriptor_, &status) != 0) Throw("fstat");
     Map(static_cast<std::size_t>(status.st_size));
     std::memcpy(&header_, memory_, sizeof header_);
+    Protect();
 }
 
 SharedBlocks::~SharedBlocks()
@@ -100,14 +108,48 @@ std::span<double> SharedBlocks::Impulse() const
     return {reinterpret_cast<double*>(memory_ + header_.impulseAt), header_.impulseLength};
 }
 
-std::size_t SharedBlocks::SlotDoubles() const
+void SharedBlocks::Protect() const
 {
-    return 2 * header_.blockSamples + header_.clockRoom + kGuard;
+    for (std::size_t slot = 0; slot < Slots(); ++slot) {
+        if (mprotect(Forbidden(slot), PageBytes(), PROT_NONE) != 0) Throw("mprotect");
+    }
+}
+
+std::size_t SharedBlocks::SlotBytes(const Header& layout)
+{
+    const std::size_t doubles = 2 * layout.blockSamples + layout.clockRoom + kGuard;
+    return Align(sizeof(double) * doubles, PageBytes()) + PageBytes();
 }
 
 double* SharedBlocks::Slot(std::size_t slot) const
 {
-    return reinterpret_cast<double*>(memory_ + header_.slotsAt) + slot * SlotDoubles();
+    return reinterpret_cast<double*>(memory_ + header_.slotsAt + slot * SlotBytes(header_));
+}
+
+std::byte* SharedBlocks::Forbidden(std::size_t slot) const
+{
+    return memory_ + header_.slotsAt + (slot + 1) * SlotBytes(header_) - PageBytes();
+}
+
+bool SharedBlocks::IsForbidden(const void* address) const
+{
+    const auto* const at = static_cast<const std::byte*>(address);
+    for (std::size_t slot = 0; slot < Slots(); ++slot) {
+        if (at >= Forbidden(slot) && at < Forbidden(slot) + PageBytes()) return true;
+    }
+    return false;
+}
+
+void SharedBlocks::Note(Fault fault) const
+{
+    std::memcpy(memory_ + offsetof(Header, fault), &fault, sizeof fault);
+}
+
+SharedBlocks::Fault SharedBlocks::Noted() const
+{
+    Fault fault;
+    std::memcpy(&fault, memory_ + offsetof(Header, fault), sizeof fault);
+    return fault;
 }
 
 std::span<double> SharedBlocks::Input(std::size_t slot) const
@@ -122,7 +164,9 @@ std::span<double> SharedBlocks::Output(std::size_t slot) const
 
 std::span<double> SharedBlocks::ClockRoom(std::size_t slot) const
 {
-    return {Slot(slot) + 2 * header_.blockSamples, header_.clockRoom + kGuard};
+    // Right up to the page that must not be touched.
+    const std::size_t room = header_.clockRoom + kGuard;
+    return {reinterpret_cast<double*>(Forbidden(slot)) - room, room};
 }
 
 void SharedBlocks::MarkClocks(std::size_t slot) const

@@ -28,7 +28,8 @@ struct ModelStart
 ///
 /// The clock list is given twice the room that one clock per bit needs and a guard behind it; both
 /// are filled with a mark before each call, so that a list without its terminator and one that runs
-/// over its end are recognised.
+/// over its end are recognised. Behind the guard lies a page that must not be touched: what runs on
+/// ends there, before it reaches another slot.
 class SharedBlocks
 {
 public:
@@ -54,6 +55,15 @@ public:
     std::span<double> ClockRoom(std::size_t slot) const;
     void MarkClocks(std::size_t slot) const;
 
+    /// Whether an address of this process lies on a page that must not be touched.
+    bool IsForbidden(const void* address) const;
+
+    /// What the worker noted when its process was hit by a fault, for the host to read. The memory
+    /// outlives the worker.
+    enum class Fault : std::int32_t { kNone, kClockList, kStack };
+    void Note(Fault fault) const;
+    Fault Noted() const;
+
     struct ClockList
     {
         std::span<const double> times;  // up to the terminator
@@ -76,11 +86,14 @@ private:
         std::size_t slots;
         std::size_t blockSamples;
         std::size_t clockRoom;  // doubles per slot, without the guard
+        Fault fault;            // here only, not in the copies
     };
 
     void Map(std::size_t bytes);
+    void Protect() const;
     double* Slot(std::size_t slot) const;
-    std::size_t SlotDoubles() const;
+    std::byte* Forbidden(std::size_t slot) const;
+    static std::size_t SlotBytes(const Header& layout);
 
     int descriptor_ = -1;
     std::byte* memory_ = nullptr;

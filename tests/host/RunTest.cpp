@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -22,7 +23,7 @@ protected:
     int Amisim(const std::string& arguments)
     {
         const std::string command =
-            "cd '" + folder_.string() + "' && " AMISIM_PROGRAM " " + arguments + " 2>&1";
+            "cd '" + folder_.string() + "' && " + environment_ + " " AMISIM_PROGRAM " " + arguments + " 2>&1";
         std::FILE* const pipe = popen(command.c_str(), "r");
         std::array<char, 4096> text;
         output_.clear();
@@ -41,6 +42,7 @@ protected:
     }
 
     fs::path folder_ = fs::path(testing::TempDir()) / ("amisim" + std::to_string(getpid()));
+    std::string environment_;  // for the program, NAME=VALUE
     std::string output_;
 };
 
@@ -110,27 +112,49 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
     {
         const char* mode;
         int code;
-        const char *phase, *text;
+        const char *phase, *reason, *text;
         int bits;
     };
+    const char* const assertion = "assertion that failed: a > b";
     for (const Case& c : {
-             Case{"init abort", 5, "AMI_Init", "assertion that failed: a > b", 0},
-             Case{"init 0", 6, "AMI_Init", "hello from the model", 0},
-             Case{"abort", 5, "AMI_GetWave 3", "printed before\nassertion that failed: c < d", 512},
-             Case{"segv", 5, "AMI_GetWave 3", "", 512},
-             Case{"exit", 5, "AMI_GetWave 3", "", 512},
-             Case{"hang", 7, "AMI_GetWave 3", "", 512},
-             Case{"wave 0", 6, "AMI_GetWave 3", "", 512},
-             Case{"close abort", 5, "AMI_Close", "assertion that failed: e == f", 5000},
-             Case{"close 0", 6, "AMI_Close", "", 5000},
+             Case{"load abort", 5, "load", "aborted (SIGABRT)", assertion, 0},
+             Case{"load segv", 5, "load", "crashed (SIGSEGV)", "", 0},
+             Case{"load exit", 5, "load", "ended its process (exit code 3)", "", 0},
+             Case{"load hang", 7, "load", "did not return within 1 s", "", 0},
+             Case{"load stack", 5, "load", "ran out of stack and crashed (SIGSEGV)", "", 0},
+             Case{"load throw", 5, "load", "aborted (SIGABRT)", "thrown by the model", 0},
+             Case{"init abort", 5, "AMI_Init", "aborted (SIGABRT)", assertion, 0},
+             Case{"init hang", 7, "AMI_Init", "did not return within 1 s", "", 0},
+             Case{"init stack", 5, "AMI_Init", "ran out of stack", "", 0},
+             Case{"init throw", 5, "AMI_Init", "aborted (SIGABRT)", "thrown by the model", 0},
+             Case{"init 0", 6, "AMI_Init", "returned 0", "hello from the model", 0},
+             Case{"abort", 5, "AMI_GetWave 3", "aborted (SIGABRT)", "printed before\nassertion", 512},
+             Case{"segv", 5, "AMI_GetWave 3", "crashed (SIGSEGV)", "", 512},
+             Case{"exit", 5, "AMI_GetWave 3", "ended its process", "", 512},
+             Case{"kill", 5, "AMI_GetWave 3", "crashed (SIGKILL)", "", 512},
+             Case{"hang", 7, "AMI_GetWave 3", "did not return within 1 s", "", 512},
+             Case{"endless", 7, "AMI_GetWave 3", "did not return", "there is no end to", 512},
+             Case{"stack", 5, "AMI_GetWave 3", "ran out of stack", "", 512},
+             Case{"throw", 5, "AMI_GetWave 3", "aborted (SIGABRT)", "thrown by the model", 512},
+             Case{"far overrun", 5, "AMI_GetWave 3", "wrote past the end of the clock list", "", 512},
+             Case{"descriptors", 5, "AMI_GetWave 3", "closed its connection to the host", "", 512},
+             Case{"meddle hang", 7, "AMI_GetWave 3", "did not return", "child", 512},
+             Case{"wave 0", 6, "AMI_GetWave 3", "returned 0", "", 512},
+             Case{"close abort", 5, "AMI_Close", "aborted (SIGABRT)", assertion, 5000},
+             Case{"close hang", 7, "AMI_Close", "did not return", "", 5000},
+             Case{"close stack", 5, "AMI_Close", "ran out of stack", "", 5000},
+             Case{"close throw", 5, "AMI_Close", "aborted (SIGABRT)", "thrown by the model", 5000},
+             Case{"close 0", 6, "AMI_Close", "returned 0", "", 5000},
          }) {
         SCOPED_TRACE(c.mode);
-        EXPECT_EQ(RunModel(c.mode, "--call-limit 2"), c.code) << output_;
-        EXPECT_NE(output_.find(c.phase), std::string::npos) << output_;
-        EXPECT_NE(output_.find(c.text), std::string::npos) << output_;
+        const std::string mode = c.mode;
+        environment_ = mode.starts_with("load ") ? "TEST_MODEL_LOAD=" + mode.substr(5) : "";
+        EXPECT_EQ(RunModel(mode, "--call-limit 1"), c.code) << output_;
+        for (const char* text : {c.phase, c.reason, c.text})
+            EXPECT_NE(output_.find(text), std::string::npos) << text << " in\n" << output_;
         const auto result = Result();
         EXPECT_EQ(result["failure"]["phase"], c.phase);
-        EXPECT_EQ(result["failure"]["text"], c.text);
+        EXPECT_NE(std::string(result["failure"]["text"]).find(c.text), std::string::npos);
         EXPECT_EQ(result["bits"], c.bits);
         EXPECT_EQ(fs::exists(folder_ / "out" / "eye.png"), c.bits > 0);
         if (c.bits > 0) {
@@ -138,6 +162,20 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
             EXPECT_GT(fs::file_size(folder_ / "out" / "wave.npy"),
                       128u + static_cast<unsigned>(c.bits) * 64 * 16 - 1);
         }
+    }
+}
+
+TEST_F(RunTest, NothingThatAModelDoesToItsProcessStaysBehind)
+{
+    for (const char* mode : {"meddle", "meddle hang"}) {
+        EXPECT_EQ(RunModel(mode, "--call-limit 1"), mode == std::string("meddle") ? 0 : 7) << output_;
+        std::ifstream log(folder_ / "out" / "model.log");
+        std::string word;
+        pid_t child = 0;
+        ASSERT_TRUE(log >> word >> child) << output_;
+        EXPECT_EQ(kill(child, 0), -1);
+        for (const char* file : {"eye.png", "result.json"})
+            EXPECT_TRUE(fs::exists(folder_ / "out" / file)) << file;
     }
 }
 
@@ -174,6 +212,8 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
     std::ofstream(folder_ / "junk.so") << "junk";
     std::ofstream(folder_ / "file") << "";
     const std::string model = TEST_MODEL;
+    fs::copy(model, folder_ / "half.so");
+    fs::resize_file(folder_ / "half.so", fs::file_size(model) / 2);
     struct Case
     {
         std::string arguments;
@@ -199,6 +239,7 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
              Case{"run none.so", 3, "none.so"},
              Case{"run file", 3, "file"},
              Case{"run junk.so", 4, "junk.so"},
+             Case{"run half.so", 5, "as if its file had been cut off, in load"},
              Case{"run " NO_GETWAVE_MODEL, 4, "exports no AMI_GetWave"},
          }) {
         EXPECT_EQ(Amisim(c.arguments), c.code) << c.arguments << "\n" << output_;

@@ -1,13 +1,18 @@
 // A model that hands its input on, with an ideal clock half a bit before the bits' centres. Its
-// parameter Mode picks a fault instead, or another output; see the tests for the list.
+// parameter Mode picks a fault instead, or another output: "init KIND" and "close KIND" are faults
+// in these calls, "KIND" alone in the third AMI_GetWave; see the tests for the list. A fault while
+// it is loaded comes from the environment variable TEST_MODEL_LOAD=KIND.
 
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
+#include <thread>
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -22,6 +27,63 @@ bool Is(const char* mode)
     return std::strcmp(g_mode, mode) == 0;
 }
 
+// Deep enough for any stack, and not to be turned into a loop.
+int Recurse(volatile char* above)
+{
+    volatile char room[4096];
+    room[0] = above ? above[0] : '\0';
+    return Recurse(room) + room[0];
+}
+
+void Fault(const char* kind)
+{
+    const auto is = [kind](const char* name) { return std::strcmp(kind, name) == 0; };
+    if (is("abort")) {
+        std::printf("printed before\n");
+        std::fprintf(stderr, "assertion that failed: a > b\n");
+        std::abort();
+    }
+    if (is("segv")) {
+        std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would print a report
+        std::raise(SIGSEGV);
+    }
+    if (is("exit")) std::exit(3);
+    if (is("hang")) {
+        for (;;) pause();
+    }
+    if (is("endless")) {
+        for (;;) std::printf("there is no end to what this model has to say\n");
+    }
+    if (is("stack")) std::exit(Recurse(nullptr));
+    if (is("throw")) throw std::runtime_error("thrown by the model");
+    if (is("kill")) std::raise(SIGKILL);
+    if (is("descriptors")) {
+        for (int i = 0; i < 64; ++i) close(i);
+        for (;;) pause();
+    }
+}
+
+__attribute__((constructor)) void Load()
+{
+    if (const char* kind = std::getenv("TEST_MODEL_LOAD")) Fault(kind);
+}
+
+/// What a host must not mind.
+void MeddleWithTheProcess()
+{
+    if (chdir("/") != 0 || !std::setlocale(LC_ALL, "C.UTF-8")) std::abort();
+    for (int signal = 1; signal < 32; ++signal) std::signal(signal, SIG_IGN);
+    std::thread([] {
+        for (;;) pause();
+    }).detach();
+    if (const pid_t child = fork(); child == 0) {
+        setsid();
+        for (;;) pause();
+    } else {
+        std::fprintf(stderr, "child %d\n", child);
+    }
+}
+
 }  // namespace
 
 EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
@@ -34,10 +96,8 @@ EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
     *memory = g_mode;
     g_interval = sampleInterval;
     g_bit = bitTime;
-    if (Is("init abort")) {
-        std::fprintf(stderr, "assertion that failed: a > b\n");
-        std::abort();
-    }
+    if (std::strncmp(g_mode, "init ", 5) == 0) Fault(g_mode + 5);
+    if (Is("meddle") || Is("meddle hang")) MeddleWithTheProcess();
     return Is("init 0") ? 0 : 1;
 }
 
@@ -45,21 +105,12 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
 {
     ++g_calls;
     if (g_calls == 3) {
-        if (Is("abort")) {
-            std::printf("printed before\n");
-            std::fprintf(stderr, "assertion that failed: c < d\n");
-            std::abort();
-        }
-        if (Is("segv")) {
-            std::signal(SIGSEGV, SIG_DFL);  // a sanitizer's handler would print a report
-            std::raise(SIGSEGV);
-        }
-        if (Is("exit")) std::exit(3);
-        if (Is("hang")) {
-            for (;;) pause();
-        }
+        Fault(Is("meddle hang") ? "hang" : g_mode);
         if (Is("wave 0")) return 0;
         if (Is("nan")) wave[5] = std::numeric_limits<double>::quiet_NaN();
+        if (Is("far overrun")) {
+            for (long i = 0; i < 1 << 24; ++i) clockTimes[i] = 0;
+        }
     }
     if (Is("chatter")) {
         for (int i = 0; i < 3000; ++i)
@@ -77,6 +128,7 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
     if (Is("overrun")) {
         for (long i = 0; i < 2 * size / 64 + 100; ++i) clockTimes[i] = 0;
     }
+    if (Is("no clock")) count = 0;
     if (!Is("no terminator") && !Is("overrun")) clockTimes[count] = -1;
     for (long i = 0; i < size; ++i) {
         if (Is("invert")) wave[i] = -wave[i];
@@ -91,9 +143,6 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
 
 EXPORT long AMI_Close(void*)
 {
-    if (Is("close abort")) {
-        std::fprintf(stderr, "assertion that failed: e == f\n");
-        std::abort();
-    }
+    if (std::strncmp(g_mode, "close ", 6) == 0) Fault(g_mode + 6);
     return Is("close 0") ? 0 : 1;
 }
