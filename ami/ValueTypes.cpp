@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "ami/ParameterTree.hpp"
+#include "runtime/OldSymbols.hpp"
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "blocks/EOM.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -204,8 +205,7 @@ std::uint64_t EOM::PhaseClockLevels() const
         return n >= Bins ? ~std::uint64_t{0} : (std::uint64_t{1} << n) - 1;
     };
     const auto passed = [&](auto beyond, double dBound) {
-        int k = Vantor::ToInt32((Phase - dBound) * (Bins / dTwoPi));
-        k = k < 0 ? 0 : k > Bins ? Bins : k;
+        int k = std::clamp(Vantor::ToInt32((Phase - dBound) * (Bins / dTwoPi)), 0, Bins);
         while (k > 0 && !beyond(Phase - Lag(k - 1))) --k;
         while (k < Bins && beyond(Phase - Lag(k))) ++k;
         return below(k);
@@ -222,7 +222,7 @@ void EOM::CountSample(int iPhase, double dSignal, double& dThreshold)
     // The lowest bin whose upper threshold the signal does not exceed; bin 0 ends at dThreshold.
     int b = 0;
     if (dSignal > dThreshold) {
-        const double dGuess = (dSignal + Scale) * (Bins / 2) / Scale;
+        const double dGuess = (dSignal + Scale) * (0.5 * Bins) / Scale;
         b = dGuess >= Bins ? Bins : dGuess >= 1 ? static_cast<int>(dGuess) : 1;
         while (b > 1 && !(dSignal > m_thresholds[b - 1])) --b;
         while (b < Bins && dSignal > m_thresholds[b]) ++b;

@@ -10,6 +10,7 @@ class LogFile
 {
 public:
     /// pPath stays the caller's and must outlive this object.
+    // cppcheck-suppress uninitMemberVar
     explicit LogFile(const char* pPath) : m_pPath(pPath) {}
     ~LogFile();
     LogFile(const LogFile&) = delete;

@@ -1,6 +1,7 @@
 #include "blocks/LoopFilter.hpp"
 
 #include "runtime/DFErrorHandler.hpp"
+#include "runtime/OldSymbols.hpp"
 
 bool LoopFilter::Initialize()
 {

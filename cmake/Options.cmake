@@ -1,6 +1,8 @@
 # Compile options that every target of this project shares.
 
-option(RETIMER_SANITIZE "Build with address and undefined-behaviour sanitizers" OFF)
+set(RETIMER_SANITIZE OFF CACHE STRING
+    "ON: build with address and undefined-behaviour sanitizers; thread: with the thread sanitizer")
+option(RETIMER_FUZZ "Build the fuzzers (clang only; best with RETIMER_SANITIZE)" OFF)
 
 add_library(retimer_options INTERFACE)
 target_include_directories(retimer_options INTERFACE ${PROJECT_SOURCE_DIR})
@@ -11,14 +13,24 @@ target_compile_options(retimer_options INTERFACE
   $<$<OR:$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>,$<AND:$<CXX_COMPILER_ID:Clang>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,15>>>:-Werror>
   # Results are compared to the last digit: every operation as written, never fused.
   -ffp-contract=off
+  -fstack-protector-strong
+  $<$<CONFIG:Debug>:-D_GLIBCXX_ASSERTIONS>
   # Build folders never reach the binary.
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
   -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
 
 if(RETIMER_SANITIZE)
+  set(sanitizers address,undefined)
+  if(RETIMER_SANITIZE STREQUAL thread)
+    set(sanitizers thread)
+  endif()
   target_compile_options(retimer_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(retimer_options INTERFACE -fsanitize=address,undefined)
+    -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(retimer_options INTERFACE -fsanitize=${sanitizers})
+endif()
+if(RETIMER_FUZZ)
+  target_compile_options(retimer_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(retimer_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # The model reports by result and code and lets no exception reach the simulator: it is built

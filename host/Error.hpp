@@ -5,7 +5,8 @@
 
 namespace amisim {
 
-/// What amisim's exit code tells a script. The texts of `amisim run --help` list the same numbers.
+/// What amisim's exit code tells a script. The texts of `amisim run --help` and
+/// `amisim sweep --help` list the same numbers.
 enum class ExitCode : int {
     kOk = 0,
     kInternal = 1,
@@ -16,6 +17,7 @@ enum class ExitCode : int {
     kModelRefused = 6,
     kTimeLimit = 7,
     kInterrupted = 8,
+    kCasesFailed = 9,  // of a sweep
 };
 
 /// An error that a user can act upon: one line that names the file, line or parameter and the

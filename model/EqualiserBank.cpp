@@ -31,6 +31,7 @@ bool EqualiserBank::Setup()
     if (!bOk) return false;
     for (Vantor::TimeResponseFIR& response : EqResponse) {
         response.ResponseType = 0;
+        response.TapsOnRequest = TapsOnRequest;
         response.SampleRate = SymbolRate * SamplesPerSymbol;
         bOk &= response.Setup();
     }

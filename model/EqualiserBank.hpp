@@ -29,6 +29,9 @@ public:
     Selector EqSelect;
     Vantor::Fork<Vantor::DoubleCircularBuffer> EqInputFork;
 
+    /// The owner's word that it asks each response to ProvideTaps before it reads its output.
+    bool TapsOnRequest = false;
+
     bool Setup();
 
     /// The longest response, in taps.

@@ -32,6 +32,7 @@ bool Retimer_RX_RT::Setup()
 
     Ctle.SymbolTime = SymbolTime;
     Ctle.SamplesPerSymbol = SamplesPerSymbol;
+    Ctle.TapsOnRequest = !FireEverything;
     bool bOk = Ctle.Setup();
 
     for (double& dTap : Dfe.FixedTaps) dTap = 0.0;

@@ -52,21 +52,21 @@ public:
 
     /// A token written by the producer is read by the consumer in the same firing.
     template <class T>
-    void Connect(Port<T> producer, Port<T> consumer)
+    void Connect(const Port<T>& producer, const Port<T>& consumer)
     {
         Append<T>({EndAt(producer), EndAt(consumer)});
     }
 
     /// A back edge: the consumer fires first and reads the token of the firing before; at first 0.
     template <class T>
-    void Feedback(Port<T> producer, Port<T> consumer)
+    void Feedback(const Port<T>& producer, const Port<T>& consumer)
     {
         Append<T>({EndAt(producer), EndAt(consumer), false, 1, true});
     }
 
     /// A delay of one firing: two tokens, producer and consumer one apart and both advanced.
     template <class T>
-    void Delayed(Port<T> producer, Port<T> consumer)
+    void Delayed(const Port<T>& producer, const Port<T>& consumer)
     {
         Connection connection{EndAt(producer), EndAt(consumer), false, 2, true};
         connection.Producer.Start = 1;
@@ -75,7 +75,7 @@ public:
 
     /// An output that nobody reads; its block still needs somewhere to write.
     template <class T>
-    void Unread(Port<T> producer)
+    void Unread(const Port<T>& producer)
     {
         Append<T>({EndAt(producer), {}});
     }

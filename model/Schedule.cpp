@@ -159,11 +159,16 @@ inline bool Retimer_RX_RT::RunTaps()
 
 inline bool Retimer_RX_RT::RunSelectedResponse()
 {
-    if (!FireEverything)
-        if (Vantor::TimeResponseFIR* selected = Ctle.GetSelected())
-            selected->Output[0] =
-                m_bank.Output(selected->Taps, static_cast<size_t>(selected->NumberOfTaps));
-    return Ctle.EqSelect.Run();
+    bool bOk = true;
+    if (!FireEverything) {
+        if (Vantor::TimeResponseFIR* selected = Ctle.GetSelected()) {
+            bOk = selected->ProvideTaps();
+            if (bOk)
+                selected->Output[0] =
+                    m_bank.Output(selected->Taps, static_cast<size_t>(selected->NumberOfTaps));
+        }
+    }
+    return Ctle.EqSelect.Run() && bOk;
 }
 
 bool Retimer_RX_RT::RunSkippedQuarterPeriod()

@@ -1,6 +1,7 @@
 #include "runtime/FirBank.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace Vantor {
@@ -14,16 +15,22 @@ size_t RoundUp(size_t n)
     return (n + iMostLanes - 1) / iMostLanes * iMostLanes;
 }
 
-/// Aligned to the widest register, all zero; null when memory has run out.
-double* Allocate(size_t iDoubles)
+}  // namespace
+
+bool FirBank::Doubles::Allocate(size_t iDoubles)
 {
-    void* const pMemory =
-        std::aligned_alloc(iMostLanes * sizeof(double), iDoubles * sizeof(double));
-    return pMemory ? static_cast<double*>(std::memset(pMemory, 0, iDoubles * sizeof(double)))
-                   : nullptr;
+    m_pMemory.reset(static_cast<double*>(std::calloc(iDoubles + iMostLanes, sizeof(double))));
+    // calloc aligns to a double at least: the next boundary is a whole number of them away.
+    const size_t iAt = reinterpret_cast<std::uintptr_t>(m_pMemory.get()) / sizeof(double);
+    m_pAligned = m_pMemory ? m_pMemory.get() + (RoundUp(iAt) - iAt) : nullptr;
+    return m_pAligned;
 }
 
-}  // namespace
+void FirBank::Doubles::reset()
+{
+    m_pMemory.reset();
+    m_pAligned = nullptr;
+}
 
 bool FirBank::Initialize(size_t iMostTaps, const InnerProductsVariant& kernel)
 {
@@ -32,11 +39,10 @@ bool FirBank::Initialize(size_t iMostTaps, const InnerProductsVariant& kernel)
     // Outputs are computed from a register's boundary on, up to a register before the newest.
     m_iHistory = RoundUp(iMostTaps + iMostLanes);
     m_iStride = m_iHistory + Slack + Stretch + 2 * iMostLanes;
-    m_pWindow.reset(Allocate(kernel.Lanes * m_iStride));
-    m_pOutputs.reset(Allocate(Stretch + 2 * iMostLanes));
     m_iNewest = m_iHistory - 1;
     m_iKnown = m_iHistory;
-    return m_pWindow && m_pOutputs;
+    return m_pWindow.Allocate(kernel.Lanes * m_iStride) &&
+           m_pOutputs.Allocate(Stretch + 2 * iMostLanes);
 }
 
 void FirBank::Announce(const double* pSamples, size_t iSamples)

@@ -31,12 +31,12 @@ public:
         ++m_iNewest;
     }
 
-    /// The output, at the newest sample, of the filter with these taps (at most iMostTaps). A filter
-    /// is known by where its taps stand: they must not change while it is in use.
+    /// The output, at the newest sample, of the filter with these taps (at most iMostTaps). A
+    /// filter is known by where its taps stand: they must not change while it is in use.
     double Output(const double* pTaps, size_t iTaps)
     {
         if (pTaps != m_pComputedTaps || m_iNewest >= m_iComputed) Compute(pTaps, iTaps);
-        return m_pOutputs[m_iNewest - m_iComputedFrom];
+        return m_pOutputs.get()[m_iNewest - m_iComputedFrom];
     }
 
     void Finalize();
@@ -45,11 +45,24 @@ private:
     static constexpr size_t Stretch = 1024;  ///< most samples known, and outputs computed, ahead
     static constexpr size_t Slack = 3072;    ///< samples taken in before the window is moved back
 
-    struct Freed
+    /// An array aligned to the widest register.
+    class Doubles
     {
-        void operator()(double* pMemory) const { std::free(pMemory); }
+    public:
+        /// All zero, and not touched: what stays zero of a very long history costs no memory. False
+        /// when memory has run out.
+        bool Allocate(size_t iDoubles);
+        double* get() const { return m_pAligned; }
+        void reset();
+
+    private:
+        struct Freed
+        {
+            void operator()(double* pMemory) const { std::free(pMemory); }
+        };
+        std::unique_ptr<double[], Freed> m_pMemory;
+        double* m_pAligned = nullptr;
     };
-    using Doubles = std::unique_ptr<double[], Freed>;
 
     void Extend(double dSample);
     void Append(const double* pSamples, size_t iSamples);

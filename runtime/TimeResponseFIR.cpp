@@ -11,7 +11,9 @@ namespace Vantor {
 
 bool TimeResponseFIR::Setup()
 {
-    return CheckTable() && ShiftToOrigin() && MakeTaps() && FIR::Setup();
+    if (!CheckTable() || !ShiftToOrigin()) return false;
+    CountTaps();
+    return (TapsOnRequest || NumberOfTaps < 1 || MakeTaps()) && FIR::Setup();
 }
 
 bool TimeResponseFIR::CheckTable()
@@ -57,6 +59,14 @@ bool TimeResponseFIR::ShiftToOrigin()
     return true;
 }
 
+void TimeResponseFIR::CountTaps()
+{
+    const double dSpan = SampleRate * m_pdTimeStamps[NumberOfResponseValues - 1];
+    NumberOfTaps = static_cast<int>(static_cast<unsigned>(ToInt32(dSpan)) + 1U);
+    m_pdTaps.reset();
+    Taps = nullptr;
+}
+
 bool TimeResponseFIR::MakeTaps()
 {
     constexpr int iSplinePoints = 4;
@@ -64,22 +74,15 @@ bool TimeResponseFIR::MakeTaps()
     double* const h = m_pdResponse;
     const int n = NumberOfResponseValues;
 
-    const double dSpan = SampleRate * t[n - 1];
-    NumberOfTaps = static_cast<int>(static_cast<unsigned>(ToInt32(dSpan)) + 1U);
-    m_pdTaps.reset();
-    Taps = nullptr;
-    if (NumberOfTaps > 0) {
-        m_pdTaps.reset(new (std::nothrow) double[static_cast<size_t>(NumberOfTaps)]);
-        if (!m_pdTaps) return false;
-    }
-    Taps = m_pdTaps.get();
-
     Interpolators<double> interpolators;
     if (!interpolators.Reserve(iSplinePoints)) return false;
+    m_pdTaps.reset(new (std::nothrow) double[static_cast<size_t>(NumberOfTaps)]);
+    if (!m_pdTaps) return false;
+    Taps = m_pdTaps.get();
     int j = 0;  // the first stamp at or after the tap's time, or the last
     for (int k = 0; k < NumberOfTaps; ++k) {
         const double dTime = k / SampleRate;
-        while (dTime > t[j] && j < n - 1) ++j;
+        while (j < n - 1 && dTime > t[j]) ++j;
         if (ResponseType == 0 && t[j] == dTime) {
             Taps[k] = h[j] / SampleRate;
             continue;

@@ -1,20 +1,38 @@
 #!/usr/bin/env bash
-# Installs whatever Debian package the build, the tests or the demo needs and this machine lacks.
+# Installs what the build or the demo needs and this machine lacks: Debian packages, and the npm package
+# that draws the plots of report.html. With "tests" also what the browser test needs.
 set -euo pipefail
+cd "$(dirname "$0")/.."
+tests=${1:-}
 
-packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libpng-dev libeigen3-dev)
+packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libpng-dev libeigen3-dev libtomlplusplus-dev)
+packages+=("${@:2}")  # what a caller needs besides
+command -v npm >/dev/null || packages+=(nodejs npm)
+# Elsewhere chromium is no Debian package; the browser test is left out there unless it is installed.
+if [ "$tests" = tests ] && ! command -v chromium >/dev/null && grep -qx 'ID=debian' /etc/os-release; then
+    packages+=(chromium)
+fi
 
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-echo "Installing: ${missing[*]}"
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || { echo "Please install these packages as root: ${missing[*]}" >&2; exit 1; }
-    as_root=(sudo)
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "Installing: ${missing[*]}"
+    as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { echo "Please install these packages as root: ${missing[*]}" >&2; exit 1; }
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+
+folders=(host/report)
+[ "$tests" = tests ] && folders+=(tests/report)
+for folder in "${folders[@]}"; do
+    # npm notes in node_modules what it has installed.
+    [ "$folder/node_modules/.package-lock.json" -nt "$folder/package-lock.json" ] && continue
+    echo "Installing: npm packages of $folder"
+    (cd "$folder" && npm ci --silent)
+done

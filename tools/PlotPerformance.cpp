@@ -19,14 +19,15 @@
 #include <string>
 #include <vector>
 
-#include "tools/Plot.hpp"
+#include "host/output/Plot.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
+namespace plot = amisim::plot;
+using amisim::Canvas;
+using amisim::Colour;
 using plot::Axis;
-using plot::Canvas;
-using plot::Colour;
 using plot::Panel;
 using plot::Scale;
 
@@ -106,35 +107,18 @@ void DrawTicks(const Panel& panel, const std::vector<Point>& points)
         panel.TickUpwards(y, fmt::format("{:g}", y));
 }
 
-// A straight line with round ends and smooth edges; without a length it is a dot.
-void DrawStroke(Canvas& canvas, Point a, Point b, double radius, Colour colour)
-{
-    const auto [left, right] = std::minmax(a.x, b.x);
-    const auto [top, bottom] = std::minmax(a.y, b.y);
-    const double dx = b.x - a.x, dy = b.y - a.y, squared = dx * dx + dy * dy;
-    for (int y = static_cast<int>(top - radius - 1); y <= bottom + radius + 1; ++y) {
-        for (int x = static_cast<int>(left - radius - 1); x <= right + radius + 1; ++x) {
-            const double along = squared > 0 ? ((x - a.x) * dx + (y - a.y) * dy) / squared : 0;
-            const double part = std::clamp(along, 0.0, 1.0);
-            const double distance = std::hypot(x - a.x - part * dx, y - a.y - part * dy);
-            const double cover = std::clamp(radius + 0.5 - distance, 0.0, 1.0);
-            if (cover > 0) canvas.Put(x, y, colour, cover);
-        }
-    }
-}
-
 // Joins the points, and writes each one's height where the line does not pass.
 void DrawPoints(const Panel& panel, const std::vector<Point>& points)
 {
-    std::vector<Point> places;
+    std::vector<amisim::Point> places;
     for (const Point& point : points) places.push_back({panel.X(point.x), panel.Y(point.y)});
-    for (std::size_t i = 1; i < places.size(); ++i)
-        DrawStroke(panel.canvas, places[i - 1], places[i], 1.3, kLine);
+    const amisim::Area everywhere{0, 0, kWidth, kHeight};
+    panel.canvas.Line(places, {.colour = kLine, .width = 2.6}, everywhere);
 
     for (std::size_t i = 0; i < places.size(); ++i) {
-        const Point& place = places[i];
-        DrawStroke(panel.canvas, place, place, 7.0, plot::kPaper);
-        DrawStroke(panel.canvas, place, place, 5.0, kLine);
+        const amisim::Point& place = places[i];
+        panel.canvas.Line({&place, 1}, {.colour = plot::kPaper, .width = 7}, everywhere);
+        panel.canvas.Line({&place, 1}, {.colour = kLine, .width = 5}, everywhere);
 
         const bool fromAbove = i > 0 && points[i - 1].y > points[i].y;
         const bool toAbove = i + 1 < points.size() && points[i + 1].y > points[i].y;

@@ -19,13 +19,14 @@
 #include <vector>
 
 #include "host/model/AmiModule.hpp"
-#include "tools/Plot.hpp"
+#include "host/output/Plot.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
-using plot::Canvas;
-using plot::Colour;
+namespace plot = amisim::plot;
+using amisim::Canvas;
+using amisim::Colour;
 
 constexpr int kLevels = 32;
 constexpr double kBitRate = 10.3125e9;  // bit/s
@@ -92,21 +93,6 @@ double FrequencyAt(double column)
     return kFrequencies.At(column / kPlotWidth);
 }
 
-// A curve given by its height in pixels below the plot's top at every column, with smooth edges.
-void DrawCurve(Canvas& canvas, const std::vector<double>& heights, Colour colour)
-{
-    constexpr double half = 0.8;  // pixels on either side
-    for (std::size_t x = 0; x + 1 < heights.size(); ++x) {
-        const auto [top, bottom] = std::minmax(heights[x], heights[x + 1]);
-        const int first = static_cast<int>(std::floor(top - half));
-        for (int y = first; y < bottom + half; ++y) {
-            const double cover = std::min(y + 1.0, bottom + half) - std::max<double>(y, top - half);
-            if (y >= 0 && y < kPlotHeight)
-                canvas.Put(kLeft + static_cast<int>(x), kTop + y, colour, std::min(1.0, cover));
-        }
-    }
-}
-
 void DrawAxes(const plot::Panel& panel)
 {
     for (double decibels = panel.upwards.from; decibels <= panel.upwards.to; decibels += 2)
@@ -136,10 +122,11 @@ void Plot(const std::vector<std::vector<double>>& gains, const fs::path& path)
     DrawAxes(panel);
     for (int level = 0; level < kLevels; ++level) {
         const Colour colour = colours.At(level / (kLevels - 1.0));
-        std::vector<double> heights;
+        std::vector<amisim::Point> points;
         for (const double gain : gains[static_cast<std::size_t>(level)])
-            heights.push_back(panel.Y(gain) - kTop);
-        DrawCurve(canvas, heights, colour);
+            points.push_back({kLeft + static_cast<double>(points.size()), panel.Y(gain)});
+        canvas.Line(points, {.colour = colour, .width = 1.6},
+                    {kLeft, kTop, kPlotWidth, kPlotHeight});
         // The key: a strip of the levels' colours.
         const int y = kTop + kPlotHeight - 15 * (level + 1);
         canvas.Rectangle(kLeft + kPlotWidth + 24, y, 24, 15, colour);

@@ -20,6 +20,7 @@ void BitComparer::Add(bool bit, std::int64_t near)
 
 void BitComparer::Finish()
 {
+    wrong_.clear();
     if (!window_.empty()) CompareWindow();
 }
 
@@ -65,8 +66,17 @@ void BitComparer::Use(const Place& place)
     skip_ = pause_ = 0;
 }
 
+void BitComparer::ListWrong()
+{
+    for (std::size_t i = 0; i < window_.size(); ++i) {
+        const bool sent = sent_[next_ + static_cast<std::int64_t>(i)];
+        if ((window_[i] != 0) != (sent != inverted_)) wrong_.push_back(i);
+    }
+}
+
 void BitComparer::CompareWindow()
 {
+    wrong_.clear();
     const auto size = static_cast<std::int64_t>(window_.size());
     if (Place place; !aligned_ && MaySeek() && Seek(place)) {
         aligned_ = true;
@@ -78,8 +88,8 @@ void BitComparer::CompareWindow()
         window_.clear();
         return;
     }
-    const std::size_t different = Differences(next_);
-    const std::size_t wrong = inverted_ ? window_.size() - different : different;
+    ListWrong();
+    const std::size_t wrong = wrong_.size();
     errors_ += static_cast<std::int64_t>(wrong);
     compared_ += size;
     if (Place place;

@@ -27,6 +27,11 @@ public:
     /// Compares what is left in the last window.
     void Finish();
 
+    /// True when the bit added last completed a window, or Finish has; Wrong() are the places in
+    /// it, from 0, of the bits that differed from the sent ones (none where it lay nowhere).
+    bool WindowDone() const { return window_.empty(); }
+    const std::vector<std::size_t>& Wrong() const { return wrong_; }
+
     bool Aligned() const { return aligned_; }
     bool Inverted() const { return inverted_; }
     std::int64_t Compared() const { return compared_; }
@@ -47,9 +52,11 @@ private:
     bool MaySeek();
     void Use(const Place& place);
     void CompareWindow();
+    void ListWrong();
 
     const BitHistory& sent_;
     std::vector<std::uint8_t> window_;
+    std::vector<std::size_t> wrong_;
     std::int64_t near_ = 0;     // of the window's first bit
     std::int64_t next_ = 0;     // sent bit that the window's first one is compared with
     int skip_ = 0, pause_ = 0;  // windows until the pattern may be sought again

@@ -15,7 +15,7 @@ void ClockFrame::Add(std::span<const double> times)
 {
     for (const double seconds : times) {
         const double time = seconds / sampleInterval_;
-        if (times_ > 0 && !(time > last_)) {
+        if (!std::isfinite(time) || (times_ > 0 && !(time > last_))) {
             ++backward_;
             continue;
         }
@@ -39,22 +39,8 @@ void ClockFrame::Add(std::span<const double> times)
 
 void ClockFrame::Push(double time, bool afterGap)
 {
-    edges_.push_back({time, afterGap});
-    if (time < countFrom_) return;
-    if (count_ == 0) first_ = time;
-    const double deviation = time - first_ - number_ * nominal_;
-    count_ += 1;
-    const double step = number_ - meanNumber_;
-    meanNumber_ += step / count_;
-    meanDeviation_ += (deviation - meanDeviation_) / count_;
-    numbers2_ += step * (number_ - meanNumber_);
-    product_ += step * (deviation - meanDeviation_);
+    edges_.push_back({time, afterGap, number_});
     number_ += 1;
-}
-
-double ClockFrame::UnitInterval() const
-{
-    return numbers2_ > 0 ? (nominal_ + product_ / numbers2_) * sampleInterval_ : 0;
 }
 
 }  // namespace amisim

@@ -26,36 +26,25 @@ public:
     {
         double time;            // samples
         bool afterGap = false;  // the time since the edge before is no unit interval
+        double number = 0;      // unit intervals since the first edge
     };
     /// Edges in order of time that nobody has taken yet; clear it when they have been used.
     std::vector<Edge>& Edges() { return edges_; }
 
-    /// Only edges from this time (samples) on count for the unit interval.
-    void CountFrom(double time) { countFrom_ = time; }
-
     std::int64_t Times() const { return times_; }
     std::int64_t Filled() const { return filled_; }
-    std::int64_t Backward() const
-    {
-        return backward_;
-    }  // times not later than the one before: left out
-
-    /// Slope of the straight line through the edges (least squares), s; 0 with fewer than two.
-    double UnitInterval() const;
+    /// Times that were no numbers or not later than the one before: left out.
+    std::int64_t Backward() const { return backward_; }
 
 private:
     void Push(double time, bool afterGap);
 
     double sampleInterval_;
     double nominal_;  // samples
-    double countFrom_ = 0;
     double last_ = 0;
     std::vector<Edge> edges_;
     std::int64_t times_ = 0, filled_ = 0, backward_ = 0;
-    // Least squares of the deviation from the nominal clock over the edge number, updated edge by
-    // edge.
-    double first_ = 0, count_ = 0, meanNumber_ = 0, meanDeviation_ = 0, numbers2_ = 0, product_ = 0;
-    double number_ = 0;  // of the edge, unit intervals since the first one counted
+    double number_ = 0;  // of the next edge
 };
 
 }  // namespace amisim

@@ -3,18 +3,22 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/analysis/Findings.hpp"
+
 namespace amisim {
 namespace {
 
-constexpr std::size_t kLevelRows = 8192;
+constexpr std::size_t kLevelRows = 8192;   // at the sampling instant
+constexpr std::size_t kColumnRows = 4096;  // at the other phases
 
 // Samples kept at most while no clock edge comes, in bits: a model whose clock stands still must
 // not make the host hold the waveform.
 constexpr std::int64_t kKeptBits = 64;
 
-std::optional<BitComparer> Comparer(const BitHistory* sent)
+EyeAnalysis::Decisions DecisionsAt(double offset, const BitHistory* sent)
 {
-    return sent ? std::make_optional<BitComparer>(*sent) : std::nullopt;
+    const VoltageHistogram empty(1, kLevelRows);
+    return {offset, empty, sent ? std::make_optional<BitComparer>(*sent) : std::nullopt, empty, {}};
 }
 
 }  // namespace
@@ -22,9 +26,12 @@ std::optional<BitComparer> Comparer(const BitHistory* sent)
 EyeAnalysis::EyeAnalysis(const Settings& settings)
     : settings_(settings),
       density_(kColumns, kDensityRows),
-      atSampling_{0.5, VoltageHistogram(1, kLevelRows), Comparer(settings.sent)},
-      later_{0.75, VoltageHistogram(1, kLevelRows), Comparer(settings.sent)},
-      crossings_(kCrossingBins)
+      ones_(kLevelColumns, kColumnRows),
+      zeros_(kLevelColumns, kColumnRows),
+      atSampling_(DecisionsAt(0.5, settings.sent)),
+      later_(DecisionsAt(0.75, settings.sent)),
+      lastBefore_(kCrossingBins),
+      firstAfter_(kCrossingBins)
 {
 }
 
@@ -50,9 +57,10 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
     const auto ignored = static_cast<double>(settings_.ignoreSamples);
     if (end > ignored) {
-        density_.Fit(greatest);
-        atSampling_.levels.Fit(greatest);
-        later_.levels.Fit(greatest);
+        for (VoltageHistogram* histogram : {&density_, &ones_, &zeros_, &atSampling_.levels,
+                                            &atSampling_.wrong, &later_.levels, &later_.wrong}) {
+            histogram->Fit(greatest);
+        }
         if (twoLevels_ && end - static_cast<double>(wave.size()) >= ignored) SeekLevels(wave);
     }
 
@@ -91,8 +99,11 @@ void EyeAnalysis::SeekLevels(std::span<const double> wave)
 
 void EyeAnalysis::Finish()
 {
-    if (atSampling_.bits) atSampling_.bits->Finish();
-    if (later_.bits) later_.bits->Finish();
+    for (Decisions* at : {&atSampling_, &later_}) {
+        if (!at->bits) continue;
+        at->bits->Finish();
+        TakeWindow(*at);
+    }
 }
 
 double EyeAnalysis::ValueAt(double time) const
@@ -102,7 +113,13 @@ double EyeAnalysis::ValueAt(double time) const
     return wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
 }
 
-void EyeAnalysis::Decide(Decisions& at, double begin)
+void EyeAnalysis::TakeWindow(Decisions& at)
+{
+    for (const std::size_t place : at.bits->Wrong()) at.wrong.Count(0, at.window[place]);
+    at.window.clear();
+}
+
+double EyeAnalysis::Decide(Decisions& at, double begin)
 {
     const double time = begin + at.offset * settings_.samplesPerBit;
     const double value = ValueAt(time);
@@ -110,7 +127,36 @@ void EyeAnalysis::Decide(Decisions& at, double begin)
     if (at.bits) {
         const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
         at.bits->Add(value > 0, near);
+        at.window.push_back(value);
+        if (at.bits->WindowDone()) TakeWindow(at);
     }
+    return value;
+}
+
+void EyeAnalysis::CountLevels(double begin, double end, bool one)
+{
+    VoltageHistogram& histogram = one ? ones_ : zeros_;
+    const double step = (end - begin) / static_cast<double>(kLevelColumns);
+    const double* const wave = wave_.data();
+    double place = begin - static_cast<double>(waveStart_) + step / 2;
+    for (std::size_t column = 0; column < kLevelColumns; ++column, place += step) {
+        const auto i = static_cast<std::ptrdiff_t>(place);
+        const double value = wave[i] + (wave[i + 1] - wave[i]) * (place - static_cast<double>(i));
+        histogram.Count(column, value);
+    }
+}
+
+void EyeAnalysis::CountTransition()
+{
+    ++boundaries_;
+    if (!before_.any && !firstHalf_.any) return;
+    const auto bin = [](double phase) {
+        const double place = (phase + 0.5) * static_cast<double>(kCrossingBins);
+        return static_cast<std::size_t>(
+            std::clamp(place, 0.0, static_cast<double>(kCrossingBins - 1)));
+    };
+    ++firstAfter_[bin(before_.any ? before_.first : firstHalf_.first)];
+    ++lastBefore_[bin(firstHalf_.any ? firstHalf_.last : before_.last)];
 }
 
 void EyeAnalysis::AddInterval(double begin, double end)
@@ -118,8 +164,9 @@ void EyeAnalysis::AddInterval(double begin, double end)
     if (begin < static_cast<double>(settings_.ignoreSamples)) return;
     if (begin < static_cast<double>(waveStart_)) return;  // its samples are gone already
     ++intervals_;
-    Decide(atSampling_, begin);
+    const bool one = Decide(atSampling_, begin) > 0;
     Decide(later_, begin);
+    CountLevels(begin, end, one);
 
     // A clock edge that falls on a sample, but for rounding, takes that sample with it.
     constexpr double kOnSample = 1e-6;
@@ -132,50 +179,44 @@ void EyeAnalysis::AddInterval(double begin, double end)
     // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
     double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
     constexpr std::size_t kMask = kColumns - 1;
+    firstHalf_ = secondHalf_ = {};
     for (double k = first; k < last; k += 1, ++sample) {
         const double value = sample[0], slope = (sample[1] - value) / steps;
         for (int s = 0; s < steps; ++s) {
-            density_.Count(static_cast<std::size_t>(column) & kMask, value + slope * s);
+            density_.Count(static_cast<std::size_t>(static_cast<int>(column)) & kMask,
+                           value + slope * s);
             column += perStep;
         }
         if ((value > 0) != (sample[1] > 0)) {
             const double phase = (k - begin + value / (value - sample[1])) / (end - begin);
-            const auto bin = static_cast<std::size_t>(phase * kCrossingBins);
-            ++crossings_[bin & (kCrossingBins - 1)];
+            if (phase < 0.5) {
+                firstHalf_.Add(phase);
+            } else {
+                secondHalf_.Add(phase - 1);
+            }
         }
     }
+    if (begin == joinedAt_) CountTransition();
+    before_ = secondHalf_;
+    joinedAt_ = end;
 }
 
 bool EyeAnalysis::CrossesAtSampling() const
 {
-    std::uint64_t inside = 0, all = 0;
+    std::uint64_t nearClock = 0, all = 0;
     for (std::size_t i = 0; i < kCrossingBins; ++i) {
-        all += crossings_[i];
-        if (i >= kCrossingBins / 4 && i < kCrossingBins * 3 / 4) inside += crossings_[i];
+        const std::uint64_t count = lastBefore_[i] + firstAfter_[i];
+        all += count;
+        if (i >= kCrossingBins / 4 && i < kCrossingBins * 3 / 4) nearClock += count;
     }
-    return 2 * inside > all;
+    return 2 * nearClock < all;
 }
 
-EyeAnalysis::Sides EyeAnalysis::Horizontal(double probability) const
+double EyeAnalysis::TransitionDensity() const
 {
-    if (intervals_ == 0) return {};
-    const double allowed = probability * static_cast<double>(intervals_);
-    // From the sampling instant towards the clock edge on either side.
-    const auto depth = [&](auto at) {
-        double sum = 0;
-        for (std::size_t i = 0; i < kCrossingBins / 2; ++i) {
-            const double count = static_cast<double>(at(i));
-            if (count > 0 && sum + count > allowed)
-                return static_cast<double>(i) + (allowed - sum) / count;
-            sum += count;
-        }
-        return static_cast<double>(kCrossingBins) / 2;
-    };
-    constexpr std::size_t kMiddle = kCrossingBins / 2;
-    const double left = depth([&](std::size_t i) { return crossings_[kMiddle - 1 - i]; });
-    const double right = depth([&](std::size_t i) { return crossings_[kMiddle + i]; });
-    constexpr auto kBins = static_cast<double>(kCrossingBins);
-    return {left / kBins, right / kBins};
+    std::uint64_t sum = 0;
+    for (const std::uint64_t count : lastBefore_) sum += count;
+    return boundaries_ > 0 ? static_cast<double>(sum) / static_cast<double>(boundaries_) : kUnknown;
 }
 
 }  // namespace amisim

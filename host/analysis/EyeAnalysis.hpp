@@ -35,10 +35,25 @@ public:
     static constexpr std::size_t kColumns = 256;  // phases a unit interval
     static constexpr std::size_t kDensityRows = 512;
     static constexpr std::size_t kCrossingBins = 4096;  // a unit interval
+    static constexpr std::size_t kLevelColumns = 64;    // phases a unit interval, split by decision
 
     /// Trace density: column c holds the phase (c + 1/2) / kColumns after a clock edge. The trace
     /// is drawn with straight lines between samples.
     const VoltageHistogram& Density() const { return density_; }
+
+    /// Voltages of the unit intervals decided as 1 (voltage at the sampling instant above 0 V) and
+    /// as 0, each taken exactly at phase (c + 1/2) / kLevelColumns in column c.
+    const VoltageHistogram& Ones() const { return ones_; }
+    const VoltageHistogram& Zeros() const { return zeros_; }
+
+    /// Transitions against their distance from the clock edge between two sampling instants, from
+    /// -1/2 to 1/2 unit intervals in kCrossingBins: the last crossing of 0 V before a sampling
+    /// instant, and the first one after. Where noise makes a transition cross 0 V several times,
+    /// these are the two that reach furthest into the eye.
+    const std::vector<std::uint64_t>& LastBefore() const { return lastBefore_; }
+    const std::vector<std::uint64_t>& FirstAfter() const { return firstAfter_; }
+    /// Clock edges whose transitions, if any, have been counted.
+    std::int64_t Boundaries() const { return boundaries_; }
 
     /// The signal at the instants of decision, and how its bits compare. Two are tried at once:
     /// half a unit interval after the clock edge, where data are sampled, and a quarter later, for
@@ -48,6 +63,8 @@ public:
         double offset;  // unit intervals after the clock edge
         VoltageHistogram levels;
         std::optional<BitComparer> bits;
+        VoltageHistogram wrong;      // the levels among them that were decided wrongly
+        std::vector<double> window;  // levels of the bits that the comparer still holds
     };
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
@@ -58,35 +75,44 @@ public:
     /// True when that is so and the signal has two levels only, like a slicer's decisions.
     bool IsSliced() const { return twoLevels_ && CrossesAtSampling(); }
 
-    /// Horizontal opening at 0 V, in unit intervals: from the sampling instant as far to either
-    /// side as at most `probability` crossings of 0 V per unit interval are met.
-    struct Sides
-    {
-        double left = 0, right = 0;
-        double Width() const { return left + right; }
-    };
-    Sides Horizontal(double probability) const;
+    double TransitionDensity() const;  // transitions per unit interval
 
     std::int64_t UnitIntervals() const { return intervals_; }  // counted
-    std::int64_t NotFinite() const
-    {
-        return notFinite_;
-    }  // samples that are NaN or infinite, taken as 0
+    std::int64_t NotFinite() const { return notFinite_; }      // samples taken as 0 V
     std::int64_t FirstNotFinite() const { return firstNotFinite_; }
 
 private:
     void SeekLevels(std::span<const double> wave);
     void AddInterval(double begin, double end);
     double ValueAt(double time) const;  // of the waveform, straight between samples
-    void Decide(Decisions& at, double begin);
+    double Decide(Decisions& at, double begin);
+    void TakeWindow(Decisions& at);
+    void CountLevels(double begin, double end, bool one);
+    void CountTransition();
 
     Settings settings_;
     std::vector<double> wave_;  // samples from waveStart_ on
     std::int64_t waveStart_ = 0;
     std::vector<ClockFrame::Edge> edges_;  // whose unit interval is not complete yet
-    VoltageHistogram density_;
+    VoltageHistogram density_, ones_, zeros_;
     Decisions atSampling_, later_;
-    std::vector<std::uint64_t> crossings_;
+    std::vector<std::uint64_t> lastBefore_, firstAfter_;
+    std::int64_t boundaries_ = 0;
+    // First and last crossing, from the clock edge, in the halves of a unit interval: the second
+    // half of the one before, and both of this one.
+    struct Crossings
+    {
+        double first = 0, last = 0;
+        bool any = false;
+        void Add(double phase)
+        {
+            if (!any) first = phase;
+            last = phase;
+            any = true;
+        }
+    };
+    Crossings before_, firstHalf_, secondHalf_;
+    double joinedAt_ = -1;  // end of the unit interval before
     bool twoLevels_ = true;
     double low_ = 0, high_ = 0;  // the levels while there are but two; equal until the second one
     std::int64_t intervals_ = 0, notFinite_ = 0, firstNotFinite_ = -1;

@@ -10,21 +10,23 @@
 
 namespace amisim {
 
-/// What the analyses found, as plain numbers for the table, result.json, the pictures and the
-/// report. Phases are in unit intervals after the clock time, voltages in V, times in s unless a
-/// name says otherwise. A value that is not known is NaN in a list.
+// What the analyses found, as plain numbers for the table, result.json, the pictures and the
+// report. Phases are in unit intervals after the clock time, voltages in V, times in s unless a
+// name says otherwise. A value that is not known is NaN in a list. docs/analysis.md has the
+// formulas.
+
 /// Part of the samples, and crossings per unit interval, left out of the eye's height and width.
 inline constexpr double kEyeProbability = 1e-3;
 
 inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 /// The tail of a distribution as a Gaussian's: a straight line on the Q scale (dual-Dirac model,
-/// "MJSQ", INCITS TR-35-2004). Stands where the error ratio is `weight` Q((x - mean) / sigma), x
-/// counted towards the inside of the eye.
+/// "MJSQ", INCITS TR-35-2004). It says that the error ratio is weight * Q(|x - mean| / sigma) at
+/// any x further inside the eye than the mean.
 struct TailFit
 {
-    double mean = 0, sigma = 0;      // sigma > 0
-    double weight = 0.5;             // error ratio at the mean: half the transition density, or 1/2
+    double mean = 0, sigma = 0;      // UI or V, as x; sigma > 0
+    double weight = 0.5;             // error ratio of everything that belongs to this Gaussian
     double highest = 0, lowest = 0;  // error ratios between which the points fitted lie
 };
 
@@ -59,7 +61,7 @@ struct Contour
 struct Jitter
 {
     double random = 0;         // RJ, UI rms: mean of both sides' sigma
-    double deterministic = 0;  // DJ (dual-Dirac), UI
+    double deterministic = 0;  // DJ (dual-Dirac), UI: distance of both sides' means, at least 0
     double total = 0;          // TJ at `ber`, UI: 1 - width
     double ber = 1e-12;
 };
@@ -79,7 +81,16 @@ struct EyeFindings
     std::vector<Contour> contours;
     Bathtub time, voltage;
     std::optional<Jitter> jitter;
-    double transitionDensity = kUnknown;  // crossings of 0 V per unit interval
+    double transitionDensity = kUnknown;  // part of the unit intervals that begin with a transition
+};
+
+/// How the received bits compare with the sent ones.
+struct BitComparison
+{
+    std::int64_t compared = 0, errors = 0;
+    std::int64_t unaligned = 0;  // bits of windows where the pattern was not found
+    std::int64_t realignments = 0, delay = 0;
+    bool inverted = false;
 };
 
 /// A quantity against time, thinned out to what can be drawn: each point stands for as many unit
@@ -116,7 +127,9 @@ struct ClockFindings
     std::int64_t times = 0, filled = 0, backward = 0;
     double unitInterval = kUnknown;  // s: slope of the straight line through the counted edges
     double ppm = kUnknown;           // bit rate's distance from the nominal one
-    double settledAtBit = kUnknown;  // from here on the TIE stays within 0.15 UI of its end
+    bool ideal = false;              // the model returned no times: an ideal clock was used instead
+    double settledAtBit = kUnknown;  // from here on the TIE stays within 0.15 UI of its end, for a
+                                     // tenth of the run at least
     Trend tie;                       // UI against the straight line through the counted edges
     Trend period;                    // ppm from nominal of the local unit interval, whole run
     Histogram tieHistogram;          // UI; counted edges

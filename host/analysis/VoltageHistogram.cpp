@@ -3,9 +3,18 @@
 #include <cmath>
 
 namespace amisim {
+namespace {
+
+constexpr std::size_t kPadding = 8;  // cells: one cache line
+
+}  // namespace
 
 VoltageHistogram::VoltageHistogram(std::size_t columns, std::size_t rows)
-    : columns_(columns), rows_(rows), half_(static_cast<double>(rows) / 2), counts_(columns * rows)
+    : columns_(columns),
+      rows_(rows),
+      stride_(rows + kPadding),
+      half_(static_cast<double>(rows) / 2),
+      counts_(columns * stride_)
 {
     range_ = 0x1p-20;
     scale_ = half_ / range_;
@@ -17,7 +26,7 @@ void VoltageHistogram::Fit(double magnitude)
         range_ *= 2;
         scale_ /= 2;
         for (std::size_t column = 0; column < columns_; ++column) {
-            std::uint64_t* const cells = &counts_[column * rows_];
+            std::uint64_t* const cells = &counts_[column * stride_];
             const std::size_t middle = rows_ / 2;
             // Outwards from the middle, so that no cell is overwritten before it has been read.
             for (std::size_t i = 0; i < middle; ++i) {

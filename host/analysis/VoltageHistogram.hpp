@@ -20,8 +20,9 @@ public:
 
     void Count(std::size_t column, double voltage)
     {
-        const auto row = static_cast<std::size_t>(voltage * scale_ + half_);
-        ++counts_[column * rows_ + row];
+        // By way of a signed number, which is one instruction.
+        const auto row = static_cast<std::ptrdiff_t>(voltage * scale_ + half_);
+        ++counts_[column * stride_ + static_cast<std::size_t>(row)];
     }
 
     std::size_t Columns() const { return columns_; }
@@ -32,12 +33,13 @@ public:
     double Edge(std::size_t row) const { return BinHeight() * (static_cast<double>(row) - half_); }
     std::uint64_t At(std::size_t column, std::size_t row) const
     {
-        return counts_[column * rows_ + row];
+        return counts_[column * stride_ + row];
     }
 
 private:
     std::size_t columns_, rows_;
-    double half_;  // rows / 2: the row where 0 V begins
+    std::size_t stride_;  // cells a column: no power of two, or all columns would share cache lines
+    double half_;         // rows / 2: the row where 0 V begins
     double range_ = 0;
     double scale_ = 0;  // rows per volt
     std::vector<std::uint64_t> counts_;

@@ -174,6 +174,7 @@ ChannelResponse ReadChannel(const std::filesystem::path& path, const std::string
                                         ports.outP, ports.inN, ports.outN));
         }
         ChannelResponse channel = MakeChannelResponse(Through(s, ports), sampleInterval);
+        if (s.ports != 2) channel.ports = ports;
         channel.notes.insert(channel.notes.begin(), notes.begin(), notes.end());
         channel.peak = FindPeakGain(s);
         if (channel.peak.gain > kPassive) {

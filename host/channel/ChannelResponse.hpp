@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,8 @@ struct ChannelResponse
     double removedFraction = 0.0;  ///< share of the energy that came before the main delay and was
                                    ///< removed: how far from causal the data were
     PeakGain peak;                 ///< of the data: a gain above 1 is not passive
-    std::vector<std::string> notes;  ///< what a user should know, one sentence each
+    std::optional<DifferentialPorts> ports;  ///< of a file with four
+    std::vector<std::string> notes;          ///< what a user should know, one sentence each
 
     /// Delay and taps in one; `Step` is its running sum.
     std::vector<double> Impulse() const;

@@ -20,7 +20,7 @@ Convolver::Convolver(SignalSource& input, std::span<const double> impulse) : inp
         return;
     }
     past_ = impulse.size() - 1;
-    const std::size_t size = std::bit_ceil(std::max<std::size_t>(4 * past_, 1024));
+    const std::size_t size = past_ + Block(impulse.size());
     window_.assign(size, 0.0);
     output_.assign(size, 0.0);
     fft_ = std::make_unique<Fft>();
@@ -31,6 +31,12 @@ Convolver::Convolver(SignalSource& input, std::span<const double> impulse) : inp
 }
 
 Convolver::~Convolver() = default;
+
+std::size_t Convolver::Block(std::size_t taps)
+{
+    if (taps <= 1) return 1;
+    return std::bit_ceil(std::max<std::size_t>(4 * (taps - 1), 1024)) - (taps - 1);
+}
 
 void Convolver::Refill()
 {

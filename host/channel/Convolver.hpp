@@ -19,6 +19,9 @@ public:
 
     std::size_t Read(std::span<double> out) override;
 
+    /// Samples of the input that are taken at once for an impulse response of so many taps.
+    static std::size_t Block(std::size_t taps);
+
 private:
     struct Fft;
     void Refill();

@@ -8,15 +8,14 @@
 #include <optional>
 
 #include "host/analysis/AdaptLog.hpp"
-#include "host/analysis/ClockFrame.hpp"
-#include "host/analysis/EyeAnalysis.hpp"
+#include "host/analysis/Analyses.hpp"
+#include "host/analysis/EomLog.hpp"
 #include "host/model/ModelProcess.hpp"
 #include "host/model/ModelSource.hpp"
-#include "host/output/EyePicture.hpp"
 #include "host/output/Progress.hpp"
-#include "host/output/ResultReport.hpp"
 #include "host/output/RunResult.hpp"
 #include "host/output/WaveWriter.hpp"
+#include "host/output/WriteResults.hpp"
 #include "host/signal/SignalChain.hpp"
 
 namespace amisim {
@@ -25,10 +24,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
-// Written by a run, or by the model in its working folder: stale ones of an earlier run are
-// removed.
-constexpr const char* kFiles[] = {"wave.csv", "wave.npy",  "clock.csv", "result.json",
-                                  "eye.png",  "Adapt.txt", "EOM.txt",   "model.log"};
+constexpr std::size_t kMostLoggedEyes = 400;
 
 /// One run from its start to its result.
 class Session
@@ -40,25 +36,18 @@ public:
           stop_(stop),
           begin_(Clock::now()),
           model_(ResolveModelSource(options.model, options.parameters)),
-          signal_(options.signal, 8 * options.blockBits),
-          frame_(options.signal.SampleInterval(), options.signal.BitTime())
+          signal_(options.signal, 10 * options.blockBits + Analyses::kHeldBits)
     {
         result_.notes = model_.notes;
         result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
         result_.bitTime = options.signal.BitTime();
         result_.ignoredBits = IgnoredBits();
-        EyeAnalysis::Settings eye;
-        eye.samplesPerBit = options.signal.samplesPerBit;
-        eye.ignoreSamples = result_.ignoredBits * options.signal.samplesPerBit;
-        eye.sentUnitInterval = signal_.SentUnitInterval();
-        eye.sent = signal_.Sent();
-        eye_.emplace(eye);
-        frame_.CountFrom(static_cast<double>(eye.ignoreSamples));
     }
 
     ExitCode Run()
     {
         PrepareFolder();
+        StartAnalyses();
         try {
             Drive();
         } catch (const ModelFailure& failure) {
@@ -69,8 +58,8 @@ public:
         }
         result_.seconds = std::chrono::duration<double>(Clock::now() - begin_).count();
         Evaluate();
-        Write();
-        Print();
+        WriteResults(result_, options_, model_);
+        PrintResults(result_, options_, model_);
         return result_.failure ? result_.failure->code : ExitCode::kOk;
     }
 
@@ -99,7 +88,23 @@ private:
             throw Error(ExitCode::kInput, fmt::format("{}: cannot be created: {}",
                                                       options_.out.string(), error.message()));
         }
-        for (const char* name : kFiles) fs::remove(options_.out / name, error);
+        RemoveResults(options_.out);
+    }
+
+    void StartAnalyses()
+    {
+        Analyses::Settings settings;
+        settings.samplesPerBit = options_.signal.samplesPerBit;
+        settings.sampleInterval = options_.signal.SampleInterval();
+        settings.ignoreBits = result_.ignoredBits;
+        settings.sentUnitInterval = signal_.SentUnitInterval();
+        settings.sent = signal_.Sent();
+        settings.bers = options_.bers;
+        std::ranges::sort(settings.bers, std::greater{});
+        settings.bers.erase(std::unique(settings.bers.begin(), settings.bers.end()),
+                            settings.bers.end());
+        settings.folder = options_.out;
+        analyses_.emplace(settings);
     }
 
     void Drive()
@@ -109,7 +114,7 @@ private:
         start.parameters = model_.parameters;
         start.sampleInterval = options_.signal.SampleInterval();
         start.bitTime = options_.signal.BitTime();
-        start.impulse = signal_.Impulse();
+        start.impulses = signal_.Impulses();
         start.blockSamples =
             static_cast<std::size_t>(options_.blockBits * options_.signal.samplesPerBit);
 
@@ -172,9 +177,7 @@ private:
                 fmt::format("AMI_GetWave {} wrote past the end of the clock list", blocks_ + 1));
         }
         ++blocks_;
-        frame_.Add(block.clocks.times);
-        eye_->Add(block.output, frame_.Edges());
-        frame_.Edges().clear();
+        analyses_->Add(block.input, block.output, block.clocks.times);
         wave.Add(block.output);
         text_.clear();
         for (const double time : block.clocks.times)
@@ -185,127 +188,25 @@ private:
 
     void Evaluate()
     {
-        eye_->Finish();
-        result_.clock.times = frame_.Times();
-        result_.clock.filled = frame_.Filled();
-        result_.clock.backward = frame_.Backward();
-        if (frame_.UnitInterval() > 0) {
-            result_.clock.unitInterval = frame_.UnitInterval();
-            result_.clock.ppm = (result_.bitTime / frame_.UnitInterval() - 1) * 1e6;
-        }
-        const bool later = eye_->IsSliced();
-        const auto& decisions = later ? eye_->AtLater() : eye_->AtSampling();
-        result_.sampledAt = decisions.offset;
-        if (decisions.bits) {
-            const BitComparer& bits = *decisions.bits;
-            result_.comparison = {bits.Compared(),     bits.Errors(), bits.Unaligned(),
-                                  bits.Realignments(), bits.Delay(),  bits.Inverted()};
-        }
-        if (eye_->UnitIntervals() > 0) {
-            const auto sides = eye_->Horizontal(kEyeProbability);
-            EyeFindings eye;
-            eye.vertical = InnerOpening(decisions.levels, 0, kEyeProbability);
-            eye.left = sides.left;
-            eye.right = sides.right;
-            eye.sampledAt = decisions.offset;
-            eye.sliced = later;
-            eye.unitIntervals = eye_->UnitIntervals();
-            eye.density = eye_->Density();
-            result_.eye = std::move(eye);
-        }
+        Analyses::Findings found = analyses_->Find();
+        result_.eye = std::move(found.eye);
+        result_.inputEye = std::move(found.inputEye);
+        result_.comparison = found.comparison;
+        result_.clock = std::move(found.clock);
+        if (result_.eye) result_.sampledAt = result_.eye->sampledAt;
+        result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
         result_.adaptation = ReadAdaptLog(options_.out / "Adapt.txt");
         if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
         if (!result_.eqLevel) {
             if (const auto level = model_.Setting("EQ_Level"))
                 result_.eqLevel = std::atoi(level->c_str());
         }
-        Remark(later);
-    }
-
-    /// What a user should know besides the numbers.
-    void Remark(bool later)
-    {
-        auto& notes = result_.notes;
-        if (result_.bits > 0 && frame_.Times() == 0) {
-            notes.push_back(
-                "the model returned no clock times: there is no frame for an eye or for bit "
-                "errors");
+        EomLog eom = ReadEomLog(options_.out / "EOM.txt", kMostLoggedEyes);
+        result_.loggedEyes = std::move(eom.eyes);
+        if (eom.more) {
+            result_.notes.push_back(
+                fmt::format("EOM.txt: only the first {} eyes are taken over", kMostLoggedEyes));
         }
-        if (frame_.Backward() > 0) {
-            notes.push_back(
-                fmt::format("{} clock times were not later than the one before and are left out",
-                            frame_.Backward()));
-        }
-        if (later) {
-            notes.push_back(
-                "the output switches where data are sampled, as a slicer's does: its levels are "
-                "taken "
-                "a quarter of a unit interval later");
-        } else if (eye_->CrossesAtSampling()) {
-            notes.push_back(
-                "the signal crosses 0 V where data are sampled: the clock has not locked, or rests "
-                "in "
-                "a wrong place as it may without any noise or frequency offset (--noise, --ppm)");
-        }
-        if (result_.comparison && result_.comparison->compared == 0 && result_.eye) {
-            notes.push_back(
-                "the sent pattern was not found in the received bits: no errors could be counted");
-        }
-        if (result_.comparison && result_.comparison->inverted)
-            notes.push_back("the received bits are inverted");
-        if (result_.comparison && result_.comparison->realignments > 0) {
-            notes.push_back(
-                fmt::format("the clock slipped: the pattern had to be aligned anew {} times",
-                            result_.comparison->realignments));
-        }
-        if (eye_->NotFinite() > 0) {
-            notes.push_back(fmt::format(
-                "{} output samples are NaN or infinite, the first of them sample {}; they "
-                "are taken as 0 V",
-                eye_->NotFinite(), eye_->FirstNotFinite()));
-        }
-    }
-
-    void Write()
-    {
-        if (result_.eye) {
-            EyePicture picture;
-            picture.title = fmt::format("{}: {}", model_.name, Describe(options_.signal));
-            picture.subtitle =
-                fmt::format("{:g} Gbit/s, {} UI, eye {:.1f} mV x {:.3f} UI at {:g}",
-                            options_.signal.bitRate * 1e-9, result_.eye->unitIntervals,
-                            result_.eye->vertical.Height() * 1000,
-                            result_.eye->left + result_.eye->right, kEyeProbability);
-            picture.sampledAt = 0.5;
-            picture.opening = eye_->IsSliced() ? Opening{} : result_.eye->vertical;
-            picture.left = result_.eye->left;
-            picture.right = result_.eye->right;
-            picture.Save(eye_->Density(), options_.out / "eye.png");
-        }
-        for (const char* name : kFiles) {
-            if (fs::exists(options_.out / name)) result_.files.emplace_back(name);
-        }
-        result_.files.emplace_back("result.json");
-        OutputFile file(options_.out / "result.json");
-        using Json = nlohmann::ordered_json;
-        // A model's texts need not be valid UTF-8.
-        file.Write(
-            ToJson(result_, options_, model_).dump(2, ' ', false, Json::error_handler_t::replace) +
-            "\n");
-        file.Close();
-    }
-
-    void Print() const
-    {
-        fmt::print("{}: {}\n{}", model_.name, Describe(options_.signal),
-                   result_.bits > 0 ? ToTable(result_, options_) : "");
-        for (const auto& note : result_.notes) fmt::print("  Note: {}\n", note);
-        if (result_.eye) fmt::print("Picture: {}\n", (options_.out / "eye.png").string());
-        std::fflush(stdout);
-        if (!result_.failure) return;
-        fmt::print(stderr, "amisim: the model {} in {}{}\n", result_.failure->reason,
-                   result_.failure->phase,
-                   result_.failure->printed.empty() ? "" : ":\n" + result_.failure->printed);
     }
 
     const RunOptions& options_;
@@ -314,8 +215,7 @@ private:
     Clock::time_point begin_;
     ModelSource model_;
     SignalChain signal_;
-    ClockFrame frame_;
-    std::optional<EyeAnalysis> eye_;
+    std::optional<Analyses> analyses_;
     RunResult result_;
     std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;
     std::string text_;
@@ -326,7 +226,9 @@ private:
 ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomic<bool>& stop)
 {
     options.Check();
-    return Session(options, worker, stop).Run();
+    RunOptions known = options;
+    known.signal.FindBitRate();
+    return Session(known, worker, stop).Run();
 }
 
 }  // namespace amisim

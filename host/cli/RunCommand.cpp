@@ -9,11 +9,14 @@ constexpr const char* kRunFooter = R"(
 Examples:
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
+  amisim run retimer.ibs --touchstone backplane.s4p --tx-post 0.1 --fext near-pair.s4p --bits 100000
   amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave none
 
 Files in the output folder:
-  result.json           everything that was found, and the settings
-  eye.png               eye density around the sampling instant, in the recovered clock's frame
+  report.html           all of it on one page, for any browser
+  result.json           every number that was found, and the settings
+  *.png                 eyes, bathtubs, the clock and the adaptation, for papers
+  *.csv, eye*.npy       the same as numbers
   wave.npy or wave.csv  the model's output waveform with times
   clock.csv             the clock times as the model returned them
   model.log             what the model printed, if anything
@@ -56,6 +59,20 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
                     "else half of all]")
         ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40).description(""))
         ->type_name("N")
+        ->group(time);
+    run->add_option("--ber", o.bers, "Bit error ratios of the eye's openings and contours")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::Validator(
+            [](const std::string& text) -> std::string {
+                double ratio = 0;
+                const bool fits =
+                    CLI::detail::lexical_cast(text, ratio) && ratio >= 1e-18 && ratio <= 0.1;
+                return fits ? "" : text + ": expected a ratio from 1e-18 to 0.1";
+            },
+            ""))
+        ->capture_default_str()
+        ->type_name("RATIO,...")
         ->group(time);
     run->add_option("--time-limit", o.timeLimit, "Most seconds for the whole run")
         ->check(CLI::PositiveNumber.description(""))

@@ -20,6 +20,7 @@ struct RunOptions
 
     SignalOptions signal;
     std::int64_t blockBits = 256;
+    std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
 
     WaveWriter::Kind saveWave = WaveWriter::Kind::kNpy;

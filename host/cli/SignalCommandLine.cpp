@@ -1,79 +1,232 @@
 #include "host/cli/SignalCommandLine.hpp"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
 #include "host/signal/Prbs.hpp"
 
 namespace amisim {
+namespace {
 
-void AddSignalOptions(CLI::App& run, SignalOptions& o)
+/// An option with a number in a range.
+template <typename Value>
+void AddNumber(CLI::App& run, const char* group, const char* name, Value& value, const char* unit,
+               Value low, Value high, const char* text)
+{
+    run.add_option(name, value, text)
+        ->check(CLI::Range(low, high).description(""))
+        ->capture_default_str()
+        ->type_name(unit)
+        ->group(group);
+}
+
+void AddFile(CLI::App& run, const char* group, const char* name, std::filesystem::path& path,
+             const char* text)
+{
+    run.add_option(name, path, text)->type_name("FILE")->group(group);
+}
+
+double Number(const char* name, std::string_view text, double low, double high)
+{
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [after, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || after != end || !(value >= low && value <= high)) {
+        throw CLI::ValidationError(
+            name, fmt::format("expected {:g} to {:g}, found '{}'", low, high, text));
+    }
+    return value;
+}
+
+std::vector<double> Cursors(const char* name, std::string_view list)
+{
+    std::vector<double> values;
+    for (std::size_t begin = 0; begin <= list.size();) {
+        const std::size_t end = std::min(list.find(',', begin), list.size());
+        values.push_back(Number(name, list.substr(begin, end - begin), -0.9, 0.9));
+        begin = end + 1;
+    }
+    return values;
+}
+
+void AddTimeOptions(CLI::App& run, SignalOptions& o)
 {
     run.add_option("-n,--bits", o.bits, "Bits to run [20000, or the whole waveform file]")
         ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40).description(""))
         ->type_name("N")
         ->group(kTimeGroup);
-    run.add_option("--bit-rate", o.bitRate, "Nominal bit rate, bit/s")
-        ->check(CLI::Range(1e3, 1e12).description(""))
-        ->capture_default_str()
+    run.add_option_function<std::string>(
+           "--bit-rate",
+           [&o](const std::string& text) {
+               o.findBitRate = text == "auto";
+               if (!o.findBitRate) o.bitRate = Number("--bit-rate", text, 1e3, 1e12);
+           },
+           "Nominal bit rate, bit/s; auto finds it in the waveform of --wave")
+        ->default_str("10.3125e9")
         ->type_name("RATE")
         ->group(kTimeGroup);
-    run.add_option("--samples-per-bit", o.samplesPerBit, "Samples per bit")
-        ->check(CLI::Range(4, 4096).description(""))
-        ->capture_default_str()
-        ->type_name("N")
-        ->group(kTimeGroup);
+    AddNumber(run, kTimeGroup, "--samples-per-bit", o.samplesPerBit, "N", 4, 4096,
+              "Samples per bit");
+}
+
+void AddTransmitterOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kSignalGroup;
     run.add_option("--prbs", o.prbs,
                    "Pattern: pseudo-random of period 2^N - 1: 7, 9, 11, 13, 15, 20, 23, 31")
         ->check(CLI::IsMember(Prbs::Orders()).description(""))
         ->capture_default_str()
         ->type_name("N")
-        ->group(kSignalGroup);
-    run.add_option("--amplitude", o.amplitude, "Transmitted amplitude, V peak")
-        ->check(CLI::Range(0.0, 1e3).description(""))
-        ->capture_default_str()
-        ->type_name("V")
-        ->group(kSignalGroup);
-    run.add_option("--rise-time", o.riseTime, "Rise time from 20 % to 80 %, UI")
-        ->check(CLI::Range(0.0, 1.0).description(""))
-        ->capture_default_str()
-        ->type_name("UI")
-        ->group(kSignalGroup);
-    run.add_option("--phase", o.phase, "Where the first bit begins, UI")
-        ->check(CLI::Range(0.0, 1.0).description(""))
-        ->capture_default_str()
-        ->type_name("UI")
-        ->group(kSignalGroup);
-    run.add_option(
-           "--ppm", o.ppm,
-           "Transmitter's bit rate above the receiver's, ppm; 0 for a model without clock recovery")
-        ->check(CLI::Range(-1e4, 1e4).description(""))
-        ->capture_default_str()
-        ->type_name("PPM")
-        ->group(kSignalGroup);
-    run.add_option("--loss", o.lossDb, "Loss of the line at half the bit rate, dB; 0 for none")
-        ->check(CLI::Range(0.0, 60.0).description(""))
-        ->capture_default_str()
-        ->type_name("DB")
-        ->group(kSignalGroup);
-    run.add_option("--skin", o.skinPart,
-                   "Part of the loss that is skin effect; the rest is dielectric")
-        ->check(CLI::Range(0.0, 1.0).description(""))
-        ->capture_default_str()
-        ->type_name("PART")
-        ->group(kSignalGroup);
-    run.add_option("--noise", o.noise, "Gaussian noise at the model's input, V rms")
-        ->check(CLI::Range(0.0, 1e3).description(""))
-        ->capture_default_str()
-        ->type_name("V")
-        ->group(kSignalGroup);
+        ->group(group);
+    AddFile(run, group, "--pattern", o.pattern,
+            "Pattern from a text of 0 and 1, sent over and over; # begins a comment");
+    run.add_option("--clock-pattern", o.clockPattern, "Pattern of N ones and N zeros; 1 is 1010")
+        ->check(CLI::Range(1, 1 << 20).description(""))
+        ->type_name("N")
+        ->group(group);
+    AddNumber(run, group, "--amplitude", o.amplitude, "V", 0.0, 1e3,
+              "Transmitted amplitude, V differential peak to peak");
+    AddNumber(run, group, "--rise-time", o.riseTime, "UI", 0.0, 1.0,
+              "Rise time from 20 % to 80 %, UI");
+    const auto cursors = [&](const char* name, std::vector<double>& values, const char* text) {
+        run.add_option_function<std::string>(
+               name, [name, &values](const std::string& list) { values = Cursors(name, list); },
+               text)
+            ->type_name("C,...")
+            ->group(group);
+    };
+    cursors("--tx-pre", o.deemphasis.pre,
+            "De-emphasis: parts of the bits to come that are taken off, the next bit's first. "
+            "What is left of 1 is the bit's own part, so that the peak is the amplitude's");
+    cursors("--tx-post", o.deemphasis.post,
+            "De-emphasis: parts of the bits before that are taken off, the last bit's first: "
+            "--tx-post 0.25 halves the level of repeated bits");
+    AddNumber(run, group, "--phase", o.phase, "UI", 0.0, 1.0, "Where the first bit begins, UI");
+    AddNumber(
+        run, group, "--ppm", o.ppm, "PPM", -1e4, 1e4,
+        "Transmitter's bit rate above the receiver's, ppm; 0 for a model without clock recovery");
+    AddNumber(run, group, "--rj", o.randomJitter, "UI", 0.0, 0.1,
+              "Random jitter of the edges, UI rms");
+    AddNumber(run, group, "--sj-amplitude", o.sineJitter, "UI", 0.0, 1e3,
+              "Sinusoidal jitter of the edges, UI peak");
+    AddNumber(run, group, "--sj-frequency", o.sineFrequency, "HZ", 0.0, 1e12,
+              "Frequency of the sinusoidal jitter, Hz");
+    AddNumber(run, group, "--dcd", o.dutyCycleDistortion, "UI", -0.5, 0.5,
+              "Duty-cycle distortion, UI: width of a single 1 less that of a single 0");
+    AddNumber(run, group, "--noise", o.noise, "V", 0.0, 1e3,
+              "Gaussian noise at the model's input, V rms");
     run.add_option("--seed", o.seed, "Seed of everything random, the pattern's start included")
         ->capture_default_str()
         ->type_name("N")
-        ->group(kSignalGroup);
-    run.add_option("--wave", o.wave,
-                   "Waveform instead of all these: CSV of time and voltage, or of voltage alone")
-        ->type_name("FILE")
-        ->group(kSignalGroup)
-        ->excludes("--prbs", "--amplitude", "--rise-time", "--phase", "--ppm", "--loss", "--skin",
-                   "--noise");
+        ->group(group);
+}
+
+void AddChannelOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kChannelGroup;
+    AddNumber(run, group, "--loss", o.lossDb, "DB", 0.0, 60.0,
+              "Loss of the line at half the bit rate, dB; 0 for none");
+    AddNumber(run, group, "--skin", o.skinPart, "PART", 0.0, 1.0,
+              "Part of the loss that is skin effect; the rest is dielectric");
+    AddFile(run, group, "--touchstone", o.touchstone,
+            "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2");
+    run.add_option("--port-order", o.portOrder,
+                   "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by "
+                   "the through terms]")
+        ->type_name("AB,CD")
+        ->group(group);
+    AddFile(run, group, "--impulse", o.impulse,
+            "Channel from its impulse response: CSV or .npy of time in s and value in 1/s");
+    AddFile(run, group, "--step", o.step,
+            "Channel from its step response: CSV or .npy of time in s and value in V/V");
+
+    const auto aggressors = [&](const char* name, std::vector<std::filesystem::path>& files,
+                                const char* text) {
+        run.add_option(name, files, text)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->type_name("FILE")
+            ->group(group);
+    };
+    aggressors("--fext", o.fext,
+               "S parameters from an aggressor at the far end to the model's input, sent with the "
+               "signal's de-emphasis; may be repeated");
+    aggressors("--next", o.next,
+               "The same from an aggressor at the near end, sent without de-emphasis");
+    run.add_option("--crosstalk-port-order", o.crosstalkPortOrder,
+                   "Port order of the aggressors' files, from the aggressor's ports to the "
+                   "signal's [that of --touchstone]")
+        ->type_name("AB,CD")
+        ->group(group);
+    AddNumber(run, group, "--aggressor-amplitude", o.aggressorAmplitude, "V", 0.0, 1e3,
+              "Amplitude of the aggressors, V differential peak to peak");
+    AddNumber(run, group, "--aggressor-ppm", o.aggressorPpm, "PPM", -1e4, 1e4,
+              "Aggressors' bit rate above the receiver's, ppm");
+}
+
+void AddWaveOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kWaveGroup;
+    AddFile(run, group, "--wave", o.wave,
+            "Measured waveform instead of pattern, transmitter and channel: CSV or .npy, time in s "
+            "and voltage in V, or voltage alone");
+    run.add_option("--column", o.column,
+                   "Column of the voltage, by number from 1 or by name [the second, or the only]")
+        ->type_name("NAME|N")
+        ->group(group);
+    run.add_option("--wave-step", o.waveStep,
+                   "Time between the samples of a waveform without times, s [bit time / samples "
+                   "per bit]")
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("S")
+        ->group(group);
+}
+
+/// Options that would be of no effect are refused rather than passed over.
+void CheckTogether(const CLI::App& run)
+{
+    const auto given = [&](const std::string& name) { return run.count(name) > 0; };
+    const auto onlyOne = [&](const std::vector<std::string>& names) {
+        std::string found;
+        for (const std::string& name : names) {
+            if (!given(name)) continue;
+            if (!found.empty()) throw CLI::ExcludesError(found, name);
+            found = name;
+        }
+    };
+    onlyOne({"--prbs", "--pattern", "--clock-pattern"});
+    for (const char* line : {"--loss", "--skin"})
+        onlyOne({line, "--touchstone", "--impulse", "--step"});
+    for (const auto& [name, needed] : {std::pair{"--port-order", "--touchstone"},
+                                       {"--column", "--wave"},
+                                       {"--wave-step", "--wave"},
+                                       {"--sj-frequency", "--sj-amplitude"}}) {
+        if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
+    }
+    for (const char* name :
+         {"--crosstalk-port-order", "--aggressor-amplitude", "--aggressor-ppm"}) {
+        if (given(name) && !given("--fext") && !given("--next"))
+            throw CLI::RequiresError(name, "--fext or --next");
+    }
+    if (!given("--wave")) return;
+    for (const CLI::Option* option : run.get_options()) {
+        const std::string& group = option->get_group();
+        if (option->count() > 0 && (group == kSignalGroup || group == kChannelGroup))
+            throw CLI::ExcludesError("--wave", option->get_name());
+    }
+}
+
+}  // namespace
+
+void AddSignalOptions(CLI::App& run, SignalOptions& o)
+{
+    AddTimeOptions(run, o);
+    AddTransmitterOptions(run, o);
+    AddChannelOptions(run, o);
+    AddWaveOptions(run, o);
+    run.parse_complete_callback([&run] { CheckTogether(run); });
 }
 
 }  // namespace amisim

@@ -8,7 +8,9 @@ namespace amisim {
 
 /// Groups of options in the help.
 inline constexpr const char* kTimeGroup = "Time and blocks";
-inline constexpr const char* kSignalGroup = "Signal";
+inline constexpr const char* kSignalGroup = "Pattern and transmitter";
+inline constexpr const char* kChannelGroup = "Channel";
+inline constexpr const char* kWaveGroup = "Measured waveform";
 
 /// Defines the options that make the signal at the model's input; the texts state the defaults.
 void AddSignalOptions(CLI::App& run, SignalOptions& options);

@@ -4,13 +4,26 @@
 #include <csignal>
 #include <cstring>
 
+#include "host/cli/CompareCommand.hpp"
+#include "host/cli/Completion.hpp"
+#include "host/cli/ParamsCommand.hpp"
 #include "host/cli/Run.hpp"
 #include "host/cli/RunCommand.hpp"
+#include "host/cli/SweepCommand.hpp"
 #include "host/model/ModelWorker.hpp"
 
 using namespace amisim;
 
 namespace {
+
+constexpr const char* kFooter = R"(
+Examples:
+  amisim params retimer.ibs
+  amisim run retimer.ibs --bits 20000 --loss 10 --out result
+  amisim sweep retimer.ibs --grid EQ_Level=0:31 --grid loss=6,10,14 --out levels -- -p CTLEAdapt=0
+  amisim compare levels/cases/0001-* levels/cases/0096-*
+  amisim run --help
+)";
 
 std::atomic<bool> g_stop{false};
 
@@ -29,8 +42,18 @@ int main(int argc, char** argv)
 
     CLI::App app("A channel simulator for IBIS-AMI models", "amisim");
     app.set_version_flag("--version", "amisim " AMISIM_VERSION);
-    RunOptions options;
-    AddRunCommand(app, options);
+    app.footer(kFooter);
+    app.require_subcommand(0, 1);
+    RunOptions runOptions;
+    SweepOptions sweepOptions;
+    CompareOptions compareOptions;
+    ParamsOptions paramsOptions;
+    std::string shell;
+    AddRunCommand(app, runOptions);
+    const CLI::App* sweep = AddSweepCommand(app, sweepOptions);
+    const CLI::App* compare = AddCompareCommand(app, compareOptions);
+    const CLI::App* params = AddParamsCommand(app, paramsOptions);
+    const CLI::App* completion = AddCompletionCommand(app, shell);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -50,8 +73,19 @@ int main(int argc, char** argv)
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     try {
-        return static_cast<int>(
-            Run(options, std::filesystem::read_symlink("/proc/self/exe"), g_stop));
+        const auto program = std::filesystem::read_symlink("/proc/self/exe");
+        ExitCode code = ExitCode::kOk;
+        if (sweep->parsed())
+            code = RunSweep(sweepOptions, program, g_stop);
+        else if (compare->parsed())
+            code = Compare(compareOptions);
+        else if (params->parsed())
+            code = ListParameters(paramsOptions);
+        else if (completion->parsed())
+            fmt::print("{}", CompletionScript(app, shell));
+        else
+            code = Run(runOptions, program, g_stop);
+        return static_cast<int>(code);
     } catch (const Error& error) {
         return Report(error.Code(), error.what());
     } catch (const std::exception& error) {

@@ -71,8 +71,10 @@ private:
     {
         char* message = nullptr;
         char* parameters = nullptr;
-        const auto impulse = blocks_.Impulse();
-        const long result = module_->init(impulse.data(), static_cast<long>(impulse.size()), 0,
+        const auto impulses = blocks_.Impulses();
+        const auto aggressors = static_cast<long>(blocks_.Aggressors());
+        const long rows = static_cast<long>(impulses.size()) / (aggressors + 1);
+        const long result = module_->init(impulses.data(), rows, aggressors,
                                           blocks_.SampleInterval(), blocks_.BitTime(),
                                           blocks_.Parameters(), &parameters, &memory_, &message);
         if (message) message_.assign(message, strnlen(message, kLongestText));

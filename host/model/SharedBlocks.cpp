@@ -50,7 +50,8 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     const double samplesPerBit = start.bitTime / start.sampleInterval;
     layout.clockRoom =
         static_cast<std::size_t>(2 * static_cast<double>(start.blockSamples) / samplesPerBit) + 64;
-    layout.impulseLength = start.impulse.size();
+    layout.impulseLength = start.impulses.size() * start.impulses[0].size();
+    layout.aggressors = start.impulses.size() - 1;
     layout.parametersAt = sizeof(Header) + start.modulePath.size() + 1;
     layout.impulseAt = Align(layout.parametersAt + start.parameters.size() + 1, 64);
     layout.slotsAt = Align(layout.impulseAt + sizeof(double) * layout.impulseLength, PageBytes());
@@ -65,7 +66,8 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     std::memcpy(memory_ + sizeof(Header), start.modulePath.c_str(), start.modulePath.size() + 1);
     std::memcpy(memory_ + layout.parametersAt, start.parameters.c_str(),
                 start.parameters.size() + 1);
-    std::copy(start.impulse.begin(), start.impulse.end(), Impulse().begin());
+    auto to = Impulses().begin();
+    for (const auto& impulse : start.impulses) to = std::ranges::copy(impulse, to).out;
     Protect();
 }
 
@@ -103,7 +105,7 @@ const char* SharedBlocks::Parameters() const
     return reinterpret_cast<const char*>(memory_ + header_.parametersAt);
 }
 
-std::span<double> SharedBlocks::Impulse() const
+std::span<double> SharedBlocks::Impulses() const
 {
     return {reinterpret_cast<double*>(memory_ + header_.impulseAt), header_.impulseLength};
 }

@@ -16,7 +16,9 @@ struct ModelStart
     std::string parameters;        // the AMI parameter string
     double sampleInterval = 0;     // s
     double bitTime = 0;            // s
-    std::vector<double> impulse;   // the channel's impulse response, 1/s; at least one sample
+    // Impulse responses, 1/s: the channel's, then one from each aggressor; all of one length, at
+    // least one sample.
+    std::vector<std::vector<double>> impulses;
     std::size_t blockSamples = 0;  // most samples in one block
     std::size_t slots = 6;         // blocks in flight between host and model
 };
@@ -45,7 +47,8 @@ public:
     const char* Parameters() const;
     double SampleInterval() const { return header_.sampleInterval; }
     double BitTime() const { return header_.bitTime; }
-    std::span<double> Impulse() const;
+    std::span<double> Impulses() const;  // one after the other
+    std::size_t Aggressors() const { return header_.aggressors; }
 
     std::size_t Slots() const { return header_.slots; }
     std::span<double> Input(std::size_t slot) const;
@@ -82,7 +85,8 @@ private:
         std::size_t total;
         std::size_t parametersAt, impulseAt,
             slotsAt;  // byte offsets; the module path follows the header
-        std::size_t impulseLength;
+        std::size_t impulseLength;  // of all together
+        std::size_t aggressors;
         std::size_t slots;
         std::size_t blockSamples;
         std::size_t clockRoom;  // doubles per slot, without the guard

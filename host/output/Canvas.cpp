@@ -84,11 +84,111 @@ void Canvas::Put(int x, int y, Colour colour, double opacity)
     }
 }
 
+Colour Canvas::At(int x, int y) const
+{
+    const std::uint8_t* const pixel = &pixels_[static_cast<std::size_t>(3 * (y * width_ + x))];
+    return {pixel[0] / 255.0, pixel[1] / 255.0, pixel[2] / 255.0};
+}
+
 void Canvas::Rectangle(int x, int y, int width, int height, Colour colour, double opacity)
 {
     for (int j = y; j < y + height; ++j) {
         for (int i = x; i < x + width; ++i) Put(i, j, colour, opacity);
     }
+}
+
+namespace {
+
+/// How much of pixels is covered by a line; where parts of it overlap, by the one that covers most.
+class Coverage
+{
+public:
+    explicit Coverage(const Area& area)
+        : area_(area), parts_(static_cast<std::size_t>(area.width * area.height))
+    {
+    }
+
+    /// A straight piece with round ends.
+    void Add(Point a, Point b, double width)
+    {
+        const double reach = width / 2 + 0.5;
+        // Kept near the area, where the numbers of pixels fit an int.
+        const auto limit = [](double v, int from, int size) {
+            return static_cast<int>(std::clamp(v, from - 1.0, 1.0 * from + size));
+        };
+        const int left = limit(std::min(a.x, b.x) - reach, area_.left, area_.width);
+        const int right = limit(std::max(a.x, b.x) + reach, area_.left, area_.width);
+        const int top = limit(std::min(a.y, b.y) - reach, area_.top, area_.height);
+        const int bottom = limit(std::max(a.y, b.y) + reach, area_.top, area_.height);
+        const double dx = b.x - a.x, dy = b.y - a.y, length2 = dx * dx + dy * dy;
+        for (int y = std::max(top, area_.top); y <= std::min(bottom, area_.top + area_.height - 1);
+             ++y) {
+            for (int x = std::max(left, area_.left);
+                 x <= std::min(right, area_.left + area_.width - 1); ++x) {
+                const double px = x + 0.5 - a.x, py = y + 0.5 - a.y;
+                const double along =
+                    length2 > 0 ? std::clamp((px * dx + py * dy) / length2, 0.0, 1.0) : 0;
+                const double distance = std::hypot(px - along * dx, py - along * dy);
+                float& part = parts_[static_cast<std::size_t>((y - area_.top) * area_.width + x -
+                                                              area_.left)];
+                part = std::max(part, static_cast<float>(std::clamp(reach - distance, 0.0, 1.0)));
+            }
+        }
+    }
+
+    void Paint(Canvas& canvas, const Stroke& stroke) const
+    {
+        std::size_t i = 0;
+        for (int y = area_.top; y < area_.top + area_.height; ++y) {
+            for (int x = area_.left; x < area_.left + area_.width; ++x, ++i) {
+                if (parts_[i] > 0) canvas.Put(x, y, stroke.colour, stroke.opacity * parts_[i]);
+            }
+        }
+    }
+
+private:
+    Area area_;
+    std::vector<float> parts_;
+};
+
+}  // namespace
+
+void Canvas::Line(std::span<const Point> points, const Stroke& stroke, const Area& clip)
+{
+    Coverage coverage(clip);
+    double drawn = 0;  // pixels along the line, for the dashes
+    const auto known = [&](std::size_t i) {
+        return i < points.size() && !std::isnan(points[i].x) && !std::isnan(points[i].y);
+    };
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (!known(i)) continue;
+        const Point a = points[i];
+        if (!known(i + 1)) {
+            if (i == 0 || !known(i - 1)) coverage.Add(a, a, 2 * stroke.width);
+            drawn = 0;
+            continue;
+        }
+        const Point b = points[i + 1];
+        const double length = std::hypot(b.x - a.x, b.y - a.y);
+        // A far jump is beyond the area for the most part, and its dashes with it.
+        if (stroke.dash <= 0 || length > 1e5) {
+            coverage.Add(a, b, stroke.width);
+            continue;
+        }
+        const auto at = [&](double along) {
+            const double part = length > 0 ? along / length : 0;
+            return Point{a.x + (b.x - a.x) * part, a.y + (b.y - a.y) * part};
+        };
+        for (double along = 0; along < length;) {
+            const double inDash = std::fmod(drawn, 2 * stroke.dash);
+            const double end = inDash < stroke.dash ? stroke.dash : 2 * stroke.dash;
+            const double step = std::min(std::max(end - inDash, 1e-3), length - along);
+            if (inDash < stroke.dash) coverage.Add(at(along), at(along + step), stroke.width);
+            along += step;
+            drawn += step;
+        }
+    }
+    coverage.Paint(*this, stroke);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -22,6 +23,26 @@ private:
     std::vector<Colour> lab_;
 };
 
+struct Point
+{
+    double x, y;  // pixels
+};
+
+/// A rectangle, in pixels.
+struct Area
+{
+    int left, top, width, height;
+};
+
+/// How a line is drawn.
+struct Stroke
+{
+    Colour colour{};
+    double width = 2;  // pixels
+    double dash = 0;   // pixels drawn and left out by turns; 0: all are drawn
+    double opacity = 1;
+};
+
 /// A picture to draw rectangles, lines and text on, kept as a PNG.
 class Canvas
 {
@@ -30,6 +51,10 @@ public:
 
     void Put(int x, int y, Colour colour, double opacity = 1);
     void Rectangle(int x, int y, int width, int height, Colour colour, double opacity = 1);
+
+    /// A line through the points with smoothed edges, cut off at the area's edge. It is interrupted
+    /// where a coordinate is NaN; a point between two interruptions becomes a dot.
+    void Line(std::span<const Point> points, const Stroke& stroke, const Area& clip);
 
     enum class Align { kLeft, kCentre, kRight };
     /// Text with smoothed edges, `size` pixels a font unit (letters are 7 units high); y is its
@@ -40,6 +65,7 @@ public:
     void TextUpwards(int x, int y, std::string_view text, Colour colour, int size = 2);
     static int TextWidth(std::string_view text, int size = 2);
 
+    Colour At(int x, int y) const;  // of a pixel inside
     int Width() const { return width_; }
     int Height() const { return height_; }
 

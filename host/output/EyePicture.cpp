@@ -5,83 +5,25 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/output/Canvas.hpp"
+#include "host/output/EyeDensity.hpp"
+#include "host/output/Plot.hpp"
+#include "host/output/Text.hpp"
 
 namespace amisim {
 namespace {
 
-constexpr int kWidth = 1000, kHeight = 640;
-constexpr int kLeft = 92, kTop = 70, kPlotWidth = 820, kPlotHeight = 480;
+constexpr int kWidth = 1000, kHeight = 690;
+constexpr int kLeft = 92, kTop = 94, kPlotWidth = 820, kPlotHeight = 480;
 
-constexpr Colour kPaper = {1, 1, 1}, kInk = {0.13, 0.15, 0.20}, kFaint = {0.45, 0.48, 0.54};
-constexpr Colour kMark = {1, 1, 1};
-
-/// 1, 2 or 5 times a power of ten, so that a span has about `parts` of them.
-double TickStep(double span, double parts)
-{
-    const double raw = span / parts;
-    const double decade = std::pow(10, std::floor(std::log10(raw)));
-    for (const double factor : {1.0, 2.0, 5.0}) {
-        if (raw <= factor * decade) return factor * decade;
-    }
-    return 10 * decade;
-}
-
-/// How often the trace passed, as a part of the column's passes, with straight lines between cells.
-class Density
-{
-public:
-    explicit Density(const VoltageHistogram& histogram) : histogram_(histogram)
-    {
-        for (std::size_t c = 0; c < histogram.Columns(); ++c) {
-            double sum = 0;
-            for (std::size_t r = 0; r < histogram.Rows(); ++r) {
-                const auto count = static_cast<double>(histogram.At(c, r));
-                sum += count;
-                if (count > 0)
-                    greatest_ = std::max(greatest_, std::abs(histogram.Edge(r) + Half()));
-            }
-            total_ = std::max(total_, sum);
-            perColumn_.push_back(sum > 0 ? 1 / sum : 0);
-        }
-    }
-    double Greatest() const { return greatest_; }  // magnitude of the outermost voltage, V
-    double Passes() const { return total_; }
-
-    double At(double phase, double voltage) const
-    {
-        const auto columns = static_cast<double>(histogram_.Columns());
-        double x = (phase - std::floor(phase)) * columns - 0.5;
-        if (x < 0) x += columns;
-        const double y = (voltage - histogram_.Edge(0)) / histogram_.BinHeight() - 0.5;
-        const auto c = static_cast<std::size_t>(x);
-        const double dx = x - std::floor(x), dy = y - std::floor(y);
-        const double top = Cell(c, std::floor(y)) * (1 - dx) + Cell(c + 1, std::floor(y)) * dx;
-        const double bottom =
-            Cell(c, std::floor(y) + 1) * (1 - dx) + Cell(c + 1, std::floor(y) + 1) * dx;
-        return top * (1 - dy) + bottom * dy;
-    }
-
-private:
-    double Half() const { return histogram_.BinHeight() / 2; }
-    double Cell(std::size_t column, double row) const
-    {
-        if (row < 0 || row >= static_cast<double>(histogram_.Rows())) return 0;
-        column %= histogram_.Columns();
-        return static_cast<double>(histogram_.At(column, static_cast<std::size_t>(row))) *
-               perColumn_[column];
-    }
-
-    const VoltageHistogram& histogram_;
-    std::vector<double> perColumn_;
-    double greatest_ = 0, total_ = 0;
-};
+constexpr Colour kMark = {1, 1, 1}, kContour = {0.45, 0.95, 1.00};
+constexpr int kShades = 1023;
+using plot::kFaint, plot::kInk, plot::kPaper;
 
 }  // namespace
 
 void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::path& path) const
 {
-    const Density density(histogram);
+    const EyeDensity density(histogram);
     const ColourMap map({{0.035, 0.04, 0.10},
                          {0.19, 0.10, 0.42},
                          {0.52, 0.12, 0.50},
@@ -101,19 +43,21 @@ void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::
 
     Canvas canvas(kWidth, kHeight, kPaper);
     // A single pass maps just above the scale's dark end, the densest cell to its bright one.
-    double peak = 0;
-    for (int x = 0; x < kPlotWidth; ++x) {
-        for (int y = 0; y < kPlotHeight; ++y) {
-            peak = std::max(peak, density.At(phaseAt(kLeft + x + 0.5), voltageAt(kTop + y + 0.5)));
-        }
-    }
-    const double once = density.Passes() > 0 ? 1 / density.Passes() : 1;
-    const double decades = std::log10(std::max(peak / once, 10.0)) + 0.5;
+    std::vector<double> values;
     for (int x = kLeft; x < kLeft + kPlotWidth; ++x) {
-        for (int y = kTop; y < kTop + kPlotHeight; ++y) {
-            const double value = density.At(phaseAt(x + 0.5), voltageAt(y + 0.5));
-            const double level = value > 0 ? 1 + std::log10(value / peak) / decades : 0;
-            canvas.Put(x, y, colourAt(std::max(level, 0.0)));
+        for (int y = kTop; y < kTop + kPlotHeight; ++y)
+            values.push_back(density.At(phaseAt(x + 0.5), voltageAt(y + 0.5)));
+    }
+    const double peak = *std::max_element(values.begin(), values.end());
+    const double decades = std::log10(std::max(peak / density.Once(), 10.0)) + 0.5;
+    std::vector<Colour> colours;
+    for (int i = 0; i <= kShades; ++i) colours.push_back(colourAt(1.0 * i / kShades));
+    auto value = values.begin();
+    for (int x = kLeft; x < kLeft + kPlotWidth; ++x) {
+        for (int y = kTop; y < kTop + kPlotHeight; ++y, ++value) {
+            const double level = *value > 0 ? 1 + std::log10(*value / peak) / decades : 0;
+            canvas.Put(x, y,
+                       colours[static_cast<std::size_t>(round(std::max(level, 0.0) * kShades))]);
         }
     }
 
@@ -127,7 +71,7 @@ void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::
                         Canvas::Align::kCentre);
         }
     }
-    const double step = TickStep(2 * top, 9);
+    const double step = plot::TickStep(2 * top, 9);
     for (double v = std::ceil(-top / step) * step; v <= top; v += step) {
         const int y = round(yOf(v));
         const double millivolts = std::abs(v) < step / 2 ? 0 : v * 1000;
@@ -135,6 +79,21 @@ void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::
         canvas.Rectangle(kLeft - 6, y, 6, 1, kFaint);
         canvas.Text(kLeft - 11, y - 7, fmt::format("{:g}", millivolts), kInk, 2,
                     Canvas::Align::kRight);
+    }
+
+    // Contours, dashed where extrapolated, named where they are highest.
+    const Area plotArea{kLeft, kTop, kPlotWidth, kPlotHeight};
+    for (const Contour& contour : contours) {
+        const Stroke stroke{
+            .colour = kContour, .width = 1.6, .dash = contour.extrapolated ? 5.0 : 0};
+        std::vector<Point> points;
+        for (std::size_t i = 0; i < contour.phase.size(); ++i)
+            points.push_back({xOf(contour.phase[i] - sampledAt), yOf(contour.high[i])});
+        for (std::size_t i = contour.phase.size(); i-- > 0;)
+            points.push_back({xOf(contour.phase[i] - sampledAt), yOf(contour.low[i])});
+        if (points.empty()) continue;
+        points.push_back(points.front());
+        canvas.Line(points, stroke, plotArea);
     }
 
     // Sampling instant with the vertical opening, and the horizontal one at 0 V.
@@ -155,9 +114,18 @@ void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::
     }
     canvas.Text(centre, kTop + kPlotHeight + 34, "time from the sampling instant, UI", kInk, 2,
                 Canvas::Align::kCentre);
+    std::string ratios;
+    for (const Contour& contour : contours) {
+        if (!contour.phase.empty())
+            ratios += (ratios.empty() ? "" : ", ") + ShortRatio(contour.ber);
+    }
+    if (!ratios.empty()) {
+        canvas.Text(centre, kTop + kPlotHeight + 60,
+                    "contours inwards: error ratio " + ratios + "; dashed: extrapolated", kFaint, 2,
+                    Canvas::Align::kCentre);
+    }
     canvas.TextUpwards(10, kTop + kPlotHeight / 2, "voltage, mV", kInk, 2);
-    canvas.Text(kLeft, 16, title, kInk, 2);
-    canvas.Text(kLeft, 42, subtitle, kFaint, 2);
+    heading.Draw(canvas, kLeft);
 
     // Scale: how many times the trace passed a cell.
     const int bar = kLeft + kPlotWidth + 18;

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
+#include <vector>
 
-#include "host/analysis/VoltageHistogram.hpp"
+#include "host/analysis/Findings.hpp"
+#include "host/output/Plot.hpp"
 
 namespace amisim {
 
@@ -11,11 +12,12 @@ namespace amisim {
 /// logarithm of how often the trace passed, so that rare ones show too.
 struct EyePicture
 {
-    std::string title, subtitle;
+    plot::Heading heading;
     double sampledAt = 0.5;  // unit intervals after the clock edge
     Opening opening;         // marked at the sampling instant
     double left = 0,
            right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
+    std::vector<Contour> contours;
 
     /// @throws Error (kInput) when the file cannot be written
     void Save(const VoltageHistogram& density, const std::filesystem::path& path) const;

@@ -1,10 +1,14 @@
 #include "host/output/Progress.hpp"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+
+#include "host/output/Text.hpp"
 
 namespace amisim {
 
@@ -32,11 +36,18 @@ void Progress::Update(std::int64_t bits)
     const double part = static_cast<double>(bits) / static_cast<double>(total_);
     const auto left = static_cast<std::int64_t>(
         rate > 0 ? std::ceil(static_cast<double>(total_ - bits) / rate) : 0);
-    constexpr int kWidth = 30;
+    std::string text =
+        fmt::format("{:3.0f} %  {} of {} bits  {} bits/s  {}:{:02} left", 100 * part, Grouped(bits),
+                    Grouped(total_), Grouped(std::llround(rate)), left / 60, left % 60);
+    // A line that is wrapped could not be written over: the bar gets what room there is.
+    winsize window{};
+    const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0;
+    const int columns = known ? window.ws_col : 80;
+    const int width = std::min(columns - static_cast<int>(text.size()) - 2, 30);
+    if (width < 0) text.resize(static_cast<std::size_t>(std::max(columns - 1, 0)));
     std::string bar;
-    for (int i = 0; i < kWidth; ++i) bar += i < static_cast<int>(part * kWidth + 0.5) ? "█" : "░";
-    fmt::print(stderr, "\r{} {:3.0f} %  {} of {} bits  {:.0f} bits/s  {}:{:02} left \033[K", bar,
-               100 * part, bits, total_, rate, left / 60, left % 60);
+    for (int i = 0; i < width; ++i) bar += i < static_cast<int>(part * width + 0.5) ? "█" : "░";
+    fmt::print(stderr, "\r{}{}{}\033[K", bar, bar.empty() ? "" : " ", text);
     std::fflush(stderr);
 }
 

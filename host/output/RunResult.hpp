@@ -25,13 +25,8 @@ struct RunResult
     std::int64_t bits = 0;         // that the model has returned
     std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
 
-    struct Comparison
-    {
-        std::int64_t compared = 0, errors = 0, unaligned = 0, realignments = 0, delay = 0;
-        bool inverted = false;
-    };
-    std::optional<Comparison> comparison;  // absent when nothing is known of what was sent
-    double sampledAt = 0.5;                // unit intervals after the clock time
+    std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent
+    double sampledAt = 0.5;                   // unit intervals after the clock time
 
     std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock

@@ -2,13 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <array>
-#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <iterator>
 
 #include "host/Error.hpp"
+#include "host/output/Npy.hpp"
 
 namespace amisim {
 
@@ -42,16 +41,9 @@ void OutputFile::Close()
 
 namespace {
 
-/// The header of NumPy's format 1.0, padded to 128 bytes whatever the shape, so that it can be
-/// written anew when the number of rows is known.
-std::string NpyHeader(std::int64_t rows)
+std::string Header(std::int64_t rows)
 {
-    static_assert(std::endian::native == std::endian::little);
-    std::string text =
-        fmt::format("{{'descr': '<f8', 'fortran_order': False, 'shape': ({}, 2), }}", rows);
-    text.resize(128 - 10 - 1, ' ');
-    const std::array<char, 10> lead = {'\x93', 'N', 'U', 'M', 'P', 'Y', 1, 0, 118, 0};
-    return std::string(lead.begin(), lead.end()) + text + "\n";
+    return NpyHeader("<f8", {rows, 2});
 }
 
 }  // namespace
@@ -61,7 +53,7 @@ WaveWriter::WaveWriter(const std::filesystem::path& folder, Kind kind, double sa
 {
     if (kind_ == Kind::kNone) return;
     file_ = std::make_unique<OutputFile>(folder / (kind_ == Kind::kCsv ? "wave.csv" : "wave.npy"));
-    file_->Write(kind_ == Kind::kCsv ? "time_s,voltage_v\n" : NpyHeader(0));
+    file_->Write(kind_ == Kind::kCsv ? "time_s,voltage_v\n" : Header(0));
 }
 
 void WaveWriter::Add(std::span<const double> wave)
@@ -83,7 +75,7 @@ void WaveWriter::Add(std::span<const double> wave)
 void WaveWriter::Close()
 {
     if (!file_) return;
-    if (kind_ == Kind::kNpy) file_->WriteAtStart(NpyHeader(count_));
+    if (kind_ == Kind::kNpy) file_->WriteAtStart(Header(count_));
     file_->Close();
     file_.reset();
 }

@@ -3,60 +3,99 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 
 namespace amisim {
 
-NrzSource::NrzSource(const Settings& settings, Prbs bits, BitHistory& sent)
-    : settings_(settings), bits_(bits), sent_(sent)
+double Deemphasis::Sum() const
 {
-    QueueEdge();
+    const auto add = [](double sum, double value) { return sum + std::abs(value); };
+    return std::accumulate(post.begin(), post.end(),
+                           std::accumulate(pre.begin(), pre.end(), 0.0, add), add);
 }
 
-void NrzSource::QueueEdge()
+NrzSource::NrzSource(const Settings& settings, std::unique_ptr<BitSource> bits, BitHistory* sent,
+                     Random random)
+    : settings_(settings),
+      bits_(std::move(bits)),
+      sent_(sent),
+      jitter_(settings.jitter, random),
+      main_(settings.deemphasis.pre.size())
 {
-    double to = level_;
-    double time = 0;
-    while (to == level_) {
-        time = settings_.start + static_cast<double>(sent_.End()) * settings_.unitInterval;
-        const bool bit = bits_.Next();
-        sent_.Push(bit);
-        to = bit ? settings_.amplitude : -settings_.amplitude;
-        if (settings_.amplitude == 0) break;
+    const auto& [pre, post] = settings_.deemphasis;
+    for (auto cursor = pre.rbegin(); cursor != pre.rend(); ++cursor) cursors_.push_back(-*cursor);
+    cursors_.push_back(1 - settings_.deemphasis.Sum());
+    for (const double cursor : post) cursors_.push_back(-cursor);
+    symbols_.assign(cursors_.size() + 1, 0.0);  // the bit before the main one is always there
+    for (std::size_t i = 0; i < main_; ++i) TakeBit();
+}
+
+void NrzSource::TakeBit()
+{
+    const bool bit = bits_->Next();
+    if (sent_) sent_->Push(bit);
+    std::shift_right(symbols_.begin(), symbols_.end(), 1);
+    symbols_[0] = bit ? 1 : -1;
+}
+
+void NrzSource::MakeBoundary()
+{
+    TakeBit();
+    const double level = settings_.amplitude * std::inner_product(cursors_.begin(), cursors_.end(),
+                                                                  symbols_.begin(), 0.0);
+    const double change = symbols_[main_] - symbols_[main_ + 1];
+    const double ideal = settings_.start + boundary_ * settings_.unitInterval;
+    const double late = jitter_.Next(ideal, (change > 0) - (change < 0));
+    lastTime_ = std::max(ideal + late, lastTime_ + kClosest * settings_.unitInterval);
+    boundary_ += 1;
+    if (level != level_) edges_.push_back({lastTime_, level_, level});
+    level_ = level;
+}
+
+void NrzSource::AddRamp(const Edge& edge, std::span<double> out, std::size_t begin,
+                        std::size_t end) const
+{
+    if (begin >= end) return;
+    // sin of the phase within the edge, from -pi/2 to pi/2, turned on from sample to sample.
+    const double step = std::numbers::pi / settings_.rampTime;
+    const double phase = step * (first_ + static_cast<double>(begin) - edge.time);
+    const double sinStep = std::sin(step), cosStep = std::cos(step);
+    double sine = std::sin(phase), cosine = std::cos(phase);
+    const double half = 0.5 * (edge.to - edge.from);
+    for (double& sample : out.subspan(begin, end - begin)) {
+        sample += half + half * sine;
+        const double next = sine * cosStep + cosine * sinStep;
+        cosine = cosine * cosStep - sine * sinStep;
+        sine = next;
     }
-    edges_.push_back({time, level_, to});
-    level_ = to;
 }
 
 std::size_t NrzSource::Read(std::span<double> out)
 {
-    const double half = settings_.rampTime / 2;
-    for (std::size_t i = 0; i < out.size();) {
-        // Flat until the first edge in the queue begins.
-        const double flat = std::ceil(edges_.front().time - half) - nextSample_;
-        if (flat >= 1) {
-            const std::size_t count = std::min(out.size() - i, static_cast<std::size_t>(flat));
-            std::ranges::fill(out.subspan(i, count), settled_);
-            i += count;
-            nextSample_ += static_cast<double>(count);
+    const double half = settings_.rampTime / 2, size = static_cast<double>(out.size());
+    while (lastTime_ - half < first_ + size) MakeBoundary();
+
+    // The line steps where an edge has settled; what the edge did until then is added to that.
+    const auto sampleAfter = [&](double time) {
+        return static_cast<std::size_t>(std::clamp(std::ceil(time - first_), 0.0, size));
+    };
+    std::size_t flat = 0, over = 0;
+    for (const Edge& edge : edges_) {
+        const std::size_t begin = sampleAfter(edge.time - half),
+                          end = sampleAfter(edge.time + half);
+        std::ranges::fill(out.subspan(flat, end - flat), settled_);
+        flat = end;
+        AddRamp(edge, out, begin, end);
+        if (edge.time + half > first_ + size) {
+            if (begin == out.size()) break;
             continue;
         }
-        while (edges_.back().time - half <= nextSample_) QueueEdge();
-        double value = settled_;
-        for (const Edge& edge : edges_) {
-            const double x = nextSample_ - edge.time;
-            if (x < -half) break;
-            const double done =
-                x >= half ? 1 : 0.5 + 0.5 * std::sin(std::numbers::pi * x / (2 * half));
-            value += (edge.to - edge.from) * done;
-        }
-        out[i++] = value;
-        nextSample_ += 1;
-        while (edges_.front().time + half <= nextSample_) {
-            settled_ = edges_.front().to;
-            edges_.pop_front();
-            if (edges_.empty()) QueueEdge();
-        }
+        settled_ = edge.to;
+        ++over;
     }
+    std::ranges::fill(out.subspan(flat), settled_);
+    edges_.erase(edges_.begin(), edges_.begin() + static_cast<std::ptrdiff_t>(over));
+    first_ += size;
     return out.size();
 }
 

@@ -15,11 +15,12 @@ public:
 
     std::uint64_t Bits();
 
+    double Uniform() { return static_cast<double>(Bits() >> 11) * 0x1p-53; }  // [0, 1)
+
     /// Standard normal deviate by the ziggurat method (Marsaglia and Tsang), 128 layers.
     double Normal();
 
 private:
-    double Uniform() { return static_cast<double>(Bits() >> 11) * 0x1p-53; }  // [0, 1)
     std::uint64_t state_[4];
 };
 

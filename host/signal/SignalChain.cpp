@@ -9,21 +9,81 @@
 #include "host/analysis/BitComparer.hpp"
 #include "host/channel/Convolver.hpp"
 #include "host/channel/LossyLine.hpp"
-#include "host/signal/NrzSource.hpp"
-#include "host/signal/Random.hpp"
+#include "host/channel/ResponseFile.hpp"
+#include "host/signal/BitPattern.hpp"
+#include "host/signal/Prbs.hpp"
+#include "host/signal/SignalMix.hpp"
 #include "host/signal/WaveFile.hpp"
+#include "ibis/TextFile.hpp"
 
 namespace amisim {
 namespace {
 
 // Streams of random numbers, so that one random thing does not depend on whether another is used.
 constexpr std::uint64_t kNoiseStream = 1;
+constexpr std::uint64_t kJitterStream = 2;
+constexpr std::uint64_t kAggressorStream = 16;  // and onwards
+
+std::unique_ptr<BitSource> MakeBits(const SignalOptions& options)
+{
+    if (!options.pattern.empty())
+        return std::make_unique<BitPattern>(ReadBitPattern(options.pattern));
+    if (options.clockPattern > 0)
+        return std::make_unique<BitPattern>(ClockPattern(options.clockPattern));
+    return std::make_unique<Prbs>(options.prbs, options.seed);
+}
+
+ChannelResponse ReadTouchstoneChannel(const std::filesystem::path& path,
+                                      const std::string& portOrder, double sampleInterval)
+{
+    try {
+        return ReadChannel(path, portOrder, sampleInterval);
+    } catch (const ibis::FileError& error) {
+        throw Error(ExitCode::kInput, error.what());
+    }
+}
+
+ChannelResponse MakeChannel(const SignalOptions& options)
+{
+    const double interval = options.SampleInterval();
+    if (!options.touchstone.empty())
+        return ReadTouchstoneChannel(options.touchstone, options.portOrder, interval);
+    if (!options.impulse.empty())
+        return ReadResponse(options.impulse, ResponseKind::kImpulse, interval);
+    if (!options.step.empty()) return ReadResponse(options.step, ResponseKind::kStep, interval);
+    ChannelResponse line;
+    line.sampleInterval = interval;
+    line.taps = LossyLine{options.lossDb, options.skinPart, options.bitRate / 2}.Impulse(interval);
+    return line;
+}
+
+/// A channel's notes in one line.
+std::string Note(const std::filesystem::path& path, const ChannelResponse& channel)
+{
+    return fmt::format("{}: {}", path.filename().string(), ibis::Joined(channel.notes, "; "));
+}
+
+NrzSource::Settings Transmitter(const SignalOptions& options, double peakToPeak, double ppm)
+{
+    NrzSource::Settings settings;
+    settings.amplitude = peakToPeak / 2;
+    settings.unitInterval = options.samplesPerBit / (1 + ppm * 1e-6);
+    settings.rampTime = options.riseTime * options.samplesPerBit / NrzSource::kRise2080;
+    return settings;
+}
+
+std::string PortOrder(const std::optional<DifferentialPorts>& ports)
+{
+    if (!ports) return "";
+    return fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
+}
 
 }  // namespace
 
 SignalChain::SignalChain(const SignalOptions& options, std::int64_t queuedBits)
     : sentUnitInterval_(options.samplesPerBit)
 {
+    options.Check();
     if (options.wave.empty()) {
         UseTransmitter(options, queuedBits);
     } else {
@@ -31,57 +91,104 @@ SignalChain::SignalChain(const SignalOptions& options, std::int64_t queuedBits)
     }
 }
 
+template <typename Stage, typename... Arguments>
+SignalSource* SignalChain::Add(Arguments&&... arguments)
+{
+    stages_.push_back(std::make_unique<Stage>(std::forward<Arguments>(arguments)...));
+    return output_ = stages_.back().get();
+}
+
 void SignalChain::UseWaveFile(const SignalOptions& options)
 {
-    auto file = std::make_unique<WaveFile>(options.wave, options.SampleInterval());
-    if (file->HasTime() && std::abs(file->MeanStep() / options.SampleInterval() - 1) > 1e-6) {
-        notes_.push_back(
-            fmt::format("{}: resampled from steps of {:.6g} s on average to {:.6g} s ({} per bit)",
-                        options.wave.string(), file->MeanStep(), options.SampleInterval(),
-                        options.samplesPerBit));
+    const std::string name = options.wave.string();
+    if (const auto& found = options.estimate) {
+        notes_.push_back(fmt::format(
+            "{}: {:.9g} Gbit/s ± {:.2g} ppm found from {} crossings, which lie {:.2g} "
+            "UI rms from even intervals",
+            name, found->bitRate * 1e-9, found->uncertainty, found->crossings, found->jitter));
     }
+    auto file = std::make_unique<WaveFile>(WavePoints::Open(options.wave, options.column),
+                                           options.SampleInterval(), options.waveStep);
+    notes_.insert(notes_.end(), file->Notes().begin(), file->Notes().end());
     const std::int64_t there = file->Samples() / options.samplesPerBit;
     if (there < 1) {
         throw Error(ExitCode::kInput,
-                    fmt::format("{}: holds {} samples, less than one bit of {}",
-                                options.wave.string(), file->Samples(), options.samplesPerBit));
+                    fmt::format("{}: holds {} samples, less than one bit of {}; are its times in "
+                                "seconds?",
+                                name, file->Samples(), options.samplesPerBit));
     }
     bits_ = std::min(there, options.bits.value_or(there));
-    if (options.bits.value_or(0) > there) {
-        notes_.push_back(
-            fmt::format("{}: holds {} bits, fewer than asked for", options.wave.string(), there));
-    }
+    if (options.bits.value_or(0) > there)
+        notes_.push_back(fmt::format("{}: holds {} bits, fewer than asked for", name, there));
+    output_ = file.get();
     stages_.push_back(std::move(file));
-    impulse_ = {1 / options.SampleInterval()};
+    impulses_ = {{1 / options.SampleInterval()}};
+}
+
+void SignalChain::KeepImpulse(const ChannelResponse& channel)
+{
+    auto& impulse = impulses_.emplace_back();
+    for (const double tap : channel.taps) impulse.push_back(tap / channel.sampleInterval);
 }
 
 void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queuedBits)
 {
     bits_ = options.bits.value_or(SignalOptions::kDefaultBits);
-    sentUnitInterval_ = options.samplesPerBit / (1 + options.ppm * 1e-6);
+    const double spb = options.samplesPerBit;
+    NrzSource::Settings settings = Transmitter(options, options.amplitude, options.ppm);
+    sentUnitInterval_ = settings.unitInterval;
+    settings.start = options.phase * spb;
+    settings.deemphasis = options.deemphasis;
+    settings.jitter = {options.randomJitter * spb, options.sineJitter * spb,
+                       options.sineFrequency * options.SampleInterval(),
+                       options.dutyCycleDistortion * spb};
 
-    const LossyLine line{options.lossDb, options.skinPart, options.bitRate / 2};
-    const std::vector<double> weights = line.Impulse(options.SampleInterval());
-    impulse_.reserve(weights.size());
-    for (const double weight : weights) impulse_.push_back(weight / options.SampleInterval());
+    const ChannelResponse channel = MakeChannel(options);
+    for (const auto& path : {options.touchstone, options.impulse, options.step}) {
+        if (!path.empty()) notes_.push_back(Note(path, channel));
+    }
+    KeepImpulse(channel);
 
     // Bits are made as far ahead as the channel's blocks reach, and the model's queue.
-    const std::size_t ahead = 8 * weights.size() / static_cast<std::size_t>(options.samplesPerBit) +
-                              static_cast<std::size_t>(queuedBits);
-    sent_.emplace(ahead + BitComparer::kLongestDelay + 4 * BitComparer::kWindow);
+    const auto ahead = static_cast<std::size_t>(
+        static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
+    sent_.emplace(ahead + static_cast<std::size_t>(queuedBits) + BitComparer::kLongestDelay +
+                  4 * BitComparer::kWindow);
+    SignalSource* const transmitter =
+        Add<NrzSource>(settings, MakeBits(options), &*sent_, Random(options.seed, kJitterStream));
+    Add<Convolver>(*transmitter, channel.taps);
+    if (!options.fext.empty() || !options.next.empty()) AddAggressors(options, channel);
+    if (options.noise > 0)
+        Add<NoiseSource>(*output_, options.noise, Random(options.seed, kNoiseStream));
+}
 
-    NrzSource::Settings settings;
-    settings.amplitude = options.amplitude;
-    settings.start = options.phase * options.samplesPerBit;
-    settings.unitInterval = sentUnitInterval_;
-    settings.rampTime = options.riseTime * options.samplesPerBit / NrzSource::kRise2080;
-    stages_.push_back(
-        std::make_unique<NrzSource>(settings, Prbs(options.prbs, options.seed), *sent_));
-    stages_.push_back(std::make_unique<Convolver>(*stages_.back(), weights));
-    if (options.noise > 0) {
-        stages_.push_back(std::make_unique<NoiseSource>(*stages_.back(), options.noise,
-                                                        Random(options.seed, kNoiseStream)));
-    }
+void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel)
+{
+    const std::string order =
+        options.crosstalkPortOrder.empty() ? PortOrder(channel.ports) : options.crosstalkPortOrder;
+    std::vector<SignalSource*> inputs = {output_};
+    const auto add = [&](const std::filesystem::path& path, bool far) {
+        const ChannelResponse coupling =
+            ReadTouchstoneChannel(path, order, options.SampleInterval());
+        notes_.push_back(Note(path, coupling));
+        KeepImpulse(coupling);
+        // A start of its own in time and pattern.
+        Random random(options.seed, kAggressorStream + inputs.size());
+        NrzSource::Settings settings =
+            Transmitter(options, options.aggressorAmplitude, options.aggressorPpm);
+        settings.start = random.Uniform() * settings.unitInterval;
+        if (far) settings.deemphasis = options.deemphasis;
+        auto bits = std::make_unique<Prbs>(options.prbs, random.Bits());
+        SignalSource* const aggressor = Add<NrzSource>(settings, std::move(bits), nullptr, random);
+        inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
+    };
+    for (const auto& path : options.fext) add(path, true);
+    for (const auto& path : options.next) add(path, false);
+    Add<SignalMix>(inputs);
+
+    std::size_t longest = 0;
+    for (const auto& impulse : impulses_) longest = std::max(longest, impulse.size());
+    for (auto& impulse : impulses_) impulse.resize(longest, 0.0);
 }
 
 }  // namespace amisim

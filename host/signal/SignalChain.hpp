@@ -5,42 +5,51 @@
 #include <string>
 #include <vector>
 
+#include "host/channel/ChannelResponse.hpp"
 #include "host/signal/BitHistory.hpp"
 #include "host/signal/SignalOptions.hpp"
 #include "host/signal/SignalSource.hpp"
 
 namespace amisim {
 
-/// The road of the signal up to the model's input, built from the options: transmitter, line and
-/// noise, or a waveform file.
+/// The road of the signal up to the model's input, built from the options: transmitter, channel,
+/// aggressors with theirs, and noise; or a waveform file.
+///
+/// A channel's delay is left out, since it only puts off the start: a model sees the same signal.
 class SignalChain
 {
 public:
     /// @param queuedBits  most bits that are made ahead of those whose output is being looked at
-    /// @throws Error (kInput) for the waveform file
+    /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
     SignalChain(const SignalOptions& options, std::int64_t queuedBits);
 
     /// What the model receives.
-    SignalSource& Output() const { return *stages_.back(); }
+    SignalSource& Output() const { return *output_; }
 
     std::int64_t Bits() const { return bits_; }  // of the whole run
     const BitHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
     double SentUnitInterval() const { return sentUnitInterval_; }  // samples
 
-    /// The channel's impulse response for AMI_Init, 1/s.
-    const std::vector<double>& Impulse() const { return impulse_; }
+    /// Impulse responses for AMI_Init, 1/s, all of one length: the channel's, then one from each
+    /// aggressor.
+    const std::vector<std::vector<double>>& Impulses() const { return impulses_; }
 
     const std::vector<std::string>& Notes() const { return notes_; }
 
 private:
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t queuedBits);
+    void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
+    void KeepImpulse(const ChannelResponse& channel);
+    template <typename Stage, typename... Arguments>
+    SignalSource* Add(Arguments&&... arguments);
 
     std::optional<BitHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;
+    SignalSource* output_ = nullptr;  // one of them
     std::int64_t bits_ = 0;
     double sentUnitInterval_ = 0;
-    std::vector<double> impulse_;
+    std::vector<std::vector<double>> impulses_;
     std::vector<std::string> notes_;
 };
 

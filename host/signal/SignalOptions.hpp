@@ -3,6 +3,11 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
+
+#include "host/signal/BitRateEstimate.hpp"
+#include "host/signal/NrzSource.hpp"
 
 namespace amisim {
 
@@ -13,22 +18,52 @@ struct SignalOptions
     double bitRate = 10.3125e9;        // bit/s
     int samplesPerBit = 64;
 
+    // The pattern: of the last two, the one that is given comes before the first.
     int prbs = 31;
-    double amplitude = 0.4;  // V peak
+    std::filesystem::path pattern;
+    int clockPattern = 0;  // ones, and as many zeros
+
+    double amplitude = 0.8;  // V, differential peak to peak
     double riseTime = 0.15;  // UI, from 20 % to 80 %
-    double phase = 0;        // UI, where the first bit begins
+    Deemphasis deemphasis;
+    double phase = 0;  // UI, where the first bit begins
     // As between two crystals. Without any offset or noise a clock recovery may have a false place
     // of rest, where it stays if that is where it starts.
     double ppm = 100;
-    double noise = 0;  // V rms
+    double randomJitter = 0;         // UI rms
+    double sineJitter = 0;           // UI peak
+    double sineFrequency = 1e6;      // Hz
+    double dutyCycleDistortion = 0;  // UI, width of a single 1 less that of a single 0
+    double noise = 0;                // V rms
     std::uint64_t seed = 1;
+
+    // The channel: a file if one is given, else the line.
     double lossDb = 10;     // at half the bit rate
     double skinPart = 0.5;  // of the loss
+    std::filesystem::path touchstone, impulse, step;
+    std::string portOrder;  // empty: found out
 
-    std::filesystem::path wave;  // instead of all that
+    // Aggressors and the channels from them to the model's input.
+    std::vector<std::filesystem::path> fext, next;
+    std::string crosstalkPortOrder;   // empty: as the channel's
+    double aggressorAmplitude = 0.8;  // V, differential peak to peak
+    double aggressorPpm = 0;          // of the aggressors' bit rate above the nominal one
+
+    std::filesystem::path wave;      // instead of all that
+    std::string column;              // of the voltage in it; empty: the second, or the only one
+    std::optional<double> waveStep;  // s, of a file without times; absent: SampleInterval()
+    bool findBitRate = false;        // from the waveform
+    std::optional<BitRateEstimate> estimate;  // if it was found
 
     double BitTime() const { return 1 / bitRate; }                       // s
     double SampleInterval() const { return BitTime() / samplesPerBit; }  // s
+
+    /// Where the bit rate is to be found from the waveform, finds it. To be called before the bit
+    /// time is made use of. @throws Error (kInput) when there is none to be found
+    void FindBitRate();
+
+    /// @throws Error (kUsage) for what no single option can tell
+    void Check() const;
 
     static constexpr std::int64_t kDefaultBits = 20000;
 };

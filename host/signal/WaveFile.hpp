@@ -1,54 +1,62 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "host/signal/SignalSource.hpp"
+#include "host/signal/WavePoints.hpp"
 
 namespace amisim {
 
-/// A measured waveform from a text file: columns separated by commas, semicolons or blanks; either
-/// time (s) and voltage (V), further columns being left out, or voltage alone, one sample a line.
-/// Lines before the first number are taken for a heading, lines that begin with # for comments.
+/// A measured waveform, resampled onto the grid by cubics through the file's points, each with the
+/// slope of the parabola through it and its neighbours. A gap, longer than kGap steps, is bridged
+/// by a straight line.
 ///
-/// A time column is resampled onto the grid by straight lines between the file's points. The file
-/// is read through once at the start, so that a fault in its last line is found before the run, and
-/// then again as the samples are needed.
+/// Times that were written with too few digits are recognised: where all of them are evenly spaced
+/// but for the rounding, they are taken as evenly spaced.
+///
+/// The file is read through at the start, so that a fault in its last line is found before the run,
+/// and then again as the samples are needed.
 class WaveFile : public SignalSource
 {
 public:
     /// @param sampleInterval  of the grid, s
+    /// @param step  between the points of a file without times, s; absent: sampleInterval
     /// @throws Error (kInput) that names file, line and what was expected
-    WaveFile(const std::filesystem::path& path, double sampleInterval);
+    WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
+             std::optional<double> step = std::nullopt);
 
     std::size_t Read(std::span<double> out) override;
 
     std::int64_t Samples() const { return samples_; }  // on the grid, in the whole file
-    bool HasTime() const { return hasTime_; }
-    double MeanStep() const { return meanStep_; }  // of the time column, s
+
+    /// What a user should know about the times and the resampling.
+    const std::vector<std::string>& Notes() const { return notes_; }
+
+    static constexpr double kGap = 4;  // usual steps
 
 private:
-    struct Point
-    {
-        double time, voltage;
-    };
-    bool NextPoint(Point& point);
-    void Rewind();
+    struct Survey;
+    Survey ReadThrough();
+    bool IsEvenButForRounding(const Survey& survey);
+    bool Next(WavePoint& point);
+    void Advance();
+    double Slope(const WavePoint& before, const WavePoint& at, const WavePoint& after) const;
 
-    std::filesystem::path path_;
+    std::unique_ptr<WavePoints> points_;
     double sampleInterval_;
-    std::ifstream file_;
-    std::string text_;
-    std::int64_t line_ = 0;
-    bool heading_ = true;
-    bool hasTime_ = false;
-    bool known_ = false;  // whether there is a time column
-    double meanStep_ = 0;
+    std::optional<double> evenStep_;  // s; absent: the file's own times count
+    double evenStart_ = 0;
+    std::int64_t number_ = 0;  // of points read
+    double longest_ = 0;       // s, of steps that are no gap
     std::int64_t samples_ = 0, read_ = 0;
-    double start_ = 0;
-    Point before_{}, after_{};
+    double start_ = 0;                   // s
+    std::array<WavePoint, 4> around_{};  // the sample lies between the second and the third
+    bool ended_ = false;
+    std::vector<std::string> notes_;
 };
 
 }  // namespace amisim

@@ -47,4 +47,19 @@ TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)
     EXPECT_FALSE(std::filesystem::exists("missing"));
 }
 
+TEST(LogFile, TakesNoStandardStreamsPlace)
+{
+    const TemporaryFolder folder;
+    EXPECT_EXIT(
+        {
+            for (const int iStream : {0, 1, 2}) close(iStream);
+            LogFile log("log");
+            log.Touch();
+            for (const int iStream : {0, 1, 2})
+                if (write(iStream, "!", 1) >= 0) _exit(1);
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 }  // namespace

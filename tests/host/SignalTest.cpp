@@ -10,10 +10,11 @@
 #include "host/Error.hpp"
 #include "host/channel/Convolver.hpp"
 #include "host/channel/LossyLine.hpp"
+#include "host/signal/BitPattern.hpp"
 #include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
-#include "host/signal/WaveFile.hpp"
+#include "tests/TemporaryFolder.hpp"
 
 namespace amisim {
 namespace {
@@ -181,7 +182,7 @@ TEST(NrzSource, EdgesFallBetweenSamplesWhereTheBitRateSaysSo)
     settings.amplitude = 0.4;
     settings.unitInterval = 64 / (1 + 150e-6);
     settings.rampTime = 20;
-    NrzSource source(settings, Prbs(15, 1), sent);
+    NrzSource source(settings, std::make_unique<Prbs>(15, 1), &sent, Random(1));
     std::vector<double> wave(64 * 10000);
     source.Read(std::span(wave).first(1001));  // in two pieces
     source.Read(std::span(wave).subspan(1001));
@@ -200,66 +201,119 @@ TEST(NrzSource, EdgesFallBetweenSamplesWhereTheBitRateSaysSo)
     EXPECT_NEAR(static_cast<double>(edges), 5000, 150);
 }
 
-class WaveFileTest : public testing::Test
+/// Times (samples) and directions at which a waveform crosses 0 V.
+std::vector<std::pair<double, int>> Crossings(const std::vector<double>& wave)
 {
-protected:
-    std::filesystem::path Write(const std::string& text)
-    {
-        std::ofstream(path_) << text;
-        return path_;
+    std::vector<std::pair<double, int>> crossings;
+    for (std::size_t n = 0; n + 1 < wave.size(); ++n) {
+        if ((wave[n] > 0) == (wave[n + 1] > 0)) continue;
+        const double part = wave[n] / (wave[n] - wave[n + 1]);
+        crossings.emplace_back(static_cast<double>(n) + part, wave[n + 1] > 0 ? 1 : -1);
     }
-    void TearDown() override { std::filesystem::remove(path_); }
-    std::filesystem::path path_ =
-        std::filesystem::path(testing::TempDir()) / ("wave" + std::to_string(getpid()) + ".csv");
-};
+    return crossings;
+}
 
-TEST_F(WaveFileTest, ReadsWhatScopesWrite)
+std::vector<double> Transmit(const NrzSource::Settings& settings, std::vector<bool> pattern,
+                             std::size_t bits)
 {
+    NrzSource source(settings, std::make_unique<BitPattern>(std::move(pattern)), nullptr,
+                     Random(7));
+    std::vector<double> wave(64 * bits);
+    source.Read(wave);
+    return wave;
+}
+
+TEST(NrzSource, DeemphasisSetsTheLevelOfEachBit)
+{
+    const std::vector<bool> pattern = {1, 0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 0, 0};
     struct Case
     {
-        const char* text;
-        std::vector<double> expected;
+        std::vector<double> pre, post;
     };
-    // On a grid of 1 s.
-    for (const Case& c : {
-             Case{"0,1\n1,2\n2,4\n", {1, 2, 4}},
-             Case{"Time (s);Voltage (V)\n# comment\n0;1\r\n1;2\r\n", {1, 2}},
-             Case{"1\n2\n-3e-1\n", {1, 2, -0.3}},
-             Case{"5 0 9 9\n5.5\t1 9 9\n7 4 9 9\n", {0, 2, 4}},  // uneven steps, further columns
-             Case{"-1,+1\n0.5,2.5\n1.75,2.5\n", {1, 2, 2.5}},
-         }) {
-        WaveFile file(Write(c.text), 1.0);
-        const auto wave = ReadAll(file, 2);
-        ASSERT_EQ(wave.size(), c.expected.size()) << c.text;
-        EXPECT_EQ(file.Samples(), static_cast<std::int64_t>(wave.size()));
-        for (std::size_t i = 0; i < wave.size(); ++i)
-            EXPECT_DOUBLE_EQ(wave[i], c.expected[i]) << c.text;
+    for (const Case& c : {Case{{}, {}}, {{}, {0.25}}, {{0.1}, {}}, {{0.1, -0.05}, {0.2, 0.05}}}) {
+        NrzSource::Settings settings;
+        settings.deemphasis = {c.pre, c.post};
+        const auto wave = Transmit(settings, pattern, 10 * pattern.size());
+        const auto symbol = [&](std::size_t k) { return pattern[k % pattern.size()] ? 1.0 : -1.0; };
+        double peak = 0;
+        for (std::size_t k = 2; k < 9 * pattern.size(); ++k) {
+            double level = symbol(k);
+            for (const double cursor : c.pre) level -= std::abs(cursor) * symbol(k);
+            for (const double cursor : c.post) level -= std::abs(cursor) * symbol(k);
+            for (std::size_t i = 0; i < c.pre.size(); ++i) level -= c.pre[i] * symbol(k + i + 1);
+            for (std::size_t i = 0; i < c.post.size(); ++i) level -= c.post[i] * symbol(k - i - 1);
+            ASSERT_NEAR(wave[64 * k + 32], 0.4 * level, 1e-15) << k;
+            peak = std::max(peak, std::abs(level));
+        }
+        EXPECT_NEAR(peak, 1, 1e-15);  // this pattern holds the worst case of each
     }
 }
 
-TEST_F(WaveFileTest, NamesTheLineThatIsWrong)
+TEST(NrzSource, JitterMovesTheEdgesAsAskedFor)
 {
+    constexpr double kUi = 64, kFrequency = 1 / 3000.0;  // cycles a sample
+    constexpr std::size_t kBits = 20000;
     struct Case
     {
-        const char *text, *expected;
+        const char* name;
+        EdgeJitter::Settings jitter;  // samples
+        double rms, tolerance;        // of the deviation from early, late, sine
     };
-    for (const Case& c : {
-             Case{"t,v\n0,1\n1,x\n", ":3: expected a time and a voltage"},
-             Case{"0,1\n1\n", ":2: expected a time and a voltage"},
-             Case{"0\n1\nnan\n", ":3: expected one voltage"},
-             Case{"0,1\n1,2\n1,3\n", ":3: the times must rise"},
-             Case{"t,v\n", "expected at least two lines"},
-             Case{"", "expected at least two lines"},
-         }) {
-        try {
-            WaveFile file(Write(c.text), 1.0);
-            ADD_FAILURE() << c.text;
-        } catch (const Error& error) {
-            EXPECT_EQ(error.Code(), ExitCode::kInput);
-            EXPECT_NE(std::string(error.what()).find(c.expected), std::string::npos)
-                << error.what();
+    for (const Case& c : {Case{"none", {}, 0, 1e-3},
+                          {"random", {0.02 * kUi, 0, 0, 0}, 0.02 * kUi, 0.02 * 0.02 * kUi},
+                          {"sine", {0, 0.3 * kUi, kFrequency, 0}, 0, 2e-3},
+                          {"long sine", {0, 8 * kUi, kFrequency / 1000, 0}, 0, 2e-3},
+                          {"duty cycle", {0, 0, 0, 0.1 * kUi}, 0, 1e-3},
+                          {"all at their limits",
+                           {0.1 * kUi, 0.5 * kUi / 6.2832, 0.015, 0.5 * kUi},
+                           0.1 * kUi,
+                           0.03 * 0.1 * kUi}}) {
+        SCOPED_TRACE(c.name);
+        NrzSource::Settings settings;
+        settings.jitter = c.jitter;
+        settings.start = 100 + 8 * kUi;
+        settings.rampTime = c.rms == 0 ? 12 : 3;  // short where edges come close
+        const auto crossings = Crossings(Transmit(settings, ClockPattern(1), kBits));
+        ASSERT_NEAR(static_cast<double>(crossings.size()), kBits - 10.0, 8);
+        double squares = 0;
+        int direction = -1;
+        for (std::size_t k = 1; k < crossings.size();
+             ++k, direction = -direction) {  // 0: from idle
+            const double ideal = settings.start + static_cast<double>(k) * kUi;
+            ASSERT_EQ(crossings[k].second, direction);
+            const double known = c.jitter.sineAmplitude * std::sin(2 * std::numbers::pi *
+                                                                   c.jitter.sineFrequency * ideal) -
+                                 0.25 * direction * c.jitter.dutyCycle;
+            const double rest = crossings[k].first - ideal - known;
+            ASSERT_NEAR(rest, 0, c.rms == 0 ? c.tolerance : 6 * c.rms) << k;
+            squares += rest * rest;
         }
+        EXPECT_NEAR(std::sqrt(squares / static_cast<double>(crossings.size())), c.rms, c.tolerance);
     }
+}
+
+TEST(BitPattern, IsReadFromTextAndSentOverAndOver)
+{
+    TemporaryFolder folder;
+    const auto read = [](const std::string& text) {
+        std::ofstream("bits.txt") << text;
+        std::string bits;
+        try {
+            BitPattern pattern(ReadBitPattern("bits.txt"));
+            for (int i = 0; i < 8; ++i) bits += pattern.Next() ? '1' : '0';
+        } catch (const Error& error) {
+            return std::string(error.what());
+        }
+        return bits;
+    };
+    EXPECT_EQ(read("# a 1 in a comment\n1 1,0\n\t0 1# end\r\n"), "11001110");
+    EXPECT_EQ(read("0"), "00000000");  // an idle line, too, goes on
+    EXPECT_EQ(read("01\n0 2"), "bits.txt:2: expected 0 or 1, found '2'");
+    EXPECT_EQ(read("01\xfe"), "bits.txt:1: expected 0 or 1, found byte 0xfe");
+    EXPECT_EQ(read("# 1\n"), "bits.txt: holds no bits; expected a text of 0 and 1");
+    BitPattern clock(ClockPattern(2));
+    for (const bool bit : {1, 1, 0, 0, 1}) EXPECT_EQ(clock.Next(), bit);
+    EXPECT_THROW(ReadBitPattern("none.txt"), Error);
 }
 
 }  // namespace

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <unistd.h>
+
+/// What libFuzzer calls with each input; a fault ends the process.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+inline void Require(bool condition, const char* what)
+{
+    if (condition) return;
+    std::fprintf(stderr, "violated: %s\n", what);
+    std::abort();
+}
+
+/// A file with this content, for readers that open files themselves: the same one each time.
+struct FileOf
+{
+    FileOf(const std::uint8_t* data, std::size_t size, const char* suffix)
+        : path("/dev/shm/fuzz" + std::to_string(getpid()) + suffix)
+    {
+        std::FILE* const file = std::fopen(path.c_str(), "wb");
+        Require(file && std::fwrite(data, 1, size, file) == size, "the input can be written");
+        std::fclose(file);
+    }
+    ~FileOf() { unlink(path.c_str()); }
+    FileOf(const FileOf&) = delete;
+    FileOf& operator=(const FileOf&) = delete;
+
+    std::string path;
+};

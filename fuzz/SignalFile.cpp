@@ -1,0 +1,65 @@
+// Any text or bytes as a file that a signal is made from: waveform, impulse or step response,
+// pattern. Numbers, or one line that says what is wrong.
+
+#include <cmath>
+#include <vector>
+
+#include "fuzz/Fuzz.hpp"
+#include "host/Error.hpp"
+#include "host/channel/ResponseFile.hpp"
+#include "host/signal/BitPattern.hpp"
+#include "host/signal/WaveFile.hpp"
+
+using namespace amisim;
+
+namespace {
+
+void ReadWave(const std::string& path, const std::string& column)
+{
+    constexpr double kInterval = 1.5e-12;
+    WaveFile wave(WavePoints::Open(path, column), kInterval);
+    Require(wave.Samples() >= 1, "a sample");
+    std::vector<double> samples(4096);
+    const std::size_t count = wave.Read(samples);
+    Require(count == static_cast<std::size_t>(std::min<std::int64_t>(wave.Samples(), 4096)),
+            "as many samples as it said");
+    for (std::size_t i = 0; i < count; ++i) Require(!std::isnan(samples[i]), "no NaN");
+}
+
+void ReadChannel(const std::string& path, ResponseKind kind)
+{
+    const ChannelResponse channel = ReadResponse(path, kind, 1.5e-12);
+    Require(!channel.taps.empty(), "taps");
+    for (const double tap : channel.taps) Require(std::isfinite(tap), "finite taps");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0) return 0;
+    const bool isArray = data[0] & 1;
+    const FileOf file(data + 1, size - 1, isArray ? ".npy" : ".csv");
+    try {
+        switch (data[0] / 2 % 5) {
+            case 0:
+                ReadWave(file.path, "");
+                break;
+            case 1:
+                ReadWave(file.path, "3");
+                break;
+            case 2:
+                ReadChannel(file.path, ResponseKind::kImpulse);
+                break;
+            case 3:
+                ReadChannel(file.path, ResponseKind::kStep);
+                break;
+            default:
+                Require(!ReadBitPattern(file.path).empty(), "bits");
+        }
+    } catch (const Error& error) {
+        const std::string message = error.what();
+        Require(message.starts_with(file.path) && message.find('\n') == message.npos, "one line");
+    }
+    return 0;
+}

@@ -1,0 +1,25 @@
+// Any text as a Touchstone file, the number of ports by its first character: a multi-port, or one
+// line that says what is wrong.
+
+#include "host/channel/Touchstone.hpp"
+
+#include "fuzz/Fuzz.hpp"
+#include "ibis/FileError.hpp"
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0) return 0;
+    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
+    const char* const names[] = {"fuzz.s2p", "fuzz.s4p", "fuzz.ts", "fuzz.s1p", "fuzz.s12p"};
+    try {
+        const amisim::SParameters s = amisim::ParseTouchstone(text, names[data[0] % 5]);
+        const auto ports = static_cast<std::size_t>(s.ports);
+        Require(ports > 0 && !s.frequency.empty(), "something was read");
+        Require(s.reference.size() == ports, "a reference for each port");
+        Require(s.values.size() == s.frequency.size() * ports * ports, "whole matrices");
+    } catch (const ibis::FileError& error) {
+        const std::string_view message = error.what();
+        Require(message.starts_with("fuzz.") && message.find('\n') == message.npos, "one line");
+    }
+    return 0;
+}

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "host/analysis/ClockAnalysis.hpp"
+#include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/EyeAnalysis.hpp"
+#include "host/analysis/Findings.hpp"
+
+namespace amisim {
+
+/// Everything that is looked at while a run goes on: the eye at the model's output, the eye at its
+/// input and the clock, fed block by block.
+///
+/// The output is seen in the frame of the model's clock. The input is seen in the same frame, moved
+/// so that its eye is centred; by how much, and whether the model has a clock at all, is known
+/// when kHeldBits of those that count have come: until then their waves are held. A model that has
+/// returned no clock time by then gets an ideal clock, at the transmitter's bit rate, its edges
+/// where the output crosses 0 V on average.
+class Analyses
+{
+public:
+    struct Settings
+    {
+        int samplesPerBit = 64;
+        double sampleInterval = 0;         // s
+        std::int64_t ignoreBits = 0;       // at the start: seen, not counted
+        double sentUnitInterval = 64;      // samples
+        const BitHistory* sent = nullptr;  // null: nothing to compare with
+        std::vector<double> bers;          // that openings and contours are asked for
+        std::filesystem::path folder;      // for temporary files
+    };
+    static constexpr std::int64_t kHeldBits = 1024;
+
+    explicit Analyses(const Settings& settings);
+
+    /// Takes a block of samples, and the clock times that came with it, s.
+    void Add(std::span<const double> input, std::span<const double> output,
+             std::span<const double> clockTimes);
+
+    struct Findings
+    {
+        std::optional<EyeFindings> eye, inputEye;  // absent when no unit interval was counted
+        std::optional<BitComparison> comparison;
+        ClockFindings clock;
+        std::vector<std::string> notes;
+    };
+    /// Ends the analyses; nothing may be added afterwards.
+    Findings Find();
+
+private:
+    using Edges = std::vector<ClockFrame::Edge>;
+    void Feed(std::span<const double> input, std::span<const double> output, const Edges& edges);
+    void MakeIdealEdges(double upTo);
+    void Release();
+    void Remark(Findings& found) const;
+
+    Settings settings_;
+    double ignoreSamples_;
+    ClockFrame frame_;
+    EyeAnalysis output_, input_;
+    ClockAnalysis clock_;
+    double end_ = 0;  // samples that have come
+
+    bool holding_ = true;
+    std::vector<double> heldInput_, heldOutput_;
+    double heldFrom_ = 0;  // sample
+    Edges heldEdges_, moved_;
+    double shift_ = 0;  // of the input's clock, UI
+    bool ideal_ = false;
+    double idealPhase_ = 0, idealNext_ = 0;  // UI; number
+};
+
+}  // namespace amisim

@@ -1,0 +1,253 @@
+#include "host/analysis/ClockAnalysis.hpp"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/Error.hpp"
+#include "host/analysis/TieSpectrum.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr double kTrendPoints = 2000;
+constexpr double kPeriodWindow = 256;  // unit intervals: long enough for clocks on the sample grid
+constexpr double kSettledWithin = 0.15;  // UI
+constexpr double kSettledPart = 0.1;     // of the run, at least
+constexpr double kSettleBlock = 32;      // edges, whose mean is looked at
+constexpr double kSettleEnd = 256;       // edges, whose mean is the end
+constexpr std::size_t kHistogramRows = 4096, kHistogramBins = 256;
+
+int OpenUnnamed(const std::filesystem::path& folder)
+{
+    const int file = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (file >= 0) return file;
+    // Not every file system has unnamed files.
+    std::string name = folder / "clock-XXXXXX";
+    const int named = mkostemp(name.data(), O_CLOEXEC);
+    if (named >= 0) unlink(name.c_str());
+    return named;
+}
+
+/// Mean, least and greatest of consecutive values in so many points of equal length.
+class Thinning
+{
+public:
+    Thinning(double first, double length, double least)
+        : first_(first), size_(std::max(least, std::ceil(length / kTrendPoints)))
+    {
+    }
+    void Add(double number, double value)
+    {
+        const double point = std::floor((number - first_) / size_);
+        if (point != point_) Flush();
+        point_ = point;
+        ++count_;
+        sum_ += value;
+        least_ = std::min(least_, value);
+        greatest_ = std::max(greatest_, value);
+    }
+    Trend Take(double bitOffset)
+    {
+        Flush();
+        for (double& bit : trend_.bit) bit += bitOffset;
+        return std::move(trend_);
+    }
+
+private:
+    void Flush()
+    {
+        if (count_ > 0) {
+            trend_.bit.push_back(first_ + (point_ + 0.5) * size_);
+            trend_.mean.push_back(sum_ / count_);
+            trend_.least.push_back(least_);
+            trend_.greatest.push_back(greatest_);
+        }
+        count_ = sum_ = 0;
+        least_ = HUGE_VAL;
+        greatest_ = -HUGE_VAL;
+    }
+    double first_, size_;
+    double point_ = 0, count_ = 0, sum_ = 0, least_ = HUGE_VAL, greatest_ = -HUGE_VAL;
+    Trend trend_;
+};
+
+/// The rows that hold anything, merged until there are few enough to draw.
+Histogram Trimmed(const VoltageHistogram& counted)
+{
+    std::size_t from = 0, to = counted.Rows();
+    while (from < to && counted.At(0, from) == 0) ++from;
+    while (to > from && counted.At(0, to - 1) == 0) --to;
+    std::size_t merged = 1;
+    while ((to - from) / merged > kHistogramBins) merged *= 2;
+    Histogram result;
+    from -= from % merged;
+    const auto width = static_cast<double>(merged) * counted.BinHeight();
+    result.step = width;
+    result.first = counted.Edge(from) + width / 2;
+    for (std::size_t row = from; row < to; row += merged) {
+        std::uint64_t sum = 0;
+        for (std::size_t k = row; k < std::min(row + merged, to); ++k) sum += counted.At(0, k);
+        result.counts.push_back(sum);
+    }
+    return result;
+}
+
+/// Least squares of y over x, point by point.
+class LineFit
+{
+public:
+    void Add(double x, double y)
+    {
+        count_ += 1;
+        const double step = x - meanX_;
+        meanX_ += step / count_;
+        meanY_ += (y - meanY_) / count_;
+        squares_ += step * (x - meanX_);
+        product_ += step * (y - meanY_);
+    }
+    double Count() const { return count_; }
+    double Slope() const { return product_ / squares_; }
+    double At(double x) const { return meanY_ + Slope() * (x - meanX_); }
+
+private:
+    double count_ = 0, meanX_ = 0, meanY_ = 0, squares_ = 0, product_ = 0;
+};
+
+}  // namespace
+
+ClockAnalysis::ClockAnalysis(Settings settings)
+    : settings_(std::move(settings)), nominal_(settings_.bitTime / settings_.sampleInterval)
+{
+    const int file = OpenUnnamed(settings_.folder);
+    if (file < 0) Fail();
+    spool_.reset(fdopen(file, "w+b"));
+    if (!spool_) Fail();
+}
+
+void ClockAnalysis::Fail() const
+{
+    throw Error(ExitCode::kInput,
+                fmt::format("{}: cannot hold the clock times for their analysis: {}",
+                            settings_.folder.string(), std::strerror(errno)));
+}
+
+void ClockAnalysis::Add(std::span<const ClockFrame::Edge> edges)
+{
+    for (const ClockFrame::Edge& edge : edges) {
+        // A number that is not the next one stands before its edge, negative.
+        const double entries[] = {-edge.number, edge.time};
+        const bool next = edge.number == lastNumber_ + 1;
+        const std::size_t size = next ? 1 : 2;
+        if (std::fwrite(entries + (2 - size), sizeof(double), size, spool_.get()) != size) Fail();
+        if (edges_++ == 0) firstTime_ = edge.time;
+        lastNumber_ = edge.number;
+    }
+}
+
+template <typename Take>
+void ClockAnalysis::Replay(Take take)
+{
+    std::array<double, 4096> chunk;
+    std::rewind(spool_.get());
+    double number = 0;
+    bool gap = false;
+    while (const std::size_t got =
+               std::fread(chunk.data(), sizeof(double), chunk.size(), spool_.get())) {
+        for (std::size_t i = 0; i < got; ++i) {
+            if (chunk[i] < 0) {
+                number = -chunk[i];
+                gap = true;
+                continue;
+            }
+            take(number, chunk[i], gap);
+            number += 1;
+            gap = false;
+        }
+    }
+    if (std::ferror(spool_.get())) Fail();
+}
+
+ClockFindings ClockAnalysis::Find()
+{
+    ClockFindings found;
+    // Deviations from the nominal clock, which are small numbers.
+    const auto deviation = [this](double number, double time) {
+        return time - firstTime_ - number * nominal_;
+    };
+    LineFit line, window;
+    double windowStart = 0;
+    Thinning period(0, lastNumber_ + 1, kPeriodWindow);
+    const auto closeWindow = [&] {
+        if (window.Count() >= kPeriodWindow / 2) {
+            period.Add(windowStart + kPeriodWindow / 2, window.Slope() / nominal_ * 1e6);
+        }
+        window = {};
+    };
+    Replay([&](double number, double time, bool) {
+        if (time >= settings_.countFrom) line.Add(number, deviation(number, time));
+        if (number >= windowStart + kPeriodWindow) {
+            closeWindow();
+            windowStart = std::floor(number / kPeriodWindow) * kPeriodWindow;
+        }
+        window.Add(number, deviation(number, time));
+    });
+    closeWindow();
+    const double offset = firstTime_ / nominal_;
+    found.period = period.Take(offset);
+    if (line.Count() < 2) return found;
+
+    const double unitInterval = nominal_ + line.Slope();
+    found.unitInterval = unitInterval * settings_.sampleInterval;
+    found.ppm = (nominal_ / unitInterval - 1) * 1e6;
+    const auto tieOf = [&](double number, double time) {
+        return (deviation(number, time) - line.At(number)) / unitInterval;
+    };
+
+    double end = 0, endCount = 0;
+    Replay([&](double number, double time, bool) {
+        if (number + kSettleEnd <= lastNumber_) return;
+        end += tieOf(number, time);
+        ++endCount;
+    });
+    end /= endCount;
+
+    Thinning tie(0, lastNumber_ + 1, 1);
+    VoltageHistogram histogram(1, kHistogramRows);
+    TieSpectrum spectrum(static_cast<std::size_t>(line.Count()), found.unitInterval);
+    double least = HUGE_VAL, greatest = -HUGE_VAL, squares = 0;
+    double blockSum = 0, blockCount = 0, unsettled = 0;
+    Replay([&](double number, double time, bool gap) {
+        const double value = tieOf(number, time);
+        tie.Add(number, value);
+        blockSum += value - end;
+        if (++blockCount == kSettleBlock) {
+            if (std::abs(blockSum / blockCount) > kSettledWithin) unsettled = number + 1;
+            blockSum = blockCount = 0;
+        }
+        if (time < settings_.countFrom) return;
+        least = std::min(least, value);
+        greatest = std::max(greatest, value);
+        squares += value * value;
+        histogram.Fit(std::abs(value));
+        histogram.Count(0, value);
+        if (gap) spectrum.Break();
+        spectrum.Add(value);
+    });
+    found.tie = tie.Take(offset);
+    if (unsettled < (1 - kSettledPart) * lastNumber_) found.settledAtBit = offset + unsettled;
+    found.tieHistogram = Trimmed(histogram);
+    found.tieRms = std::sqrt(squares / line.Count());
+    found.tiePeakToPeak = greatest - least;
+    found.tieSpectrum = spectrum.Find();
+    return found;
+}
+
+}  // namespace amisim

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+#include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/Findings.hpp"
+
+namespace amisim {
+
+/// Looks at the clock edges of a run: the time interval error (TIE) of edge n is its distance from
+/// the straight line through the counted edges (least squares of time over number), in unit
+/// intervals of that line.
+///
+/// The line is known only when all edges are there, so they are spooled into an unnamed file, 8
+/// bytes an edge, and gone through once more at the end.
+class ClockAnalysis
+{
+public:
+    struct Settings
+    {
+        double sampleInterval = 0, bitTime = 0;  // s
+        double countFrom = 0;                    // samples: edges from here on count
+        std::filesystem::path folder;            // for the spool
+    };
+    explicit ClockAnalysis(Settings settings);
+
+    /// Takes the next edges. @throws Error (kInput) when they cannot be written
+    void Add(std::span<const ClockFrame::Edge> edges);
+
+    /// Everything but the counts of times, which ClockFrame has.
+    ClockFindings Find();
+
+private:
+    struct CloseFile
+    {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    [[noreturn]] void Fail() const;
+
+    /// Goes through all edges: take(number, time in samples, whether after a gap).
+    template <typename Take>
+    void Replay(Take take);
+
+    Settings settings_;
+    double nominal_;  // samples
+    std::unique_ptr<std::FILE, CloseFile> spool_;
+    std::int64_t edges_ = 0;
+    double firstTime_ = 0, lastNumber_ = -1;
+};
+
+}  // namespace amisim

@@ -1,0 +1,264 @@
+#include "host/analysis/EyeEvaluation.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "host/analysis/Tail.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr std::size_t kTimePoints = 257;
+constexpr std::size_t kVoltagePoints = 401;
+
+/// One side of the eye: counted, and fitted where it can be.
+struct Side
+{
+    explicit Side(Tail counted) : tail(std::move(counted)), fit(tail.Fit()) {}
+
+    struct Place
+    {
+        double x = kUnknown;
+        bool extrapolated = false;
+    };
+    /// How far out the eye is open on this side at an error ratio. An extrapolation never reaches
+    /// further out than what was counted.
+    Place At(double errorRatio) const
+    {
+        if (tail.Total() <= errorRatio * tail.Trials()) return {};
+        if (tail.Counts(errorRatio)) return {tail.Reach(errorRatio * tail.Trials()), false};
+        if (!fit) return {kUnknown, true};
+        const double counted = tail.Reach(Tail::kFewest);
+        const double fitted = FittedReach(*fit, tail.Inwards(), errorRatio);
+        return {tail.Inwards() > 0 ? std::max(fitted, counted) : std::min(fitted, counted), true};
+    }
+
+    Tail tail;
+    std::optional<TailFit> fit;
+};
+
+/// Both sides of an opening: `low` at the smaller x.
+struct Sides
+{
+    Side low, high;
+
+    struct Gap
+    {
+        double low = kUnknown, high = kUnknown;
+        bool extrapolated = false;
+        bool Known() const { return std::isfinite(low) && std::isfinite(high); }
+        double Size() const { return Known() ? std::max(0.0, high - low) : kUnknown; }
+    };
+    Gap At(double errorRatio) const
+    {
+        const Side::Place a = low.At(errorRatio), b = high.At(errorRatio);
+        return {a.x, b.x, a.extrapolated || b.extrapolated};
+    }
+
+    Bathtub MakeBathtub(double first, double last, std::size_t points) const
+    {
+        Bathtub tub;
+        tub.low = low.fit;
+        tub.high = high.fit;
+        for (std::size_t i = 0; i < points; ++i) {
+            const double part = static_cast<double>(i) / static_cast<double>(points - 1);
+            const double x = first + (last - first) * part;
+            tub.x.push_back(x);
+            const double counted = low.tail.CountedRatio(x) + high.tail.CountedRatio(x);
+            tub.counted.push_back(counted > 0 ? counted : kUnknown);
+            const bool fitted = low.fit && high.fit && x >= low.fit->mean && x <= high.fit->mean;
+            tub.extrapolated.push_back(
+                fitted ? FittedRatio(*low.fit, 1, x) + FittedRatio(*high.fit, -1, x) : kUnknown);
+        }
+        return tub;
+    }
+};
+
+/// The transitions on either side of the sampling instant, which is at phase 1/2.
+Sides TimeSides(const EyeAnalysis& eye)
+{
+    constexpr double kBin = 1.0 / EyeAnalysis::kCrossingBins;
+    const auto trials = static_cast<double>(eye.Boundaries());
+    const std::vector<std::uint64_t> left(eye.LastBefore().rbegin(), eye.LastBefore().rend());
+    return {Side(Tail(left, 0.5, -kBin, trials)), Side(Tail(eye.FirstAfter(), 0.5, kBin, trials))};
+}
+
+/// Zeros below, ones above: @param ones, zeros  counts in row r (the lowest first)
+template <typename Ones, typename Zeros>
+Sides VoltageSides(const VoltageHistogram& scale, double trials, Ones ones, Zeros zeros)
+{
+    const std::size_t rows = scale.Rows();
+    std::vector<std::uint64_t> below(rows), above(rows);
+    for (std::size_t r = 0; r < rows; ++r) {
+        above[r] = ones(r);
+        below[rows - 1 - r] = zeros(r);
+    }
+    return {Side(Tail(below, scale.Range(), -scale.BinHeight(), trials)),
+            Side(Tail(above, -scale.Range(), scale.BinHeight(), trials))};
+}
+
+/// At the sampling instant, by what was sent as far as it is known: a wrong decision belongs to
+/// the other side.
+Sides LevelSides(const EyeAnalysis::Decisions& at, double trials)
+{
+    const std::size_t middle = at.levels.Rows() / 2;
+    const auto of = [&](std::size_t row, bool decidedSo) {
+        const std::uint64_t wrong = at.wrong.At(0, row);
+        return decidedSo ? at.levels.At(0, row) - wrong : wrong;
+    };
+    return VoltageSides(
+        at.levels, trials, [&](std::size_t r) { return of(r, r >= middle); },
+        [&](std::size_t r) { return of(r, r < middle); });
+}
+
+/// Median of each value and its two neighbours on either side, then a running mean of three: a
+/// column's fit that went astray leaves no spike.
+std::vector<double> Smoothed(const std::vector<double>& values)
+{
+    const auto size = static_cast<std::ptrdiff_t>(values.size());
+    std::vector<double> median(values), result(values);
+    for (std::ptrdiff_t i = 2; i + 2 < size; ++i) {
+        std::array<double, 5> near{};
+        std::copy_n(values.begin() + i - 2, 5, near.begin());
+        std::ranges::sort(near);
+        median[static_cast<std::size_t>(i)] = near[2];
+    }
+    for (std::size_t i = 1; i + 1 < values.size(); ++i)
+        result[i] = (median[i - 1] + 2 * median[i] + median[i + 1]) / 4;
+    return result;
+}
+
+/// The gaps of all phases at one error ratio, from the middle outwards as far as they are open.
+/// Nothing when a fit is missing in the middle or in many columns.
+std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double ber)
+{
+    const auto count = static_cast<std::ptrdiff_t>(columns.size());
+    const auto phaseOf = [&](std::ptrdiff_t c) {
+        return (static_cast<double>(c) + 0.5) / static_cast<double>(count);
+    };
+    std::vector<Sides::Gap> gaps;
+    for (const Sides& sides : columns) gaps.push_back(sides.At(ber));
+    Contour contour;
+    contour.ber = ber;
+    struct Point
+    {
+        double phase, low, high;
+    };
+    std::vector<Point> points;
+    std::size_t unknown = 0;
+    // From the middle to one side; the point where the sides meet closes the line.
+    const auto walk = [&](std::ptrdiff_t from, std::ptrdiff_t step) {
+        std::optional<Point> last;
+        for (std::ptrdiff_t c = from; c >= 0 && c < count; c += step) {
+            const Sides::Gap& gap = gaps[static_cast<std::size_t>(c)];
+            if (!gap.Known()) {
+                ++unknown;
+                continue;
+            }
+            contour.extrapolated |= gap.extrapolated;
+            const double open = gap.high - gap.low;
+            if (open <= 0) {
+                if (last) {
+                    const double part = (last->high - last->low) / (last->high - last->low - open);
+                    const double meet = last->low + (gap.low - last->low) * part;
+                    points.push_back({last->phase + (phaseOf(c) - last->phase) * part, meet, meet});
+                }
+                return;
+            }
+            last = Point{phaseOf(c), gap.low, gap.high};
+            points.push_back(*last);
+        }
+    };
+    walk(count / 2 - 1, -1);
+    std::ranges::reverse(points);
+    walk(count / 2, 1);
+    if (unknown > points.size() / 4) return std::nullopt;
+    for (const Point& point : points) {
+        contour.phase.push_back(point.phase);
+        contour.low.push_back(point.low);
+        contour.high.push_back(point.high);
+    }
+    if (contour.extrapolated && points.size() >= 5) {
+        contour.low = Smoothed(contour.low);
+        contour.high = Smoothed(contour.high);
+    }
+    return contour;
+}
+
+std::optional<Jitter> MakeJitter(const Sides& time)
+{
+    if (!time.low.fit || !time.high.fit) return std::nullopt;
+    Jitter jitter;
+    jitter.random = (time.low.fit->sigma + time.high.fit->sigma) / 2;
+    // The clock edges lie at 0 and 1.
+    jitter.deterministic = std::max(0.0, time.low.fit->mean - (time.high.fit->mean - 1));
+    jitter.total = 1 - (FittedReach(*time.high.fit, -1, jitter.ber) -
+                        FittedReach(*time.low.fit, 1, jitter.ber));
+    return jitter;
+}
+
+}  // namespace
+
+EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<double>& bers)
+{
+    const auto trials = static_cast<double>(eye.UnitIntervals());
+    const auto& decisions = DecisionsOf(eye);
+    EyeFindings found;
+    found.density = eye.Density();
+    found.shift = shift;
+    found.sampledAt = decisions.offset;
+    found.sliced = eye.IsSliced();
+    found.unitIntervals = eye.UnitIntervals();
+    found.notFinite = eye.NotFinite();
+    found.firstNotFinite = eye.FirstNotFinite();
+    found.transitionDensity = eye.TransitionDensity();
+    found.vertical = InnerOpening(decisions.levels, 0, kEyeProbability);
+    const Sides time = TimeSides(eye);
+    const double allowed = kEyeProbability * time.low.tail.Trials();
+    const auto width = [&](const Tail& tail) {
+        return tail.Total() > allowed ? std::abs(tail.Reach(allowed) - 0.5) : 0.5;
+    };
+    found.left = width(time.low.tail);
+    found.right = width(time.high.tail);
+    if (found.sliced) return found;
+
+    const Sides levels = LevelSides(eye.AtSampling(), trials);
+    found.time = time.MakeBathtub(0, 1, kTimePoints);
+    const auto greatest = [&] {
+        std::size_t row = 0;
+        while (row < decisions.levels.Rows() && decisions.levels.At(0, row) == 0) ++row;
+        std::size_t top = decisions.levels.Rows();
+        while (top > row && decisions.levels.At(0, top - 1) == 0) --top;
+        return std::max(std::abs(decisions.levels.Edge(row)), decisions.levels.Edge(top));
+    }();
+    found.voltage = levels.MakeBathtub(-greatest, greatest, kVoltagePoints);
+    found.jitter = MakeJitter(time);
+
+    // Where more decisions than that were wrong, the eye is closed, however its picture looks.
+    const auto& bits = eye.AtSampling().bits;
+    const double errors = bits ? static_cast<double>(bits->Errors()) : 0;
+    const auto closed = [&](double ber) {
+        return errors >= Tail::kFewest && errors > ber * static_cast<double>(bits->Compared());
+    };
+    std::vector<Sides> columns;
+    for (std::size_t c = 0; c < EyeAnalysis::kLevelColumns; ++c) {
+        columns.push_back(VoltageSides(
+            eye.Ones(), trials, [&](std::size_t r) { return eye.Ones().At(c, r); },
+            [&](std::size_t r) { return eye.Zeros().At(c, r); }));
+    }
+    for (const double ber : bers) {
+        if (closed(ber)) {
+            found.openings.push_back({ber, 0, 0, false, false});
+            found.contours.push_back({ber, false, {}, {}, {}});
+            continue;
+        }
+        const Sides::Gap tall = levels.At(ber), wide = time.At(ber);
+        found.openings.push_back(
+            {ber, tall.Size(), wide.Size(), tall.extrapolated, wide.extrapolated});
+        if (auto contour = MakeContour(columns, ber)) found.contours.push_back(*std::move(contour));
+    }
+    return found;
+}
+
+}  // namespace amisim

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+
+struct ParamsOptions
+{
+    std::filesystem::path file;
+    bool json = false;
+};
+
+/// Defines `amisim params`.
+CLI::App* AddParamsCommand(CLI::App& app, ParamsOptions& options);
+
+/// Lists a model's parameters on standard output.
+/// @throws Error (kInput) for a file that cannot be read
+ExitCode ListParameters(const ParamsOptions& options);
+
+}  // namespace amisim

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+
+/// What a sweep is asked for.
+struct SweepOptions
+{
+    std::filesystem::path what;  // a plan, a model, or the folder of a sweep
+    std::vector<std::string> grids, runOptions;
+    std::optional<std::filesystem::path> out;
+    std::optional<int> jobs;
+    bool retryFailed = false, dryRun = false, collect = false, slurm = false;
+    std::string partition;
+    std::vector<std::string> sbatchOptions;
+    int chunk = 1;
+    std::optional<int> task;
+};
+
+/// Defines `amisim sweep`.
+CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& options);
+
+/// Runs a grid of cases, or hands them to Slurm, or collects what has been run of them.
+/// @param program  amisim itself, which every case is run with
+/// @param stop     ends the sweep in good order when it turns true
+/// @return kOk, kCasesFailed or kInterrupted
+/// @throws Error for whatever is found before the first case runs
+ExitCode RunSweep(const SweepOptions& options, const std::filesystem::path& program,
+                  const std::atomic<bool>& stop);
+
+}  // namespace amisim

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "host/cli/RunOptions.hpp"
+#include "host/output/RunResult.hpp"
+
+namespace amisim {
+
+/// Draws the pictures for papers into the output folder: eye.png, eye-input.png, bathtub-time.png,
+/// bathtub-voltage.png, tie.png and adaptation.png, as far as their contents are known.
+/// @throws Error (kInput) when a file cannot be written
+void SavePictures(const RunResult& result, const RunOptions& options, const std::string& model);
+
+}  // namespace amisim

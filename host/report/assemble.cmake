@@ -1,0 +1,16 @@
+# Replaces @STYLE@ and @SCRIPT@ in TEMPLATE by the style sheets and by the scripts and licences among
+# PARTS, in their order, and writes PAGE.
+foreach(part ${PARTS})
+  file(READ ${part} text)
+  if(part MATCHES "\\.css$")
+    string(APPEND style "${text}")
+  elseif(part MATCHES "LICENSE$")
+    string(APPEND script "/*\n${text}*/\n")
+  else()
+    string(APPEND script "${text}\n")
+  endif()
+endforeach()
+file(READ ${TEMPLATE} page)
+string(REPLACE "@STYLE@" "${style}" page "${page}")
+string(REPLACE "@SCRIPT@" "${script}" page "${page}")
+file(WRITE ${PAGE} "${page}")

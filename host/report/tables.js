@@ -1,0 +1,122 @@
+// The verdict, the numbers that matter and the tables.
+
+function section(title, ...children) {
+  return element("section", {}, element("h2", {}, title), ...children);
+}
+
+/** Rows of [name, value, ...]; columns: [{text, number}]. */
+function table(caption, columns, rows) {
+  const cell = (kind, column, content) => element(kind, {class: column.number ? "number" : "text", scope: kind === "th" ? "col" : null}, content);
+  return element("div", {class: "card"}, element("div", {class: "scroll"}, element("table", {}, element("caption", {}, caption),
+    columns.some((c) => c.text) ? element("thead", {}, element("tr", {}, ...columns.map((c) => cell("th", c, c.text)))) : null,
+    element("tbody", {}, ...rows.map((row) => element("tr", {}, ...row.map((value, i) => cell("td", columns[i], value))))))));
+}
+
+function verdict() {
+  const box = (kind, text, ...more) => element("p", {class: `verdict ${kind}`, role: "status"}, text, ...more);
+  if (result.failure) {
+    const {phase, reason, text} = result.failure;
+    const subject = phase === "the run" ? "The run" : "The model";
+    const where = phase === "the run" ? "" : ` in ${phase}`;
+    return element("div", {class: "verdict bad", role: "status"},
+      `${subject} ${reason}${where}. ${result.bits > 0 ? `Shown is what there was until then, ${grouped(result.bits)} bits.` : "There are no results."}`,
+      text ? element("pre", {}, text) : null);
+  }
+  if (result.bits === 0) return box("bad", "The model returned no bits.");
+  if (result.clock.times === 0 && !result.clock.ideal) return box("bad", "No clock times, so no eye and no bit errors.");
+  if (result.errors === null) return box("", "Bit errors were not counted: nothing was known of what was sent, or it was not found.");
+  if (result.errors > 0) return box("bad", `${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`);
+  return box("good", `No bit errors in ${grouped(result.compared_bits)} bits.`);
+}
+
+function tiles() {
+  const {eye, clock} = result, list = [];
+  const tile = (name, value, unit, remark) => list.push(element("div", {}, element("dt", {}, name),
+    element("dd", {}, value, unit ? element("small", {}, ` ${unit}`) : null), remark ? element("dd", {}, remark) : null));
+  const lowest = eye.openings?.reduce((a, b) => b.ber < a.ber ? b : a, eye.openings[0]);
+  const remark = (value, extrapolated) => value === null || !lowest ? null : `${value} at ${ratio(lowest.ber)}${extrapolated ? " from fit" : ""}`;
+  if (eye.height_v !== null) {
+    const at = ` at ${ratio(eye.probability)}`;
+    tile("Eye height", fixed(eye.height_v * 1000, 0), `mV${at}`, lowest && remark(lowest.height_v === null ? null : `${fixed(lowest.height_v * 1000, 0)} mV`, lowest.height_extrapolated));
+    tile("Eye width", fixed(eye.width_ui, 3), `UI${at}`, lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated));
+  }
+  if (result.errors !== null) {
+    tile("Bit errors", grouped(result.errors), null, `in ${grouped(result.compared_bits)} bits`);
+    // Without any error in n bits the ratio is below -ln(0.05) / n with 95 % confidence.
+    if (result.errors === 0) tile("Bit error ratio", `< ${ratio(-Math.log(0.05) / result.compared_bits)}`, null, "with 95 % confidence");
+    else tile("Bit error ratio", ratio(result.bit_error_ratio));
+  }
+  if (result.ppm !== null) tile("Recovered clock", `${result.ppm > 0 ? "+" : ""}${fixed(result.ppm, 1)}`, "ppm", `${digits(result.unit_interval_s * 1e12, 7)} ps a bit`);
+  if (clock.tie_rms_ui !== null) tile("Clock jitter", digits(clock.tie_rms_ui * 1000, 3), "mUI rms", `${digits(clock.tie_rms_ui * data.bitTime * 1e12, 3)} ps rms`);
+  if (clock.settled_at_bit !== null) tile("Clock settled", grouped(clock.settled_at_bit), "bits", `${digits(clock.settled_at_bit * data.bitTime * 1e6, 3)} ${kMicro}s`);
+  else if (result.clock.times > 0 && hasPoints(data.clock.tie.mean)) tile("Clock settled", "no");
+  if (result.eq_level !== null) {
+    const n = result.adaptation.measurements;
+    tile("Equaliser level", String(result.eq_level), null, n === null ? "fixed" : `${n} measurements${result.adaptation.finished ? ", finished" : ""}`);
+  }
+  return list.length ? element("dl", {class: "tiles"}, ...list) : null;
+}
+
+function openingsTable() {
+  const sides = [["input", result.input_eye], ["output", result.eye]].filter(([, eye]) => eye?.openings?.length);
+  if (sides.length === 0) return null;
+  const ratios = [...new Set(sides.flatMap(([, eye]) => eye.openings.map((o) => o.ber)))].sort((a, b) => b - a);
+  const value = (number, extrapolated, places, unit) => number === null || number === undefined ? "–"
+    : element("span", {class: extrapolated ? "fit" : null}, `${fixed(number, places)} ${unit}${extrapolated ? " *" : ""}`);
+  const columns = [{text: "bit error ratio", number: true}];
+  for (const [name] of sides) columns.push({text: `${name} height`, number: true}, {text: `${name} width`, number: true});
+  const card = table("Openings", columns, ratios.map((ber) => [ratio(ber), ...sides.flatMap(([, eye]) => {
+    const o = eye.openings.find((opening) => opening.ber === ber) ?? {};
+    return [value(o.height_v === null || o.height_v === undefined ? null : o.height_v * 1000, o.height_extrapolated, 1, "mV"),
+      value(o.width_ui, o.width_extrapolated, 3, "UI")];
+  })]));
+  card.append(element("figcaption", {}, "Counted where enough bits were; ", element("span", {class: "fit"}, "*"), " extrapolated by the fit."));
+  return card;
+}
+
+function jitterTable() {
+  const sides = [["input", result.input_eye], ["output", result.eye]].filter(([, eye]) => eye?.jitter);
+  if (sides.length === 0) return null;
+  const jitter = sides.map(([, eye]) => eye.jitter);
+  const rows = [["Random (RJ), rms", "random_ui_rms"], ["Deterministic (DJ, dual-Dirac)", "deterministic_ui"],
+    [`Total (TJ) at ${ratio(jitter[0].ber)}`, "total_ui"]];
+  return table("Jitter of the signal against the clock", [{text: "", number: false}, ...sides.map(([name]) => ({text: name, number: true}))],
+    rows.map(([name, member]) => [name, ...jitter.map((j) => j[member] === null ? "–" : intervals(j[member]))]));
+}
+
+const kUnits = {ui_rms: "UI rms", ui_peak: "UI peak", v_rms: "V rms", vpp: "V peak to peak", ui: "UI", hz: "Hz", db: "dB", v: "V", ps: "ps", s: "s"};
+
+/** Settings as rows; the unit at the end of a name moves behind the value, nested names follow a dash. */
+function flattened(object, prefix = "") {
+  return Object.entries(object).flatMap(([key, value]) => {
+    if (value !== null && typeof value === "object" && !Array.isArray(value)) return flattened(value, `${prefix}${key.replaceAll("_", " ")} – `);
+    const suffix = Object.keys(kUnits).find((unit) => key.endsWith(`_${unit}`));
+    const name = prefix + (suffix ? key.slice(0, -suffix.length - 1) : key).replaceAll("_", " ");
+    const written = [value].flat().map((v) => typeof v === "number" ? short(v) : String(v ?? "–")).join(", ");
+    return [[name, written === "" ? "–" : written + (suffix ? ` ${kUnits[suffix]}` : "")]];
+  });
+}
+
+function settingsSection() {
+  const {model, signal, speed, alignment} = result;
+  const pair = [{text: "", number: false}, {text: "", number: false}];
+  const parameters = Object.entries(model.settings).map(([name, value]) => [name, element("code", {}, String(value))]);
+  const modelRows = [["File", model.file], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
+    model.parameters_out ? ["Parameters out", element("code", {}, model.parameters_out)] : null,
+    model.message ? ["Message", element("code", {}, model.message)] : null].filter(Boolean);
+  const runRows = [["Bits", grouped(result.bits)], ["Ignored at the start", grouped(result.ignored_bits)],
+    ["Compared", grouped(result.compared_bits)],
+    alignment ? ["Delay of the bits", `${grouped(alignment.delay_bits)}${alignment.inverted ? ", inverted" : ""}`] : null,
+    alignment ? ["Realignments", `${grouped(alignment.realignments)}, ${grouped(alignment.unaligned_bits)} bits not aligned`] : null,
+    ["Clock times", result.clock.ideal ? "none: an ideal clock stands in" : `${grouped(result.clock.times)}, ${grouped(result.clock.filled)} filled in`],
+    ["Time", `${digits(speed.seconds, 3)} s, ${digits(speed.model_seconds, 3)} s of it in the model`],
+    ["Speed", `${grouped(speed.bits_per_s)} bits/s, ${digits(speed.ns_per_sample, 3)} ns a sample`],
+    ["Block", `${grouped(speed.block_bits)} bits`]].filter(Boolean);
+  const files = element("p", {});
+  result.files.forEach((name, i) => files.append(i ? ", " : "", element("a", {href: encodeURIComponent(name)}, name)));
+  return section("Settings", element("div", {class: "pair"},
+    parameters.length ? table("Parameters sent to the model", pair, parameters) : table("Model", pair, modelRows),
+    table("Signal", pair, flattened(signal))),
+    element("div", {class: "pair"}, parameters.length ? table("Model", pair, modelRows) : null, table("Run", pair, runRows)),
+    element("div", {class: "card"}, element("h3", {}, "Files"), files));
+}

@@ -1,0 +1,50 @@
+#include "host/signal/BitPattern.hpp"
+
+#include <fmt/format.h>
+
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+
+std::vector<bool> ReadBitPattern(const std::filesystem::path& path)
+{
+    std::ifstream file(path);
+    std::string line;
+    std::vector<bool> bits;
+    if (std::filesystem::is_directory(path) || !file) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("{}: cannot be read; expected a text of 0 and 1", path.string()));
+    }
+    for (int number = 1; std::getline(file, line); ++number) {
+        for (const char c : std::string_view(line).substr(0, line.find('#'))) {
+            if (c == '0' || c == '1') {
+                bits.push_back(c == '1');
+            } else if (std::string_view(" \t\r,").find(c) == std::string_view::npos) {
+                const bool printable = c > ' ' && c <= '~';
+                throw Error(ExitCode::kInput,
+                            fmt::format("{}:{}: expected 0 or 1, found {}", path.string(), number,
+                                        printable ? fmt::format("'{}'", c)
+                                                  : fmt::format("byte {:#04x}",
+                                                                static_cast<unsigned char>(c))));
+            }
+        }
+    }
+    if (bits.empty()) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("{}: holds no bits; expected a text of 0 and 1", path.string()));
+    }
+    return bits;
+}
+
+std::vector<bool> ClockPattern(int length)
+{
+    std::vector<bool> bits(static_cast<std::size_t>(2 * length), false);
+    std::fill_n(bits.begin(), length, true);
+    return bits;
+}
+
+}  // namespace amisim

@@ -1,0 +1,39 @@
+#include "host/signal/SignalOptions.hpp"
+
+#include <fmt/format.h>
+
+#include <numbers>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+
+void SignalOptions::FindBitRate()
+{
+    if (!findBitRate || wave.empty()) return;
+    estimate = EstimateBitRate(*WavePoints::Open(wave, column), waveStep);
+    bitRate = estimate->bitRate;
+    findBitRate = false;
+}
+
+void SignalOptions::Check() const
+{
+    const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    if (findBitRate) fail("--bit-rate auto: needs a waveform to find it in (--wave)");
+    if (deemphasis.Sum() > 0.9) {
+        fail(
+            fmt::format("--tx-pre, --tx-post: the cursors' magnitudes sum up to {:g}; at most 0.9 "
+                        "leaves the bit itself",
+                        deemphasis.Sum()));
+    }
+    // Neighbouring edges move against each other by this part of a unit interval at most.
+    const double shear = 2 * std::numbers::pi * sineFrequency / bitRate * sineJitter;
+    if (shear > 0.5) {
+        fail(fmt::format(
+            "--sj-amplitude {:g} at --sj-frequency {:g}: moves neighbouring edges by {:.2g} UI "
+            "against each other; give 0.5 at most, so that they stay in order",
+            sineJitter, sineFrequency, shear));
+    }
+}
+
+}  // namespace amisim

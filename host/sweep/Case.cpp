@@ -1,0 +1,189 @@
+#include "host/sweep/Case.hpp"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+
+#include "host/Error.hpp"
+#include "host/output/WaveWriter.hpp"
+
+namespace amisim {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kMostCases = 100'000;
+constexpr std::size_t kLongestName = 100;
+
+/// A part of a file's name that needs no quoting anywhere; of a path its last part says the most.
+std::string Safe(const std::string& value)
+{
+    std::string text = value.substr(value.rfind('/') + 1);
+    for (char& c : text) {
+        if (!std::isalnum(static_cast<unsigned char>(c)) && !std::strchr("._+-", c)) c = '_';
+    }
+    return text;
+}
+
+void AppendFixed(const Plan& plan, std::vector<std::string>& arguments)
+{
+    const auto sets = [&](const std::vector<Setting>& list) {
+        return std::any_of(list.begin(), list.end(), [](const Setting& s) {
+            return !s.isParameter && s.name == "save-wave";
+        });
+    };
+    // Waveforms of hundreds of cases fill a disk: only where asked for.
+    if (!sets(plan.fixed) && !sets(plan.axes)) {
+        const auto& given = plan.options;
+        if (std::none_of(given.begin(), given.end(),
+                         [](const auto& a) { return a.starts_with("--save-wave"); }))
+            arguments.emplace_back("--save-wave=none");
+    }
+    for (const auto& setting : plan.fixed) {
+        for (const auto& value : setting.values) setting.AppendTo(arguments, value);
+    }
+    arguments.insert(arguments.end(), plan.options.begin(), plan.options.end());
+}
+
+}  // namespace
+
+std::vector<Case> Expand(const Plan& plan)
+{
+    std::size_t count = 1;
+    for (const auto& axis : plan.axes) {
+        count *= axis.values.size();
+        if (count > kMostCases) {
+            throw Error(ExitCode::kUsage, fmt::format("the grid has more than {} cases: give "
+                                                      "fewer values",
+                                                      kMostCases));
+        }
+    }
+    std::vector<std::string> fixed;
+    AppendFixed(plan, fixed);
+    const std::size_t digits = std::max<std::size_t>(4, std::to_string(count).size());
+    std::vector<Case> cases(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        Case& c = cases[i];
+        c.number = static_cast<int>(i) + 1;
+        c.arguments = fixed;
+        c.folder = fmt::format("cases/{:0{}}", c.number, digits);
+        std::size_t rest = i, block = count;
+        for (const auto& axis : plan.axes) {
+            block /= axis.values.size();
+            const std::string& value = axis.values[rest / block];
+            rest %= block;
+            c.values.push_back(value);
+            axis.AppendTo(c.arguments, value);
+            c.name += fmt::format("{}{}={}", c.name.empty() ? "" : ", ", axis.name, value);
+            c.folder += fmt::format("-{}={}", Safe(axis.name), Safe(value));
+        }
+        c.folder.resize(std::min(c.folder.size(), kLongestName));
+    }
+    return cases;
+}
+
+const std::string& Fingerprints::Hash(const fs::path& path)
+{
+    const auto [entry, isNew] = known_.try_emplace(path);
+    if (!isNew) return entry->second;
+    std::ifstream file(path, std::ios::binary);
+    std::uint64_t hash = 0xcbf29ce484222325, size = 0;  // FNV-1a
+    std::vector<char> block(1 << 16);
+    while (file) {
+        file.read(block.data(), static_cast<std::streamsize>(block.size()));
+        const auto got = static_cast<std::size_t>(file.gcount());
+        for (std::size_t i = 0; i < got; ++i)
+            hash = (hash ^ static_cast<unsigned char>(block[i])) * 0x100000001b3;
+        size += got;
+    }
+    entry->second = fmt::format("{} bytes, {:016x}", size, hash);
+    return entry->second;
+}
+
+Inputs Fingerprints::Of(const Case& aCase)
+{
+    Inputs inputs;
+    for (const auto& [what, path] : modelFiles_) inputs[what] = Hash(path);
+    for (const auto& argument : aCase.arguments) {
+        const std::size_t equals = argument.find('=');
+        const std::string value =
+            equals == std::string::npos ? argument : argument.substr(equals + 1);
+        std::error_code error;
+        if (fs::is_regular_file(value, error)) inputs[value] = Hash(value);
+    }
+    return inputs;
+}
+
+void WriteWhole(const fs::path& path, const std::string& text)
+{
+    fs::path part = path;
+    part += fmt::format(".{}.part", getpid());
+    OutputFile file(part);
+    file.Write(text);
+    file.Close();
+    std::error_code error;
+    fs::rename(part, path, error);
+    if (error) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("{}: cannot be written: {}", path.string(), error.message()));
+    }
+}
+
+void CaseRecord::Write(const fs::path& caseFolder, const Case& aCase) const
+{
+    const Json json = {{"case", aCase.number}, {"name", aCase.name},      {"arguments", arguments},
+                       {"inputs", inputs},     {"exit_code", exitCode},   {"reason", reason},
+                       {"seconds", seconds},   {"amisim", AMISIM_VERSION}};
+    WriteWhole(caseFolder / "case.json",
+               json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+std::optional<CaseRecord> ReadRecord(const fs::path& caseFolder, const Case& aCase)
+{
+    std::ifstream file(caseFolder / "case.json");
+    const Json json = Json::parse(file, nullptr, false);
+    try {
+        CaseRecord record{json.at("arguments"), json.at("inputs"), json.at("exit_code"),
+                          json.at("reason"), json.at("seconds")};
+        if (record.arguments != aCase.arguments) return std::nullopt;
+        return record;
+    } catch (const Json::exception&) {
+        return std::nullopt;
+    }
+}
+
+int AdoptEarlierCases(const fs::path& sweepFolder, const std::vector<Case>& cases)
+{
+    std::map<std::string, const Case*> byFolder;
+    std::map<std::vector<std::string>, const Case*> byArguments;
+    for (const auto& c : cases) {
+        byFolder[c.folder] = &c;
+        byArguments[c.arguments] = &c;
+    }
+    std::error_code error;
+    std::vector<fs::path> strangers;
+    for (const auto& entry : fs::directory_iterator(sweepFolder / "cases", error)) {
+        const std::string folder = "cases/" + entry.path().filename().string();
+        if (!byFolder.contains(folder)) strangers.push_back(entry.path());
+    }
+    int left = 0;
+    for (const auto& path : strangers) {
+        std::ifstream file(path / "case.json");
+        const Json json = Json::parse(file, nullptr, false);
+        const auto arguments = json.is_object() && json.contains("arguments")
+                                   ? json["arguments"].get<std::vector<std::string>>()
+                                   : std::vector<std::string>{};
+        const auto now = byArguments.find(arguments);
+        const bool moves =
+            now != byArguments.end() && !fs::exists(sweepFolder / now->second->folder);
+        if (moves) fs::rename(path, sweepFolder / now->second->folder, error);
+        if (!moves || error) ++left;
+    }
+    return left;
+}
+
+}  // namespace amisim

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/sweep/Plan.hpp"
+#include "ibis/AmiFile.hpp"
+
+namespace amisim {
+
+/// What `amisim run` accepts for one model: its command-line definitions and the model's parameter
+/// definitions. What `run` learns, a sweep knows.
+class RunSyntax
+{
+public:
+    /// @throws Error (kInput) for a model that cannot be found or read
+    explicit RunSyntax(const std::string& model);
+
+    /// Finds out what every setting of the plan is and checks each of its values, then that the
+    /// user's options can be understood and set nothing that an axis sets.
+    /// @throws Error (kUsage) that names the place and what was expected
+    void Check(Plan& plan) const;
+
+    /// Checks a case's arguments as a whole.
+    /// @param name  for the message
+    void CheckCase(const std::vector<std::string>& arguments, const std::string& name) const;
+
+    /// The model's files, by what they are.
+    std::vector<std::pair<std::string, std::filesystem::path>> ModelFiles() const;
+
+private:
+    void Resolve(Setting& setting) const;
+    void CheckValue(const Setting& setting, const std::string& value) const;
+    void CheckOptions(const Plan& plan) const;
+
+    std::string model_;
+    std::vector<std::string> optionNames_;  // long ones that a sweep may set
+    std::filesystem::path library_;
+    std::optional<ibis::AmiFile> ami_;
+};
+
+}  // namespace amisim

@@ -1,0 +1,257 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "host/output/Plot.hpp"
+#include "host/sweep/Html.hpp"
+#include "host/sweep/MetricScale.hpp"
+#include "host/sweep/SweepReport.hpp"
+
+namespace amisim {
+namespace {
+
+using html::Escaped;
+
+constexpr std::size_t kMostCurves = 6;  // more than that nobody tells apart
+constexpr const char* kCurveColours[kMostCurves] = {"--a", "--b", "--c", "--d", "--e", "--f"};
+
+class Page
+{
+public:
+    explicit Page(const Table& table) : table_(table), layout_(table), plan_(table.plan) {}
+
+    std::string Text()
+    {
+        text_ = html::Begin("Sweep of " + DescribeGrid(plan_));
+        Summary();
+        Failures();
+        for (const auto& metric : Metrics()) Show(metric);
+        Cases();
+        return text_ + std::string(html::kEnd);
+    }
+
+private:
+    void Summary()
+    {
+        const int failed = table_.Count(Row::Status::kFailed);
+        const int missing = table_.Count(Row::Status::kMissing);
+        const double seconds =
+            std::accumulate(table_.rows.begin(), table_.rows.end(), 0.0,
+                            [](double sum, const Row& row) { return sum + row.seconds; });
+        const std::string fixed = DescribeFixed(plan_);
+        if (!fixed.empty()) Add("<p class=\"faint\">{}</p>\n", Escaped(fixed));
+        Add("<p>{} cases: {} ok", table_.rows.size(), table_.Count(Row::Status::kOk));
+        if (failed > 0) Add(", <span class=\"alarm\">{} failed</span>", failed);
+        if (missing > 0) Add(", {} not run yet", missing);
+        Add("; {:.0f} s of runs. <a href=\"table.csv\">table.csv</a>, "
+            "<a href=\"table.json\">table.json</a>, <a href=\"sweep.png\">sweep.png</a></p>\n",
+            seconds);
+    }
+
+    void Failures()
+    {
+        if (table_.Count(Row::Status::kFailed) == 0) return;
+        Add("<h2 class=\"alarm\">Failures</h2>\n<div class=\"wide\"><table class=\"cases\">\n");
+        for (const auto& row : table_.rows) {
+            if (row.status != Row::Status::kFailed) continue;
+            Add("<tr><th scope=\"row\"><a href=\"{}\">{}</a></th><td>{}</td></tr>\n",
+                html::Link(row.aCase.folder + "/run.log"), Escaped(row.aCase.name),
+                Escaped(row.reason));
+        }
+        Add("</table></div>\n");
+    }
+
+    void Show(const Metric& metric)
+    {
+        const MetricScale scale(metric, table_);
+        const std::string unit = *metric.unit ? fmt::format(", {}", metric.unit) : "";
+        Add("<h2>{}{}</h2>\n", metric.title, unit);
+        if (scale.IsEmpty()) {
+            Add("<p class=\"faint\">No case has a result.</p>\n");
+            return;
+        }
+        if (layout_.y != Layout::kNone && scale.From() < scale.To()) {
+            std::string stops;
+            for (int i = 0; i <= 8; ++i)
+                stops += fmt::format("{}{}", i ? "," : "", html::Hex(scale.AtPlace(i / 8.0)));
+            Add("<p class=\"faint\">{}<span class=\"scale\" "
+                "style=\"background:linear-gradient(90deg,{})\"></span>{}{}</p>\n",
+                metric.text(scale.From()), stops, metric.text(scale.To()),
+                metric.counts ? " (logarithmic)" : "");
+        }
+        for (const auto& panel : layout_.panels) {
+            Add("<div class=\"panel\">\n");
+            if (!panel.title.empty()) Add("<h3>{}</h3>\n", Escaped(panel.title));
+            if (layout_.y != Layout::kNone) Map(panel, metric, scale);
+            if (panel.lines.size() <= kMostCurves && panel.lines[0].size() > 2 &&
+                scale.From() < scale.To())
+                Curves(panel, metric, scale);
+            Add("</div>\n");
+        }
+    }
+
+    std::string Target(const Row& row) const
+    {
+        if (row.status == Row::Status::kFailed) return html::Link(row.aCase.folder + "/run.log");
+        const bool report = std::filesystem::exists(plan_.out / row.aCase.folder / "report.html");
+        return html::Link(row.aCase.folder + (report ? "/report.html" : "/"));
+    }
+
+    void Map(const Layout::Panel& panel, const Metric& metric, const MetricScale& scale)
+    {
+        const Setting &x = plan_.axes[layout_.x], &y = plan_.axes[layout_.y];
+        Add("<div class=\"wide\"><table class=\"map\">\n<thead><tr><th scope=\"col\">{} \\ {}</th>",
+            Escaped(y.name), Escaped(x.name));
+        for (const auto& value : x.values) Add("<th scope=\"col\">{}</th>", Escaped(value));
+        Add("</tr></thead>\n<tbody>\n");
+        for (std::size_t j = 0; j < panel.lines.size(); ++j) {
+            Add("<tr><th scope=\"row\">{}</th>", Escaped(y.values[j]));
+            for (const Row* row : panel.lines[j]) Cell(*row, metric, scale);
+            Add("</tr>\n");
+        }
+        Add("</tbody></table></div>\n");
+    }
+
+    void Cell(const Row& row, const Metric& metric, const MetricScale& scale)
+    {
+        const auto value = metric.Of(row);
+        const bool failed = row.status == Row::Status::kFailed;
+        const std::string title = Escaped(row.aCase.name + (failed  ? ": " + row.reason
+                                                            : value ? ": " + Exact(metric, *value)
+                                                                    : ": no result"));
+        if (row.status == Row::Status::kMissing) {
+            Add("<td class=\"none\" title=\"{}: not run yet\">–</td>", Escaped(row.aCase.name));
+        } else if (!value || failed) {
+            Add("<td class=\"{}\"><a href=\"{}\" title=\"{}\">{}</a></td>",
+                failed ? "failed" : "none", Target(row), title, failed ? "✕" : "–");
+        } else {
+            const Colour colour = scale.At(*value);
+            Add("<td style=\"background:{};color:{}\"><a href=\"{}\" title=\"{}\">{}</a></td>",
+                html::Hex(colour), html::Hex(MetricScale::Ink(colour)), Target(row), title,
+                metric.text(*value));
+        }
+    }
+
+    static std::string Exact(const Metric& metric, double value)
+    {
+        return fmt::format("{:.4g}{}{}", value, *metric.unit ? " " : "", metric.unit);
+    }
+
+    /// One curve for each line of the panel, each point a link.
+    void Curves(const Layout::Panel& panel, const Metric& metric, const MetricScale& scale)
+    {
+        constexpr double kWidth = 1000, kHeight = 300, kLeft = 56, kRight = 12, kTop = 14,
+                         kBottom = 44;
+        const Setting& x = plan_.axes[layout_.x];
+        const auto places = Places(x);
+        const double least = *std::min_element(places.begin(), places.end());
+        const double greatest = *std::max_element(places.begin(), places.end());
+        const double span = greatest > least ? greatest - least : 1;
+        const double room = 0.08 * (scale.To() - scale.From());
+        const double top = scale.To() + room;
+        const double bottom = std::max(0.0, scale.From() - room);
+        const auto across = [&](double v) {
+            return kLeft + (kWidth - kLeft - kRight) * (v - least) / span;
+        };
+        const auto up = [&](double v) {
+            return kHeight - kBottom - (kHeight - kTop - kBottom) * (v - bottom) / (top - bottom);
+        };
+        Add("<svg viewBox=\"0 0 {} {}\" role=\"img\" aria-label=\"{} against {}\">\n", kWidth,
+            kHeight, metric.title, Escaped(x.name));
+        const double step = std::max(plot::TickStep(top - bottom, 5), metric.counts ? 1.0 : 0.0);
+        for (double v = std::ceil(bottom / step) * step; v <= top; v += step) {
+            Add("<line class=\"grid\" x1=\"{0}\" x2=\"{1}\" y1=\"{2:.1f}\" y2=\"{2:.1f}\"/>"
+                "<text x=\"{3}\" y=\"{4:.1f}\" text-anchor=\"end\">{5:.4g}</text>\n",
+                kLeft, kWidth - kRight, up(v), kLeft - 6, up(v) + 4, v);
+        }
+        double free = 0;
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            const double half = 4.0 * static_cast<double>(x.values[i].size());
+            if (across(places[i]) - half < free) continue;
+            free = across(places[i]) + half + 6;
+            Add("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", across(places[i]),
+                kHeight - kBottom + 16, Escaped(x.values[i]));
+        }
+        Add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", kWidth / 2, kHeight - 8,
+            Escaped(x.name));
+        for (std::size_t j = 0; j < panel.lines.size(); ++j) {
+            const std::string colour = fmt::format("var({})", kCurveColours[j]);
+            std::string path, dots;
+            bool pen = false;
+            for (std::size_t i = 0; i < places.size(); ++i) {
+                const Row& row = *panel.lines[j][i];
+                const auto value = metric.Of(row);
+                if (value) {
+                    path += fmt::format("{}{:.1f},{:.1f} ", pen ? "L" : "M", across(places[i]),
+                                        up(*value));
+                    dots += fmt::format(
+                        "<a href=\"{}\"><circle cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"4\" "
+                        "fill=\"{}\"><title>{}: {}</title></circle></a>\n",
+                        Target(row), across(places[i]), up(*value), colour, Escaped(row.aCase.name),
+                        Exact(metric, *value));
+                }
+                pen = value.has_value();
+            }
+            Add("<path class=\"curve\" style=\"stroke:{}\" d=\"{}\"/>\n{}", colour, path, dots);
+        }
+        Add("</svg>\n");
+        if (layout_.y == Layout::kNone) return;
+        const Setting& y = plan_.axes[layout_.y];
+        Add("<p>{}:", Escaped(y.name));
+        for (std::size_t j = 0; j < y.values.size(); ++j) {
+            Add(" <span style=\"color:var({})\">●</span> {}", kCurveColours[j],
+                Escaped(y.values[j]));
+        }
+        Add("</p>\n");
+    }
+
+    void Cases()
+    {
+        Add("<h2>All cases</h2>\n<div class=\"wide\"><table class=\"cases\">\n<thead><tr>"
+            "<th scope=\"col\">Case</th>");
+        for (const auto& axis : plan_.axes)
+            Add("<th scope=\"col\" class=\"n\">{}</th>", Escaped(axis.name));
+        for (const char* heading :
+             {"Eye height, mV", "Eye width, UI", "Errors", "Bit error ratio", "Level", "Seconds"})
+            Add("<th scope=\"col\" class=\"n\">{}</th>", heading);
+        Add("<th scope=\"col\">Status</th></tr></thead>\n<tbody>\n");
+        for (const auto& row : table_.rows) {
+            Add("<tr><td><a href=\"{}\">{}</a></td>", Target(row), row.aCase.number);
+            for (const auto& value : row.aCase.values) Number(value);
+            Number(row.eyeHeight ? fmt::format("{:.1f}", *row.eyeHeight * 1000) : "");
+            Number(row.eyeWidth ? fmt::format("{:.3f}", *row.eyeWidth) : "");
+            Number(row.errors ? fmt::format("{}", *row.errors) : "");
+            Number(row.bitErrorRatio ? fmt::format("{:.3g}", *row.bitErrorRatio) : "");
+            Number(row.eqLevel ? fmt::format("{}", *row.eqLevel) : "");
+            const bool ran = row.status != Row::Status::kMissing;
+            Number(ran ? fmt::format("{:.1f}", row.seconds) : "");
+            Add("<td{}>{}</td></tr>\n",
+                row.status == Row::Status::kFailed ? " class=\"alarm\"" : "", Name(row.status));
+        }
+        Add("</tbody></table></div>\n");
+    }
+
+    void Number(const std::string& text) { Add("<td class=\"n\">{}</td>", Escaped(text)); }
+
+    template <typename... Arguments>
+    void Add(fmt::format_string<Arguments...> format, Arguments&&... arguments)
+    {
+        fmt::format_to(std::back_inserter(text_), format, std::forward<Arguments>(arguments)...);
+    }
+
+    const Table& table_;
+    Layout layout_;
+    const Plan& plan_;
+    std::string text_;
+};
+
+}  // namespace
+
+std::string SweepPage(const Table& table)
+{
+    return Page(table).Text();
+}
+
+}  // namespace amisim

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/sweep/Case.hpp"
+
+namespace amisim {
+
+/// What is known of a case: its place in the grid and, once it has run, its results.
+struct Row
+{
+    enum class Status { kOk, kFailed, kMissing };  // missing: not run yet, or under way
+
+    Case aCase;
+    Status status = Status::kMissing;
+    std::string reason;  // of a failure
+    double seconds = 0;
+    // Each absent where the run could not tell.
+    std::optional<double> eyeHeight, eyeWidth, bitErrorRatio;  // V, UI
+    std::optional<std::int64_t> errors, comparedBits, eqLevel;
+};
+
+std::string_view Name(Row::Status status);
+
+/// A result that a report shows over the grid.
+struct Metric
+{
+    const char *title, *unit;
+    std::optional<double> (*value)(const Row& row);  // in that unit
+    std::string (*text)(double value);               // short, for a cell
+    bool counts;  // bit errors: none is good, and the scale is logarithmic
+
+    /// The value of a case that ended well; what a failed one found until then misleads on a map.
+    std::optional<double> Of(const Row& row) const
+    {
+        return row.status == Row::Status::kOk ? value(row) : std::nullopt;
+    }
+};
+const std::vector<Metric>& Metrics();
+
+/// What a sweep's folder holds, whoever ran it and whether or not it has ended.
+struct Table
+{
+    Plan plan;
+    std::vector<Row> rows;  // one for each case, in order
+
+    int Count(Row::Status status) const;
+    std::string ToCsv() const;
+    nlohmann::ordered_json ToJson() const;
+};
+Table Collect(const Plan& plan, const std::vector<Case>& cases);
+
+/// How the grid is laid out on paper: one panel for each combination of the lesser axes.
+struct Layout
+{
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+    struct Panel
+    {
+        std::string title;  // "noise=0.002", "" where there is a single one
+        std::vector<std::vector<const Row*>> lines;  // [y][x]
+    };
+    std::size_t x, y;  // axes: x the longest, y the next; y is kNone when there is one axis
+    std::vector<Panel> panels;
+
+    explicit Layout(const Table& table);
+};
+
+}  // namespace amisim

@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <numbers>
+
+#include "host/analysis/ClockAnalysis.hpp"
+#include "host/analysis/EomLog.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr double kInterval = 1.5e-12, kBit = 64 * kInterval;
+
+/// The findings of a clock whose n-th edge is at n + deviation(n) bit times; where deviation is
+/// NaN there is none.
+ClockFindings FindingsOf(int edges, int counted, const std::function<double(int)>& deviation)
+{
+    ClockFrame frame(kInterval, kBit);
+    ClockAnalysis analysis({kInterval, kBit, 64.0 * counted, testing::TempDir()});
+    for (int n = 0; n < edges; ++n) {
+        const double time = kBit * (n + 1 + deviation(n));
+        if (!std::isnan(time)) frame.Add(std::vector<double>{time});
+        analysis.Add(frame.Edges());
+        frame.Edges().clear();
+    }
+    return analysis.Find();
+}
+
+TEST(ClockAnalysis, FindsTheUnitIntervalOfAClockOnTheSampleGrid)
+{
+    const auto found = FindingsOf(20000, 1000, [](int n) {
+        // Another rate at first, which must not count.
+        const double ideal = n < 500 ? 1e-2 * (n - 500) : -100e-6 * n;
+        return std::round((n + 1 + ideal) * 64) / 64 - (n + 1);
+    });
+    EXPECT_NEAR(found.ppm, 1e6 * (1 / (1 - 100e-6) - 1), 0.05);
+    EXPECT_NEAR(found.unitInterval / (kBit * (1 - 100e-6)), 1, 1e-7);
+    EXPECT_NEAR(found.period.mean.back(), -100, 10);
+    EXPECT_NEAR(found.period.mean.front(), 1e4, 100);
+}
+
+TEST(ClockAnalysis, ATwoToneClockGivesItsSpectrum)
+{
+    struct Tone
+    {
+        double cycles, amplitude;  // cycles per unit interval, UI peak
+    };
+    const double rate = 1 / (kBit * (1 + 50e-6));
+    // On a bin and between two; a dropped edge is filled in; a pause breaks one segment.
+    for (const bool pause : {false, true}) {
+        const Tone tones[] = {{512.0 / 65536, 0.05}, {3000.4 / 65536, 0.02}};
+        const auto found = FindingsOf(300000, 1000, [&](int n) {
+            if (n == 50000 || (pause && n > 160000 && n < 160100))
+                return std::numeric_limits<double>::quiet_NaN();
+            double sum = 50e-6 * n;
+            for (const Tone& tone : tones)
+                sum += tone.amplitude * std::sin(2 * std::numbers::pi * tone.cycles * n);
+            return sum;
+        });
+        ASSERT_GE(found.tieSpectrum.tones.size(), 2u);
+        for (std::size_t i = 0; i < 2; ++i) {
+            const auto& tone = found.tieSpectrum.tones[i];
+            EXPECT_NEAR(tone.frequency, tones[i].cycles * rate, 0.05 * rate / 65536);
+            EXPECT_NEAR(tone.amplitude / tones[i].amplitude, 1, 0.01);
+        }
+        EXPECT_NEAR(found.tieSpectrum.amplitude[511], 0.05, 1e-4);
+        EXPECT_NEAR(found.tieRms, std::hypot(0.05, 0.02) / std::numbers::sqrt2, 1e-4);
+        EXPECT_NEAR(found.tiePeakToPeak, 0.14, 0.002);
+        EXPECT_EQ(found.settledAtBit, 1);
+        EXPECT_LE(found.tie.bit.size(), 2000u);
+        std::uint64_t sum = 0;
+        for (const std::uint64_t count : found.tieHistogram.counts) sum += count;
+        EXPECT_EQ(sum, 300000u - 1000 - (pause ? 99 : 0));
+    }
+}
+
+TEST(ClockAnalysis, TellsWhereTheClockSettled)
+{
+    struct Case
+    {
+        int edges;
+        double ramp;  // unit intervals until the phase stays
+        double settled;
+    };
+    for (const Case& c :
+         {Case{20000, 0, 0}, Case{20000, 5000, 5000 * 0.7}, Case{20000, 20000, NAN}}) {
+        const auto found = FindingsOf(c.edges, 10000, [&](int n) {
+            return 0.5 * std::min(1.0, c.ramp > 0 ? n / c.ramp : 1.0) +
+                   (c.ramp == c.edges ? 0.3 * std::sin(n * 1e-3) : 0);
+        });
+        if (std::isnan(c.settled)) {
+            EXPECT_TRUE(std::isnan(found.settledAtBit)) << found.settledAtBit;
+        } else {
+            EXPECT_NEAR(found.settledAtBit, c.settled, 40);
+        }
+    }
+    // Too few edges to say anything.
+    EXPECT_TRUE(std::isnan(FindingsOf(0, 10, [](int) { return 0.0; }).unitInterval));
+    EXPECT_TRUE(std::isnan(FindingsOf(1, 0, [](int) { return 0.0; }).settledAtBit));
+}
+
+TEST(EomLog, ReadsWholeEyesOnly)
+{
+    const auto path = std::filesystem::path(testing::TempDir()) / "EOM.txt";
+    const auto eye = [](int rows, int bins) {
+        std::string text = " Print EOM data to file\n";
+        for (int r = 0; r < rows; ++r) {
+            for (int b = 0; b < bins; ++b) text += std::to_string(100 * r + b) + "\t";
+            text += "\n";
+        }
+        return text;
+    };
+    struct Case
+    {
+        std::string text;
+        std::size_t eyes;
+        bool more;
+    };
+    for (const Case& c :
+         {Case{"", 0, false}, Case{eye(64, 64) + eye(64, 64), 2, false},
+          Case{eye(64, 64) + eye(30, 64), 1, false}, Case{eye(30, 64) + eye(64, 64), 1, false},
+          Case{eye(64, 63), 0, false}, Case{eye(64, 64) + eye(64, 64) + eye(64, 64), 2, true},
+          Case{"something else\n1\t2\n", 0, false}}) {
+        std::ofstream(path) << c.text;
+        const EomLog log = ReadEomLog(path, 2);
+        EXPECT_EQ(log.eyes.size(), c.eyes);
+        EXPECT_EQ(log.more, c.more);
+        for (const LoggedEye& logged : log.eyes) EXPECT_EQ(logged.hits[3 * 64 + 5], 305u);
+    }
+    std::filesystem::remove(path);
+    EXPECT_TRUE(ReadEomLog(path, 2).eyes.empty());
+}
+
+}  // namespace
+}  // namespace amisim

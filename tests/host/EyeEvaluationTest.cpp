@@ -1,0 +1,271 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "host/analysis/Analyses.hpp"
+#include "host/analysis/Tail.hpp"
+#include "host/signal/Prbs.hpp"
+#include "host/signal/Random.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr int kSamples = 16;  // a bit
+constexpr double kBitTime = 100e-12, kInterval = kBitTime / kSamples, kAmplitude = 0.4;
+
+/// A pattern of ±0.4 V with straight edges, and what the analyses make of it when a model hands it
+/// on `delay` later with clock edges where its bits begin.
+struct Bench
+{
+    int bits = 20000;
+    double edge = 4;                                              // samples
+    std::function<double(int)> jitter = [](int) { return 0.0; };  // of each edge, samples
+    double noise = 0;                                             // V rms
+    double ppm = 0;                                               // of the sent rate
+    int delay = 0;                                                // samples
+    bool clocks = true;
+    int block = 64;  // bits
+    std::vector<double> bers = {1e-3, 1e-6, 1e-12};
+
+    Analyses::Findings Run() const
+    {
+        const double unit = kSamples / (1 + ppm * 1e-6);
+        BitHistory sent(1 << 21);
+        Prbs prbs(31, 1);
+        Random random(5);
+        std::vector<double> input, output;
+        double before = jitter(0), after = jitter(1);
+        double level = 0;
+        int noisy = -1;
+        bool last = prbs.Next(), bit = prbs.Next(), next = prbs.Next();
+        sent.Push(bit);
+        for (int n = 0; static_cast<int>(input.size()) < bits * kSamples;) {
+            const double t = static_cast<double>(input.size());
+            if (t >= unit * (n + 0.5)) {
+                ++n;
+                last = std::exchange(bit, std::exchange(next, prbs.Next()));
+                sent.Push(bit);
+                before = std::exchange(after, jitter(n + 1));
+            }
+            // The edge that begins bit n, or the one that ends it, whichever is nearer.
+            const auto rise = [&](double from, bool a, bool b) {
+                const double part = std::clamp((t - from) / edge + 0.5, 0.0, 1.0);
+                return kAmplitude * ((b ? 2 : 0) * part + (a ? 2 : 0) * (1 - part) - 1);
+            };
+            // One value for a bit, so that voltages between samples have it, too.
+            if (const int now = static_cast<int>(t / unit); now != noisy) {
+                noisy = now;
+                level = noise * random.Normal();
+            }
+            input.push_back(rise(unit * n + before, last, bit) + level);
+        }
+        output.assign(static_cast<std::size_t>(delay), 0.0);
+        output.insert(output.end(), input.begin(), input.end() - delay);
+
+        Analyses::Settings settings;
+        settings.samplesPerBit = kSamples;
+        settings.sampleInterval = kInterval;
+        settings.ignoreBits = 100;
+        settings.sentUnitInterval = unit;
+        settings.sent = &sent;
+        settings.bers = bers;
+        settings.folder = testing::TempDir();
+        Analyses analyses(settings);
+        int edges = 0;
+        for (std::size_t at = 0; at < input.size();) {
+            const std::size_t end =
+                std::min(input.size(), at + static_cast<std::size_t>(block * kSamples));
+            std::vector<double> times;
+            while (clocks && unit * edges + delay < static_cast<double>(end))
+                times.push_back((unit * edges++ + delay) * kInterval);
+            analyses.Add(std::span(input).subspan(at, end - at),
+                         std::span(output).subspan(at, end - at), times);
+            at = end;
+        }
+        return analyses.Find();
+    }
+};
+
+TEST(EyeEvaluation, GaussianNoiseAloneGivesTheErrorRatiosOfErfc)
+{
+    for (const double distance : {2.326, 2.9, 4.0}) {  // sigmas from a level to 0 V
+        SCOPED_TRACE(distance);
+        Bench bench;
+        bench.bits = 100000;
+        bench.noise = kAmplitude / distance;
+        const auto found = bench.Run();
+        const double trials = static_cast<double>(found.eye->unitIntervals);
+        const double expected = Q(distance) * trials;
+        EXPECT_NEAR(static_cast<double>(found.comparison->errors), expected,
+                    4 * std::sqrt(expected));
+        const Bathtub& tub = found.eye->voltage;
+        for (std::size_t i = 0; i < tub.x.size(); ++i) {
+            const double from0 = (tub.x[i] + kAmplitude) / bench.noise;
+            const double from1 = (kAmplitude - tub.x[i]) / bench.noise;
+            const double ratio = (Q(from0) + Q(from1)) / 2;
+            if (std::abs(tub.x[i]) < 0.9 * kAmplitude && ratio * trials > 100) {
+                ASSERT_NEAR(tub.counted[i] / ratio, 1, 5 / std::sqrt(ratio * trials)) << tub.x[i];
+                ASSERT_NEAR(tub.extrapolated[i] / ratio, 1, 0.2) << tub.x[i];
+            }
+        }
+        ASSERT_TRUE(tub.low && tub.high);
+        for (const TailFit& fit : {*tub.low, *tub.high}) {
+            EXPECT_NEAR(fit.sigma / bench.noise, 1, 0.05);
+            EXPECT_NEAR(std::abs(fit.mean) / kAmplitude, 1, 0.05);
+        }
+        // What is closed by its errors has no opening, however its picture looks.
+        EXPECT_EQ(found.eye->openings[0].height == 0, Q(distance) >= 1e-3);
+    }
+}
+
+TEST(EyeEvaluation, ExtrapolatesAKnownNoiseToRatiosThatWereNotCounted)
+{
+    Bench bench;
+    bench.bits = 200000;
+    bench.noise = 0.02;
+    const auto found = bench.Run();
+    for (const OpeningAt& opening : found.eye->openings) {
+        const double expected = 2 * (kAmplitude - bench.noise * InverseQ(2 * opening.ber));
+        EXPECT_NEAR(opening.height, expected, 0.3 * bench.noise) << opening.ber;
+        EXPECT_EQ(opening.heightExtrapolated, opening.ber < 1e-4);
+    }
+}
+
+TEST(EyeEvaluation, KnownJitterComesBack)
+{
+    struct Case
+    {
+        double random, deterministic;  // UI rms; UI between two equally likely places
+    };
+    for (const Case& c : {Case{0.01, 0}, Case{0.01, 0.05}, Case{0.02, 0.1}, Case{0.005, 0.1}}) {
+        SCOPED_TRACE(testing::Message() << c.random << " " << c.deterministic);
+        Bench bench;
+        bench.bits = 200000;
+        Random random(3);
+        bench.jitter = [&](int n) {
+            const double place = n % 2 ? c.deterministic / 2 : -c.deterministic / 2;
+            return kSamples * (place + c.random * random.Normal());
+        };
+        const auto found = bench.Run();
+        EXPECT_NEAR(found.eye->transitionDensity, 0.5, 0.01);
+        ASSERT_TRUE(found.eye->jitter);
+        const Jitter& jitter = *found.eye->jitter;
+        EXPECT_NEAR(jitter.random / c.random, 1, 0.05);
+        EXPECT_NEAR(jitter.deterministic, c.deterministic,
+                    c.deterministic > 0 ? 0.05 * c.deterministic : 0.4 * c.random);
+        // Half of all unit intervals have a transition, half of these in either place.
+        const double weight = c.deterministic > 0 ? 0.25 : 0.5;
+        const double total = c.deterministic + 2 * c.random * InverseQ(1e-12 / weight);
+        EXPECT_NEAR(jitter.total / total, 1, 0.05);
+        EXPECT_NEAR(found.eye->openings[2].width, 1 - total, 0.05 * total);
+        // The bathtub against the two places' closed form, where enough was counted.
+        const Bathtub& tub = found.eye->time;
+        for (std::size_t i = 0; i < tub.x.size(); ++i) {
+            if (tub.x[i] >= 0.5 || !(tub.counted[i] > 1e-3)) continue;
+            double ratio = 0;
+            for (const double side : {-1, 1})
+                ratio += Q((tub.x[i] - side * c.deterministic / 2) / c.random) / 4;
+            EXPECT_NEAR(tub.counted[i] / ratio, 1, 0.2) << tub.x[i];
+        }
+    }
+}
+
+TEST(EyeEvaluation, WithoutNoiseOrJitterNothingIsExtrapolated)
+{
+    const auto found = Bench().Run();
+    EXPECT_FALSE(found.eye->jitter);
+    EXPECT_FALSE(found.eye->time.low || found.eye->voltage.high);
+    for (const double ratio : found.eye->voltage.extrapolated) EXPECT_TRUE(std::isnan(ratio));
+    ASSERT_EQ(found.eye->openings.size(), 3u);
+    EXPECT_NEAR(found.eye->openings[0].height, 2 * kAmplitude, 1e-3);
+    EXPECT_NEAR(found.eye->openings[0].width, 1, 1e-3);
+    EXPECT_TRUE(std::isnan(found.eye->openings[2].height));
+    EXPECT_TRUE(std::isnan(found.eye->openings[2].width));
+    EXPECT_EQ(found.eye->contours.size(), 1u);
+    ASSERT_EQ(found.notes.size(), 1u);
+    EXPECT_NE(found.notes[0].find("no whole opening"), std::string::npos);
+}
+
+TEST(EyeEvaluation, ContoursFollowAKnownShape)
+{
+    // Edges as long as a bit make a rhombus: 2 A p at phase p, above a quarter of all bits.
+    Bench bench;
+    bench.bits = 200000;
+    bench.edge = kSamples;
+    bench.noise = 0.01;
+    bench.bers = {1e-3, 1e-9};
+    const auto found = bench.Run();
+    ASSERT_EQ(found.eye->contours.size(), 2u);
+    for (const Contour& contour : found.eye->contours) {
+        EXPECT_EQ(contour.extrapolated, contour.ber < 1e-4);
+        ASSERT_GT(contour.phase.size(), 50u);
+        EXPECT_NEAR(contour.high.front(), contour.low.front(), 2 * bench.noise);
+        EXPECT_NEAR(contour.high.back(), contour.low.back(), 2 * bench.noise);
+        const double margin = bench.noise * InverseQ(contour.ber / 0.25);
+        for (std::size_t i = 0; i < contour.phase.size(); ++i) {
+            const double phase = std::min(contour.phase[i], 1 - contour.phase[i]);
+            // At the corners other bits come near, too.
+            if (phase < 0.15 || phase > 0.4) continue;
+            const double expected = 2 * kAmplitude * phase - margin;
+            EXPECT_NEAR(contour.high[i], expected, 0.6 * bench.noise) << contour.phase[i];
+            EXPECT_NEAR(contour.low[i], -expected, 0.6 * bench.noise) << contour.phase[i];
+        }
+    }
+}
+
+TEST(Analyses, TheInputIsSeenInTheModelsClockMovedToItsCentre)
+{
+    Bench bench;
+    bench.noise = 0.01;
+    bench.delay = 5;
+    const auto found = bench.Run();
+    EXPECT_NEAR(found.inputEye->shift, -5.0 / kSamples, 0.01);
+    EXPECT_NEAR(found.inputEye->openings[0].height, found.eye->openings[0].height, 0.01);
+    EXPECT_NEAR(found.inputEye->openings[0].width, found.eye->openings[0].width, 0.01);
+    EXPECT_EQ(found.comparison->errors, 0);
+}
+
+TEST(Analyses, AModelWithoutClocksGetsAnIdealOne)
+{
+    for (const int delay : {0, 3, 9}) {
+        Bench bench;
+        bench.ppm = 300;
+        bench.noise = 0.01;
+        bench.delay = delay;
+        bench.clocks = false;
+        const auto found = bench.Run();
+        EXPECT_TRUE(found.clock.ideal);
+        EXPECT_EQ(found.clock.times, 0);
+        ASSERT_TRUE(found.eye);
+        EXPECT_GT(found.eye->left, 0.48);
+        EXPECT_GT(found.eye->right, 0.48);
+        EXPECT_EQ(found.comparison->errors, 0);
+        EXPECT_GT(found.comparison->compared, 19000);
+    }
+}
+
+TEST(Analyses, BlocksMakeNoDifference)
+{
+    for (const bool clocks : {true, false}) {
+        Bench bench;
+        bench.bits = 5000;
+        bench.noise = 0.08;
+        bench.clocks = clocks;
+        const auto whole = bench.Run();
+        for (const int block : {1, 37}) {
+            bench.block = block;
+            const auto pieces = bench.Run();
+            EXPECT_EQ(pieces.comparison->errors, whole.comparison->errors);
+            EXPECT_EQ(pieces.inputEye->shift, whole.inputEye->shift);
+            EXPECT_EQ(pieces.eye->left, whole.eye->left);
+            EXPECT_EQ(pieces.eye->contours[0].high, whole.eye->contours[0].high);
+            EXPECT_EQ(pieces.inputEye->voltage.low->sigma, whole.inputEye->voltage.low->sigma);
+            EXPECT_EQ(pieces.clock.tie.mean, whole.clock.tie.mean);
+            EXPECT_EQ(pieces.notes, whole.notes);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace amisim

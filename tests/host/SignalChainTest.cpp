@@ -1,0 +1,215 @@
+#include "host/signal/SignalChain.hpp"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <complex>
+#include <fstream>
+#include <map>
+#include <numbers>
+#include <numeric>
+
+#include "host/Error.hpp"
+#include "host/channel/LossyLine.hpp"
+#include "host/channel/ResponseFile.hpp"
+#include "tests/TemporaryFolder.hpp"
+
+namespace amisim {
+namespace {
+
+/// A two-port of this gain and delay (s) at all frequencies up to 80 GHz.
+void SaveTouchstone(const std::string& name, double gain, double delay)
+{
+    std::ofstream file(name);
+    file << "# Hz S RI R 50\n";
+    for (double f = 20e6; f < 80e9; f += 20e6) {
+        const auto s21 = gain * std::polar(1.0, -2 * std::numbers::pi * std::fmod(f * delay, 1.0));
+        file << fmt::format("{} 0 0 {} {} 0 0 0 0\n", f, s21.real(), s21.imag());
+    }
+}
+
+void SaveCsv(const std::string& name, double start, double step, const std::vector<double>& values)
+{
+    std::ofstream file(name);
+    for (std::size_t n = 0; n < values.size(); ++n)
+        file << fmt::format("{},{}\n", start + static_cast<double>(n) * step, values[n]);
+}
+
+std::vector<double> Output(const SignalOptions& options, std::size_t samples = 64 * 1000)
+{
+    const SignalChain chain(options, 0);
+    std::vector<double> wave(samples);
+    chain.Output().Read(wave);
+    return wave;
+}
+
+double LargestDifference(const std::vector<double>& a, const std::vector<double>& b)
+{
+    double largest = 0;
+    for (std::size_t n = 0; n < a.size(); ++n) largest = std::max(largest, std::abs(a[n] - b[n]));
+    return largest;
+}
+
+TEST(SignalChain, EveryKindOfChannelGivesTheSameWaveform)
+{
+    TemporaryFolder folder;
+    SignalOptions line;
+    line.lossDb = 0;
+    const double interval = line.SampleInterval();
+    const auto lossless = Output(line);
+    EXPECT_EQ(*std::ranges::max_element(lossless), 0.4);  // half of peak to peak
+
+    SignalOptions delayed;
+    delayed.touchstone = "delay.s2p";
+    SaveTouchstone("delay.s2p", 1, 1000 * interval);
+    EXPECT_LT(LargestDifference(Output(delayed), lossless), 1e-6);
+
+    line.lossDb = 8;
+    const auto lossy = Output(line);
+    auto response = LossyLine{8, 0.5, line.bitRate / 2}.Impulse(interval);
+    std::vector<double> step(response.size());
+    std::partial_sum(response.begin(), response.end(), step.begin());
+    for (double& value : response) value /= interval;
+    SaveCsv("impulse.csv", 3e-9, interval, response);
+    SaveCsv("step.csv", 0, interval, step);
+    SignalOptions impulse, stepped;
+    impulse.impulse = "impulse.csv";
+    stepped.step = "step.csv";
+    // The first few taps are next to nothing and count as delay.
+    const std::size_t front = ReadResponse("step.csv", ResponseKind::kStep, interval).delay;
+    const auto later = [&](std::vector<double> wave) {
+        wave.insert(wave.begin(), front, 0.0);
+        wave.resize(lossy.size());
+        return wave;
+    };
+    EXPECT_LT(LargestDifference(later(Output(impulse)), lossy), 1e-6);
+    EXPECT_LT(LargestDifference(later(Output(stepped)), lossy), 1e-6);
+    EXPECT_EQ(ReadResponse("impulse.csv", ResponseKind::kImpulse, interval).delay,
+              front + static_cast<std::size_t>(std::lround(3e-9 / interval)));
+    const double sent = SignalChain(line, 0).Impulses()[0][20];
+    EXPECT_NEAR(SignalChain(impulse, 0).Impulses()[0][20 - front], sent, 1e-9 * sent);
+}
+
+TEST(SignalChain, AggressorsAddTheirOwnPatternAtTheirOwnRate)
+{
+    TemporaryFolder folder;
+    SaveTouchstone("a.s2p", 0.1, 2e-9);
+    SaveTouchstone("b.s2p", -0.05, 3e-9);
+    SignalOptions options;
+    options.lossDb = 0;
+    options.deemphasis.post = {0.25};
+    const auto alone = Output(options);
+    options.fext = {"a.s2p"};
+    options.next = {"b.s2p"};
+    options.aggressorAmplitude = 1.0;
+    options.aggressorPpm = -300;
+    auto added = Output(options);
+    for (std::size_t n = 0; n < added.size(); ++n) added[n] -= alone[n];
+
+    const SignalChain chain(options, 0);
+    ASSERT_EQ(chain.Impulses().size(), 3U);
+    EXPECT_EQ(chain.Notes().size(), 2U);
+    for (const std::size_t k : {0U, 1U, 2U}) {
+        const auto& impulse = chain.Impulses()[k];
+        const double area = std::accumulate(impulse.begin(), impulse.end(), 0.0);
+        EXPECT_NEAR(area * options.SampleInterval(), (std::array{1.0, 0.1, -0.05}[k]), 1e-6);
+        EXPECT_EQ(impulse.size(), chain.Impulses()[0].size());
+    }
+    // The far one has the signal's de-emphasis, half the level where a bit is repeated; the near
+    // one has none. In the middle of the bits:
+    std::map<int, int> levels;
+    for (const double v : added) ++levels[static_cast<int>(std::lround(v * 1e4))];
+    for (const int far : {-500, -250, 250, 500}) {
+        for (const int near : {-250, 250}) EXPECT_GT(levels[far + near], 500) << far << near;
+    }
+    options.seed = 2;
+    EXPECT_GT(LargestDifference(Output(options), alone), 0.2);
+}
+
+TEST(ResponseFile, KeepsTheAreaOnAnyGrid)
+{
+    TemporaryFolder folder;
+    // A single pole: h = exp(-t) / 1, s = 1 - exp(-t), in units of 1 s.
+    for (const double fileStep : {0.001, 0.02, 0.1, 0.13}) {
+        std::vector<double> impulse, step;
+        for (double t = 0; t < 30; t += fileStep) {
+            impulse.push_back(std::exp(-t - 0.5 * fileStep));
+            step.push_back(1 - std::exp(-t));
+        }
+        SaveCsv("h.csv", 0.5 * fileStep, fileStep, impulse);
+        SaveCsv("s.csv", 0, fileStep, step);
+        for (const auto& [name, kind] :
+             {std::pair{"h.csv", ResponseKind::kImpulse}, {"s.csv", ResponseKind::kStep}}) {
+            SCOPED_TRACE(testing::Message() << name << fileStep);
+            const ChannelResponse channel = ReadResponse(name, kind, 0.1);
+            EXPECT_NEAR(channel.dcGain, 1, fileStep * fileStep / 20);
+            // Exact from a step response on the grid; else within what a straight line is off.
+            double sum = 0;
+            for (std::size_t n = 0; n < 100; ++n) {
+                sum += channel.taps[n];
+                const double t = 0.1 * (static_cast<double>(n + channel.delay) +
+                                        (kind == ResponseKind::kStep ? 0 : 1));
+                ASSERT_NEAR(sum, 1 - std::exp(-t), 0.13 * fileStep * fileStep + 1e-9) << n;
+            }
+        }
+    }
+}
+
+TEST(ResponseFile, NamesWhatIsWrong)
+{
+    TemporaryFolder folder;
+    struct Case
+    {
+        const char *text, *expected;
+    };
+    for (const Case& c : {
+             Case{"1\n2\n", "h.csv: expected two columns, time in s and value"},
+             Case{"t,h\n0,1\n", "h.csv: expected two points or more"},
+             Case{"0,1\n1,1\n0.5,1\n", "h.csv:3: the times must rise, but 0.5 follows 1"},
+             Case{"0,1\n1,x\n", "h.csv:2: expected a time and a voltage, found \"1,x\""},
+             Case{"0,0\n1,0\n", "h.csv: the channel lets nothing through"},
+             Case{
+                 "0,1\n1e9,1\n",
+                 "h.csv: lasts 2e+09 s, 2000000000 samples of 1 s; expected a million at most: are "
+                 "its times in seconds?"},
+             Case{"0,1e-9\n1,0\n",
+                  "h.csv: has an area of 1e-09; expected about 1 with an impulse "
+                  "response in 1/s"},
+         }) {
+        std::ofstream("h.csv") << c.text;
+        try {
+            ReadResponse("h.csv", ResponseKind::kImpulse, 1.0);
+            ADD_FAILURE() << c.text;
+        } catch (const Error& error) {
+            EXPECT_STREQ(error.what(), c.expected);
+        }
+    }
+}
+
+TEST(SignalChain, RefusesWhatDoesNotFitTogether)
+{
+    TemporaryFolder folder;
+    std::ofstream("wave.csv") << "0,1\n1e-12,1\n";
+    const auto code = [](auto change) {
+        SignalOptions options;
+        change(options);
+        try {
+            SignalChain(options, 0);
+        } catch (const Error& error) {
+            return error.Code();
+        }
+        return ExitCode::kOk;
+    };
+    EXPECT_EQ(code([](auto& o) { o.deemphasis = {{0.5}, {-0.5}}; }), ExitCode::kUsage);
+    EXPECT_EQ(code([](auto& o) { o.sineJitter = 1, o.sineFrequency = 1e9; }), ExitCode::kUsage);
+    EXPECT_EQ(code([](auto& o) { o.findBitRate = true; }), ExitCode::kUsage);
+    EXPECT_EQ(code([](auto& o) { o.wave = "wave.csv"; }), ExitCode::kInput);  // less than a bit
+    EXPECT_EQ(code([](auto& o) { o.touchstone = "none.s4p"; }), ExitCode::kInput);
+    EXPECT_EQ(code([](auto& o) { o.fext = {"none.s4p"}; }), ExitCode::kInput);
+}
+
+}  // namespace
+}  // namespace amisim

@@ -1,0 +1,321 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+constexpr const char* kDefinitions = R"((Model
+  (Reserved_Parameters (AMI_Version (Usage Info) (Type String) (Value "7.2"))
+    (Init_Returns_Impulse (Usage Info) (Type Boolean) (Value False))
+    (GetWave_Exists (Usage Info) (Type Boolean) (Value True)))
+  (Model_Specific
+    (Level (Usage In) (Type Integer) (Range 0 0 31))
+    (Mode (Usage In) (Type String) (List "pass" "invert" "hang" "wave 0"))
+    (Seen (Usage Out) (Type Integer) (Value 0))))
+)";
+
+/// Runs the program as a user does, in a folder with a model and its definitions.
+class SweepTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        fs::create_directories(folder_);
+        fs::copy_file(TEST_MODEL, folder_ / "model.so");
+        std::ofstream(folder_ / "model.ami") << kDefinitions;
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+
+    int Shell(const std::string& command)
+    {
+        const std::string line = "cd '" + folder_.string() + "' && { " + command + "; } 2>&1";
+        std::FILE* const pipe = popen(line.c_str(), "r");
+        std::array<char, 4096> text;
+        output_.clear();
+        while (const std::size_t got = std::fread(text.data(), 1, text.size(), pipe))
+            output_.append(text.data(), got);
+        return WEXITSTATUS(pclose(pipe));
+    }
+    int Amisim(const std::string& arguments) { return Shell(AMISIM_PROGRAM " " + arguments); }
+    /// A sweep of short runs.
+    int Sweep(const std::string& arguments, const std::string& options = "")
+    {
+        return Amisim("sweep model.ami " + arguments + " -- --bits 2000 --ppm 0 " + options);
+    }
+    std::string Read(const std::string& file)
+    {
+        std::ifstream stream(folder_ / file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    Json Table(const std::string& sweep = "sweep")
+    {
+        return Json::parse(Read(sweep + "/table.json"));
+    }
+    bool Says(const std::string& text) const { return output_.find(text) != std::string::npos; }
+
+    fs::path folder_ = fs::canonical(testing::TempDir()) / ("sweep" + std::to_string(getpid()));
+    std::string output_;
+};
+
+TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
+{
+    struct Case
+    {
+        const char *plan, *text;
+    };
+    const std::string head = "model = \"model.ami\"\n";
+    for (const Case& c : {
+             Case{"[grid]\nloss = 3 3\n", "plan.toml:3: "},
+             Case{"[grid]\nloss = [6, \"ten\"]\n", "plan.toml:3: --loss: Value ten not in range"},
+             Case{"[run]\nbits = 1\n", "nothing to sweep: give --grid NAME=VALUES"},
+             Case{"[grid]\nloss = []\n", "plan.toml:3: loss has no values"},
+             Case{"[grid]\nloss = 1979-05-27\n", "plan.toml:3: loss: expected a number, a text"},
+             Case{"[grid]\nLevel = \"31:0\"\n",
+                  "plan.toml:3: 31:0 never gets from 31 to 0 in steps "
+                  "of 1: expected start:stop or start:step:stop"},
+             Case{"[grid]\nLevel = \"0:0:3\"\n", "never gets from 0 to 3 in steps of 0"},
+             Case{"[grid]\nLevel = \"0:40\"\n", "plan.toml:3: model.ami:6: Level = 32: expected"},
+             Case{"[grid]\nLevel = \"1,,2\"\n", "plan.toml:3: an empty value"},
+             Case{"[grid]\nLevel = [1, 2, 1]\n", "plan.toml:3: Level has the value 1 twice"},
+             Case{"[grid]\nLevl = 1\n",
+                  "plan.toml:3: Levl is neither an option of amisim run nor a "
+                  "parameter of the model: did you mean Level?"},
+             Case{"[grid]\nSeen = 1\n", "Seen is an Out parameter of the model: expected"},
+             Case{"[grid]\nout = [\"a\"]\n", "plan.toml:3: out cannot be set in a sweep"},
+             Case{"[param]\nloss = 1\n[grid]\nLevel = 1\n", "plan.toml:3: loss is neither"},
+             Case{"[run]\nloss = 1\n\n[grid]\nloss = 2\n",
+                  "plan.toml:6: loss is set at plan.toml:3"},
+             Case{"[run]\nbits = 9\nignore-bits = 9\n[grid]\nLevel = 1\n",
+                  "case Level=1: --ignore-bits 9 leaves nothing of --bits 9"},
+             Case{"[run]\nwave = \"w.csv\"\n[grid]\nLevel = 1\n", "w.csv: there is no such file"},
+             Case{"[gird]\n", "plan.toml:2: gird is not known here: expected model, out, [run]"},
+             Case{"run = 3\n", "plan.toml:2: expected a section [run]"},
+             Case{"out = 3\n", "plan.toml:2: out: expected a text in quotes"},
+         }) {
+        SCOPED_TRACE(c.plan);
+        std::ofstream(folder_ / "plan.toml") << head << c.plan;
+        EXPECT_EQ(Amisim("sweep plan.toml"), 2);
+        EXPECT_TRUE(Says(c.text)) << output_;
+        EXPECT_FALSE(fs::exists(folder_ / "sweep")) << "nothing is begun";
+    }
+    const std::pair<const char*, const char*> lines[] = {
+        {"model.ami --grid Level", "--grid Level: expected NAME=VALUES"},
+        {"model.ami --grid Level=1 -- --no-such 1", "options of amisim run: The following"},
+        {"model.ami --grid Level=1 -- -p Level=2", "Level is among the options of amisim run too"},
+        {"model.ami --grid bits=9 -- -n 2", "bits is among the options of amisim run too"},
+        {"model.ami --grid Level=1 -- --out x", "--out is for the sweep: give it before the --"},
+        {"model.so --grid Level=1 --out model.so", "model.so: is a file, expected a folder"},
+        {"none.ami --grid Level=1", "none.ami"},
+        {"--collect .", "holds no plan.json"},
+        {"--task 1 model.ami", "--task needs the folder of a sweep"},
+    };
+    for (const auto& [arguments, text] : lines) {
+        EXPECT_NE(Amisim("sweep " + std::string(arguments)), 0);
+        EXPECT_TRUE(Says(text)) << output_;
+    }
+}
+
+TEST_F(SweepTest, AxesMakeTheGridTheLastOneVaryingFastest)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"--grid loss=6,10", "1 loss=6\n2 loss=10\n2 cases, 2 of them"},
+        {"--grid noise=0:0.1:0.3", "1 noise=0\n2 noise=0.1\n3 noise=0.2\n4 noise=0.3\n4 cases"},
+        {"--grid ppm=10:-5:-5", "1 ppm=10\n2 ppm=5\n3 ppm=0\n4 ppm=-5\n4 cases"},
+        {"--grid Level=0:2:5,9", "1 Level=0\n2 Level=2\n3 Level=4\n4 Level=9\n4 cases"},
+        {"--grid param.Mode=pass,invert --grid Level=3,4",
+         "1 Mode=pass, Level=3\n2 Mode=pass, Level=4\n3 Mode=invert, Level=3\n"},
+    };
+    for (const auto& [grid, text] : cases) {
+        EXPECT_EQ(Amisim(std::string("sweep model.ami --dry-run ") + grid), 0) << output_;
+        EXPECT_TRUE(Says(text)) << output_;
+    }
+    // A plan elsewhere: its paths start from its own folder, and the command line adds to it.
+    fs::create_directories(folder_ / "plans");
+    std::ofstream(folder_ / "plans" / "p.toml")
+        << "model = \"../model.ami\"\nout = \"there\"\n[run]\nbits = 1000\nppm = -0.5\n"
+           "[param]\nMode = \"invert\"\n[grid]\nLevel = \"0:1\"\nloss = 0\n";
+    ASSERT_EQ(Amisim("sweep plans/p.toml --grid loss=3 -- --seed 7"), 0) << output_;
+    const Json record = Json::parse(Read("plans/there/cases/0002-Level=1-loss=3/case.json"));
+    EXPECT_EQ(record["arguments"],
+              Json({"--save-wave=none", "--bits=1000", "--ppm=-0.5", "-p", "Mode=invert", "--seed",
+                    "7", "-p", "Level=1", "--loss=3"}));
+    EXPECT_NE(Read("plans/there/cases/0002-Level=1-loss=3/run.log").find("inverted"),
+              std::string::npos);
+}
+
+TEST_F(SweepTest, WhatHasBeenRunIsNotRunAgainUnlessItFailedAndThatIsAskedFor)
+{
+    const std::string grid = "--grid 'Mode=pass,wave 0' --grid loss=0,6";
+    ASSERT_EQ(Sweep(grid), 9) << output_;
+    EXPECT_TRUE(Says("4 cases: 2 ok, 2 failed, 0 missing")) << output_;
+    EXPECT_TRUE(Says("3 Mode=wave 0, loss=0: exit code 6: the model returned 0 in AMI_GetWave 3"));
+    const Json row = Table()["cases"][1];
+    EXPECT_EQ(row["axes"], Json({{"Mode", "pass"}, {"loss", 6}}));
+    EXPECT_EQ(row["status"], "ok");
+    EXPECT_EQ(row["errors"], 0);
+    EXPECT_EQ(row["eye_height_v"], Json::parse(Read("sweep/" + row["folder"].get<std::string>() +
+                                                    "/result.json"))["eye"]["height_v"]);
+    EXPECT_NE(Read("sweep/table.csv").find("\n3,wave 0,0,"), std::string::npos);
+    const std::string page = Read("sweep/report.html");
+    EXPECT_NE(page.find("href=\"cases/0001-Mode=pass-loss=0/"), std::string::npos);
+    EXPECT_NE(page.find("the model returned 0 in AMI_GetWave 3"), std::string::npos);
+    EXPECT_EQ(page.find("http"), std::string::npos) << "it loads nothing";
+    EXPECT_GT(fs::file_size(folder_ / "sweep" / "sweep.png"), 1000u);
+
+    struct Case
+    {
+        const char* what;
+        std::string arguments;
+        int ran;
+        const char* text;
+    };
+    const auto records = [&](const fs::file_time_type since) {
+        int count = 0;
+        for (const auto& entry : fs::directory_iterator(folder_ / "sweep" / "cases"))
+            count += fs::last_write_time(entry.path() / "case.json") > since;
+        return count;
+    };
+    const auto check = [&](const Case& c) {
+        SCOPED_TRACE(c.what);
+        const auto now = fs::file_time_type::clock::now();
+        EXPECT_EQ(Amisim("sweep " + c.arguments), 9) << output_;
+        EXPECT_EQ(records(now), c.ran) << output_;
+        EXPECT_TRUE(Says(c.text)) << output_;
+    };
+    const std::string run = " -- --bits 2000 --ppm 0";
+    check({"the same", "model.ami " + grid + run, 0, "4 of 4 cases have been run before"});
+    check({"in its folder", "sweep --retry-failed", 2, "4 cases: 2 ok, 2 failed"});
+    check(
+        {"a longer axis moves cases along", "model.ami " + grid + ",3" + run, 2, "3 ok, 3 failed"});
+    EXPECT_EQ(Table()["cases"][3]["folder"], "cases/0004-Mode=wave_0-loss=0");
+    check({"a shorter one", "model.ami --grid 'Mode=wave 0' --grid loss=0" + run, 0,
+           "5 folders in sweep/cases belong to an earlier plan"});
+    check({"other options", "model.ami --grid 'Mode=wave 0' --grid loss=0" + run + " --seed 5", 1,
+           "1 cases: 0 ok, 1 failed"});
+    std::ofstream(folder_ / "model.ami", std::ios::app) << "| another version\n";
+    check({"another model", "sweep", 1, "1 cases: 0 ok, 1 failed"});
+}
+
+TEST_F(SweepTest, AKilledOrInterruptedSweepLosesAtMostWhatWasRunning)
+{
+    const std::string hanging = "sweep/cases/0002-Mode=hang";
+    // Those that name the folder or work in it.
+    const auto processes = [&] {
+        int count = 0;
+        for (const auto& entry : fs::directory_iterator("/proc")) {
+            std::error_code error;
+            std::ifstream file(entry.path() / "cmdline");
+            const std::string line(std::istreambuf_iterator<char>(file), {});
+            const std::string place = fs::read_symlink(entry.path() / "cwd", error);
+            count +=
+                line.find(folder_.string()) != line.npos || place.starts_with(folder_.string());
+        }
+        return count;
+    };
+    // Starts a sweep whose second case hangs, and signals it there.
+    const auto begin = [&](int signal) {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            if (chdir(folder_.c_str()) != 0 || !std::freopen("said", "w", stdout)) _exit(1);
+            execl(AMISIM_PROGRAM, "amisim", "sweep", "model.ami", "--grid=Mode=pass,hang,invert",
+                  "--jobs=1", "--", "--bits=2000", "--call-limit=3", nullptr);
+            _exit(127);
+        }
+        while (!fs::exists(folder_ / hanging / "run.log"))
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        kill(pid, signal);
+        int status = 0;
+        waitpid(pid, &status, 0);
+        return status;
+    };
+    EXPECT_TRUE(WIFSIGNALED(begin(SIGKILL)));
+    for (int i = 0; i < 100 && processes() > 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(processes(), 0);
+    const auto first = folder_ / "sweep/cases/0001-Mode=pass/case.json";
+    const auto ran = fs::last_write_time(first);
+    EXPECT_EQ(Amisim("sweep --collect sweep"), 9);
+    EXPECT_TRUE(Says("3 cases: 1 ok, 0 failed, 2 missing")) << output_;
+
+    fs::remove(folder_ / hanging / "run.log");
+    const int status = begin(SIGINT);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 8);
+    EXPECT_NE(Read("said").find("To go on: amisim sweep sweep"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folder_ / hanging / "case.json"));
+    EXPECT_EQ(processes(), 0);
+
+    EXPECT_EQ(Amisim("sweep sweep --jobs 2"), 9);
+    EXPECT_TRUE(Says("1 of 3 cases have been run before")) << output_;
+    EXPECT_TRUE(Says("3 cases: 2 ok, 1 failed, 0 missing")) << output_;
+    EXPECT_TRUE(Says("2 Mode=hang: exit code 7: the model did not return within 3 s")) << output_;
+    EXPECT_EQ(fs::last_write_time(first), ran);
+}
+
+TEST_F(SweepTest, AJobArrayHoldsTheCasesThatAreLeftAndItsTasksRunThem)
+{
+    const std::string slurm = "--grid Level=0:9 --slurm --dry-run --chunk 2 --jobs 3";
+    ASSERT_EQ(Sweep(slurm + " --partition short --sbatch-option=--mem=2G"), 0) << output_;
+    EXPECT_TRUE(Says("10 cases to be run; the script is sweep/slurm/job.sh")) << output_;
+    EXPECT_EQ(Amisim("sweep --task 2 --chunk 2 --jobs 2 sweep"), 0) << output_;
+    EXPECT_EQ(Amisim("sweep --collect sweep"), 9);
+    EXPECT_TRUE(Says("10 cases: 2 ok, 0 failed, 8 missing")) << output_;
+    EXPECT_EQ(Table()["cases"][3]["status"], "ok");
+    ASSERT_EQ(Sweep(slurm + " --partition short --sbatch-option=--mem=2G"), 0) << output_;
+    const std::string script = Read("sweep/slurm/job.sh");
+    for (const char* line : {"\n#SBATCH --array=1,3-5\n", "\n#SBATCH --cpus-per-task=3\n",
+                             "\n#SBATCH --partition=short\n", "\n#SBATCH --mem=2G\n",
+                             "--task \"$SLURM_ARRAY_TASK_ID\" --chunk 2 --jobs 3 '"})
+        EXPECT_NE(script.find(line), std::string::npos) << script;
+}
+
+TEST_F(SweepTest, TwoResultsStandSideBySide)
+{
+    ASSERT_EQ(Sweep("--grid Mode=pass,invert --grid loss=0,6"), 0) << output_;
+    const std::string pair = "compare sweep/cases/0001-* sweep/cases/0004-*/result.json ";
+    ASSERT_EQ(Amisim(pair + "--html c.html"), 0) << output_;
+    EXPECT_TRUE(Says("signal.loss_db") && Says("model.settings.Mode") && Says("Eye height, mV"));
+    EXPECT_FALSE(Says("signal.prbs")) << output_;
+    const std::string page = Read("c.html");
+    EXPECT_NE(page.find("<img src=\"data:image/png;base64,iVBORw0KGgo"), std::string::npos);
+    ASSERT_EQ(Amisim(pair + "--json"), 0);
+    const Json json = Json::parse(output_);
+    EXPECT_EQ(json["settings"]["signal.loss_db"], Json({{"a", 0.0}, {"b", 6.0}}));
+    EXPECT_NEAR(json["results"]["Eye height, mV"]["a"], 0.8, 1e-3);
+    std::ofstream(folder_ / "other.json") << "{\"bits\": 3}";
+    for (const char* other : {"other.json", "model.ami", "sweep", "none"}) {
+        EXPECT_EQ(Amisim("compare sweep/cases/0001-* " + std::string(other)), 3);
+        EXPECT_TRUE(Says(std::string("amisim: ") + other + ": ")) << output_;
+    }
+}
+
+TEST_F(SweepTest, ParametersAreListedAndTheShellCompletes)
+{
+    EXPECT_EQ(Amisim("params model.ami"), 0);
+    EXPECT_TRUE(Says("Level") && Says("0 to 31")) << output_;
+    ASSERT_EQ(Amisim("params model.so --json"), 0);
+    EXPECT_EQ(Json::parse(output_)["parameters"][0]["default"], "0");
+    EXPECT_EQ(Amisim("params none.ami"), 3);
+    const std::pair<const char*, const char*> words[] = {
+        {"sw", "sweep\n"}, {"sweep --coll", "--collect\n"}, {"run --bit-", "--bit-rate\n"}};
+    for (const auto& [typed, completed] : words) {
+        Shell(std::string("bash -c 'source <(" AMISIM_PROGRAM
+                          " completion bash); COMP_WORDS=(amisim ") +
+              typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _amisim; echo ${COMPREPLY[@]}'");
+        EXPECT_EQ(output_, completed);
+    }
+}
+
+}  // namespace

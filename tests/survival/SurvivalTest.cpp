@@ -1,0 +1,323 @@
+// The library in other people's processes: whatever the host cuts, limits, closes or changes, the
+// same comes back.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cmath>
+#include <functional>
+#include <random>
+#include <thread>
+
+#include "tests/TemporaryFolder.hpp"
+#include "tests/survival/Model.hpp"
+
+namespace {
+
+#ifdef RETIMER_SANITIZED
+constexpr bool Sanitized = true;
+#else
+constexpr bool Sanitized = false;
+#endif
+
+/// A run in a working folder of its own, as one number with its logs, and the clock times.
+struct Whole
+{
+    std::uint64_t Hash;
+    std::string Adapt, Eyes;
+    std::vector<double> Wave, Clocks;
+};
+
+Whole RunAlone(const std::string& parameters = Parameters())
+{
+    const TemporaryFolder folder;
+    const Library library;
+    Session session(library, parameters);
+    session.Run(Data());
+    return {session.Hash(), Contents("Adapt.txt"), Contents("EOM.txt"), session.Wave,
+            session.Clocks};
+}
+
+TEST(Survival, BlocksOfAnySize)
+{
+    const std::vector<double> wave = Data();
+    const Whole whole = RunAlone();
+    ASSERT_LT(whole.Clocks.size(), wave.size() / SamplesPerBit);  // none dropped
+    ASSERT_GT(whole.Adapt.size(), 200u);
+    const Library library;
+    std::mt19937 random(1);
+    const size_t sizes[] = {1, 2, 3, 7, 64, 1000, wave.size()};
+    for (size_t i = 0; i < std::size(sizes) + (Sanitized ? 40 : 1000); ++i) {
+        const TemporaryFolder folder;
+        Session session(library, Parameters());
+        auto edge = whole.Clocks.begin();
+        for (size_t from = 0; from < wave.size();) {
+            const size_t wished =
+                i < std::size(sizes) ? sizes[i] : random() % (1U << random() % 14);
+            const size_t n = std::min(wished, wave.size() - from);
+            std::vector<double> expected;
+            for (; edge != whole.Clocks.end() &&
+                   std::lround(*edge / (BitTime / SamplesPerBit)) < static_cast<long>(from + n);
+                 ++edge)
+                expected.push_back(*edge);
+            const size_t most = std::min(expected.size(), n / SamplesPerBit);
+            expected.erase(expected.begin(), expected.end() - static_cast<long>(most));
+            ASSERT_EQ(session.Block(wave, from, n), expected) << i << ", from sample " << from;
+            from += n;
+        }
+        ASSERT_EQ(session.Result, 1);
+        ASSERT_TRUE(session.Wave == whole.Wave) << i;
+        ASSERT_TRUE(Contents("Adapt.txt") == whole.Adapt && Contents("EOM.txt") == whole.Eyes) << i;
+    }
+}
+
+TEST(Survival, ManyInstancesAndThreads)
+{
+    const std::string kinds[] = {Parameters(), Parameters("(CTLEAdapt 0)"),
+                                 Parameters("(EOMNbits 20)"), Parameters("(Factor 2)")};
+    std::vector<std::uint64_t> alone;
+    for (const std::string& kind : kinds) alone.push_back(RunAlone(kind).Hash);
+
+    const TemporaryFolder folder;
+    std::filesystem::copy_file(RETIMER_LIBRARY, "copy.so");
+    const Library library, copy("./copy.so");
+    const std::vector<double> wave = Data();
+    for (const Library* other : {&library, &copy}) {
+        Session first(library, kinds[0]), second(*other, kinds[1]);
+        for (size_t i = 0; i < wave.size(); i += 4000) {
+            first.Block(wave, i, 4000);
+            second.Block(wave, i, 4000);
+        }
+        EXPECT_EQ(first.Hash(), alone[0]);
+        EXPECT_EQ(second.Hash(), alone[1]);
+    }
+
+    std::vector<std::thread> threads;
+    std::uint64_t hashes[16] = {};
+    for (size_t i = 0; i < std::size(hashes); ++i)
+        threads.emplace_back([&, i] {
+            for (size_t k = 0; k < (Sanitized ? 2 : 20); ++k)
+                hashes[i] = Session(i % 3 ? library : copy, kinds[i % 4]).Run(wave).Hash();
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (size_t i = 0; i < std::size(hashes); ++i) EXPECT_EQ(hashes[i], alone[i % 4]) << i;
+
+    std::unique_ptr<Session> session;
+    std::thread([&] { session = std::make_unique<Session>(library, kinds[0]); }).join();
+    for (size_t i = 0; i < wave.size(); i += 4000)
+        std::thread([&] { session->Block(wave, i, 4000); }).join();
+    EXPECT_EQ(session->Hash(), alone[0]);
+    std::thread([&] { EXPECT_EQ(session->Close(), 1); }).join();
+}
+
+enum : int { Ran = 0, Impossible = 77 };
+
+/// Runs action in a process of its own; its exit code, or less than zero for the signal that ended
+/// it.
+int InChild(const std::function<void()>& action)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(Sanitized ? 300 : 60);
+        action();
+        _exit(Ran);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+void Limit(int resource, rlim_t most)
+{
+    const rlimit limit = {most, most};
+    if (setrlimit(static_cast<__rlimit_resource>(resource), &limit) != 0) _exit(Impossible);
+}
+
+void SmallFileSystem()
+{
+    if (unshare(CLONE_NEWNS) != 0 ||
+        mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("none", ".", "tmpfs", 0, "size=64k") != 0)
+        _exit(Impossible);
+    const std::string here = std::filesystem::current_path();
+    if (chdir("/") != 0 || chdir(here.c_str()) != 0) _exit(Impossible);
+}
+
+/// What a host does before it makes an instance, and whether the logs are to be complete then.
+struct Circumstance
+{
+    const char* Name;
+    std::function<void()> Prepare;
+    bool Complete = false;
+};
+
+const Circumstance circumstances[] = {
+    {"an empty folder", [] {}, true},
+    {"FIFOs that nobody reads", [] { mkfifo("Adapt.txt", 0600), mkfifo("EOM.txt", 0600); }},
+    {"FIFOs that somebody reads slowly",
+     [] {
+         for (const char* log : {"Adapt.txt", "EOM.txt"}) {
+             mkfifo(log, 0600);
+             if (open(log, O_RDONLY | O_NONBLOCK) < 0) _exit(Impossible);
+         }
+     }},
+    {"directories", [] { mkdir("Adapt.txt", 0700), mkdir("EOM.txt", 0700); }},
+    {"a loop of links",
+     [] {
+         if (symlink("Adapt.txt", "EOM.txt") + symlink("EOM.txt", "Adapt.txt") != 0)
+             _exit(Impossible);
+     }},
+    {"a full device",
+     [] {
+         if (symlink("/dev/full", "EOM.txt") + symlink("/dev/full", "Adapt.txt") != 0)
+             _exit(Impossible);
+     }},
+    {"a folder that may not be written",
+     [] {
+         if (chmod(".", 0500) != 0 || (geteuid() == 0 && seteuid(65534) != 0)) _exit(Impossible);
+     }},
+    {"a deleted folder", [] { std::filesystem::remove_all(std::filesystem::current_path()); }},
+    {"a file system of 64 KiB", SmallFileSystem},
+    {"files of 1000 bytes at most", [] { Limit(RLIMIT_FSIZE, 1000); }},
+    {"files of 1000 bytes at most, the signal held back by the host",
+     [] {
+         Limit(RLIMIT_FSIZE, 1000);
+         sigset_t held;
+         sigemptyset(&held);
+         sigaddset(&held, SIGXFSZ);
+         sigprocmask(SIG_BLOCK, &held, nullptr);
+     }},
+    {"four descriptors", [] { closefrom(3), Limit(RLIMIT_NOFILE, 4); }, true},
+    {"no descriptor", [] { closefrom(3), Limit(RLIMIT_NOFILE, 3); }},
+    {"closed standard streams", [] { close(0), close(1), close(2); }, true},
+    {"a comma in numbers",
+     [] {
+         if (std::system("localedef -i de_DE -f UTF-8 ./de_DE.UTF-8 >/dev/null 2>&1") != 0 ||
+             setenv("LOCPATH", ".", 1) != 0 || !std::setlocale(LC_ALL, "de_DE.UTF-8") ||
+             std::strtod("1,5", nullptr) != 1.5)
+             _exit(Impossible);
+     },
+     true},
+};
+
+TEST(Survival, WhateverSurroundsIt)
+{
+    const Whole whole = RunAlone();
+    auto* const hash = static_cast<std::uint64_t*>(
+        mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(hash, MAP_FAILED);
+    const Library library;
+    const std::vector<double> wave = Data();
+    for (const Circumstance& row : circumstances) {
+        const TemporaryFolder folder;
+        *hash = 0;
+        const int result = InChild([&] {
+            row.Prepare();
+            *hash = Session(library, Parameters()).Run(wave).Hash();
+        });
+        if (result == Impossible) {
+            std::printf("cannot be made here: %s\n", row.Name);
+            continue;
+        }
+        EXPECT_EQ(result, Ran) << row.Name;
+        EXPECT_EQ(*hash, whole.Hash) << row.Name;
+        if (row.Complete) {
+            EXPECT_TRUE(Contents("Adapt.txt") == whole.Adapt && Contents("EOM.txt") == whole.Eyes)
+                << row.Name;
+        }
+    }
+    munmap(hash, 4096);
+}
+
+TEST(Survival, AnyNumberOfSamplesPerBit)
+{
+    const struct
+    {
+        double SamplesPerBit;
+        bool Runs;  // in 3 GiB of address space; otherwise it need only end as documented
+    } rows[] = {{1e3, true},  {1e5, true},  {1e6, true}, {1e7, false},
+                {4e7, false}, {9e7, false}, {1e9, false}};
+    const Library library;
+    const TemporaryFolder folder;
+    for (const auto& row : rows) {
+        if (Sanitized && row.SamplesPerBit > 1e5) break;
+        EXPECT_EQ(InChild([&] {
+                      if (!Sanitized) Limit(RLIMIT_AS, 3UL << 30);
+                      Session session(library, Parameters(), row.SamplesPerBit);
+                      const long made = session.Result;
+                      session.Run({0.1, 0.2});
+                      const bool bad =
+                          made == 0 ? session.Message.empty() : !session.Message.empty();
+                      if (bad || (row.Runs && session.Result != 1) || session.Close() != 1)
+                          _exit(1);
+                  }),
+                  Ran)
+            << row.SamplesPerBit;
+    }
+}
+
+TEST(Survival, TenThousandLoads)
+{
+    const TemporaryFolder folder;
+    const std::vector<double> wave = Data(20);
+    const auto pages = [] {
+        long size = 0, resident = 0;
+        std::ifstream("/proc/self/statm") >> size >> resident;
+        return resident;
+    };
+    const std::uint64_t expected = Session(Library(), Parameters()).Run(wave).Hash();
+    long before = 0;
+    const size_t cycles = Sanitized ? 200 : 10000;
+    for (size_t i = 0; i < cycles; ++i) {
+        {
+            const Library library;
+            ASSERT_NE(Contents("/proc/self/maps").find("Retimer_RX_RT.so"), std::string::npos);
+            ASSERT_EQ(Session(library, Parameters()).Run(wave).Hash(), expected);
+        }
+        ASSERT_EQ(Contents("/proc/self/maps").find("Retimer_RX_RT.so"), std::string::npos) << i;
+        if (i == 20) before = pages();
+    }
+    const long grown = pages() - before;
+    std::printf("%zu cycles: %ld pages more\n", cycles, grown);
+    if (!Sanitized) {
+        EXPECT_LT(grown, 100);
+    }
+}
+
+TEST(Survival, DocumentedAborts)
+{
+    const TemporaryFolder folder;
+    const Library library;
+    const std::string blanks(120, ' ');
+    EXPECT_EQ(Session(library, "(Retimer_RX_RT" + blanks + "(RX_Config" + blanks + "2))").Result,
+              1);
+    const auto aborts = [&](const std::function<void()>& action, const char* text) {
+        EXPECT_EXIT(
+            {
+                dup2(STDERR_FILENO, STDOUT_FILENO);
+                action();
+            },
+            testing::KilledBySignal(SIGABRT), text);
+    };
+    aborts([&] { Session(library, "(Retimer_RX_RT " + blanks + "(RX_Config 2))"); },
+           "ParserHelpers.cpp:[0-9]+:assertion failed\\.");
+    aborts(
+        [&] {
+            Session session(library, Parameters(), 0.0);
+            session.Result = 1;
+            session.Run({0.1});
+        },
+        "CircularBuffer.*Assertion `iNumberItems <= m_iSize && "
+        "iNumberItems <= pDestination->GetSize\\(\\)' failed");
+}
+
+}  // namespace
