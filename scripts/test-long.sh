@@ -4,7 +4,7 @@
 # SECONDS_EACH sets how long each fuzzer runs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/setup.sh tests clang clang-tidy cppcheck
+scripts/setup.sh tests clang clang-tidy cppcheck slurm-wlm munge
 long=$PWD/build/long
 mkdir -p "$long"
 
@@ -28,6 +28,9 @@ cmake --build "$long/thread" --target test_survival
 
 step "random cases against the literal twin"
 RETIMER_DIFFERENTIAL_CASES=5000 build/release/tests/literal/test_literal --gtest_filter='*RandomCases'
+
+step "job arrays on a real Slurm"
+tests/slurm/run.sh build/release
 
 step "fuzzing"
 scripts/fuzz.sh "${SECONDS_EACH:-600}"

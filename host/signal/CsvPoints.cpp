@@ -101,7 +101,9 @@ void CsvPoints::ReadHeading(const std::string& column)
             firstLine_ = line_;
             return;
         }
-        names.assign(fields_.begin(), fields_.end());
+        // Units may stand under the names.
+        if (column.empty() || std::ranges::find(names, column) == names.end())
+            names.assign(fields_.begin(), fields_.end());
     }
     throw Error(ExitCode::kInput,
                 fmt::format("{}: holds no line of numbers; expected time in s and voltage in V, or "

@@ -19,8 +19,8 @@ struct WavePoint
 ///
 ///  - Text: columns separated by commas or semicolons, or else by blanks. One column holds voltages
 ///    alone; of several the first holds times (s), of the others one is read. What comes before the
-///    first line of numbers is a heading, of which the last line names the columns; # begins a
-///    comment line.
+///    first line of numbers is a heading, of which one line names the columns; # begins a comment
+///    line.
 ///  - .npy: an array of N voltages, or N x columns as above; float32 or float64, little endian, in
 ///    C order.
 class WavePoints

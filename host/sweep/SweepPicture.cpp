@@ -28,6 +28,7 @@ void SaveCurves(const Table& table, const std::filesystem::path& path)
         plot::LinePlot one;
         one.across = axis.name;
         one.upwards = Titled(metric);
+        if (metric.counts) one.from = 0;
         plot::Curve curve;
         curve.x = Places(axis);
         for (const auto& row : table.rows) curve.y.push_back(metric.Of(row).value_or(NAN));

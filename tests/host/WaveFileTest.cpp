@@ -81,6 +81,7 @@ TEST(WaveFile, ReadsWhatScopesWrite)
              Case{named.c_str(), {10, 20}, "3"},
              Case{named.c_str(), {1, 2}, "CH 1"},
              Case{named.c_str(), {10, 20}, "CH2"},
+             Case{"t,CH1,CH2\ns,V,V\n0,1,10\n1,2,20\n", {10, 20}, "CH2"},
          }) {
         SCOPED_TRACE(c.text);
         Save("wave.csv", c.text);
