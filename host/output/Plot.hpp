@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -81,7 +82,9 @@ struct Panel
     {
         const int x = static_cast<int>(std::lround(X(value)));
         canvas.Rectangle(x, top, 1, height, line);
-        canvas.Text(x, top + height + 10, label, kInk, 2, Canvas::Align::kCentre);
+        // At the right edge of the canvas there may be less room than half of the label.
+        const int middle = std::min(x, canvas.Width() - Canvas::TextWidth(label) / 2);
+        canvas.Text(middle, top + height + 10, label, kInk, 2, Canvas::Align::kCentre);
     }
     /// A line of the grid across from the axis upwards, with its label to the left.
     void TickUpwards(double value, std::string_view label) const

@@ -81,6 +81,11 @@ void PrintResults(const RunResult& result, const RunOptions& options, const Mode
     fmt::print("Report: {}\n", (options.out / "report.html").string());
     std::fflush(stdout);
     if (!result.failure) return;
+    if (result.failure->code == ExitCode::kInterrupted) {
+        fmt::print(stderr, "amisim: interrupted after {} bits; what there was is written\n",
+                   result.bits);
+        return;
+    }
     fmt::print(stderr, "amisim: the model {} in {}{}\n", result.failure->reason,
                result.failure->phase,
                result.failure->printed.empty() ? "" : ":\n" + result.failure->printed);

@@ -213,7 +213,7 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
     std::ofstream(folder_ / "file") << "";
     const std::string model = TEST_MODEL;
     fs::copy(model, folder_ / "half.so");
-    fs::resize_file(folder_ / "half.so", fs::file_size(model) / 2);
+    fs::resize_file(folder_ / "half.so", 5000);  // less than what is to be loaded of it
     struct Case
     {
         std::string arguments;
