@@ -25,10 +25,21 @@ enum class ExitCode : int {
 class Error : public std::runtime_error
 {
 public:
-    Error(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
+    Error(ExitCode code, const std::string& text) : std::runtime_error(OneLine(text)), code_(code)
+    {
+    }
     ExitCode Code() const { return code_; }
 
 private:
+    /// What is quoted from a file may hold line ends, and sequences that a terminal obeys.
+    static std::string OneLine(std::string text)
+    {
+        for (char& c : text) {
+            if ((c >= 0 && c < ' ') || c == 0x7f) c = ' ';
+        }
+        return text;
+    }
+
     ExitCode code_;
 };
 

@@ -10,6 +10,7 @@
 namespace amisim {
 
 constexpr double kLongest = 1e12;  // samples on the grid
+constexpr double kHighest = 1e30;  // V
 
 /// What the times of a file are like.
 struct WaveFile::Survey
@@ -92,6 +93,10 @@ WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
 bool WaveFile::Next(WavePoint& point)
 {
     if (!points_->Next(point)) return false;
+    if (!(std::abs(point.value) < kHighest)) {
+        throw Error(ExitCode::kInput, fmt::format("{}: expected voltages in V, found {:g}",
+                                                  points_->Place(), point.value));
+    }
     if (evenStep_) point.time = evenStart_ + static_cast<double>(number_) * *evenStep_;
     ++number_;
     return true;

@@ -1,9 +1,13 @@
 #include <fmt/format.h>
 
 #define TOML_ENABLE_FORMATTERS 0
+// The parser asserts what it then finds wrong with a clear message, such as a table's name that
+// begins with a bracket: a plan with a slip in it must not end the program.
+#define TOML_ASSERT(condition) static_assert(true)
 #include <toml++/toml.h>
 
 #include <fstream>
+#include <iterator>
 
 #include "host/Error.hpp"
 #include "host/sweep/Plan.hpp"
@@ -25,8 +29,10 @@ public:
             throw Error(ExitCode::kInput, fmt::format("{}: cannot be read: {}", path_.string(),
                                                       std::generic_category().message(errno)));
         }
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        RefuseForeignLetters(text);
         try {
-            const toml::table root = toml::parse(file, path_.string());
+            const toml::table root = toml::parse(text, path_.string());
             return Interpret(root);
         } catch (const toml::parse_error& error) {
             Fail(error.source(), error.description());
@@ -34,6 +40,35 @@ public:
     }
 
 private:
+    /// Outside of quotes and comments TOML is ASCII. The parser looks such letters up in tables
+    /// that do not know all of them.
+    void RefuseForeignLetters(std::string_view text) const
+    {
+        if (text.starts_with("\xef\xbb\xbf")) text.remove_prefix(3);  // byte order mark
+        int line = 1;
+        char quote = 0;
+        bool comment = false;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const char c = text[i];
+            line += c == '\n';
+            comment = comment && c != '\n';
+            if (comment) continue;
+            if (quote == 0 && (c == '"' || c == '\'')) {
+                quote = c;
+            } else if (c == quote) {
+                quote = 0;
+            } else if (quote == '"' && c == '\\') {
+                ++i;
+            } else if (quote == 0 && c == '#') {
+                comment = true;
+            } else if (quote == 0 && static_cast<unsigned char>(c) >= 0x80) {
+                throw Error(ExitCode::kUsage,
+                            fmt::format("{}:{}: a letter that is not ASCII: expected it in quotes",
+                                        path_.string(), line));
+            }
+        }
+    }
+
     Plan Interpret(const toml::table& root)
     {
         Plan plan;

@@ -71,7 +71,7 @@ std::string Submit(const std::filesystem::path& script)
     const bool absent = WIFEXITED(status) && WEXITSTATUS(status) == 127;
     throw Error(
         ExitCode::kInput,
-        fmt::format("the sweep was not submitted: {}\nThe script is {}{}",
+        fmt::format("the sweep was not submitted: {}; the script is {}{}",
                     absent ? "sbatch is not on this machine" : said, script.string(),
                     said.find("array") != std::string::npos
                         ? "; where the cluster allows fewer tasks, give --chunk N cases a task"
