@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs each fuzzer under the address and undefined-behaviour sanitizers: fuzz.sh SECONDS_EACH
+# Runs each fuzzer under the address and undefined-behaviour sanitizers: fuzz.sh SECONDS_EACH [FLAG...]
+# Flags are libFuzzer's: with -seed=1 a run that finds something finds it again.
 # Finds go to build/fuzz; inputs worth keeping gather in build/fuzz/corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,7 +13,7 @@ for fuzzer in "$folder"/fuzz/fuzz_*; do
     name=$(basename "$fuzzer" | sed 's/^fuzz_//')
     mkdir -p "$folder/corpus/$name"
     "$fuzzer" "$folder/corpus/$name" "$PWD/fuzz/corpus/$name" -max_total_time="$1" -max_len=2000 \
-        -close_fd_mask=3 -print_final_stats=1 -artifact_prefix="$folder/$name-" >"$folder/$name.log" 2>&1 ||
+        -close_fd_mask=3 -print_final_stats=1 -artifact_prefix="$folder/$name-" "${@:2}" >"$folder/$name.log" 2>&1 ||
         { tail -40 "$folder/$name.log"; exit 1; }
     echo "$name: $(grep -oP 'Done \K[0-9]+ runs' "$folder/$name.log")"
 done
