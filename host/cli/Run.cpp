@@ -193,7 +193,6 @@ private:
         result_.inputEye = std::move(found.inputEye);
         result_.comparison = found.comparison;
         result_.clock = std::move(found.clock);
-        if (result_.eye) result_.sampledAt = result_.eye->sampledAt;
         result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
         result_.adaptation = ReadAdaptLog(options_.out / "Adapt.txt");
         if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();

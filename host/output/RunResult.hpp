@@ -26,7 +26,6 @@ struct RunResult
     std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
 
     std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent
-    double sampledAt = 0.5;                   // unit intervals after the clock time
 
     std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
