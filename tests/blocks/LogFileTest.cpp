@@ -1,16 +1,13 @@
 #include "blocks/LogFile.hpp"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
-#include <cmath>
-#include <fstream>
-#include <sstream>
 
 #include "tests/TemporaryFolder.hpp"
+#include "tests/runtime/Support.hpp"
 
 namespace {
 
@@ -25,7 +22,7 @@ TEST(LogFile, AppendsNumbersAsAStreamPrintsThem)
         log.Print(INT_MIN);
         expected << d << INT_MIN;
     }
-    EXPECT_EQ((std::ostringstream() << std::ifstream("log").rdbuf()).str(), expected.str());
+    EXPECT_EQ(FileText("log"), expected.str());
 }
 
 TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)

@@ -1,17 +1,12 @@
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <fstream>
-#include <numbers>
 
 #include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/BitComparer.hpp"
 #include "host/analysis/ClockFrame.hpp"
-#include "host/analysis/EyeAnalysis.hpp"
-#include "host/analysis/EyeEvaluation.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
+#include "tests/host/Support.hpp"
 
 namespace amisim {
 namespace {
@@ -33,20 +28,6 @@ TEST(VoltageHistogram, GrowsWithoutLosingCountsOrPlaces)
         EXPECT_EQ(grown.At(0, row), fitted.At(0, row)) << row;
 }
 
-TEST(VoltageHistogram, OpeningLeavesOutTheProbabilityAskedFor)
-{
-    VoltageHistogram levels(1, 8192);
-    levels.Fit(1);
-    Random random(2);
-    constexpr double kSigma = 0.03;
-    for (int i = 0; i < 400000; ++i)
-        levels.Count(0, (i % 2 ? 0.4 : -0.4) + kSigma * random.Normal());
-    // One part in a thousand of a normal distribution lies beyond 3.0902 sigma.
-    const Opening opening = InnerOpening(levels, 0, 1e-3);
-    EXPECT_NEAR(opening.high, 0.4 - 3.0902 * kSigma, 0.05 * kSigma);
-    EXPECT_NEAR(opening.low, -0.4 + 3.0902 * kSigma, 0.05 * kSigma);
-}
-
 TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
 {
     ClockFrame frame(1.0, 10.0);
@@ -64,32 +45,25 @@ TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
     EXPECT_EQ(frame.Edges().back().number, 28);
 }
 
-struct Received
+class BitComparerTest : public testing::Test
 {
-    BitHistory sent{1 << 16};
-    std::vector<bool> bits;
-
-    explicit Received(int count)
+protected:
+    BitComparerTest()
     {
         Prbs prbs(31, 4);
-        for (int i = 0; i < count; ++i) {
-            sent.Push(prbs.Next());
-            bits.push_back(sent[i]);
-        }
+        for (int i = 0; i < 20000; ++i) sent_.Push(prbs.Next());
     }
+    BitHistory sent_{1 << 16};
 };
 
-TEST(BitComparer, CountsErrorsWhateverDelayAndPolarity)
+TEST_F(BitComparerTest, CountsErrorsWhateverDelayAndPolarity)
 {
     for (const int delay : {-3, 0, 1, 700}) {
         for (const bool inverted : {false, true}) {
-            Received received(20000);
-            BitComparer comparer(received.sent);
+            BitComparer comparer(sent_);
             for (int i = 0; i < 10000; ++i) {
                 const bool wrong = i == 3 || i == 5000 || i == 9999;
-                comparer.Add(
-                    received.bits[static_cast<std::size_t>(i + 800)] != (inverted != wrong),
-                    i + 800 + delay);
+                comparer.Add(sent_[i + 800] != (inverted != wrong), i + 800 + delay);
             }
             comparer.Finish();
             EXPECT_EQ(comparer.Errors(), 3);
@@ -101,24 +75,19 @@ TEST(BitComparer, CountsErrorsWhateverDelayAndPolarity)
     }
 }
 
-TEST(BitComparer, FindsThePatternAgainAfterASlip)
+TEST_F(BitComparerTest, FindsThePatternAgainAfterASlip)
 {
-    Received received(20000);
-    BitComparer comparer(received.sent);
-    for (int i = 0; i < 10000; ++i) {
-        const int slipped = i < 5000 ? i : i + 1;
-        comparer.Add(received.bits[static_cast<std::size_t>(slipped)], i);
-    }
+    BitComparer comparer(sent_);
+    for (int i = 0; i < 10000; ++i) comparer.Add(sent_[i < 5000 ? i : i + 1], i);
     comparer.Finish();
     EXPECT_EQ(comparer.Realignments(), 1);
     EXPECT_GT(comparer.Errors(), 50);
     EXPECT_LT(comparer.Errors(), 512);
 }
 
-TEST(BitComparer, DoesNotClaimAPlaceInNoise)
+TEST_F(BitComparerTest, DoesNotClaimAPlaceInNoise)
 {
-    Received received(20000);
-    BitComparer comparer(received.sent);
+    BitComparer comparer(sent_);
     Random random(9);
     for (int i = 0; i < 20000; ++i) comparer.Add((random.Bits() & 1) != 0, i);
     comparer.Finish();
@@ -126,70 +95,9 @@ TEST(BitComparer, DoesNotClaimAPlaceInNoise)
     EXPECT_EQ(comparer.Unaligned(), 20000);
 }
 
-/// A 1-0-1-0 pattern whose n-th crossing of 0 V lies at 64 n + jitter(n) samples, with clock edges
-/// at 64 n.
-template <typename Jitter>
-EyeAnalysis Analyse(int bits, std::size_t block, double offset, Jitter jitter)
-{
-    EyeAnalysis::Settings settings;
-    settings.ignoreSamples = 64 * 10;
-    EyeAnalysis eye(settings);
-    std::vector<double> wave;
-    std::vector<ClockFrame::Edge> edges;
-    for (int n = 0; n < bits; ++n) {
-        edges.push_back({64.0 * n + offset, n == 0});
-        const double from = 64.0 * n + jitter(n), to = 64.0 * (n + 1) + jitter(n + 1);
-        for (double t = static_cast<double>(wave.size()); t < to; t += 1) {
-            const double value = std::min({(t - from) / 8, (to - t) / 8, 1.0});
-            wave.push_back(0.5 * (n % 2 ? value : -value));
-        }
-    }
-    std::size_t given = 0;
-    for (std::size_t at = 0; at < wave.size(); at += block) {
-        const std::size_t end = std::min(wave.size(), at + block);
-        std::size_t upTo = given;
-        while (upTo < edges.size() && edges[upTo].time < static_cast<double>(end)) ++upTo;
-        eye.Add(std::span(wave).subspan(at, end - at),
-                std::span(edges).subspan(given, upTo - given));
-        given = upTo;
-    }
-    eye.Finish();
-    return eye;
-}
-
-TEST(EyeAnalysis, MeasuresAKnownEyeInWhateverBlocks)
-{
-    // Crossings 5 samples early or late by turns: 10 of 64 samples of the unit interval are lost.
-    const auto jitter = [](int n) { return n % 3 == 0 ? 5.0 : n % 3 == 1 ? -5.0 : 0.0; };
-    for (const std::size_t block : {64u, 640u, 100000u}) {
-        for (const double offset : {0.0, 0.25}) {
-            const EyeAnalysis eye = Analyse(3000, block, offset, jitter);
-            const EyeFindings found = EvaluateEye(eye, 0, {});
-            EXPECT_NEAR(found.left + found.right, 1 - 10.0 / 64, 1.0 / 1000);
-            EXPECT_NEAR(InnerOpening(eye.AtSampling().levels, 0, 1e-3).Height(), 1.0, 1e-3);
-            EXPECT_GE(eye.UnitIntervals(), 2985);
-            EXPECT_LE(eye.UnitIntervals(), 2990);
-            EXPECT_FALSE(eye.CrossesAtSampling());
-        }
-    }
-    const EyeAnalysis wrong = Analyse(3000, 640, 32, jitter);
-    EXPECT_TRUE(wrong.CrossesAtSampling());
-    EXPECT_FALSE(wrong.IsSliced());
-}
-
-TEST(EyeAnalysis, EverySampleIsCountedOnceInTheDensity)
-{
-    const EyeAnalysis eye = Analyse(1000, 640, 0, [](int) { return 0.0; });
-    for (std::size_t c = 0; c < EyeAnalysis::kColumns; ++c) {
-        std::uint64_t sum = 0;
-        for (std::size_t r = 0; r < EyeAnalysis::kDensityRows; ++r) sum += eye.Density().At(c, r);
-        ASSERT_EQ(sum, static_cast<std::uint64_t>(eye.UnitIntervals())) << c;
-    }
-}
-
 TEST(AdaptLog, CountsRequestsThroughEveryPhase)
 {
-    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "Adapt.txt";
+    const TemporaryFolder folder;
     const std::string lock =
         "Begin CTLE adapt till CDR lock \nEQ_level \t C1 \t C2 \t C3 \t C4 \t C5 \t HEO value "
         "\t VEO value \t Range \n";
@@ -213,16 +121,15 @@ TEST(AdaptLog, CountsRequestsThroughEveryPhase)
                       line(0, 3) + line(1, 7) + "End CTLE adapt till CDR lock \n" + line(1, 8),
                   1, 5, true},
          }) {
-        std::ofstream(path) << c.text;
-        const auto log = ReadAdaptLog(path);
+        Save("Adapt.txt", c.text);
+        const auto log = ReadAdaptLog("Adapt.txt");
         ASSERT_TRUE(log);
         EXPECT_EQ(log->Level(), c.level) << c.text;
         EXPECT_EQ(log->requests, c.requests) << c.text;
         EXPECT_EQ(log->finished, c.finished) << c.text;
     }
-    std::ofstream(path).close();
-    EXPECT_FALSE(ReadAdaptLog(path));
-    std::filesystem::remove(path);
+    Save("Adapt.txt", "");
+    EXPECT_FALSE(ReadAdaptLog("Adapt.txt"));
 }
 
 }  // namespace

@@ -1,12 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <fstream>
 #include <functional>
 #include <numbers>
+#include <numeric>
 
 #include "host/analysis/ClockAnalysis.hpp"
 #include "host/analysis/EomLog.hpp"
+#include "tests/host/Support.hpp"
 
 namespace amisim {
 namespace {
@@ -43,26 +42,23 @@ TEST(ClockAnalysis, FindsTheUnitIntervalOfAClockOnTheSampleGrid)
 
 TEST(ClockAnalysis, ATwoToneClockGivesItsSpectrum)
 {
-    struct Tone
-    {
-        double cycles, amplitude;  // cycles per unit interval, UI peak
-    };
+    // Cycles per unit interval and UI peak, on a bin and between two; a dropped edge is filled in;
+    // a pause breaks one segment.
+    const Spectrum::Tone tones[] = {{512.0 / 65536, 0.05}, {3000.4 / 65536, 0.02}};
     const double rate = 1 / (kBit * (1 + 50e-6));
-    // On a bin and between two; a dropped edge is filled in; a pause breaks one segment.
     for (const bool pause : {false, true}) {
-        const Tone tones[] = {{512.0 / 65536, 0.05}, {3000.4 / 65536, 0.02}};
         const auto found = FindingsOf(300000, 1000, [&](int n) {
             if (n == 50000 || (pause && n > 160000 && n < 160100))
                 return std::numeric_limits<double>::quiet_NaN();
             double sum = 50e-6 * n;
-            for (const Tone& tone : tones)
-                sum += tone.amplitude * std::sin(2 * std::numbers::pi * tone.cycles * n);
+            for (const auto& tone : tones)
+                sum += tone.amplitude * std::sin(2 * std::numbers::pi * tone.frequency * n);
             return sum;
         });
         ASSERT_GE(found.tieSpectrum.tones.size(), 2u);
         for (std::size_t i = 0; i < 2; ++i) {
             const auto& tone = found.tieSpectrum.tones[i];
-            EXPECT_NEAR(tone.frequency, tones[i].cycles * rate, 0.05 * rate / 65536);
+            EXPECT_NEAR(tone.frequency, tones[i].frequency * rate, 0.05 * rate / 65536);
             EXPECT_NEAR(tone.amplitude / tones[i].amplitude, 1, 0.01);
         }
         EXPECT_NEAR(found.tieSpectrum.amplitude[511], 0.05, 1e-4);
@@ -70,9 +66,9 @@ TEST(ClockAnalysis, ATwoToneClockGivesItsSpectrum)
         EXPECT_NEAR(found.tiePeakToPeak, 0.14, 0.002);
         EXPECT_EQ(found.settledAtBit, 1);
         EXPECT_LE(found.tie.bit.size(), 2000u);
-        std::uint64_t sum = 0;
-        for (const std::uint64_t count : found.tieHistogram.counts) sum += count;
-        EXPECT_EQ(sum, 300000u - 1000 - (pause ? 99 : 0));
+        const auto& counts = found.tieHistogram.counts;
+        EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}),
+                  300000u - 1000 - (pause ? 99 : 0));
     }
 }
 
@@ -103,7 +99,7 @@ TEST(ClockAnalysis, TellsWhereTheClockSettled)
 
 TEST(EomLog, ReadsWholeEyesOnly)
 {
-    const auto path = std::filesystem::path(testing::TempDir()) / "EOM.txt";
+    const TemporaryFolder folder;
     const auto eye = [](int rows, int bins) {
         std::string text = " Print EOM data to file\n";
         for (int r = 0; r < rows; ++r) {
@@ -123,14 +119,13 @@ TEST(EomLog, ReadsWholeEyesOnly)
           Case{eye(64, 64) + eye(30, 64), 1, false}, Case{eye(30, 64) + eye(64, 64), 1, false},
           Case{eye(64, 63), 0, false}, Case{eye(64, 64) + eye(64, 64) + eye(64, 64), 2, true},
           Case{"something else\n1\t2\n", 0, false}}) {
-        std::ofstream(path) << c.text;
-        const EomLog log = ReadEomLog(path, 2);
+        Save("EOM.txt", c.text);
+        const EomLog log = ReadEomLog("EOM.txt", 2);
         EXPECT_EQ(log.eyes.size(), c.eyes);
         EXPECT_EQ(log.more, c.more);
         for (const LoggedEye& logged : log.eyes) EXPECT_EQ(logged.hits[3 * 64 + 5], 305u);
     }
-    std::filesystem::remove(path);
-    EXPECT_TRUE(ReadEomLog(path, 2).eyes.empty());
+    EXPECT_TRUE(ReadEomLog("none.txt", 2).eyes.empty());
 }
 
 }  // namespace

@@ -1,26 +1,37 @@
-#include <gtest/gtest.h>
-
-#include <array>
+#include <cmath>
 #include <cstring>
-#include <fstream>
 #include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
 
+#include "host/output/Canvas.hpp"
 #include "host/output/CurveFiles.hpp"
-#include "host/output/LinePlot.hpp"
-#include "host/output/Page.hpp"
 #include "host/output/ResultJson.hpp"
 #include "host/output/ResultTable.hpp"
 #include "host/output/WriteResults.hpp"
-#include "tests/TemporaryFolder.hpp"
-#include "tests/host/MadeUpResult.hpp"
+#include "tests/host/Support.hpp"
 
 namespace amisim {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int kCounts = 25600;
+
+/// @param openings  at bit error ratios of 1e-3 and 1e-9
+EyeFindings MadeUpEye(const std::vector<OpeningAt>& openings)
+{
+    EyeFindings eye;
+    eye.density = VoltageHistogram(256, 512);
+    eye.density.Fit(0.6);
+    for (int i = 0; i < kCounts; ++i)
+        eye.density.Count(static_cast<std::size_t>(i % 256), 0.5 * std::sin(0.1 * i * i));
+    eye.time = {{0.25, 0.75}, {0.125, kUnknown}, {0.5, 1e-12}, TailFit{}, TailFit{-0.98}};
+    eye.voltage = {{-0.1, 0.3}, {1e-3, 0.25}, {kUnknown, 0.1 + 0.2}, {}, {}};
+    eye.openings = openings;
+    eye.contours = {{1e-3, false, {0.25, 0.5}, {0, 0.1}, {0, -0.2}},
+                    {1e-9, true, {0.5}, {0.1}, {0}}};
+    eye.jitter = Jitter{0.012, 0.04, 0.2};
+    return eye;
+}
 
 class OutputTest : public testing::Test
 {
@@ -29,28 +40,31 @@ protected:
     {
         options_.out = folder_.Path();
         model_.name = "Model";
-    }
-    std::string Read(const std::string& name) const
-    {
-        std::ostringstream text;
-        text << std::ifstream(options_.out / name).rdbuf();
-        return text.str();
-    }
-    std::vector<std::vector<std::string>> Rows(const std::string& name) const
-    {
-        std::istringstream lines(Read(name));
-        std::vector<std::vector<std::string>> rows;
-        for (std::string line; std::getline(lines, line);) {
-            std::istringstream fields(line);
-            rows.emplace_back();
-            for (std::string field; std::getline(fields, field, ',');) rows.back().push_back(field);
-        }
-        return rows;
+        full_.bits = 20000;
+        full_.ignoredBits = 10000;
+        full_.comparison = BitComparison{9998, 0, 2, 0, 17, false};
+        full_.inputEye = MadeUpEye({{1e-3, 0.3673, 0.789}, {1e-9, kUnknown, 0.598, true, true}});
+        full_.inputEye->shift = 0.137;
+        full_.eye = MadeUpEye({{1e-3, 0.9492, 0.928}, {1e-9, 0.8131, 0.862, true, true}});
+        ClockFindings& clock = full_.clock;
+        clock.unitInterval = 96.96e-12;
+        clock.ppm = 100;
+        clock.tie = {{10, 30}, {0.5, 0.1 + 0.2}, {0.4, 0.25}, {0.6, 0.35}};
+        clock.period = {{10, 30}, {100, 101}, {99, 98}, {102, 103}};
+        clock.tieSpectrum.frequency = {5e6, 1e7};
+        clock.tieSpectrum.amplitude = {0.01, 1e-4};
+        clock.tieSpectrum.tones = {{90e6, 0.01}, {510e6, 0.003}};
+        clock.tieHistogram = {-0.01, 0.01, {3, 5}};
+        full_.eqLevel = 12;
+        full_.adaptation.emplace();
+        for (const bool lock : {true, true, false})
+            full_.adaptation->measurements.push_back({12, {}, 4, 8, 1, lock});
     }
 
     TemporaryFolder folder_;
     RunOptions options_;
     ModelSource model_;
+    RunResult full_;
 };
 
 TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
@@ -67,7 +81,7 @@ TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
         EXPECT_EQ(json.at(member), nullptr) << member;
     EXPECT_EQ(json["eye"].at("height_v"), nullptr);
     EXPECT_EQ(json["clock"].at("settled_at_bit"), nullptr);
-    EXPECT_FALSE(fs::exists(options_.out / "result.json.tmp"));
+    EXPECT_FALSE(fs::exists("result.json.tmp"));
     // The model's text must not end the script that holds the page's data.
     const std::string page = Read("report.html");
     EXPECT_NE(page.find("\\u003c/script>"), std::string::npos);
@@ -75,49 +89,45 @@ TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
 
 TEST_F(OutputTest, WhatWasFoundIsInTheJson)
 {
-    const RunResult full = MadeUpResult();
-    const auto json = ToJson(full, options_, model_);
+    const auto json = ToJson(full_, options_, model_);
     EXPECT_EQ(json["compared_bits"], 9998);
     EXPECT_EQ(json["input_eye"]["shift_ui"], 0.137);
-    const auto& opening = json["eye"]["openings"][3];
-    EXPECT_EQ(opening["ber"], 1e-12);
-    EXPECT_EQ(opening["height_v"], full.eye->openings[3].height);
+    const auto& opening = json["eye"]["openings"][1];
+    EXPECT_EQ(opening["ber"], 1e-9);
+    EXPECT_EQ(opening["height_v"], 0.8131);
     EXPECT_EQ(opening["width_extrapolated"], true);
     EXPECT_EQ(json["eye"]["jitter"]["random_ui_rms"], 0.012);
-    EXPECT_EQ(json["eye"]["fits"]["time_right"]["mean"], full.eye->time.high->mean);
+    EXPECT_EQ(json["eye"]["fits"]["time_right"]["mean"], -0.98);
     EXPECT_EQ(json["clock"]["tones"][1]["frequency_hz"], 510e6);
-    EXPECT_EQ(json["adaptation"]["trace"][2]["lock_phase"], true);
+    EXPECT_EQ(json["adaptation"]["trace"][1]["lock_phase"], true);
 }
 
-TEST_F(OutputTest, CurvesComeBackFromTheirFilesToTheLastDigit)
+TEST_F(OutputTest, CurvesAreWrittenToTheLastDigit)
 {
-    RunResult full = MadeUpResult();
-    full.eye->time.counted[7] = kUnknown;
-    full.clock.tie.mean[3] = 0.1 + 0.2;
-    WriteCurves(full, options_.out);
-
-    const auto tie = Rows("tie.csv");
-    ASSERT_EQ(tie.size(), 1 + full.clock.tie.bit.size());
-    EXPECT_EQ(tie[0], (std::vector<std::string>{"bit", "mean_ui", "least_ui", "greatest_ui"}));
-    for (std::size_t i = 0; i < full.clock.tie.bit.size(); ++i)
-        ASSERT_EQ(std::stod(tie[i + 1][1]), full.clock.tie.mean[i]);
-
-    const auto bathtub = Rows("bathtub.csv");
-    const std::size_t each = full.eye->time.x.size() + full.eye->voltage.x.size();
-    ASSERT_EQ(bathtub.size(), 1 + 2 * each);
-    EXPECT_EQ(bathtub[8][3], "nan");
-    EXPECT_EQ(bathtub[1 + each][0], "input");
-    EXPECT_EQ(std::stod(bathtub[9][4]), full.eye->time.extrapolated[8]);
-    EXPECT_EQ(Rows("contours.csv").size(), 1 + 2 * 4 * 121u);
-    EXPECT_EQ(Rows("tie_spectrum.csv").size(), 1001u);
+    WriteCurves(full_, options_.out);
+    EXPECT_EQ(
+        Read("tie.csv"),
+        "bit,mean_ui,least_ui,greatest_ui\n10,0.5,0.4,0.6\n30,0.30000000000000004,0.25,0.35\n");
+    std::string bathtub = "eye,axis,position,counted_ratio,extrapolated_ratio\n";
+    std::string contours = "eye,ber,extrapolated,phase_ui,high_v,low_v\n";
+    for (const std::string eye : {"output", "input"}) {
+        bathtub += eye + ",phase_ui,0.25,0.125,0.5\n" + eye + ",phase_ui,0.75,nan,1e-12\n";
+        bathtub +=
+            eye + ",voltage_v,-0.1,0.001,nan\n" + eye + ",voltage_v,0.3,0.25,0.30000000000000004\n";
+        contours += eye + ",0.001,0,0.25,0,0\n" + eye + ",0.001,0,0.5,0.1,-0.2\n";
+        contours += eye + ",1e-09,1,0.5,0.1,0\n";
+    }
+    EXPECT_EQ(Read("bathtub.csv"), bathtub);
+    EXPECT_EQ(Read("contours.csv"), contours);
+    EXPECT_EQ(Read("tie_spectrum.csv"),
+              "frequency_hz,amplitude_ui\n5000000,0.01\n10000000,0.0001\n");
 }
 
 TEST_F(OutputTest, TheDensityIsAnArrayThatNumPyReads)
 {
-    const RunResult full = MadeUpResult();
-    WriteCurves(full, options_.out);
+    WriteCurves(full_, options_.out);
     const std::string file = Read("eye.npy");
-    const auto density = ToJson(full, options_, model_)["eye"]["density"];
+    const auto density = ToJson(full_, options_, model_)["eye"]["density"];
     const auto rows = density["voltages"].get<std::size_t>();
     ASSERT_EQ(file.size(), 128 + rows * 256 * 4);
     EXPECT_EQ(file.substr(1, 5), "NUMPY");
@@ -126,29 +136,23 @@ TEST_F(OutputTest, TheDensityIsAnArrayThatNumPyReads)
               std::string::npos);
     EXPECT_EQ(file[127], '\n');
 
-    const VoltageHistogram& histogram = full.eye->density;
-    std::uint64_t sum = 0, expected = 0;
-    for (std::size_t i = 128; i < file.size(); i += 4) {
-        std::uint32_t count = 0;
-        std::memcpy(&count, &file[i], 4);
-        sum += count;
-    }
-    for (std::size_t i = 0; i < 256 * histogram.Rows(); ++i)
-        expected += histogram.At(i / histogram.Rows(), i % histogram.Rows());
-    EXPECT_EQ(sum, expected);
     // The first row that is kept is where result.json says that it begins.
+    const VoltageHistogram& histogram = full_.eye->density;
     std::size_t first = 0;
     while (histogram.Edge(first) < density["first_edge_v"].get<double>()) ++first;
-    std::uint32_t corner = 0;
-    std::memcpy(&corner, &file[128 + 4 * 200], 4);
-    EXPECT_EQ(corner, histogram.At(200, first));
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < 256 * rows; ++i) {
+        std::uint32_t count = 0;
+        std::memcpy(&count, &file[128 + 4 * i], 4);
+        ASSERT_EQ(count, histogram.At(i % 256, first + i / 256)) << i;
+        sum += count;
+    }
+    EXPECT_EQ(sum, kCounts);
 }
 
 TEST_F(OutputTest, TheTableShowsOpeningsBeforeAndAfter)
 {
-    RunResult full = MadeUpResult();
-    full.inputEye->openings[2].height = kUnknown;
-    const std::string table = ToTable(full, options_);
+    const std::string table = ToTable(full_, options_);
     for (const char* line :
          {"  Equalisation level         12\n",
           "  Bits                       20,000 (the first 10,000 not counted below)\n",
@@ -162,15 +166,14 @@ TEST_F(OutputTest, TheTableShowsOpeningsBeforeAndAfter)
 
 TEST_F(OutputTest, AnEarlierRunsFilesAreRemovedAndOthersAreNot)
 {
-    RunResult full = MadeUpResult();
-    WriteResults(full, options_, model_);
+    WriteResults(full_, options_, model_);
     for (const char* name :
          {"eye.png", "eye-input.png", "bathtub-time.png", "bathtub-voltage.png", "tie.png",
           "adaptation.png", "tie_histogram.csv", "unit_interval.csv", "eye-input.npy"})
-        EXPECT_TRUE(fs::exists(options_.out / name)) << name;
-    std::ofstream(options_.out / "mine.txt") << "kept";
+        EXPECT_TRUE(fs::exists(name)) << name;
+    Save("mine.txt", "kept");
     RemoveResults(options_.out);
-    ASSERT_EQ(std::distance(fs::directory_iterator(options_.out), {}), 1);
+    ASSERT_EQ(std::distance(fs::directory_iterator("."), {}), 1);
     EXPECT_EQ(Read("mine.txt"), "kept");
 }
 

@@ -1,21 +1,18 @@
 #include "host/signal/SignalChain.hpp"
 
 #include <fmt/format.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <complex>
-#include <fstream>
 #include <map>
 #include <numbers>
 #include <numeric>
 
-#include "host/Error.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
-#include "tests/TemporaryFolder.hpp"
+#include "tests/host/Support.hpp"
 
 namespace amisim {
 namespace {
@@ -23,19 +20,20 @@ namespace {
 /// A two-port of this gain and delay (s) at all frequencies up to 80 GHz.
 void SaveTouchstone(const std::string& name, double gain, double delay)
 {
-    std::ofstream file(name);
-    file << "# Hz S RI R 50\n";
+    std::string text = "# Hz S RI R 50\n";
     for (double f = 20e6; f < 80e9; f += 20e6) {
         const auto s21 = gain * std::polar(1.0, -2 * std::numbers::pi * std::fmod(f * delay, 1.0));
-        file << fmt::format("{} 0 0 {} {} 0 0 0 0\n", f, s21.real(), s21.imag());
+        text += fmt::format("{} 0 0 {} {} 0 0 0 0\n", f, s21.real(), s21.imag());
     }
+    Save(name, text);
 }
 
 void SaveCsv(const std::string& name, double start, double step, const std::vector<double>& values)
 {
-    std::ofstream file(name);
+    std::string text;
     for (std::size_t n = 0; n < values.size(); ++n)
-        file << fmt::format("{},{}\n", start + static_cast<double>(n) * step, values[n]);
+        text += fmt::format("{},{}\n", start + static_cast<double>(n) * step, values[n]);
+    Save(name, text);
 }
 
 std::vector<double> Output(const SignalOptions& options, std::size_t samples = 64 * 1000)
@@ -161,54 +159,20 @@ TEST(ResponseFile, KeepsTheAreaOnAnyGrid)
 TEST(ResponseFile, NamesWhatIsWrong)
 {
     TemporaryFolder folder;
-    struct Case
-    {
-        const char *text, *expected;
-    };
-    for (const Case& c : {
-             Case{"1\n2\n", "h.csv: expected two columns, time in s and value"},
-             Case{"t,h\n0,1\n", "h.csv: expected two points or more"},
-             Case{"0,1\n1,1\n0.5,1\n", "h.csv:3: the times must rise, but 0.5 follows 1"},
-             Case{"0,1\n1,x\n", "h.csv:2: expected a time and a voltage, found \"1,x\""},
-             Case{"0,0\n1,0\n", "h.csv: the channel lets nothing through"},
-             Case{
-                 "0,1\n1e9,1\n",
-                 "h.csv: lasts 2e+09 s, 2000000000 samples of 1 s; expected a million at most: are "
-                 "its times in seconds?"},
-             Case{"0,1e-9\n1,0\n",
-                  "h.csv: has an area of 1e-09; expected about 1 with an impulse "
-                  "response in 1/s"},
-         }) {
-        std::ofstream("h.csv") << c.text;
-        try {
-            ReadResponse("h.csv", ResponseKind::kImpulse, 1.0);
-            ADD_FAILURE() << c.text;
-        } catch (const Error& error) {
-            EXPECT_STREQ(error.what(), c.expected);
-        }
+    for (const auto& [text, expected] :
+         {std::pair("1\n2\n", "h.csv: expected two columns, time in s and value"),
+          {"t,h\n0,1\n", "h.csv: expected two points or more"},
+          {"0,1\n1,1\n0.5,1\n", "h.csv:3: the times must rise, but 0.5 follows 1"},
+          {"0,1\n1,x\n", "h.csv:2: expected a time and a voltage, found \"1,x\""},
+          {"0,0\n1,0\n", "h.csv: the channel lets nothing through"},
+          {"0,1\n1e9,1\n",
+           "h.csv: lasts 2e+09 s, 2000000000 samples of 1 s; expected a million at most: are its "
+           "times in seconds?"},
+          {"0,1e-9\n1,0\n",
+           "h.csv: has an area of 1e-09; expected about 1 with an impulse response in 1/s"}}) {
+        Save("h.csv", text);
+        EXPECT_EQ(MessageOf([] { ReadResponse("h.csv", ResponseKind::kImpulse, 1.0); }), expected);
     }
-}
-
-TEST(SignalChain, RefusesWhatDoesNotFitTogether)
-{
-    TemporaryFolder folder;
-    std::ofstream("wave.csv") << "0,1\n1e-12,1\n";
-    const auto code = [](auto change) {
-        SignalOptions options;
-        change(options);
-        try {
-            SignalChain(options, 0);
-        } catch (const Error& error) {
-            return error.Code();
-        }
-        return ExitCode::kOk;
-    };
-    EXPECT_EQ(code([](auto& o) { o.deemphasis = {{0.5}, {-0.5}}; }), ExitCode::kUsage);
-    EXPECT_EQ(code([](auto& o) { o.sineJitter = 1, o.sineFrequency = 1e9; }), ExitCode::kUsage);
-    EXPECT_EQ(code([](auto& o) { o.findBitRate = true; }), ExitCode::kUsage);
-    EXPECT_EQ(code([](auto& o) { o.wave = "wave.csv"; }), ExitCode::kInput);  // less than a bit
-    EXPECT_EQ(code([](auto& o) { o.touchstone = "none.s4p"; }), ExitCode::kInput);
-    EXPECT_EQ(code([](auto& o) { o.fext = {"none.s4p"}; }), ExitCode::kInput);
 }
 
 }  // namespace

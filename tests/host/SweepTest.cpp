@@ -1,16 +1,13 @@
-#include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <csignal>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <thread>
 
+#include "tests/host/Support.hpp"
+
+namespace amisim {
 namespace {
 
 namespace fs = std::filesystem;
@@ -26,89 +23,59 @@ constexpr const char* kDefinitions = R"((Model
     (Seen (Usage Out) (Type Integer) (Value 0))))
 )";
 
-/// Runs the program as a user does, in a folder with a model and its definitions.
-class SweepTest : public testing::Test
+/// In a folder with a model and its definitions.
+class SweepTest : public ProgramTest
 {
 protected:
-    void SetUp() override
+    SweepTest()
     {
-        fs::create_directories(folder_);
-        fs::copy_file(TEST_MODEL, folder_ / "model.so");
-        std::ofstream(folder_ / "model.ami") << kDefinitions;
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    int Shell(const std::string& command)
-    {
-        const std::string line = "cd '" + folder_.string() + "' && { " + command + "; } 2>&1";
-        std::FILE* const pipe = popen(line.c_str(), "r");
-        std::array<char, 4096> text;
-        output_.clear();
-        while (const std::size_t got = std::fread(text.data(), 1, text.size(), pipe))
-            output_.append(text.data(), got);
-        return WEXITSTATUS(pclose(pipe));
+        fs::copy_file(TEST_MODEL, "model.so");
+        Save("model.ami", kDefinitions);
     }
     int Amisim(const std::string& arguments) { return Shell(AMISIM_PROGRAM " " + arguments); }
     /// A sweep of short runs.
-    int Sweep(const std::string& arguments, const std::string& options = "")
+    int Sweep(const std::string& arguments)
     {
-        return Amisim("sweep model.ami " + arguments + " -- --bits 2000 --ppm 0 " + options);
+        return Amisim("sweep model.ami " + arguments + " -- --bits 2000 --ppm 0");
     }
-    std::string Read(const std::string& file)
-    {
-        std::ifstream stream(folder_ / file);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    Json Table(const std::string& sweep = "sweep")
-    {
-        return Json::parse(Read(sweep + "/table.json"));
-    }
-    bool Says(const std::string& text) const { return output_.find(text) != std::string::npos; }
-
-    fs::path folder_ = fs::canonical(testing::TempDir()) / ("sweep" + std::to_string(getpid()));
-    std::string output_;
+    static Json Table() { return Json::parse(Read("sweep/table.json")); }
 };
 
 TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
 {
-    struct Case
-    {
-        const char *plan, *text;
+    const std::pair<const char*, const char*> plans[] = {
+        {"[grid]\nloss = 3 3\n", "plan.toml:3: "},
+        {"[grid]\nloss = [6, \"ten\"]\n", "plan.toml:3: --loss: Value ten not in range"},
+        {"[run]\nbits = 1\n", "nothing to sweep: give --grid NAME=VALUES"},
+        {"[grid]\nloss = []\n", "plan.toml:3: loss has no values"},
+        {"[grid]\nloss = 1979-05-27\n", "plan.toml:3: loss: expected a number, a text"},
+        {"[grid]\nLevel = \"31:0\"\n",
+         "plan.toml:3: 31:0 never gets from 31 to 0 in steps "
+         "of 1: expected start:stop or start:step:stop"},
+        {"[grid]\nLevel = \"0:0:3\"\n", "never gets from 0 to 3 in steps of 0"},
+        {"[grid]\nLevel = \"0:40\"\n", "plan.toml:3: model.ami:6: Level = 32: expected"},
+        {"[grid]\nLevel = \"1,,2\"\n", "plan.toml:3: an empty value"},
+        {"[grid]\nLevel = [1, 2, 1]\n", "plan.toml:3: Level has the value 1 twice"},
+        {"[grid]\nLevl = 1\n",
+         "plan.toml:3: Levl is neither an option of amisim run nor a "
+         "parameter of the model: did you mean Level?"},
+        {"[grid]\nSeen = 1\n", "Seen is an Out parameter of the model: expected"},
+        {"[grid]\nout = [\"a\"]\n", "plan.toml:3: out cannot be set in a sweep"},
+        {"[param]\nloss = 1\n[grid]\nLevel = 1\n", "plan.toml:3: loss is neither"},
+        {"[run]\nloss = 1\n\n[grid]\nloss = 2\n", "plan.toml:6: loss is set at plan.toml:3"},
+        {"[run]\nbits = 9\nignore-bits = 9\n[grid]\nLevel = 1\n",
+         "case Level=1: --ignore-bits 9 leaves nothing of --bits 9"},
+        {"[run]\nwave = \"w.csv\"\n[grid]\nLevel = 1\n", "w.csv: there is no such file"},
+        {"[gird]\n", "plan.toml:2: gird is not known here: expected model, out, [run]"},
+        {"run = 3\n", "plan.toml:2: expected a section [run]"},
+        {"out = 3\n", "plan.toml:2: out: expected a text in quotes"},
     };
-    const std::string head = "model = \"model.ami\"\n";
-    for (const Case& c : {
-             Case{"[grid]\nloss = 3 3\n", "plan.toml:3: "},
-             Case{"[grid]\nloss = [6, \"ten\"]\n", "plan.toml:3: --loss: Value ten not in range"},
-             Case{"[run]\nbits = 1\n", "nothing to sweep: give --grid NAME=VALUES"},
-             Case{"[grid]\nloss = []\n", "plan.toml:3: loss has no values"},
-             Case{"[grid]\nloss = 1979-05-27\n", "plan.toml:3: loss: expected a number, a text"},
-             Case{"[grid]\nLevel = \"31:0\"\n",
-                  "plan.toml:3: 31:0 never gets from 31 to 0 in steps "
-                  "of 1: expected start:stop or start:step:stop"},
-             Case{"[grid]\nLevel = \"0:0:3\"\n", "never gets from 0 to 3 in steps of 0"},
-             Case{"[grid]\nLevel = \"0:40\"\n", "plan.toml:3: model.ami:6: Level = 32: expected"},
-             Case{"[grid]\nLevel = \"1,,2\"\n", "plan.toml:3: an empty value"},
-             Case{"[grid]\nLevel = [1, 2, 1]\n", "plan.toml:3: Level has the value 1 twice"},
-             Case{"[grid]\nLevl = 1\n",
-                  "plan.toml:3: Levl is neither an option of amisim run nor a "
-                  "parameter of the model: did you mean Level?"},
-             Case{"[grid]\nSeen = 1\n", "Seen is an Out parameter of the model: expected"},
-             Case{"[grid]\nout = [\"a\"]\n", "plan.toml:3: out cannot be set in a sweep"},
-             Case{"[param]\nloss = 1\n[grid]\nLevel = 1\n", "plan.toml:3: loss is neither"},
-             Case{"[run]\nloss = 1\n\n[grid]\nloss = 2\n",
-                  "plan.toml:6: loss is set at plan.toml:3"},
-             Case{"[run]\nbits = 9\nignore-bits = 9\n[grid]\nLevel = 1\n",
-                  "case Level=1: --ignore-bits 9 leaves nothing of --bits 9"},
-             Case{"[run]\nwave = \"w.csv\"\n[grid]\nLevel = 1\n", "w.csv: there is no such file"},
-             Case{"[gird]\n", "plan.toml:2: gird is not known here: expected model, out, [run]"},
-             Case{"run = 3\n", "plan.toml:2: expected a section [run]"},
-             Case{"out = 3\n", "plan.toml:2: out: expected a text in quotes"},
-         }) {
-        SCOPED_TRACE(c.plan);
-        std::ofstream(folder_ / "plan.toml") << head << c.plan;
+    for (const auto& [plan, text] : plans) {
+        SCOPED_TRACE(plan);
+        Save("plan.toml", "model = \"model.ami\"\n" + std::string(plan));
         EXPECT_EQ(Amisim("sweep plan.toml"), 2);
-        EXPECT_TRUE(Says(c.text)) << output_;
-        EXPECT_FALSE(fs::exists(folder_ / "sweep")) << "nothing is begun";
+        EXPECT_TRUE(Says(text)) << output_;
+        EXPECT_FALSE(fs::exists("sweep")) << "nothing is begun";
     }
     const std::pair<const char*, const char*> lines[] = {
         {"model.ami --grid Level", "--grid Level: expected NAME=VALUES"},
@@ -142,10 +109,10 @@ TEST_F(SweepTest, AxesMakeTheGridTheLastOneVaryingFastest)
         EXPECT_TRUE(Says(text)) << output_;
     }
     // A plan elsewhere: its paths start from its own folder, and the command line adds to it.
-    fs::create_directories(folder_ / "plans");
-    std::ofstream(folder_ / "plans" / "p.toml")
-        << "model = \"../model.ami\"\nout = \"there\"\n[run]\nbits = 1000\nppm = -0.5\n"
-           "[param]\nMode = \"invert\"\n[grid]\nLevel = \"0:1\"\nloss = 0\n";
+    fs::create_directories("plans");
+    Save("plans/p.toml",
+         "model = \"../model.ami\"\nout = \"there\"\n[run]\nbits = 1000\nppm = -0.5\n"
+         "[param]\nMode = \"invert\"\n[grid]\nLevel = \"0:1\"\nloss = 0\n");
     ASSERT_EQ(Amisim("sweep plans/p.toml --grid loss=3 -- --seed 7"), 0) << output_;
     const Json record = Json::parse(Read("plans/there/cases/0002-Level=1-loss=3/case.json"));
     EXPECT_EQ(record["arguments"],
@@ -172,68 +139,54 @@ TEST_F(SweepTest, WhatHasBeenRunIsNotRunAgainUnlessItFailedAndThatIsAskedFor)
     EXPECT_NE(page.find("href=\"cases/0001-Mode=pass-loss=0/"), std::string::npos);
     EXPECT_NE(page.find("the model returned 0 in AMI_GetWave 3"), std::string::npos);
     EXPECT_EQ(page.find("http"), std::string::npos) << "it loads nothing";
-    EXPECT_GT(fs::file_size(folder_ / "sweep" / "sweep.png"), 1000u);
+    EXPECT_GT(fs::file_size("sweep/sweep.png"), 1000u);
 
-    struct Case
-    {
-        const char* what;
-        std::string arguments;
-        int ran;
-        const char* text;
-    };
-    const auto records = [&](const fs::file_time_type since) {
-        int count = 0;
-        for (const auto& entry : fs::directory_iterator(folder_ / "sweep" / "cases"))
-            count += fs::last_write_time(entry.path() / "case.json") > since;
-        return count;
-    };
-    const auto check = [&](const Case& c) {
-        SCOPED_TRACE(c.what);
+    const auto check = [&](const char* what, const std::string& arguments, int ran,
+                           const char* text) {
+        SCOPED_TRACE(what);
         const auto now = fs::file_time_type::clock::now();
-        EXPECT_EQ(Amisim("sweep " + c.arguments), 9) << output_;
-        EXPECT_EQ(records(now), c.ran) << output_;
-        EXPECT_TRUE(Says(c.text)) << output_;
+        EXPECT_EQ(Amisim("sweep " + arguments), 9) << output_;
+        const auto isNew = [&](const auto& folder) {
+            return fs::last_write_time(folder.path() / "case.json") > now;
+        };
+        EXPECT_EQ(std::ranges::count_if(fs::directory_iterator("sweep/cases"), isNew), ran);
+        EXPECT_TRUE(Says(text)) << output_;
     };
     const std::string run = " -- --bits 2000 --ppm 0";
-    check({"the same", "model.ami " + grid + run, 0, "4 of 4 cases have been run before"});
-    check({"in its folder", "sweep --retry-failed", 2, "4 cases: 2 ok, 2 failed"});
-    check(
-        {"a longer axis moves cases along", "model.ami " + grid + ",3" + run, 2, "3 ok, 3 failed"});
+    const std::string one = "model.ami --grid 'Mode=wave 0' --grid loss=0" + run;
+    check("the same", "model.ami " + grid + run, 0, "4 of 4 cases have been run before");
+    check("in its folder", "sweep --retry-failed", 2, "4 cases: 2 ok, 2 failed");
+    check("a longer axis moves cases along", "model.ami " + grid + ",3" + run, 2, "3 ok, 3 failed");
     EXPECT_EQ(Table()["cases"][3]["folder"], "cases/0004-Mode=wave_0-loss=0");
-    check({"a shorter one", "model.ami --grid 'Mode=wave 0' --grid loss=0" + run, 0,
-           "5 folders in sweep/cases belong to an earlier plan"});
-    check({"other options", "model.ami --grid 'Mode=wave 0' --grid loss=0" + run + " --seed 5", 1,
-           "1 cases: 0 ok, 1 failed"});
-    std::ofstream(folder_ / "model.ami", std::ios::app) << "| another version\n";
-    check({"another model", "sweep", 1, "1 cases: 0 ok, 1 failed"});
+    check("a shorter one", one, 0, "5 folders in sweep/cases belong to an earlier plan");
+    check("other options", one + " --seed 5", 1, "1 cases: 0 ok, 1 failed");
+    Save("model.ami", std::string(kDefinitions) + "| another version\n");
+    check("another model", "sweep", 1, "1 cases: 0 ok, 1 failed");
 }
 
 TEST_F(SweepTest, AKilledOrInterruptedSweepLosesAtMostWhatWasRunning)
 {
     const std::string hanging = "sweep/cases/0002-Mode=hang";
-    // Those that name the folder or work in it.
+    // Those that work in the folder, this one included.
     const auto processes = [&] {
-        int count = 0;
-        for (const auto& entry : fs::directory_iterator("/proc")) {
+        return std::ranges::count_if(fs::directory_iterator("/proc"), [&](const auto& process) {
             std::error_code error;
-            std::ifstream file(entry.path() / "cmdline");
-            const std::string line(std::istreambuf_iterator<char>(file), {});
-            const std::string place = fs::read_symlink(entry.path() / "cwd", error);
-            count +=
-                line.find(folder_.string()) != line.npos || place.starts_with(folder_.string());
-        }
-        return count;
+            return fs::read_symlink(process.path() / "cwd", error)
+                .string()
+                .starts_with(fs::current_path().string());
+        });
     };
+    const auto before = processes();
     // Starts a sweep whose second case hangs, and signals it there.
     const auto begin = [&](int signal) {
         const pid_t pid = fork();
         if (pid == 0) {
-            if (chdir(folder_.c_str()) != 0 || !std::freopen("said", "w", stdout)) _exit(1);
+            if (!std::freopen("said", "w", stdout)) _exit(1);
             execl(AMISIM_PROGRAM, "amisim", "sweep", "model.ami", "--grid=Mode=pass,hang,invert",
                   "--jobs=1", "--", "--bits=2000", "--call-limit=3", nullptr);
             _exit(127);
         }
-        while (!fs::exists(folder_ / hanging / "run.log"))
+        while (!fs::exists(hanging + "/run.log"))
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         kill(pid, signal);
@@ -242,20 +195,20 @@ TEST_F(SweepTest, AKilledOrInterruptedSweepLosesAtMostWhatWasRunning)
         return status;
     };
     EXPECT_TRUE(WIFSIGNALED(begin(SIGKILL)));
-    for (int i = 0; i < 100 && processes() > 0; ++i)
+    for (int i = 0; i < 100 && processes() > before; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(processes(), 0);
-    const auto first = folder_ / "sweep/cases/0001-Mode=pass/case.json";
+    EXPECT_EQ(processes(), before);
+    const char* const first = "sweep/cases/0001-Mode=pass/case.json";
     const auto ran = fs::last_write_time(first);
     EXPECT_EQ(Amisim("sweep --collect sweep"), 9);
     EXPECT_TRUE(Says("3 cases: 1 ok, 0 failed, 2 missing")) << output_;
 
-    fs::remove(folder_ / hanging / "run.log");
+    fs::remove(hanging + "/run.log");
     const int status = begin(SIGINT);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 8);
     EXPECT_NE(Read("said").find("To go on: amisim sweep sweep"), std::string::npos);
-    EXPECT_FALSE(fs::exists(folder_ / hanging / "case.json"));
-    EXPECT_EQ(processes(), 0);
+    EXPECT_FALSE(fs::exists(hanging + "/case.json"));
+    EXPECT_EQ(processes(), before);
 
     EXPECT_EQ(Amisim("sweep sweep --jobs 2"), 9);
     EXPECT_TRUE(Says("1 of 3 cases have been run before")) << output_;
@@ -266,14 +219,16 @@ TEST_F(SweepTest, AKilledOrInterruptedSweepLosesAtMostWhatWasRunning)
 
 TEST_F(SweepTest, AJobArrayHoldsTheCasesThatAreLeftAndItsTasksRunThem)
 {
-    const std::string slurm = "--grid Level=0:9 --slurm --dry-run --chunk 2 --jobs 3";
-    ASSERT_EQ(Sweep(slurm + " --partition short --sbatch-option=--mem=2G"), 0) << output_;
+    const std::string slurm =
+        "--grid Level=0:9 --slurm --dry-run --chunk 2 --jobs 3 --partition short "
+        "--sbatch-option=--mem=2G";
+    ASSERT_EQ(Sweep(slurm), 0) << output_;
     EXPECT_TRUE(Says("10 cases to be run; the script is sweep/slurm/job.sh")) << output_;
     EXPECT_EQ(Amisim("sweep --task 2 --chunk 2 --jobs 2 sweep"), 0) << output_;
     EXPECT_EQ(Amisim("sweep --collect sweep"), 9);
     EXPECT_TRUE(Says("10 cases: 2 ok, 0 failed, 8 missing")) << output_;
     EXPECT_EQ(Table()["cases"][3]["status"], "ok");
-    ASSERT_EQ(Sweep(slurm + " --partition short --sbatch-option=--mem=2G"), 0) << output_;
+    ASSERT_EQ(Sweep(slurm), 0) << output_;
     const std::string script = Read("sweep/slurm/job.sh");
     for (const char* line : {"\n#SBATCH --array=1,3-5\n", "\n#SBATCH --cpus-per-task=3\n",
                              "\n#SBATCH --partition=short\n", "\n#SBATCH --mem=2G\n",
@@ -294,7 +249,7 @@ TEST_F(SweepTest, TwoResultsStandSideBySide)
     const Json json = Json::parse(output_);
     EXPECT_EQ(json["settings"]["signal.loss_db"], Json({{"a", 0.0}, {"b", 6.0}}));
     EXPECT_NEAR(json["results"]["Eye height, mV"]["a"], 0.8, 1e-3);
-    std::ofstream(folder_ / "other.json") << "{\"bits\": 3}";
+    Save("other.json", "{\"bits\": 3}");
     for (const char* other : {"other.json", "model.ami", "sweep", "none"}) {
         EXPECT_EQ(Amisim("compare sweep/cases/0001-* " + std::string(other)), 3);
         EXPECT_TRUE(Says(std::string("amisim: ") + other + ": ")) << output_;
@@ -319,3 +274,4 @@ TEST_F(SweepTest, ParametersAreListedAndTheShellCompletes)
 }
 
 }  // namespace
+}  // namespace amisim

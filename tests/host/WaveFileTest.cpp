@@ -1,60 +1,47 @@
 #include "host/signal/WaveFile.hpp"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <fstream>
 #include <numbers>
 
-#include "host/Error.hpp"
 #include "host/signal/BitRateEstimate.hpp"
 #include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
-#include "tests/TemporaryFolder.hpp"
+#include "tests/host/Support.hpp"
 
 namespace amisim {
 namespace {
 
-void Save(const char* name, const std::string& text)
-{
-    std::ofstream(name, std::ios::binary) << text;
-}
-
 template <typename Number>
-std::string Npy(const std::string& dictionary, const std::vector<Number>& numbers)
+std::string Npy(const std::string& type, const std::string& shape,
+                const std::vector<Number>& numbers, const std::string& fortran = "False")
 {
-    std::string text = "\x93NUMPY\x01";
-    text += '\0';
-    text += static_cast<char>(dictionary.size());
-    text += '\0';
-    return text + dictionary +
+    const std::string header =
+        "{'descr': '" + type + "', 'fortran_order': " + fortran + ", 'shape': " + shape + "}  \n";
+    return std::string("\x93NUMPY\x01\0", 8) + static_cast<char>(header.size()) + '\0' + header +
            std::string(reinterpret_cast<const char*>(numbers.data()),
                        numbers.size() * sizeof(Number));
 }
 
-std::vector<double> Resampled(const char* name, double interval, const std::string& column = "",
-                              std::string* notes = nullptr)
+struct Resampled
 {
-    WaveFile file(WavePoints::Open(name, column), interval);
-    std::vector<double> wave(static_cast<std::size_t>(file.Samples()) + 3);
-    const std::size_t first = file.Read(std::span(wave).first(2));  // in pieces
-    wave.resize(first + file.Read(std::span(wave).subspan(first)));
-    EXPECT_EQ(file.Samples(), std::ssize(wave));
-    for (const auto& note : file.Notes()) {
-        if (notes) *notes += note + "\n";
-    }
-    return wave;
-}
+    std::vector<double> wave;
+    std::string said;  // an error, or a line for each note
+};
 
-std::string Message(const char* name, const std::string& column = "")
+Resampled Resample(const std::string& name, double interval = 1.0, const std::string& column = "")
 {
-    try {
-        WaveFile(WavePoints::Open(name, column), 1.0);
-    } catch (const Error& error) {
-        EXPECT_EQ(error.Code(), ExitCode::kInput);
-        return error.what();
-    }
-    return "";
+    Resampled result;
+    result.said += MessageOf([&] {
+        WaveFile file(WavePoints::Open(name, column), interval);
+        auto& wave = result.wave;
+        wave.resize(static_cast<std::size_t>(file.Samples()) + 3);
+        const std::size_t first = file.Read(std::span(wave).first(2));  // in pieces
+        wave.resize(first + file.Read(std::span(wave).subspan(first)));
+        EXPECT_EQ(file.Samples(), std::ssize(wave));
+        for (const auto& note : file.Notes()) result.said += note + "\n";
+    });
+    return result;
 }
 
 TEST(WaveFile, ReadsWhatScopesWrite)
@@ -85,7 +72,7 @@ TEST(WaveFile, ReadsWhatScopesWrite)
          }) {
         SCOPED_TRACE(c.text);
         Save("wave.csv", c.text);
-        const auto wave = Resampled("wave.csv", 1.0, c.column);
+        const auto wave = Resample("wave.csv", 1.0, c.column).wave;
         ASSERT_EQ(wave.size(), c.expected.size());
         for (std::size_t i = 0; i < wave.size(); ++i) {
             const bool bent = c.expected.size() == 7 && (i == 1 || i == 5);
@@ -99,36 +86,33 @@ TEST(WaveFile, ReadsNumpyArrays)
     TemporaryFolder folder;
     const std::vector<double> pairs = {0, 1, 1, 2, 2, 4};
     const std::vector<float> singles = {1, 2, 4};
-    const std::string tail = ", 'fortran_order': False, 'shape': ";
-    struct Case
-    {
-        std::string text, message;
+    const std::pair<std::string, std::string> files[] = {
+        {Npy("<f8", "(3, 2), ", pairs), ""},
+        {Npy("<f8", "(  3, 2)", pairs), ""},
+        {Npy("<f4", "(3,), ", singles), ""},
+        {Npy("<f4", "(3, 1), ", singles), ""},
+        {"PK", "w.npy: is no .npy file"},
+        {Npy("<f8", "(4, 2), ", pairs), "w.npy: is cut off: expected 136 bytes, found 120"},
+        {Npy(">f8", "(3, 2), ", pairs),
+         "w.npy: holds numbers of the type '>f8'; expected an array of N voltages, or N x "
+         "2 of times and voltages, in float32 or float64, little endian"},
+        {Npy("<f8", "(3, 2), ", pairs, "True"),
+         "w.npy: is in Fortran order; save it with numpy.ascontiguousarray"},
+        {Npy("<f8", "(3, 1, 2), ", pairs),
+         "w.npy: is not of one or two dimensions; expected an array of N voltages, or N x "
+         "2 of times and voltages, in float32 or float64"},
+        {Npy("<f4", "(2,), ", std::vector<float>{1, NAN}),
+         "w.npy: row 2: expected finite numbers, found 0 and nan"},
+        {std::string("\x93NUMPY\x01\0\x80", 9), "w.npy: is cut off in its header"},
     };
-    for (const Case& c : {
-             Case{Npy("{'descr': '<f8'" + tail + "(3, 2), }  \n", pairs), ""},
-             Case{Npy("{'descr': '<f8'" + tail + "(  3, 2)}\n", pairs), ""},
-             Case{Npy("{'descr': '<f4'" + tail + "(3,), }\n", singles), ""},
-             Case{Npy("{'descr': '<f4'" + tail + "(3, 1), }\n", singles), ""},
-             Case{"PK", "w.npy: is no .npy file"},
-             Case{Npy("{'descr': '<f8'" + tail + "(4, 2), }\n", pairs),
-                  "w.npy: is cut off: expected 134 bytes, found 118"},
-             Case{Npy("{'descr': '>f8'" + tail + "(3, 2), }\n", pairs),
-                  "w.npy: holds numbers of the type '>f8'; expected an array of N voltages, or N x "
-                  "2 of times and voltages, in float32 or float64, little endian"},
-             Case{Npy("{'descr': '<f8', 'fortran_order': True, 'shape': (3, 2), }\n", pairs),
-                  "w.npy: is in Fortran order; save it with numpy.ascontiguousarray"},
-             Case{Npy("{'descr': '<f8'" + tail + "(3, 1, 2), }\n", pairs),
-                  "w.npy: is not of one or two dimensions; expected an array of N voltages, or N x "
-                  "2 of times and voltages, in float32 or float64"},
-             Case{Npy("{'descr': '<f4'" + tail + "(2,), }\n", std::vector<float>{1, NAN}),
-                  "w.npy: row 2: expected finite numbers, found 0 and nan"},
-             Case{std::string("\x93NUMPY\x01\0\x80", 9), "w.npy: is cut off in its header"},
-         }) {
-        SCOPED_TRACE(c.text);
-        Save("w.npy", c.text);
-        EXPECT_EQ(Message("w.npy"), c.message);
-        if (!c.message.empty()) continue;
-        EXPECT_EQ(Resampled("w.npy", 1.0), (std::vector<double>{1, 2, 4}));
+    for (const auto& [file, message] : files) {
+        SCOPED_TRACE(file);
+        Save("w.npy", file);
+        const auto [wave, said] = Resample("w.npy");
+        EXPECT_EQ(said, message);
+        if (message.empty()) {
+            EXPECT_EQ(wave, (std::vector<double>{1, 2, 4}));
+        }
     }
 }
 
@@ -166,9 +150,9 @@ TEST(WaveFile, NamesTheLineThatIsWrong)
                   "a"},
          }) {
         Save("w.csv", c.text);
-        EXPECT_EQ(Message("w.csv", c.column), c.expected);
+        EXPECT_EQ(Resample("w.csv", 1.0, c.column).said, c.expected);
     }
-    EXPECT_EQ(Message("none.csv"), "none.csv: no such file");
+    EXPECT_EQ(Resample("none.csv").said, "none.csv: no such file");
 }
 
 TEST(WaveFile, SaysWhatItMadeOfTheTimes)
@@ -179,30 +163,27 @@ TEST(WaveFile, SaysWhatItMadeOfTheTimes)
         file.precision(digits);
         for (int n = 0; n < 4000; ++n) file << time(n) << ',' << n << '\n';
     };
-    std::string notes;
     ramp([](int n) { return 1e-12 * (n + (n >= 1000 ? 9 : 0) + (n >= 2000 ? 5.5 : 0)); }, 12);
-    auto wave = Resampled("w.csv", 1e-12, "", &notes);
+    const auto [gaps, notes] = Resample("w.csv", 1e-12);
     EXPECT_EQ(notes,
               "w.csv: resampled from steps of 1e-12 s to 1e-12 s\n"
               "w.csv: 2 gaps of more than 4 steps bridged by a straight line, the longest "
               "1e-11 s at 9.99e-10 s (w.csv:1001)\n");
-    EXPECT_NEAR(wave[1004], 999.5, 1e-9);
-    EXPECT_NEAR(wave[1500], 1491, 1e-9);
+    EXPECT_NEAR(gaps[1004], 999.5, 1e-9);
+    EXPECT_NEAR(gaps[1500], 1491, 1e-9);
 
     // Steps of 3.7 ps written with six digits: 3 or 4 ps from 1 us on.
-    notes.clear();
     ramp([](int n) { return 1e-6 + 3.7e-12 * n; }, 6);
-    wave = Resampled("w.csv", 3.7e-12, "", &notes);
-    EXPECT_NE(notes.find("rounded to 1e-11 s; taken as even steps of 3.7"), std::string::npos)
-        << notes;
+    const auto [wave, said] = Resample("w.csv", 3.7e-12);
+    EXPECT_NE(said.find("rounded to 1e-11 s; taken as even steps of 3.7"), std::string::npos)
+        << said;
     for (std::size_t n = 0; n < wave.size(); ++n) ASSERT_NEAR(wave[n], static_cast<double>(n), 6);
     for (std::size_t n = 1; n < wave.size(); ++n) ASSERT_NEAR(wave[n] - wave[n - 1], 1, 0.002);
 
     // What is uneven by more than rounding keeps its times.
-    notes.clear();
     ramp([](int n) { return 1e-12 * n + (n % 2) * 3e-13; }, 12);
-    Resampled("w.csv", 1e-12, "", &notes);
-    EXPECT_EQ(notes, "w.csv: resampled from steps of 7e-13 to 1.3e-12 s to 1e-12 s\n");
+    EXPECT_EQ(Resample("w.csv", 1e-12).said,
+              "w.csv: resampled from steps of 7e-13 to 1.3e-12 s to 1e-12 s\n");
 }
 
 TEST(BitRateEstimate, FindsTheRateOfWhatWasSent)
@@ -228,9 +209,7 @@ TEST(BitRateEstimate, FindsTheRateOfWhatWasSent)
         NoiseSource noisy(source, c.noise, Random(2));
         std::vector<double> wave(static_cast<std::size_t>(30000 * c.perBit));
         noisy.Read(wave);
-        Save("w.npy", Npy("{'descr': '<f8', 'fortran_order': False, 'shape': (" +
-                              std::to_string(wave.size()) + ",)}",
-                          wave));
+        Save("w.npy", Npy("<f8", "(" + std::to_string(wave.size()) + ",)", wave));
         const auto points = WavePoints::Open("w.npy", "");
         const auto found = EstimateBitRate(*points, step);
         EXPECT_NEAR((found.bitRate / kRate - 1) * 1e6, c.offset, c.expected);

@@ -3,25 +3,18 @@
 // RETIMER_DIFFERENTIAL_CASES=n runs n random cases instead of a few, RETIMER_DIFFERENTIAL_SEED=s
 // begins with seed s. The first case that differs is the last: its seed is in the message.
 
-#include <dlfcn.h>
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <limits>
-#include <random>
 #include <utility>
 
 #include "tests/TemporaryFolder.hpp"
 #include "tests/literal/LiteralReceiver.hpp"
+#include "tests/runtime/Support.hpp"
+#include "tests/survival/Model.hpp"
 
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 enum class Signal { pattern, silence, constant, impulses, denormal, poisoned, huge, mixed };
 
@@ -46,7 +39,7 @@ std::vector<double> makeWave(const Case& c)
     const double amplitude = 0.05 + 0.6 * uniform(), noise = uniform() < 0.5 ? 0.0 : 0.01;
     // Some run too far off for the clock to follow: their eyes are half closed, or more.
     const double offset = (uniform() < 0.5 ? 6e-4 : 0.1) * (uniform() - 0.5);
-    const double special[] = {notANumber, infinity, -infinity, -0.0, 1e308, 5e-324};
+    const double special[] = {std::nan(""), HUGE_VAL, -HUGE_VAL, -0.0, 1e308, 5e-324};
 
     std::vector<double> wave(static_cast<std::size_t>(c.bits * samplesPerBit));
     double phase = 0.0, level = amplitude, smoothing = 0.0, filtered = 0.0;
@@ -75,46 +68,22 @@ std::vector<double> makeWave(const Case& c)
     return wave;
 }
 
-/// An entry point of the library, which is loaded as a simulator loads it.
-template <class Function>
-Function* entry(const char* name)
-{
-    void* library = ::dlopen(RETIMER_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    void* address = library == nullptr ? nullptr : ::dlsym(library, name);
-    if (address == nullptr) {
-        throw std::runtime_error(::dlerror());
-    }
-    return reinterpret_cast<Function*>(address);
-}
-
-/// All bits count, but one NaN is like another.
 void expectSame(const std::vector<double>& actual, const std::vector<double>& expected)
 {
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        if (!std::isnan(actual[i]) || !std::isnan(expected[i])) {
-            ASSERT_EQ(std::bit_cast<unsigned long>(actual[i]),
-                      std::bit_cast<unsigned long>(expected[i]))
-                << "value " << i << ": " << actual[i] << " for " << expected[i];
-        }
-    }
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        ASSERT_TRUE(Same(actual[i], expected[i]))
+            << "value " << i << ": " << actual[i] << " for " << expected[i];
 }
 
 /// Runs one case in the library and in its twin up to the first difference.
 void compare(const Case& c)
 {
-    static const auto init =
-        entry<long(double*, long, long, double, double, char*, char**, void**, char**)>("AMI_Init");
-    static const auto getWave = entry<long(double*, long, double*, char**, void*)>("AMI_GetWave");
-    static const auto close = entry<long(void*)>("AMI_Close");
-    if (testing::Test::HasFailure()) {
-        return;
-    }
+    static const Library library;
+    if (testing::Test::HasFailure()) return;
 
     const TemporaryFolder folder;  // for the logs
     std::string text = "(Retimer_RX_RT";
-    for (const auto& [name, value] : c.parameters) {
-        text += " (" + name + " " + value + ")";
-    }
+    for (const auto& [name, value] : c.parameters) text += " (" + name + " " + value + ")";
     text += ")";
     SCOPED_TRACE(testing::Message() << text << ", bit time " << c.bitTime << ", samples per bit "
                                     << c.samplesPerBit << ", seed " << c.seed);
@@ -125,8 +94,8 @@ void compare(const Case& c)
     char *message = untouched, *parametersOut = untouched;
     void* memory = nullptr;
     testing::internal::CaptureStderr();
-    const long result = init(nullptr, 0, 0, sampleInterval, c.bitTime, text.data(), &parametersOut,
-                             &memory, &message);
+    const long result = library.Init(nullptr, 0, 0, sampleInterval, c.bitTime, text.data(),
+                                     &parametersOut, &memory, &message);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), std::exchange(twin.standardError, {}));
     ASSERT_NE(memory, nullptr);
     EXPECT_EQ(result, twin.initResult);
@@ -152,8 +121,8 @@ void compare(const Case& c)
         std::vector<double> wave(next, end), expected(next, end), expectedTimes;
         std::vector<double> times(wave.size() + 2, -7.0);  // nothing is written past the list
         testing::internal::CaptureStderr();
-        const long waveResult =
-            getWave(wave.data(), size < 0 ? size : end - next, times.data(), nullptr, memory);
+        const long waveResult = library.GetWave(wave.data(), size < 0 ? size : end - next,
+                                                times.data(), nullptr, memory);
         const std::string errors = testing::internal::GetCapturedStderr();
         EXPECT_EQ(waveResult, twin.getWave(expected, expectedTimes));
         EXPECT_EQ(errors, std::exchange(twin.standardError, {}));
@@ -170,7 +139,7 @@ void compare(const Case& c)
         }
         next = end;
     }
-    EXPECT_EQ(close(memory), 1);
+    EXPECT_EQ(library.Close(memory), 1);
 }
 
 const std::map<std::string, std::vector<std::string>> parameterTexts = {
@@ -184,15 +153,14 @@ const std::map<std::string, std::vector<std::string>> parameterTexts = {
 TEST(Differential, AgreesAtEveryLevel)
 {
     compare({.bits = 1500});
-    for (int level = 0; level < 32; ++level) {
+    for (int level = 0; level < 32; ++level)
         compare({{{"RX_Config", "2"}, {"CTLEAdapt", "0"}, {"EQ_Level", std::to_string(level)}}});
-    }
 }
 
 TEST(Differential, AgreesForAwkwardTimes)
 {
     for (const double bitTime : {9.7e-11, 1e-10, 3.3e-11, -9.7e-11, 1e-3, 1e300, 0.0, -0.0, 1e-20,
-                                 1e-310, infinity, -infinity, notANumber}) {
+                                 1e-310, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         for (const double samplesPerBit : {64.0, 63.5, 63.49, -64.0, 1.0, 0.3, 1e12}) {
             compare({.parameters = {{"RX_Config", "2"}, {"EOMNbits", "5"}},
                      .bitTime = bitTime,
@@ -225,15 +193,12 @@ TEST(Differential, AgreesInRandomCases)
             .samplesPerBit = 16.6 + static_cast<double>(random() % (isCoarse ? 150 : 1118)) * 0.1,
             .blocks = {1 + static_cast<long>(random() % 9000)},
             .seed = seed};
-        for (auto more = random() % 6; more > 0; --more) {
+        for (auto more = random() % 6; more > 0; --more)
             c.blocks.push_back(pick(std::vector{0, 1, 2, 3, 7, 63, 64, 65, 1000, 5000, -1}));
-        }
         unsigned turn = 0;
-        for (const auto& [name, texts] : parameterTexts) {
-            if (turn++ == seed % 6 || random() % 10 == 0) {
+        for (const auto& [name, texts] : parameterTexts)
+            if (turn++ == seed % 6 || random() % 10 == 0)
                 c.parameters[name] = texts[seed / 6 % texts.size()];
-            }
-        }
         compare(c);
     }
 }

@@ -1,23 +1,20 @@
 #include "model/responses/ResponseTables.hpp"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <complex>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <numeric>
-#include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "model/responses/ResponseFamily.hpp"
 #include "model/responses/ResponseFiles.hpp"
 #include "model/responses/TableOrder.hpp"
+#include "tests/TemporaryFolder.hpp"
 
 namespace {
 
@@ -58,7 +55,7 @@ TEST(ResponseTables, ArriveInTheModelBitForBit)
     }
 }
 
-TEST(ResponseFamily, LiesOnTheGridsOfTheTables)
+TEST(ResponseFamily, LiesOnTheGridsOfTheTablesFromZeroUntilItHasDiedOut)
 {
     for (int level = 0; level < ResponseCount; ++level) {
         const Response response = BuiltInResponse(level);
@@ -69,16 +66,9 @@ TEST(ResponseFamily, LiesOnTheGridsOfTheTables)
             EXPECT_EQ(response.Times[static_cast<std::size_t>(k)], k * step);
         // Taps at 10.3125 Gbit/s and 64 samples per bit.
         EXPECT_EQ(static_cast<int>(6.6e11 * response.Times.back()) + 1, isTable3 ? 1472 : 1471);
-    }
-}
-
-TEST(ResponseFamily, StartsAtZeroAndDiesOutBeforeTheTableEnds)
-{
-    for (int level = 0; level < ResponseCount; ++level) {
-        const std::vector<double> values = BuiltInResponse(level).Values;
-        EXPECT_EQ(values.front(), 0.0);
-        EXPECT_GT(*std::max_element(values.begin(), values.end()), 5e10);
-        EXPECT_LT(std::abs(values.back()), 1.0);
+        EXPECT_EQ(response.Values.front(), 0.0);
+        EXPECT_GT(*std::max_element(response.Values.begin(), response.Values.end()), 5e10);
+        EXPECT_LT(std::abs(response.Values.back()), 1.0);
     }
 }
 
@@ -122,38 +112,34 @@ class ResponseFolder : public testing::Test
 protected:
     ResponseFolder()
     {
-        fs::create_directory(Folder);
+        fs::create_directory("responses");
         for (int level = 0; level < ResponseCount; ++level)
-            Write(Name(level), "0 0\n1e-12 1e11\n2e-12 1e10\n3e-12 " + std::to_string(level));
+            Write("level" + std::to_string(level) + ".txt",
+                  "0 0\n1e-12 1e11\n2e-12 1e10\n3e-12 " + std::to_string(level));
     }
-    ~ResponseFolder() override { fs::remove_all(Folder); }
 
-    static std::string Name(int level) { return "level" + std::to_string(level) + ".txt"; }
-    void Write(const std::string& name, const std::string& text) const
+    static void Write(const std::string& name, const std::string& text)
     {
-        std::ofstream(Folder / name) << text;
+        std::ofstream("responses/" + name) << text;
     }
-    std::string Complaint() const
+    static std::string Complaint()
     {
         try {
-            ReadResponseFolder(Folder);
+            ReadResponseFolder("responses");
         } catch (const std::runtime_error& error) {
             return error.what();
         }
         return "";
     }
 
-    // ctest may run several tests of several builds at a time.
-    const fs::path Folder =
-        fs::temp_directory_path() /
-        (std::string(testing::UnitTest::GetInstance()->current_test_info()->name()) +
-         std::to_string(getpid()));
+private:
+    const TemporaryFolder m_folder;
 };
 
 TEST_F(ResponseFolder, IsReadInTheOrderOfLevel)
 {
     Write(".hidden", "not a response");
-    const std::vector<Response> responses = ReadResponseFolder(Folder);
+    const std::vector<Response> responses = ReadResponseFolder("responses");
     ASSERT_EQ(responses.size(), 32u);
     for (std::size_t level = 0; level < 32; ++level)
         EXPECT_EQ(responses[level].Values.back(), static_cast<double>(level));
@@ -163,7 +149,7 @@ TEST_F(ResponseFolder, TakesCommentsCommasTabsAndSigns)
 {
     Write("level7.txt",
           "# time, response\r\n\n+0.0,\t-1E11 # start\r\n 1e-12\t2\n2e-12 , 3\n3.5e-12 +4");
-    const Response response = ReadResponseFolder(Folder)[7];
+    const Response response = ReadResponseFolder("responses")[7];
     EXPECT_EQ(response.Times, (std::vector{0.0, 1e-12, 2e-12, 3.5e-12}));
     EXPECT_EQ(response.Values, (std::vector{-1e11, 2.0, 3.0, 4.0}));
 }
@@ -191,7 +177,7 @@ TEST_F(ResponseFolder, IsRefusedWithTheFileAndTheLine)
     };
     for (const auto& row : rows) {
         Write("level9.txt", row.Text);
-        EXPECT_EQ(Complaint(), (Folder / "level9.txt").string() + row.Complaint);
+        EXPECT_EQ(Complaint(), std::string("responses/level9.txt") + row.Complaint);
     }
 }
 
@@ -200,14 +186,13 @@ TEST_F(ResponseFolder, IsRefusedUnlessItHolds32Files)
     const std::string rest =
         " files where exactly 32 responses are needed, level00.txt to level31.txt";
     Write("level32.txt", "");
-    EXPECT_EQ(Complaint(), Folder.string() + ": holds 33" + rest);
-    fs::remove(Folder / "level32.txt");
-    fs::remove(Folder / "level4.txt");
-    EXPECT_EQ(Complaint(), Folder.string() + ": holds 31" + rest);
-    fs::remove_all(Folder);
-    EXPECT_EQ(
-        Complaint(),
-        Folder.string() + ": the folder of responses cannot be read (No such file or directory)");
+    EXPECT_EQ(Complaint(), "responses: holds 33" + rest);
+    fs::remove("responses/level32.txt");
+    fs::remove("responses/level4.txt");
+    EXPECT_EQ(Complaint(), "responses: holds 31" + rest);
+    fs::remove_all("responses");
+    EXPECT_EQ(Complaint(),
+              "responses: the folder of responses cannot be read (No such file or directory)");
 }
 
 }  // namespace

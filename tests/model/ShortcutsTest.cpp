@@ -1,21 +1,12 @@
 // The receiver that passes over blocks at rest and works ahead, against the one that fires every
 // block in every firing: waveform, clock, results, messages and both logs must not differ in a bit.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <fstream>
-#include <limits>
 #include <memory>
-#include <random>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "model/Retimer_RX_RT.hpp"
 #include "tests/TemporaryFolder.hpp"
+#include "tests/runtime/Support.hpp"
 
 namespace {
 
@@ -25,143 +16,115 @@ struct Settings
     int SamplesPerSymbol, RX_Config, Factor;
     double VCO_Sensitivity;
     int EQ_Level, CTLEAdapt, EOMNbits;
-    const char* Signal;
+    double Offset = 0.0, Gain = 1.0;  // of the signal
+    bool Broken = false;              // holds infinities, NaN and the like
 };
 
-void PrintTo(const Settings& s, std::ostream* out)
+/// A bit stream behind a single-pole line.
+std::vector<double> MakeSignal(const Settings& s)
 {
-    *out << s.Name;
-}
-
-/// A bit stream behind a single-pole line, or something awkward.
-std::vector<double> MakeSignal(const Settings& s, size_t n)
-{
-    std::mt19937 random(42);
-    std::vector<double> wave(n);
-    const std::string kind = s.Signal;
-    double level = 0.4, y = 0;
-    for (size_t i = 0; i < n; ++i) {
-        if (i % static_cast<size_t>(s.SamplesPerSymbol) == 0) level = random() & 1 ? 0.4 : -0.4;
-        y += (level - y) * 4.0 / s.SamplesPerSymbol;
-        wave[i] = kind == "silence"    ? 0.0
-                  : kind == "constant" ? 0.3
-                  : kind == "denormal" ? y * 1e-310
-                                       : y;
+    Awkward random{1};
+    std::vector<double> wave(1200 * static_cast<size_t>(s.SamplesPerSymbol));
+    double dLevel = 0.4, y = 0.0;
+    for (size_t i = 0; i < wave.size(); ++i) {
+        if (i % static_cast<size_t>(s.SamplesPerSymbol) == 0) dLevel = random.Below(2) ? 0.4 : -0.4;
+        y += (dLevel - y) * 4.0 / s.SamplesPerSymbol;
+        wave[i] = s.Offset + s.Gain * y;
+        if (s.Broken && i > wave.size() / 2 && i % 801 == 0) wave[i] = random();
     }
-    if (kind == "broken")
-        for (size_t i = n / 2; i < n; i += 4001)
-            wave[i] =
-                std::vector<double>{std::nan(""), INFINITY, -INFINITY, 1e308, 5e-324, -0.0}[i % 6];
     return wave;
 }
 
-class Receiver
+/// What can be seen of a receiver: output, clock and result of every sample, messages and logs.
+struct Seen
 {
-public:
-    /// The plain way where no kernel is given.
-    Receiver(const Settings& s, const Vantor::InnerProductsVariant* kernel)
-    {
-        m_rx->FireEverything = !kernel;
-        if (kernel) m_rx->Kernel = kernel;
-        m_rx->SamplesPerSymbol = s.SamplesPerSymbol;
-        m_rx->RX_Config = s.RX_Config;
-        m_rx->Factor = s.Factor;
-        m_rx->VCO_Sensitivity = s.VCO_Sensitivity;
-        m_rx->EQ_Level = s.EQ_Level;
-        m_rx->CTLEAdapt = s.CTLEAdapt;
-        m_rx->EOMNbits = s.EOMNbits;
-        m_rx->WaveIn.SetBuffer(m_in, 1, 1, 0);
-        m_rx->WaveOut.SetBuffer(m_out, 1, 1, 0);
-        m_rx->ClockOut.SetBuffer(m_clock, 1, 1, 0);
-        EXPECT_TRUE(m_rx->Setup());
-        m_rx->Initialize();
-    }
+    std::vector<double> numbers;
+    std::string texts;
+};
 
-    /// Waveform, clock and result of every sample, the messages and the logs.
-    std::string Run(const std::vector<double>& wave, const std::vector<size_t>& blocks)
-    {
-        const TemporaryFolder folder;
-        std::ostringstream trace;
-        testing::internal::CaptureStderr();
-        size_t iBlock = 0;
-        for (size_t i = 0; i < wave.size();) {
-            const size_t n = std::min(blocks[iBlock++ % blocks.size()], wave.size() - i);
-            m_rx->Announce(wave.data() + i, n);
-            for (const size_t iEnd = i + n; i < iEnd; ++i) {
-                m_in[0] = wave[i];
-                const bool bOk = m_rx->Run();
-                trace << bOk << ' ' << Bits(m_out[0]) << ' ' << Bits(m_clock[0]) << '\n';
-                if (!bOk) {
-                    ++i;  // as the entry point does, the rest of the block is left alone
-                    break;
-                }
+/// The plain way where no kernel is given.
+Seen Watch(const Settings& s, const Vantor::InnerProductsVariant* pKernel,
+           const std::vector<double>& wave, const std::vector<size_t>& blocks)
+{
+    const TemporaryFolder folder;
+    const auto rx = std::make_unique<Retimer_RX_RT>();
+    double dIn = 0.0, dOut = 0.0, dClock = 0.0;
+    Attach(rx->WaveIn, dIn, rx->WaveOut, dOut, rx->ClockOut, dClock);
+    rx->FireEverything = !pKernel;
+    if (pKernel) rx->Kernel = pKernel;
+    rx->SamplesPerSymbol = s.SamplesPerSymbol;
+    rx->RX_Config = s.RX_Config;
+    rx->Factor = s.Factor;
+    rx->VCO_Sensitivity = s.VCO_Sensitivity;
+    rx->EQ_Level = s.EQ_Level;
+    rx->CTLEAdapt = s.CTLEAdapt;
+    rx->EOMNbits = s.EOMNbits;
+    EXPECT_TRUE(rx->Setup() && rx->Initialize());
+    EXPECT_EQ(rx->GetNumberOfStores(), 310U);
+
+    Seen seen;
+    seen.texts = Posted([&] {
+        for (size_t i = 0, iBlock = 0; i < wave.size(); ++iBlock) {
+            const size_t iEnd = std::min(i + blocks[iBlock % blocks.size()], wave.size());
+            rx->Announce(wave.data() + i, iEnd - i);
+            for (bool bOk = true; bOk && i < iEnd; ++i) {  // as the entry point does
+                dIn = wave[i];
+                bOk = rx->Run();
+                seen.numbers.insert(seen.numbers.end(), {dOut, dClock, bOk ? 1.0 : 0.0});
             }
-            m_rx->Announce(nullptr, 0);
+            rx->Announce(nullptr, 0);
         }
-        trace << testing::internal::GetCapturedStderr();
-        for (const char* name : {"Adapt.txt", "EOM.txt"})
-            trace << name << std::ifstream(name).rdbuf();
-        return trace.str();
-    }
+    });
+    EXPECT_TRUE(rx->Finalize());
+    EXPECT_EQ(rx->GetNumberOfStores(), 0U);
+    seen.texts += FileText("Adapt.txt") + FileText("EOM.txt");
+    return seen;
+}
 
-private:
-    static std::uint64_t Bits(double d)
-    {
-        std::uint64_t bits;
-        std::memcpy(&bits, &d, sizeof bits);
-        return std::isnan(d) ? 0x7ff8000000000000 : bits;
-    }
-
-    std::unique_ptr<Retimer_RX_RT> m_rx = std::make_unique<Retimer_RX_RT>();
-    double m_in[1] = {}, m_out[1] = {}, m_clock[1] = {};
-};
-
-class ShortcutsTest : public testing::TestWithParam<Settings>
+TEST(Shortcuts, ChangeNoBit)
 {
-};
-
-TEST_P(ShortcutsTest, ChangeNoBit)
-{
-    const Settings& s = GetParam();
-    std::vector<double> wave = MakeSignal(s, 1200 * static_cast<size_t>(s.SamplesPerSymbol));
-    // Where every firing fails, a block gets one sample through, so that the blocks matter.
-    const bool bFails = Receiver(s, nullptr).Run({0.0}, {1})[0] == '0';
-    if (bFails) wave.resize(2000);
-    const std::vector<size_t> mixed = {1, 2, 3, 7, 0, 63, 64, 65, 1000};
-    std::string plain;
-    for (const auto& blocks : {std::vector<size_t>{wave.size()}, {8}, mixed}) {
-        if (plain.empty() || bFails) plain = Receiver(s, nullptr).Run(wave, blocks);
-        for (const auto& kernel : Vantor::InnerProductsVariants) {
-            if (!kernel.IsSupported()) continue;
-            const std::string quick = Receiver(s, &kernel).Run(wave, blocks);
-            const auto at = std::mismatch(plain.begin(), plain.end(), quick.begin(), quick.end());
-            EXPECT_TRUE(plain == quick)
-                << kernel.Name << ", first block of " << blocks[0] << ": differs in line "
-                << std::count(plain.begin(), at.first, '\n');
+    const Settings table[] = {
+        // name, samples/bit, RX_Config, Factor, sensitivity, level, adapt, bits
+        {"adapts", 17, 2, 1, 8e8, 0, 1, 20},
+        {"adapts over few bits", 16, 0, 1, 8e8, 0, 1, 1},
+        {"measures no bits", 16, 2, 1, 8e8, 0, 1, -5},
+        {"fixed level", 20, 2, 1, 8e8, 19, 0, 20},
+        {"clock out", 17, 1, 1, 8e8, 3, 0, 20},
+        {"twice the clock", 16, 2, 2, 8e8, 0, 1, 30},
+        {"stopped clock", 16, 2, 0, 8e8, 0, 1, 30},
+        {"clock every sample", 16, 1, 8, 8e8, 0, 1, 30},
+        {"wild loop", 16, 2, 1, 1e12, 0, 1, 30},
+        {"endless loop", 16, 2, 1, 1e300, 0, 1, 30},
+        {"no output", 16, 3, 1, 8e8, 0, 1, 20, 0.0, 0.0},
+        {"no such level", 16, 2, 1, 8e8, 32, 0, 20},
+        {"no such mode", 16, 2, 1, 8e8, 0, 2, 20},
+        {"silence", 16, 2, 1, 8e8, 0, 1, 20, 0.0, 0.0},
+        {"constant", 16, 2, 1, 8e8, 0, 1, 20, 0.3, 0.0},
+        {"denormal", 16, 2, 1, 8e8, 0, 1, 20, 0.0, 1e-310},
+        {"broken", 16, 2, 1, 8e8, 0, 1, 20, 0.0, 1.0, true},
+    };
+    for (const Settings& s : table) {
+        std::vector<double> wave = MakeSignal(s);
+        // Where every firing fails, a block gets one sample through, so that the blocks matter.
+        const bool bFails = Watch(s, nullptr, {0.0}, {1}).numbers[2] == 0.0;
+        if (bFails) wave.resize(2000);
+        Seen plain;
+        for (const std::vector<size_t>& blocks :
+             {{wave.size()}, {8}, std::vector<size_t>{1, 2, 3, 7, 0, 63, 64, 65, 1000}}) {
+            if (plain.numbers.empty() || bFails) plain = Watch(s, nullptr, wave, blocks);
+            for (const Vantor::InnerProductsVariant& kernel : Vantor::InnerProductsVariants) {
+                if (!kernel.IsSupported()) continue;
+                const Seen quick = Watch(s, &kernel, wave, blocks);
+                const auto& numbers = plain.numbers;
+                const auto at = std::mismatch(numbers.begin(), numbers.end(), quick.numbers.begin(),
+                                              quick.numbers.end(), Same);
+                EXPECT_TRUE(at.first == numbers.end() && at.second == quick.numbers.end() &&
+                            quick.texts == plain.texts)
+                    << s.Name << ", " << kernel.Name << ", first block of " << blocks[0]
+                    << ": differs from firing " << (at.first - numbers.begin()) / 3;
+            }
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Receiver, ShortcutsTest,
-                         testing::Values(  // name, samples/bit, RX_Config, Factor, sensitivity,
-                                           // level, adapt, bits, signal
-                             Settings{"Adapts", 17, 2, 1, 8e8, 0, 1, 20, "data"},
-                             Settings{"AdaptsOverFewBits", 16, 0, 1, 8e8, 0, 1, 1, "data"},
-                             Settings{"MeasuresNoBits", 16, 2, 1, 8e8, 0, 1, -5, "data"},
-                             Settings{"FixedLevel", 20, 2, 1, 8e8, 19, 0, 20, "data"},
-                             Settings{"ClockOut", 17, 1, 1, 8e8, 3, 0, 20, "data"},
-                             Settings{"TwiceTheClock", 16, 2, 2, 8e8, 0, 1, 30, "data"},
-                             Settings{"StoppedClock", 16, 2, 0, 8e8, 0, 1, 30, "data"},
-                             Settings{"ClockEverySample", 16, 1, 8, 8e8, 0, 1, 30, "data"},
-                             Settings{"WildLoop", 16, 2, 1, 1e12, 0, 1, 30, "data"},
-                             Settings{"EndlessLoop", 16, 2, 1, 1e300, 0, 1, 30, "data"},
-                             Settings{"NoOutput", 16, 3, 1, 8e8, 0, 1, 20, "silence"},
-                             Settings{"NoSuchLevel", 16, 2, 1, 8e8, 32, 0, 20, "data"},
-                             Settings{"NoSuchMode", 16, 2, 1, 8e8, 0, 2, 20, "data"},
-                             Settings{"Silence", 16, 2, 1, 8e8, 0, 1, 20, "silence"},
-                             Settings{"Constant", 16, 2, 1, 8e8, 0, 1, 20, "constant"},
-                             Settings{"Denormal", 16, 2, 1, 8e8, 0, 1, 20, "denormal"},
-                             Settings{"Broken", 16, 2, 1, 8e8, 0, 1, 20, "broken"}),
-                         [](const auto& row) { return row.param.Name; });
 
 }  // namespace

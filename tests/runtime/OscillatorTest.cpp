@@ -1,6 +1,7 @@
 #include "runtime/ClockTimes.hpp"
 #include "runtime/CosineSign.hpp"
 #include "runtime/VCO.hpp"
+#include "tests/literal/LiteralBlocks.hpp"
 #include "tests/runtime/Support.hpp"
 
 namespace {
@@ -46,10 +47,14 @@ TEST(VCO, GivesTheSameClockAndSinesOnRequest)
             ASSERT_TRUE(vco->Initialize() && vco->Run() && vco->Initialize());
         }
         onRequest.SineOnRequest = true;
+        literal::Vco twin{3.1e-12, plain.FreeRunningFrequency, plain.Sensitivity,
+                          plain.InitialPhase};
         for (int n = 0; n < 500; ++n) {
             dControl = iRound % 2 == 0 ? finite() : any();
             ASSERT_TRUE(plain.Run() && onRequest.Run());
-            ASSERT_EQ(clocks[0], sines[0] > 0.0) << n;
+            twin.fire(dControl);
+            ASSERT_TRUE(Same(sines[0], twin.sine)) << n;
+            ASSERT_EQ(clocks[0], twin.clock) << n;
             ASSERT_EQ(clocks[1], clocks[0]) << n;
             ASSERT_TRUE(n == 0 || Same(onRequest.PreviousSine(), dPreviousSine)) << n;
             dPreviousSine = sines[0];

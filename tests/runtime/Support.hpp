@@ -6,8 +6,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,12 @@ std::string Posted(Action action)
     testing::internal::CaptureStderr();
     action();
     return testing::internal::GetCapturedStderr();
+}
+
+/// A file in full; nothing where there is none.
+inline std::string FileText(const std::string& path)
+{
+    return (std::ostringstream() << std::ifstream(path).rdbuf()).str();
 }
 
 /// The regular expression of an assertion that fails in a source file, its condition in full.

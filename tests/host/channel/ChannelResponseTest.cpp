@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <numbers>
+#include <numeric>
 #include <optional>
 
 #include "host/Error.hpp"
@@ -67,15 +68,15 @@ TEST(ChannelResponse, AnRcHasItsExactStepResponse)
             const auto rc = [&](double f) { return LowPass(f, corner) * Delay(f, 200.0); };
             const ChannelResponse channel =
                 MakeChannelResponse(Tabulated(rc, 10e6, 40e9, first), kSample);
-            const std::vector<double> step = channel.Step();
-            double worst = 0.0;
-            for (std::size_t n = 0; n < step.size(); ++n) {
-                const double t = (static_cast<double>(n) + 0.5 - 200.0) * kSample - channel.shift;
-                const double exact = t > 0.0 ? -std::expm1(-Omega(corner) * t) : 0.0;
-                worst = std::max(worst, std::abs(step[n] - exact));
+            SCOPED_TRACE(fmt::format("{} Hz from {} Hz", corner, first));
+            double step = 0.0,
+                   t = (static_cast<double>(channel.delay) - 199.5) * kSample - channel.shift;
+            for (const double tap : channel.taps) {
+                step += tap;
+                ASSERT_NEAR(step, t > 0.0 ? -std::expm1(-Omega(corner) * t) : 0.0, 1e-3) << t;
+                t += kSample;
             }
-            EXPECT_LT(worst, 1e-3) << corner << " Hz from " << first << " Hz";
-            EXPECT_NEAR(step.back(), channel.dcGain, 1e-3);
+            EXPECT_NEAR(step, channel.dcGain, 1e-3);
         }
     }
 }
@@ -108,7 +109,6 @@ TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
         const FrequencyResponse data = Tabulated(row.response, 10e6, 20e9);
         const ChannelResponse channel = MakeChannelResponse(data, kSample);
         EXPECT_LT(channel.removedFraction, 1e-4) << row.name;
-        double worst = 0.0;
         for (std::size_t k = 20; k < data.frequency.size(); k += 20) {
             Complex sum = 0.0;
             for (std::size_t n = 0; n < channel.taps.size(); ++n) {
@@ -116,9 +116,8 @@ TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
                        Delay(data.frequency[k],
                              static_cast<double>(channel.delay + n) - channel.shift / kSample);
             }
-            worst = std::max(worst, std::abs(sum - data.value[k]));
+            ASSERT_LT(std::abs(sum - data.value[k]), row.tolerance) << row.name;
         }
-        EXPECT_LT(worst, row.tolerance) << row.name;
     }
 }
 
@@ -176,7 +175,8 @@ TEST(ChannelResponse, SaysWhatAUserShouldKnow)
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_NE(channel.notes[i].find(expected[i]), std::string::npos) << channel.notes[i];
     }
-    EXPECT_NEAR(ReadChannel("line.s4p", "31,42", kSample).Step().back(), 1.1, 1e-2);
+    const auto taps = ReadChannel("line.s4p", "31,42", kSample).taps;
+    EXPECT_NEAR(std::accumulate(taps.begin(), taps.end(), 0.0), 1.1, 1e-2);
     EXPECT_THROW(ReadChannel("line.s4p", "12,34", kSample), Error);  // nothing goes through there
 
     const auto echoes = [](double f) { return 1.0 + 0.3 * Delay(f, 12000.0); };

@@ -184,7 +184,6 @@ TEST(SParameters, RenormalisesAndReadsGains)
     EXPECT_NE(Through(uneven, {}).value[0], uneven.At(0, 2, 1));
     EXPECT_NEAR(FindPeakGain(series(30.0, 50.0)).gain, 1.0, 1e-12);  // both ports driven alike
     EXPECT_NEAR(FindPeakGain(FourPort(kPorts12_34, 0.5)).gain, 0.5 + 0.15, 1e-12);
-    EXPECT_NEAR(LossAt({{1e9, 3e9}, {0.1, 0.01}}, 2e9), 30.0, 1e-12);
 }
 
 }  // namespace
