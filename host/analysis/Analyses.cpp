@@ -12,6 +12,9 @@
 namespace amisim {
 namespace {
 
+/// Held before the bits that count: the first unit interval that counts may begin before them.
+constexpr int kLeadBits = 3;
+
 EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
 {
     EyeAnalysis::Settings eye;
@@ -88,7 +91,7 @@ void Analyses::Add(std::span<const double> input, std::span<const double> output
     if (!ideal_) clock_.Add(frame_.Edges());
     if (!holding_) {
         Feed(input, output, frame_.Edges());
-    } else if (end_ <= ignoreSamples_) {
+    } else if (end_ <= ignoreSamples_ - static_cast<double>(kLeadBits * settings_.samplesPerBit)) {
         output_.Add(output, frame_.Edges());
         input_.Add(input, {});
         heldFrom_ = end_;
@@ -131,8 +134,10 @@ void Analyses::Release()
     const double to = ignoreSamples_ + static_cast<double>(kHeldBits * settings_.samplesPerBit);
     ideal_ = frame_.Times() == 0;
     if (ideal_) {
-        idealNext_ = std::ceil(heldFrom_ / settings_.sentUnitInterval);
-        const double first = idealNext_;
+        // From the same bit whatever the size of the blocks, and within what is held.
+        const double counted = std::ceil(ignoreSamples_ / settings_.sentUnitInterval);
+        const double first = std::max(0.0, counted - kLeadBits + 1);
+        idealNext_ = first;
         MakeIdealEdges(end_);
         idealPhase_ = MeanCrossing(heldOutput_, heldFrom_, heldEdges_, ignoreSamples_, to);
         idealNext_ = first;

@@ -187,18 +187,4 @@ ChannelResponse ReadChannel(const std::filesystem::path& path, const std::string
     }
 }
 
-std::vector<double> ChannelResponse::Impulse() const
-{
-    std::vector<double> impulse(delay, 0.0);
-    impulse.insert(impulse.end(), taps.begin(), taps.end());
-    return impulse;
-}
-
-std::vector<double> ChannelResponse::Step() const
-{
-    std::vector<double> step = Impulse();
-    std::partial_sum(step.begin(), step.end(), step.begin());
-    return step;
-}
-
 }  // namespace amisim

@@ -24,10 +24,6 @@ struct ChannelResponse
     PeakGain peak;                 ///< of the data: a gain above 1 is not passive
     std::optional<DifferentialPorts> ports;  ///< of a file with four
     std::vector<std::string> notes;          ///< what a user should know, one sentence each
-
-    /// Delay and taps in one; `Step` is its running sum.
-    std::vector<double> Impulse() const;
-    std::vector<double> Step() const;
 };
 
 /// From a transfer function at discrete frequencies to an impulse response at sampleInterval (s).

@@ -147,26 +147,4 @@ PeakGain FindPeakGain(const SParameters& s)
     return peak;
 }
 
-double LossAt(const FrequencyResponse& response, double frequency)
-{
-    const auto& f = response.frequency;
-    if (f.empty() || frequency < f.front() || frequency > f.back()) {
-        throw Error(
-            ExitCode::kInput,
-            fmt::format("the loss at {:g} Hz lies outside the data, which reach from {:g} "
-                        "to {:g} Hz",
-                        frequency, f.empty() ? 0.0 : f.front(), f.empty() ? 0.0 : f.back()));
-    }
-    const auto loss = [&](std::size_t k) {
-        return -20.0 * std::log10(std::abs(response.value[k]));
-    };
-    const auto upper =
-        static_cast<std::size_t>(std::lower_bound(f.begin(), f.end(), frequency) - f.begin());
-    if (f[upper] == frequency) {
-        return loss(upper);
-    }
-    const double share = (frequency - f[upper - 1]) / (f[upper] - f[upper - 1]);
-    return loss(upper - 1) + share * (loss(upper) - loss(upper - 1));
-}
-
 }  // namespace amisim

@@ -78,7 +78,4 @@ struct PeakGain
 };
 PeakGain FindPeakGain(const SParameters& s);
 
-/// Loss in dB, linearly between the points; throws Error (kInput) outside them.
-double LossAt(const FrequencyResponse& response, double frequency);
-
 }  // namespace amisim
