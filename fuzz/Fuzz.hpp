@@ -18,6 +18,18 @@ inline void Require(bool condition, const char* what)
     std::abort();
 }
 
+/// Lets a reader have the file of this name: it finishes, or says in one line what is wrong there.
+template <class Error, class Reader>
+void ReadOrExplain(const std::string& name, Reader read)
+{
+    try {
+        read();
+    } catch (const Error& error) {
+        const std::string message = error.what();
+        Require(message.starts_with(name) && message.find('\n') == message.npos, "one line");
+    }
+}
+
 /// A file with this content, for readers that open files themselves: the same one each time.
 struct FileOf
 {

@@ -76,11 +76,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const double samplesPerBit = ratio < 250 ? 1 + ratio / 8.0 : Number(pieces);
     const auto time = pieces.Take<std::uint8_t>();
     const double bitTime = time < 250 ? 1e-10 : Number(pieces);
+    const double interval = bitTime / samplesPerBit;
+    // Taps by the million are sound but slow; tests/survival has them.
+    if (interval > 0 && interval < 3e-13) return 0;
 
     void* memory = nullptr;
     char* message = nullptr;
-    const long made = AMI_Init(nullptr, 0, 0, bitTime / samplesPerBit, bitTime, parameters.data(),
-                               nullptr, &memory, &message);
+    const long made =
+        AMI_Init(nullptr, 0, 0, interval, bitTime, parameters.data(), nullptr, &memory, &message);
     Require(memory && (made == 1 || message), "a failed AMI_Init says why");
     for (int block = 0; made == 1 && block < 64 && !pieces.Empty(); ++block) {
         // A byte is a level of the line for a bit or so, which gives long runs from few bytes.

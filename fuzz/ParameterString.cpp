@@ -1,7 +1,7 @@
 // Any text as a parameter string: the same tree, the same code and the same answers to look-ups as
 // the slow parser has.
 
-#include <bit>
+#include <algorithm>
 #include <cmath>
 #include <string_view>
 
@@ -16,7 +16,7 @@ bool HasLongBlank(std::string_view text)
 {
     size_t run = 0;
     for (const char c : text) {
-        run = std::string_view(" \t\n\v\f\r").find(c) != std::string_view::npos ? run + 1 : 0;
+        run = std::string_view(" \t\n\v\f\r").find(c) != text.npos ? run + 1 : 0;
         if (run > 120) return true;
     }
     return false;
@@ -46,10 +46,13 @@ void Compare(const NODE_STRUCT& node, const slow::Node& expected)
     }
 }
 
-void LookUp(const Vantor::AMI::ParamParser& parser, const slow::Tree& tree, const std::string& path)
+void LookUp(const Vantor::AMI::ParamParser& parser, const slow::Paths& leaves,
+            const std::string& path)
 {
-    const slow::Node* leaf = tree.Find(path);
-    const slow::Value* value = leaf && !leaf->Values.empty() ? &leaf->Values[0] : nullptr;
+    const slow::Value* value = nullptr;
+    const auto leaf = std::find_if(leaves.begin(), leaves.end(),
+                                   [&](const auto& candidate) { return candidate.first == path; });
+    if (leaf != leaves.end() && !leaf->second->Values.empty()) value = &leaf->second->Values[0];
     const bool number = value && (value->Type == 1 || value->Type == 3);
     const double expected = number ? std::strtod(value->Text.c_str(), nullptr) : 12.5;
     double found = 12.5;
@@ -81,8 +84,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     FreeParsedTree(&tree);
 
     const Vantor::AMI::ParamParser parser(text.c_str());
+    const slow::Paths leaves = expected.Leaves();
     for (const char* path : {"Retimer_RX_RT.RX_Config", "Retimer_RX_RT.EOMNbits", "a.b"})
-        LookUp(parser, expected, path);
-    for (const std::string& path : expected.Paths()) LookUp(parser, expected, path);
+        LookUp(parser, leaves, path);
+    for (const auto& leaf : leaves) LookUp(parser, leaves, leaf.first);
     return 0;
 }

@@ -40,26 +40,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (size == 0) return 0;
     const bool isArray = data[0] & 1;
     const FileOf file(data + 1, size - 1, isArray ? ".npy" : ".csv");
-    try {
-        switch (data[0] / 2 % 5) {
-            case 0:
-                ReadWave(file.path, "");
-                break;
-            case 1:
-                ReadWave(file.path, "3");
-                break;
-            case 2:
-                ReadChannel(file.path, ResponseKind::kImpulse);
-                break;
-            case 3:
-                ReadChannel(file.path, ResponseKind::kStep);
-                break;
-            default:
-                Require(!ReadBitPattern(file.path).empty(), "bits");
-        }
-    } catch (const Error& error) {
-        const std::string message = error.what();
-        Require(message.starts_with(file.path) && message.find('\n') == message.npos, "one line");
-    }
+    ReadOrExplain<Error>(file.path, [&file, kind = data[0] / 2 % 5] {
+        if (kind < 2)
+            ReadWave(file.path, kind == 0 ? "" : "3");
+        else if (kind < 4)
+            ReadChannel(file.path, kind == 2 ? ResponseKind::kImpulse : ResponseKind::kStep);
+        else
+            Require(!ReadBitPattern(file.path).empty(), "bits");
+    });
     return 0;
 }

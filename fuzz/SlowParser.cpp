@@ -1,7 +1,6 @@
 #include "fuzz/SlowParser.hpp"
 
-#include <algorithm>
-#include <functional>
+#include <regex.h>
 
 namespace slow {
 
@@ -13,85 +12,35 @@ bool In(char c, const std::string& characters)
 }
 
 const std::string blanks = " \t\n\v\f\r";
-const std::string digits = "0123456789";
-const std::string hexDigits = digits + "abcdefABCDEF";
-const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_";
 
-/// Takes pieces off the front of a text.
-struct Front
+/// A kind of number: blanks, a sign, and the whole rest as the expression has it, in any case.
+class Number
 {
-    std::string Rest;
+public:
+    explicit Number(const std::string& expression)
+    {
+        const std::string whole = "^[" + blanks + "]*[+-]?(" + expression + ")$";
+        regcomp(&m_expression, whole.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
+    }
+    bool Is(const std::string& text) const
+    {
+        return regexec(&m_expression, text.c_str(), 0, nullptr, 0) == 0;
+    }
 
-    size_t Many(const std::string& characters)
-    {
-        size_t count = 0;
-        while (count < Rest.size() && In(Rest[count], characters)) ++count;
-        Rest.erase(0, count);
-        return count;
-    }
-    bool One(const std::string& characters)
-    {
-        if (Rest.empty() || !In(Rest[0], characters)) return false;
-        Rest.erase(0, 1);
-        return true;
-    }
-    bool Word(const std::string& lowerCase)
-    {
-        std::string begin = Rest.substr(0, lowerCase.size());
-        std::transform(begin.begin(), begin.end(), begin.begin(), [](unsigned char c) {
-            return c >= 'A' && c <= 'Z' ? char(c + 32) : char(c);
-        });
-        if (begin != lowerCase) return false;
-        Rest.erase(0, lowerCase.size());
-        return true;
-    }
-    /// Digits with at most one point, and at least one digit.
-    bool Mantissa(const std::string& of)
-    {
-        const size_t before = Many(of);
-        const size_t after = One(".") ? Many(of) : 0;
-        return before + after > 0;
-    }
+private:
+    regex_t m_expression = {};
 };
-
-bool IsInteger(const std::string& text)
-{
-    Front front{text};
-    front.Many(blanks);
-    front.One("+-");
-    return front.Many(digits) > 0 && front.Rest.empty();
-}
-
-bool IsFloating(const std::string& text)
-{
-    Front front{text};
-    front.Many(blanks);
-    front.One("+-");
-    const std::string number = front.Rest;
-    if (front.Word("infinity") && front.Rest.empty()) return true;
-    front.Rest = number;
-    if (front.Word("inf") && front.Rest.empty()) return true;
-    front.Rest = number;
-    if (front.Word("nan")) {
-        if (front.Rest.empty()) return true;
-        return front.One("(") && (front.Many(letters + digits), front.One(")")) &&
-               front.Rest.empty();
-    }
-    front.Rest = number;
-    const bool hexadecimal = front.Word("0x");
-    if (!front.Mantissa(hexadecimal ? hexDigits : digits)) return false;
-    if (front.One(hexadecimal ? "pP" : "eE")) {
-        front.One("+-");
-        if (front.Many(digits) == 0) return false;
-    }
-    return front.Rest.empty();
-}
 
 int TypeOf(const std::string& text)
 {
+    static const Number integer("[0-9]+");
+    static const Number floating(
+        "inf|infinity|nan|nan\\([0-9a-z_]*\\)"
+        "|([0-9]+\\.?[0-9]*|\\.[0-9]+)(e[+-]?[0-9]+)?"
+        "|0x([0-9a-f]+\\.?[0-9a-f]*|\\.[0-9a-f]+)(p[+-]?[0-9]+)?");
     if (text.empty()) return -1;
-    if (IsInteger(text)) return 1;
-    if (IsFloating(text)) return 3;
+    if (integer.Is(text)) return 1;
+    if (floating.Is(text)) return 3;
     return text == "True" || text == "False" ? 2 : 0;
 }
 
@@ -215,18 +164,11 @@ private:
     int m_code = 0;
 };
 
-using Visitor = std::function<bool(const std::string& path, const Node& leaf)>;
-
-/// Visits all leaves below a branch until the visitor has seen enough.
-bool Visit(const Node& branch, const std::string& prefix, const Visitor& visitor)
+/// The leaves at and below a node that stands at path.
+void Collect(const Node& node, const std::string& path, Paths& leaves)
 {
-    const std::string path = prefix.empty() ? branch.Name : prefix + "." + branch.Name;
-    for (const Node& child : branch.Children) {
-        const bool enough =
-            child.IsBranch ? Visit(child, path, visitor) : visitor(path + "." + child.Name, child);
-        if (enough) return true;
-    }
-    return false;
+    if (!node.IsBranch) leaves.emplace_back(path, &node);
+    for (const Node& child : node.Children) Collect(child, path + "." + child.Name, leaves);
 }
 
 }  // namespace
@@ -236,26 +178,11 @@ Tree Parse(const std::string& text)
     return Reader(text).Read();
 }
 
-const Node* Tree::Find(const std::string& path) const
+Paths Tree::Leaves() const
 {
-    const Node* found = nullptr;
-    if (Code == 0 && !Roots.empty() && Roots[0].IsBranch)
-        Visit(Roots[0], "", [&](const std::string& at, const Node& leaf) {
-            if (at == path) found = &leaf;
-            return found != nullptr;
-        });
-    return found;
-}
-
-std::vector<std::string> Tree::Paths() const
-{
-    std::vector<std::string> paths;
-    if (Code == 0 && !Roots.empty() && Roots[0].IsBranch)
-        Visit(Roots[0], "", [&](const std::string& at, const Node&) {
-            paths.push_back(at);
-            return false;
-        });
-    return paths;
+    Paths leaves;
+    if (Code == 0 && !Roots.empty() && Roots[0].IsBranch) Collect(Roots[0], Roots[0].Name, leaves);
+    return leaves;
 }
 
 }  // namespace slow

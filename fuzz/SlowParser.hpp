@@ -1,7 +1,7 @@
 #pragma once
 
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The parameter string's language read as plainly as can be, to compare the model's parser with:
@@ -24,16 +24,16 @@ struct Node
     std::vector<Node> Children;
 };
 
+/// Leaves with their dotted paths.
+using Paths = std::vector<std::pair<std::string, const Node*>>;
+
 struct Tree
 {
     int Code = 0;             ///< 0, or why there is no tree
     std::vector<Node> Roots;  ///< one, or none where there are only empty lists
 
-    /// The first leaf of this dotted path; null where there is none.
-    const Node* Find(const std::string& path) const;
-
-    /// The dotted paths of all leaves.
-    std::vector<std::string> Paths() const;
+    /// All leaves that can be looked up, in the order of the text.
+    Paths Leaves() const;
 };
 
 Tree Parse(const std::string& text);

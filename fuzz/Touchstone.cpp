@@ -9,17 +9,14 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0) return 0;
-    const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
     const char* const names[] = {"fuzz.s2p", "fuzz.s4p", "fuzz.ts", "fuzz.s1p", "fuzz.s12p"};
-    try {
-        const amisim::SParameters s = amisim::ParseTouchstone(text, names[data[0] % 5]);
-        const auto ports = static_cast<std::size_t>(s.ports);
-        Require(ports > 0 && !s.frequency.empty(), "something was read");
-        Require(s.reference.size() == ports, "a reference for each port");
-        Require(s.values.size() == s.frequency.size() * ports * ports, "whole matrices");
-    } catch (const ibis::FileError& error) {
-        const std::string_view message = error.what();
-        Require(message.starts_with("fuzz.") && message.find('\n') == message.npos, "one line");
-    }
+    ReadOrExplain<ibis::FileError>(
+        "fuzz.", [name = names[data[0] % 5], text = std::string(data + 1, data + size)] {
+            const amisim::SParameters s = amisim::ParseTouchstone(text, name);
+            const auto ports = static_cast<std::size_t>(s.ports);
+            Require(ports > 0 && !s.frequency.empty(), "something was read");
+            Require(s.reference.size() == ports, "a reference for each port");
+            Require(s.values.size() == s.frequency.size() * ports * ports, "whole matrices");
+        });
     return 0;
 }

@@ -42,6 +42,7 @@ TEST(ParamParser, FindsTypedValuesByPath)
         {"(R (E nan))", "R.E", "-2147483648 nan"},
         {"(R (E 99999999999999999999))", "R.E", "-2147483648 1e+20"},
         {"(R (E True))", "R.E", "true"},
+        {"(R (E False))", "R.E", "false"},
         {"(R (E TRUE))", "R.E", "string"},
         {"(R (E \"\" 5))", "R.E", "none"},
         {"(R (E 5)", "R.E", "none"},

@@ -84,14 +84,6 @@ TEST(IbsFile, NamesWhatIsWrong)
     }
 }
 
-TEST(IbsFile, TheReceiversOwnFileNamesItsLibrary)
-{
-    const IbsFile file = ReadIbsFile(PACKAGE_FOLDER "/retimer.ibs");
-    const Executable* executable = file.Choose("").ForThisPlatform();
-    EXPECT_EQ(executable->library.filename(), "Retimer_RX_RT.so");
-    EXPECT_TRUE(std::filesystem::exists(executable->ami));
-}
-
 TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
 {
     const TemporaryFolder folder;

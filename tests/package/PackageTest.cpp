@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <memory>
 #include <random>
@@ -41,6 +39,8 @@ TEST(AmiFile, HasTheLibrarysDefaultsAndOnlyValuesItTakes)
         {"EOMNbits", rx->EOMNbits}, {"CTLEAdapt", rx->CTLEAdapt}};
 
     const ibis::AmiFile file = ibis::ReadAmiFile(PACKAGE_FOLDER "/Retimer_RX_RT.ami");
+    EXPECT_EQ(file.notes, std::vector<std::string>());
+    EXPECT_EQ(file.rootName, "Retimer_RX_RT");
     size_t inputs = 0;
     for (const ibis::AmiParameter& parameter : file.parameters) {
         SCOPED_TRACE(parameter.name);
@@ -79,7 +79,8 @@ TEST(IbsFile, DescribesADifferentialInput)
     EXPECT_EQ(model.components, file.components);
     const ibis::Executable* executable = model.ForThisPlatform();
     ASSERT_TRUE(executable);
-    EXPECT_EQ(executable->ami.filename(), "Retimer_RX_RT.ami");
+    EXPECT_EQ(executable->ami, PACKAGE_FOLDER "/Retimer_RX_RT.ami");
+    EXPECT_EQ(executable->library, PACKAGE_FOLDER "/Retimer_RX_RT.so");
     EXPECT_NE(Contents(PACKAGE_FOLDER "/retimer.ibs").find("[Diff Pin]"), std::string::npos);
 }
 

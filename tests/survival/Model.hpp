@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <fstream>
@@ -90,14 +91,14 @@ public:
     /// Runs samples [from, from + n) of wave; the block's clock times.
     std::vector<double> Block(const std::vector<double>& wave, size_t from, size_t n)
     {
-        std::vector<double> clocks(n + 2, -1.0);
+        if (Result != 1) return {};
+        std::vector<double> clocks(n + 2, 7.0);
         Wave.insert(Wave.end(), wave.data() + from, wave.data() + from + n);
-        if (Result == 1)
-            Result = m_library.GetWave(Wave.data() + Wave.size() - n, static_cast<long>(n),
-                                       clocks.data(), nullptr, m_memory);
-        size_t count = 0;
-        while (clocks[count] != -1.0) ++count;
-        clocks.resize(count);
+        Result = m_library.GetWave(Wave.data() + Wave.size() - n, static_cast<long>(n),
+                                   clocks.data(), nullptr, m_memory);
+        const auto end = std::find(clocks.begin(), clocks.end(), -1.0);
+        if (end == clocks.end()) throw std::logic_error("a list of clock times without an end");
+        clocks.erase(end, clocks.end());
         Clocks.insert(Clocks.end(), clocks.begin(), clocks.end());
         return clocks;
     }
@@ -140,5 +141,5 @@ public:
 
 private:
     const Library& m_library;
-    void* m_memory = nullptr;
+    void* m_memory = this;  ///< no null: AMI_Init is to set it
 };
