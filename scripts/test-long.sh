@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The long tests, after the quick ones: what is built, with what sanitizers, on what systems. Each
-# step tells what it found; the first that fails ends it. The last one needs root and debootstrap.
+# step tells what it found; the first that fails ends it. The last two need root and debootstrap.
 # SECONDS_EACH sets how long each fuzzer runs.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -41,6 +41,8 @@ scripts/lint.sh build/fuzz
 if [ "$(id -u)" -eq 0 ] && command -v debootstrap >/dev/null; then
     step "an older and a newer Debian"
     scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so "$long/systems"
+    step "an emulated processor with AVX-512"
+    scripts/prove-avx512.sh build/release "$long/avx512"
 else
-    step "NOT RUN, needs root and debootstrap: an older and a newer Debian"
+    step "NOT RUN, needs root and debootstrap: an older and a newer Debian, a processor with AVX-512"
 fi
