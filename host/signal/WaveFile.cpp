@@ -9,8 +9,9 @@
 
 namespace amisim {
 
-constexpr double kLongest = 1e12;  // samples on the grid
-constexpr double kHighest = 1e30;  // V
+constexpr double kLongest = 1e12;    // samples on the grid
+constexpr double kHighest = 1e30;    // V
+constexpr double kShortest = 1e-30;  // s from point to point: what is less gives no finite slope
 
 /// What the times of a file are like.
 struct WaveFile::Survey
@@ -138,7 +139,7 @@ WaveFile::Survey WaveFile::ReadThrough()
                         fmt::format("{}: the times must rise, but {:g} follows {:g}",
                                     points_->Place(), point.time, survey.last));
         }
-        if (step == 0 && survey.standstill.empty()) survey.standstill = points_->Place();
+        if (step < kShortest && survey.standstill.empty()) survey.standstill = points_->Place();
         noteDigits();
         if (usual > 0 && step > kGap * usual) {
             ++survey.gaps;
@@ -162,7 +163,8 @@ bool WaveFile::IsEvenButForRounding(const Survey& survey)
 {
     const double limit = 1.01 * survey.Resolution(), step = survey.MeanStep();
     const double spread = survey.longest - survey.shortest;
-    if (survey.points < 3 || survey.gaps > 0 || spread < 1e-6 * step || spread > 2 * limit)
+    if (survey.points < 3 || survey.gaps > 0 || step < kShortest || spread < 1e-6 * step ||
+        spread > 2 * limit)
         return false;
     points_->Rewind();
     number_ = 0;
