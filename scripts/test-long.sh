@@ -1,48 +1,58 @@
 #!/usr/bin/env bash
-# The long tests, after the quick ones: what is built, with what sanitizers, on what systems. Each
-# step tells what it found; the first that fails ends it. The last two need root and debootstrap.
-# SECONDS_EACH sets how long each fuzzer runs.
+# The long tests, after the quick ones: what is built, with what sanitizers, on what systems.
+#
+#   scripts/test-long.sh           all of them, some hours
+#   scripts/test-long.sh STEP...   these: package twice sanitizers threads literal slurm fuzz lint systems avx512
+#
+# Each tells what it found; the first that fails ends it. SECONDS_EACH sets how long each fuzzer runs,
+# CASES how many random cases are compared. The last two need root, and debootstrap or an emulator.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh tests clang clang-tidy cppcheck slurm-wlm munge
 long=$PWD/build/long
 mkdir -p "$long"
 
-step() { echo "== $1"; }
+package() { cmake --build --preset release --target package; }
 
-step "the package: what it needs of a system"
-cmake --build --preset release --target package
+twice() { scripts/prove-reproducible.sh "$long/twice"; }
 
-step "two builds in different folders"
-scripts/prove-reproducible.sh "$long/twice"
+sanitizers() {
+    cmake --preset debug >/dev/null
+    cmake --build --preset debug
+    ctest --preset debug
+}
 
-step "address and undefined-behaviour sanitizers"
-cmake --preset debug >/dev/null
-cmake --build --preset debug
-ctest --preset debug
+threads() {
+    cmake -S . -B "$long/thread" -G Ninja -DRETIMER_HOST=OFF -DRETIMER_SANITIZE=thread >/dev/null
+    cmake --build "$long/thread" --target test_survival
+    "$long/thread/tests/survival/test_survival" --gtest_filter='*ManyInstances*'
+}
 
-step "thread sanitizer"
-cmake -S . -B "$long/thread" -G Ninja -DRETIMER_HOST=OFF -DRETIMER_SANITIZE=thread >/dev/null
-cmake --build "$long/thread" --target test_survival
-"$long/thread/tests/survival/test_survival" --gtest_filter='*ManyInstances*'
+literal() {
+    RETIMER_DIFFERENTIAL_CASES=${CASES:-5000} build/release/tests/literal/test_literal --gtest_filter='*RandomCases'
+}
 
-step "random cases against the literal twin"
-RETIMER_DIFFERENTIAL_CASES=5000 build/release/tests/literal/test_literal --gtest_filter='*RandomCases'
+slurm() { tests/slurm/run.sh build/release; }
 
-step "job arrays on a real Slurm"
-tests/slurm/run.sh build/release
+fuzz() { scripts/fuzz.sh "${SECONDS_EACH:-600}"; }
 
-step "fuzzing"
-scripts/fuzz.sh "${SECONDS_EACH:-600}"
+# After fuzz, in whose folder clang's commands are.
+lint() { scripts/lint.sh build/fuzz; }
 
-step "clang-tidy and cppcheck"
-scripts/lint.sh build/fuzz
+systems() { scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so "$long/systems"; }
 
-if [ "$(id -u)" -eq 0 ] && command -v debootstrap >/dev/null; then
-    step "an older and a newer Debian"
-    scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so "$long/systems"
-    step "an emulated processor with AVX-512"
-    scripts/prove-avx512.sh build/release "$long/avx512"
-else
-    step "NOT RUN, needs root and debootstrap: an older and a newer Debian, a processor with AVX-512"
-fi
+avx512() { scripts/prove-avx512.sh build/release "$long/avx512"; }
+
+steps=("$@")
+[ $# -gt 0 ] || steps=(package twice sanitizers threads literal slurm fuzz lint systems avx512)
+for step in "${steps[@]}"; do
+    [[ $(declare -F) = *" $step"* ]] || { echo "expected a step as above, found '$step'" >&2; exit 2; }
+    if [[ $step = systems || $step = avx512 ]] && { [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; }; then
+        echo "== $step: NOT RUN, needs root and debootstrap"
+        continue
+    fi
+    echo "== $step"
+    start=$SECONDS
+    $step
+    echo "== $step: passed in $((SECONDS - start)) s"
+done
