@@ -46,7 +46,7 @@ avx512() { scripts/prove-avx512.sh build/release "$long/avx512"; }
 steps=("$@")
 [ $# -gt 0 ] || steps=(package twice sanitizers threads literal slurm fuzz lint systems avx512)
 for step in "${steps[@]}"; do
-    [[ $(declare -F) = *" $step"* ]] || { echo "expected a step as above, found '$step'" >&2; exit 2; }
+    declare -F "$step" >/dev/null || { echo "expected a step as above, found '$step'" >&2; exit 2; }
     if [[ $step = systems || $step = avx512 ]] && { [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; }; then
         echo "== $step: NOT RUN, needs root and debootstrap"
         continue
