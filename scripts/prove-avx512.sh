@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the AVX-512 inner products, and the whole receiver with them against the literal twin, on an
 # emulated processor that has AVX-512: prove-avx512.sh BUILD FOLDER
-# BUILD holds the built tests; needs root for the emulator's packages. Some 10 minutes.
+# BUILD holds the built tests; needs root for the emulator's packages. CASES: how many random cases, one by default: each
+# takes minutes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$(realpath "$1")

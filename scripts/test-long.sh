@@ -41,7 +41,7 @@ lint() { scripts/lint.sh build/fuzz; }
 
 systems() { scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so "$long/systems"; }
 
-avx512() { scripts/prove-avx512.sh build/release "$long/avx512"; }
+avx512() { CASES=1 scripts/prove-avx512.sh build/release "$long/avx512"; }
 
 steps=("$@")
 [ $# -gt 0 ] || steps=(package twice sanitizers threads literal slurm fuzz lint systems avx512)
