@@ -69,6 +69,11 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         {"[gird]\n", "plan.toml:2: gird is not known here: expected model, out, [run]"},
         {"run = 3\n", "plan.toml:2: expected a section [run]"},
         {"out = 3\n", "plan.toml:2: out: expected a text in quotes"},
+        {"é = 3\n",
+         "plan.toml:2: Error while parsing root table: expected keys, tables, "
+         "whitespace or comments, saw 'é'"},
+        {"[grid]\n\"日é\" = [5\"ﳿ\n", "plan.toml:3: Error while parsing"},
+        {"[grid]\n\"日é\" = 5\n", "plan.toml:3: 日é is neither an option"},
     };
     for (const auto& [plan, text] : plans) {
         SCOPED_TRACE(plan);
@@ -111,14 +116,14 @@ TEST_F(SweepTest, AxesMakeTheGridTheLastOneVaryingFastest)
     // A plan elsewhere: its paths start from its own folder, and the command line adds to it.
     fs::create_directories("plans");
     Save("plans/p.toml",
-         "model = \"../model.ami\"\nout = \"there\"\n[run]\nbits = 1000\nppm = -0.5\n"
+         "model = \"../model.ami\"\nout = \"là\"\n[run]\nbits = 1000\nppm = -0.5\n"
          "[param]\nMode = \"invert\"\n[grid]\nLevel = \"0:1\"\nloss = 0\n");
     ASSERT_EQ(Amisim("sweep plans/p.toml --grid loss=3 -- --seed 7"), 0) << output_;
-    const Json record = Json::parse(Read("plans/there/cases/0002-Level=1-loss=3/case.json"));
+    const Json record = Json::parse(Read("plans/là/cases/0002-Level=1-loss=3/case.json"));
     EXPECT_EQ(record["arguments"],
               Json({"--save-wave=none", "--bits=1000", "--ppm=-0.5", "-p", "Mode=invert", "--seed",
                     "7", "-p", "Level=1", "--loss=3"}));
-    EXPECT_NE(Read("plans/there/cases/0002-Level=1-loss=3/run.log").find("inverted"),
+    EXPECT_NE(Read("plans/là/cases/0002-Level=1-loss=3/run.log").find("inverted"),
               std::string::npos);
 }
 
