@@ -356,8 +356,8 @@ private:
                 Note(parameter->line, "{} must be Usage Info, Type {}", rule.name, Name(rule.type));
             }
         }
-        const AmiParameter* version = m_file.Find("AMI_Version");
-        if (version && version->line > branch->children.front().line) {
+        const AmiNode* version = branch->Child("AMI_Version");
+        if (version && version != &branch->children.front()) {
             Note(version->line, "AMI_Version must come first in Reserved_Parameters");
         }
     }

@@ -119,6 +119,9 @@ private:
             if (!argument.starts_with("2.")) {
                 Fail("expected [Version] 2.0 or 2.1, found '{}'", argument);
             }
+            if (m_isVersion2 || m_hasOptions) {
+                Fail("expected [Version] once, before all else");
+            }
             m_isVersion2 = true;
             m_s.ports = 0;  // [Number of Ports] counts, not the file's name
             return;
@@ -126,9 +129,16 @@ private:
         if (!m_isVersion2) {
             Fail("expected [Version] 2.0 before the keyword [{}]", keyword);
         }
-        if (m_section == Section::Information) {
+        const bool hasData = m_section == Section::Network || m_section == Section::Noise;
+        if (hasData && keyword != "noise data" && keyword != "end") {
+            Fail("expected no more than [Noise Data] and [End] after the data, found [{}]",
+                 keyword);
+        } else if (m_section == Section::Information) {
             m_section = keyword == "end information" ? Section::Head : m_section;
         } else if (keyword == "number of ports") {
+            if (m_s.ports != 0) {  // what follows counts by the first
+                Fail("a second [Number of Ports]");
+            }
             m_s.ports = Count(argument, kMostPorts);
         } else if (keyword == "number of frequencies") {
             m_frequencies = static_cast<size_t>(Count(argument, 1e9));

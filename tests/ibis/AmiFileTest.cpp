@@ -150,6 +150,11 @@ TEST(AmiFile, NotesDeparturesThatDoNotKeepTheModelFromRunning)
                   "m.ami:2: the required reserved parameter Init_Returns_Impulse is missing",
                   "m.ami:3: GetWave_Exists must be Usage Info, Type Boolean",
                   "m.ami:4: AMI_Version must come first in Reserved_Parameters"}));
+    EXPECT_EQ(ParseAmiText("(m (Reserved_Parameters)\n(Model_Specific\n"
+                           "(AMI_Version (Usage Info)(Type String)(Value \"7.0\"))))",
+                           "m.ami")
+                  .notes.front(),
+              "m.ami:1: the required reserved parameter AMI_Version is missing");
 }
 
 TEST(ParameterTable, AlignsColumnsAndWrapsDescriptions)

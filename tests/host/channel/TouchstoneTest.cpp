@@ -112,6 +112,13 @@ TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
          "a.ts:8: expected 2 frequencies as [Number of Frequencies] says, found 1"},
         {"a.ts", "[Version] 2.0\n#\n[Number of Ports] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
          "a.ts:6: expected [Two-Port Data Order] for a two-port of version 2"},
+        {"a.s2p", "#\n1 0 0 0 0 0 0 0 0\n[Version] 2.0\n",
+         "a.s2p:3: expected [Version] once, before all else"},
+        {"a.ts", kHead2 + "[Mixed-Mode Order] D1,2 C1,2\n[Number of Ports] 3\n",
+         "a.ts:6: a second [Number of Ports]"},
+        {"a.ts", kHead2 + "[Network Data]\n1 0 0 0 0 0 0 0 0\n[Matrix Format] Lower\n",
+         "a.ts:7: expected no more than [Noise Data] and [End] after the data, found [matrix "
+         "format]"},
     };
     for (const Row& row : rows) {
         EXPECT_EQ(MessageOf([&] { ParseTouchstone(row.text, row.name); }), row.message);
