@@ -147,25 +147,30 @@ Plan ReadSweepFolder(const fs::path& folder)
                                                   "a sweep (--out of amisim sweep)",
                                                   folder.string()));
     }
+    const auto fail = [&](std::string_view why) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("{}: is not the plan of a sweep: {}", path.string(), why));
+    };
+    Plan plan;
+    plan.out = fs::absolute(folder);
     try {
         const auto json = nlohmann::json::parse(file);
-        const auto settings = [&](const char* key) {
-            std::vector<Setting> list;
+        const auto read = [&](const char* key, std::vector<Setting>& list) {
             for (const auto& s : json.at(key)) {
                 list.push_back({s.at("name"), s.at("parameter"), s.at("values"), path.string()});
+                if (list.back().values.empty()) fail(list.back().name + " has no values");
             }
-            return list;
         };
-        return {json.at("base").get<std::string>(),
-                json.at("model"),
-                fs::absolute(folder),
-                settings("fixed"),
-                json.at("options"),
-                settings("axes")};
+        plan.base = json.at("base").get<std::string>();
+        plan.model = json.at("model");
+        plan.options = json.at("options");
+        read("fixed", plan.fixed);
+        read("axes", plan.axes);
     } catch (const nlohmann::json::exception& error) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: is not the plan of a sweep: {}", path.string(), error.what()));
+        fail(error.what());
     }
+    if (plan.axes.empty()) fail("it varies nothing");
+    return plan;
 }
 
 }  // namespace amisim

@@ -82,6 +82,8 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         EXPECT_TRUE(Says(text)) << output_;
         EXPECT_FALSE(fs::exists("sweep")) << "nothing is begun";
     }
+    fs::create_directory("idle");
+    Save("idle/plan.json", R"({"base": "", "model": "", "fixed": [], "options": [], "axes": []})");
     const std::pair<const char*, const char*> lines[] = {
         {"model.ami --grid Level", "--grid Level: expected NAME=VALUES"},
         {"model.ami --grid Level=1 -- --no-such 1", "options of amisim run: The following"},
@@ -91,6 +93,7 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         {"model.so --grid Level=1 --out model.so", "model.so: is a file, expected a folder"},
         {"none.ami --grid Level=1", "none.ami"},
         {"--collect .", "holds no plan.json"},
+        {"--collect idle", "idle/plan.json: is not the plan of a sweep: it varies nothing"},
         {"--task 1 model.ami", "--task needs the folder of a sweep"},
     };
     for (const auto& [arguments, text] : lines) {
