@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 /// What libFuzzer calls with each input; a fault ends the process.
@@ -30,19 +31,25 @@ void ReadOrExplain(const std::string& name, Reader read)
     }
 }
 
-/// A file with this content, for readers that open files themselves: the same one each time.
+/// A file with this name and content, for readers that open files themselves: in the same folder
+/// each time.
 struct FileOf
 {
-    FileOf(const std::uint8_t* data, std::size_t size, const char* suffix)
-        : path("/dev/shm/fuzz" + std::to_string(getpid()) + suffix)
+    FileOf(const std::uint8_t* data, std::size_t size, const char* name)
+        : folder("/dev/shm/fuzz" + std::to_string(getpid())), path(folder + "/" + name)
     {
+        mkdir(folder.c_str(), 0700);
         std::FILE* const file = std::fopen(path.c_str(), "wb");
         Require(file && std::fwrite(data, 1, size, file) == size, "the input can be written");
         std::fclose(file);
     }
-    ~FileOf() { unlink(path.c_str()); }
+    ~FileOf()
+    {
+        unlink(path.c_str());
+        rmdir(folder.c_str());  // stays until its last file goes
+    }
     FileOf(const FileOf&) = delete;
     FileOf& operator=(const FileOf&) = delete;
 
-    std::string path;
+    std::string folder, path;
 };

@@ -1,4 +1,4 @@
-// Any text as the plan of a sweep, and as what a model logs.
+// Any text as the plan of a sweep, as the one kept in the sweep's folder, and as what a model logs.
 
 #include "fuzz/Fuzz.hpp"
 #include "host/Error.hpp"
@@ -10,16 +10,21 @@ using namespace amisim;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const FileOf file(data, size, ".toml");
+    const FileOf file(data, size, "plan.toml"), kept(data, size, "plan.json");
     if (const auto log = ReadAdaptLog(file.path))
         Require(log->requests >= static_cast<int>(log->measurements.size() > 0), "requests");
     for (const LoggedEye& eye : ReadEomLog(file.path, 4).eyes)
         Require(eye.hits.size() == 64 * 64, "whole eyes");
-    ReadOrExplain<Error>(file.path, [&] {
-        const Plan plan = ReadPlanFile(file.path);
+    const auto check = [](const Plan& plan) {
         for (const Setting& axis : plan.axes)
-            Require(!axis.values.empty() && !axis.name.empty(), "axes with values");
+            Require(!axis.name.empty() && !axis.values.empty(), "axes with names and values");
         ToJson(plan);
+    };
+    ReadOrExplain<Error>(file.path, [&] { check(ReadPlanFile(file.path)); });
+    ReadOrExplain<Error>(kept.path, [&] {
+        const Plan plan = ReadSweepFolder(kept.folder);
+        Require(!plan.axes.empty(), "something varies");
+        check(plan);
     });
     return 0;
 }

@@ -39,7 +39,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0) return 0;
     const bool isArray = data[0] & 1;
-    const FileOf file(data + 1, size - 1, isArray ? ".npy" : ".csv");
+    const FileOf file(data + 1, size - 1, isArray ? "signal.npy" : "signal.csv");
     ReadOrExplain<Error>(file.path, [&file, kind = data[0] / 2 % 5] {
         if (kind < 2)
             ReadWave(file.path, kind == 0 ? "" : "3");

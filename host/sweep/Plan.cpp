@@ -158,7 +158,8 @@ Plan ReadSweepFolder(const fs::path& folder)
         const auto read = [&](const char* key, std::vector<Setting>& list) {
             for (const auto& s : json.at(key)) {
                 list.push_back({s.at("name"), s.at("parameter"), s.at("values"), path.string()});
-                if (list.back().values.empty()) fail(list.back().name + " has no values");
+                if (list.back().name.empty() || list.back().values.empty())
+                    fail("a setting without name or values");
             }
         };
         plan.base = json.at("base").get<std::string>();
