@@ -6,7 +6,7 @@
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    ReadOrExplain<ibis::FileError>("fuzz.ami", [text = std::string(data, data + size)] {
+    ReadOrExplain<ibis::FileError>("fuzz.ami", [text = Text(data, size)] {
         const ibis::AmiFile file = ibis::ParseAmiText(text, "fuzz.ami");
         for (const ibis::AmiParameter& parameter : file.parameters) {
             Require(!parameter.name.empty() && parameter.line > 0, "a parameter has name and line");

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,6 +18,12 @@ inline void Require(bool condition, const char* what)
     if (condition) return;
     std::fprintf(stderr, "violated: %s\n", what);
     std::abort();
+}
+
+/// The input as text: where it lies, so that the sanitizer sees a step beyond its end.
+inline std::string_view Text(const std::uint8_t* data, std::size_t size)
+{
+    return {reinterpret_cast<const char*>(data), size};
 }
 
 /// Lets a reader have the file of this name: it finishes, or says in one line what is wrong there.
@@ -46,7 +53,7 @@ struct FileOf
     ~FileOf()
     {
         unlink(path.c_str());
-        rmdir(folder.c_str());  // stays until its last file goes
+        rmdir(folder.c_str());
     }
     FileOf(const FileOf&) = delete;
     FileOf& operator=(const FileOf&) = delete;

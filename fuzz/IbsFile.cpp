@@ -6,7 +6,7 @@
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    ReadOrExplain<ibis::FileError>("fuzz.ibs", [text = std::string(data, data + size)] {
+    ReadOrExplain<ibis::FileError>("fuzz.ibs", [text = Text(data, size)] {
         const ibis::IbsFile file = ibis::ParseIbsText(text, "fuzz.ibs");
         for (const ibis::AlgorithmicModel& model : file.models) {
             Require(!model.executables.empty(), "an algorithmic model has something to run");

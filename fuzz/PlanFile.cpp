@@ -10,7 +10,7 @@ using namespace amisim;
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const FileOf file(data, size, "plan.toml"), kept(data, size, "plan.json");
+    const FileOf file(data, size, "plan.json");  // the name that a sweep's folder has it under
     if (const auto log = ReadAdaptLog(file.path))
         Require(log->requests >= static_cast<int>(log->measurements.size() > 0), "requests");
     for (const LoggedEye& eye : ReadEomLog(file.path, 4).eyes)
@@ -21,8 +21,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         ToJson(plan);
     };
     ReadOrExplain<Error>(file.path, [&] { check(ReadPlanFile(file.path)); });
-    ReadOrExplain<Error>(kept.path, [&] {
-        const Plan plan = ReadSweepFolder(kept.folder);
+    ReadOrExplain<Error>(file.path, [&] {
+        const Plan plan = ReadSweepFolder(file.folder);
         Require(!plan.axes.empty(), "something varies");
         check(plan);
     });

@@ -11,7 +11,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (size == 0) return 0;
     const char* const names[] = {"fuzz.s2p", "fuzz.s4p", "fuzz.ts", "fuzz.s1p", "fuzz.s12p"};
     ReadOrExplain<ibis::FileError>(
-        "fuzz.", [name = names[data[0] % 5], text = std::string(data + 1, data + size)] {
+        "fuzz.", [name = names[data[0] % 5], text = Text(data + 1, size - 1)] {
             const amisim::SParameters s = amisim::ParseTouchstone(text, name);
             const auto ports = static_cast<std::size_t>(s.ports);
             Require(ports > 0 && !s.frequency.empty(), "something was read");
