@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 /// The text with 0xF0000 added to each letter from U+0080 to U+FFFF, as it would be in UTF-8. The
 /// parser's tables of letters have holes, U+00E9 and U+FCFF among them, and what it does there is
 /// not defined; what this makes of them lies beyond the tables, among the letters of private use.
+/// A text's own letters from U+F0080 on (private use too) come back as others.
 std::string HideLetters(std::string_view text)
 {
     if (text.starts_with("\xef\xbb\xbf")) text.remove_prefix(3);  // byte order mark
