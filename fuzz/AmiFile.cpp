@@ -1,6 +1,6 @@
 // Any text as an .ami file: a file with parameters, or one line that says what is wrong.
 
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 #include "fuzz/Fuzz.hpp"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 namespace ibis {
 

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "ibis/ParameterTable.hpp"
 #include "ibis/ResolveModel.hpp"
+#include "ibis/ami/ParameterTable.hpp"
 
 namespace amisim {
 namespace {

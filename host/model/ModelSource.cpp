@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "host/Error.hpp"
-#include "ibis/ParameterString.hpp"
 #include "ibis/ResolveModel.hpp"
+#include "ibis/ami/ParameterString.hpp"
 
 namespace amisim {
 namespace {

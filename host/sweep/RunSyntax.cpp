@@ -7,8 +7,8 @@
 #include "host/Error.hpp"
 #include "host/cli/RunCommand.hpp"
 #include "host/model/ModelSource.hpp"
-#include "ibis/ParameterString.hpp"
 #include "ibis/ResolveModel.hpp"
+#include "ibis/ami/ParameterString.hpp"
 
 namespace amisim {
 namespace {

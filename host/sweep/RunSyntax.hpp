@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/sweep/Plan.hpp"
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 namespace amisim {
 

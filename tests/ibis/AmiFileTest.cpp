@@ -1,10 +1,10 @@
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
-#include "ibis/ParameterTable.hpp"
+#include "ibis/ami/ParameterTable.hpp"
 #include "tests/ibis/Support.hpp"
 
 namespace ibis {

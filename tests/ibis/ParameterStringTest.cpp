@@ -1,4 +1,4 @@
-#include "ibis/ParameterString.hpp"
+#include "ibis/ami/ParameterString.hpp"
 
 #include <gtest/gtest.h>
 

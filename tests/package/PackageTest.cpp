@@ -7,8 +7,8 @@
 #include <memory>
 #include <random>
 
-#include "ibis/AmiFile.hpp"
 #include "ibis/IbsFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 #include "model/Retimer_RX_RT.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "tests/survival/Model.hpp"

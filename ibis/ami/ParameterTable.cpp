@@ -1,4 +1,4 @@
-#include "ibis/ParameterTable.hpp"
+#include "ibis/ami/ParameterTable.hpp"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "ibis/AmiFile.hpp"
-#include "ibis/AmiTree.hpp"
+#include "ibis/ami/AmiFile.hpp"
+#include "ibis/ami/AmiTree.hpp"
 
 namespace ibis {
 

@@ -1,11 +1,11 @@
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "ibis/AmiReader.hpp"
 #include "ibis/TextFile.hpp"
+#include "ibis/ami/AmiReader.hpp"
 
 namespace ibis {
 namespace {

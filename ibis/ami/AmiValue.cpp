@@ -1,4 +1,4 @@
-#include "ibis/AmiValue.hpp"
+#include "ibis/ami/AmiValue.hpp"
 
 #include <charconv>
 #include <cmath>

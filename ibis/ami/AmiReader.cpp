@@ -1,12 +1,12 @@
-#include "ibis/AmiReader.hpp"
+#include "ibis/ami/AmiReader.hpp"
 
 #include <algorithm>
 #include <array>
 #include <set>
 
-#include "ibis/AmiValue.hpp"
-#include "ibis/ParameterString.hpp"
 #include "ibis/TextFile.hpp"
+#include "ibis/ami/AmiValue.hpp"
+#include "ibis/ami/ParameterString.hpp"
 
 namespace ibis {
 namespace {

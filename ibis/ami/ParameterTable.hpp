@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 namespace ibis {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 namespace ibis {
 

@@ -1,4 +1,4 @@
-#include "ibis/AmiTree.hpp"
+#include "ibis/ami/AmiTree.hpp"
 
 #include <algorithm>
 

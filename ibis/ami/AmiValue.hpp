@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "ibis/AmiFile.hpp"
+#include "ibis/ami/AmiFile.hpp"
 
 namespace ibis {
 

@@ -1,10 +1,10 @@
-#include "ibis/ParameterString.hpp"
+#include "ibis/ami/ParameterString.hpp"
 
 #include <algorithm>
 #include <numeric>
 
-#include "ibis/AmiValue.hpp"
 #include "ibis/TextFile.hpp"
+#include "ibis/ami/AmiValue.hpp"
 
 namespace ibis {
 namespace {
