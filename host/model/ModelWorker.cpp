@@ -1,12 +1,9 @@
 #include "host/model/ModelWorker.hpp"
 
 #include <sys/socket.h>
-#include <ucontext.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -15,6 +12,7 @@
 
 #include "host/Error.hpp"
 #include "host/model/AmiModule.hpp"
+#include "host/model/FaultHandler.hpp"
 #include "host/model/Protocol.hpp"
 #include "host/model/SharedBlocks.hpp"
 
@@ -74,9 +72,9 @@ private:
         const auto impulses = blocks_.Impulses();
         const auto aggressors = static_cast<long>(blocks_.Aggressors());
         const long rows = static_cast<long>(impulses.size()) / (aggressors + 1);
-        const long result = module_->init(impulses.data(), rows, aggressors,
-                                          blocks_.SampleInterval(), blocks_.BitTime(),
-                                          blocks_.Parameters(), &parameters, &memory_, &message);
+        const long result =
+            module_->init(impulses.data(), rows, aggressors, blocks_.SampleInterval(),
+                          blocks_.BitTime(), blocks_.Parameters(), &parameters, &memory_, &message);
         if (message) message_.assign(message, strnlen(message, kLongestText));
         if (parameters) parameters_.assign(parameters, strnlen(parameters, kLongestText));
         return result;
@@ -100,34 +98,13 @@ private:
 
 const SharedBlocks* g_blocks = nullptr;
 
-/// Notes what kind of fault it was, then lets it take its course.
-void NoteFault(int signal, siginfo_t* info, void* context)
+void NoteFault(const void* address, bool nearStack)
 {
-    constexpr std::uintptr_t kNear = 1 << 16;
-    const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
-    const auto stack = static_cast<std::uintptr_t>(
-        static_cast<const ucontext_t*>(context)->uc_mcontext.gregs[REG_RSP]);
-    if (g_blocks->IsForbidden(info->si_addr)) {
+    if (g_blocks->IsForbidden(address)) {
         g_blocks->Note(SharedBlocks::Fault::kClockList);
-    } else if (address + kNear > stack && address < stack + kNear) {
+    } else if (nearStack) {
         g_blocks->Note(SharedBlocks::Fault::kStack);
     }
-    std::signal(signal, SIG_DFL);  // the instruction is tried again and ends the process
-}
-
-void NoteFaults(const SharedBlocks& blocks)
-{
-    g_blocks = &blocks;
-    static std::byte room[1 << 16];  // a stack of its own: the model may have used up the other
-    const stack_t stack{room, 0, sizeof room};
-    sigaltstack(&stack, nullptr);
-    struct sigaction action
-    {
-    };
-    action.sa_sigaction = NoteFault;
-    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
-    sigaction(SIGSEGV, &action, nullptr);
-    sigaction(SIGBUS, &action, nullptr);
 }
 
 }  // namespace
@@ -137,7 +114,8 @@ int RunModelWorker(int socket, int memory)
     // What a model printed before it died must not be lost in a buffer.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     Worker worker(memory);
-    NoteFaults(worker.Blocks());
+    g_blocks = &worker.Blocks();
+    NoteFaults(NoteFault);
     Request request;
     while (recv(socket, &request, sizeof request, 0) == sizeof request) {
         const Reply reply = worker.Serve(request);
