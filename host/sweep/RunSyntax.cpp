@@ -7,6 +7,7 @@
 #include "host/Error.hpp"
 #include "host/cli/RunCommand.hpp"
 #include "host/model/ModelSource.hpp"
+#include "ibis/NearestName.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"
 

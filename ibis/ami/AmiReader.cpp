@@ -4,6 +4,7 @@
 #include <array>
 #include <set>
 
+#include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ParameterString.hpp"

@@ -1,29 +1,13 @@
 #include "ibis/ami/ParameterString.hpp"
 
 #include <algorithm>
-#include <numeric>
 
+#include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 
 namespace ibis {
 namespace {
-
-/// Number of characters to insert, drop or replace to get from one word to the other.
-size_t EditDistance(const std::string& from, const std::string& to)
-{
-    std::vector<size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < from.size(); ++i) {
-        size_t diagonal = row[0]++;
-        for (size_t j = 0; j < to.size(); ++j) {
-            const size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
 
 std::vector<std::string> InputPaths(const AmiFile& file)
 {
@@ -98,21 +82,6 @@ std::pair<std::string, std::string> SplitOverride(std::string_view text)
         throw FileError(fmt::format("'{}': expected Name=Value", text));
     }
     return {std::string(name), std::string(Trimmed(text.substr(equals + 1)))};
-}
-
-std::string NearestName(std::string_view name, const std::vector<std::string>& known)
-{
-    std::string nearest;
-    const std::string wanted = Lowercase(name);
-    size_t least = std::max<size_t>(2, wanted.size() / 3) + 1;
-    for (const std::string& candidate : known) {
-        const size_t distance = EditDistance(wanted, Lowercase(candidate));
-        if (distance < least && distance < std::max<size_t>(wanted.size(), 2)) {
-            least = distance;
-            nearest = candidate;
-        }
-    }
-    return nearest;
 }
 
 std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter, std::string_view value)

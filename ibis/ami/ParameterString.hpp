@@ -33,7 +33,4 @@ std::string ParameterString(const AmiFile& file, const Overrides& overrides = {}
 std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter,
                          std::string_view value);
 
-/// Of known names the one that a user who wrote name most probably meant, or "" when none is near.
-std::string NearestName(std::string_view name, const std::vector<std::string>& known);
-
 }  // namespace ibis
