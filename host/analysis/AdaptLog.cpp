@@ -1,8 +1,9 @@
 #include "host/analysis/AdaptLog.hpp"
 
-#include <fstream>
 #include <sstream>
 #include <string>
+
+#include "host/base/Files.hpp"
 
 namespace amisim {
 namespace {
@@ -11,6 +12,8 @@ namespace {
 // phase, unless the level is above the last one that it would still raise.
 constexpr int kLostOpening = 3;
 constexpr int kLastRaised = 29;
+
+constexpr std::size_t kMostBytes = 1 << 24;
 
 }  // namespace
 
@@ -22,7 +25,7 @@ std::optional<int> AdaptLog::Level() const
 
 std::optional<AdaptLog> ReadAdaptLog(const std::filesystem::path& path)
 {
-    std::ifstream file(path);
+    std::istringstream file(ReadRegularFile(path, kMostBytes).value_or(""));
     AdaptLog log;
     bool begun = false, locking = true, done = false;
     for (std::string line; std::getline(file, line);) {

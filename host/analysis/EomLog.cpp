@@ -1,13 +1,16 @@
 #include "host/analysis/EomLog.hpp"
 
 #include <charconv>
-#include <fstream>
+#include <sstream>
 #include <string>
+
+#include "host/base/Files.hpp"
 
 namespace amisim {
 namespace {
 
 constexpr std::size_t kRows = 64, kBins = 64;
+constexpr std::size_t kMostBytes = 1 << 26;  // more than any 400 eyes have
 
 /// Appends the counts of a line; false when it does not hold exactly one row of them.
 bool AppendRow(const std::string& line, std::vector<std::uint32_t>& hits)
@@ -29,7 +32,7 @@ bool AppendRow(const std::string& line, std::vector<std::uint32_t>& hits)
 
 EomLog ReadEomLog(const std::filesystem::path& path, std::size_t most)
 {
-    std::ifstream file(path);
+    std::istringstream file(ReadRegularFile(path, kMostBytes).value_or(""));
     EomLog log;
     LoggedEye eye;
     bool inside = false;

@@ -192,12 +192,11 @@ void SavePage(const fs::path& path, const Result& a, const Result& b,
     page += settings.empty() ? "<p>None.</p>\n" : AsHtml(settings, a, b);
     page += "<h2>Eyes</h2>\n<div class=\"eyes\">\n";
     for (const Result* result : {&a, &b}) {
-        const fs::path eye = result->folder / "eye.png";
+        const std::string eye = html::DataUri(result->folder / "eye.png", "image/png");
         page += fmt::format("<figure><figcaption>{}</figcaption>", html::Escaped(result->name));
-        page += fs::exists(eye)
-                    ? fmt::format("<img src=\"{}\" alt=\"Eye density of {}\">",
-                                  html::DataUri(eye, "image/png"), html::Escaped(result->name))
-                    : "<p class=\"faint\">No eye.png in its folder.</p>";
+        page += eye.empty() ? "<p class=\"faint\">No eye.png in its folder.</p>"
+                            : fmt::format("<img src=\"{}\" alt=\"Eye density of {}\">", eye,
+                                          html::Escaped(result->name));
         page += "</figure>\n";
     }
     WriteWhole(path, page + "</div>\n" + std::string(html::kEnd));

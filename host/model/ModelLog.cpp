@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "host/base/Files.hpp"
+
 namespace amisim {
 namespace {
 
@@ -28,7 +30,9 @@ bool ModelLog::Drain(int pipe)
 
 void ModelLog::Append(const char* text, std::size_t length)
 {
-    if (!file_ && written_ == 0) file_.reset(std::fopen(path_.c_str(), "w"));
+    if (written_ == 0) {
+        if (const int file = CreateFile(path_); file >= 0) file_.reset(fdopen(file, "w"));
+    }
     if (file_ && written_ < kFileLimit) {
         std::fwrite(text, 1, std::min(length, kFileLimit - written_), file_.get());
         if (written_ + length >= kFileLimit)

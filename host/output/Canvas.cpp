@@ -4,14 +4,14 @@
 #include <png.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <memory>
+#include <string>
+#include <string_view>
 
 #include "host/Error.hpp"
 #include "host/output/Font.hpp"
+#include "host/output/WaveWriter.hpp"
 
 namespace amisim {
 namespace {
@@ -291,10 +291,15 @@ void Canvas::Save(const std::filesystem::path& path) const
     image.width = static_cast<png_uint_32>(width_);
     image.height = static_cast<png_uint_32>(height_);
     image.format = PNG_FORMAT_RGB;
-    if (!png_image_write_to_file(&image, path.c_str(), 0, pixels_.data(), 0, nullptr)) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: cannot be written: {}", path.string(), image.message));
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    std::string bytes(size, '\0');
+    if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels_.data(), 0, nullptr)) {
+        throw Error(ExitCode::kInternal,
+                    fmt::format("{}: cannot be encoded: {}", path.string(), image.message));
     }
+    OutputFile file(path);
+    file.Write(std::string_view(bytes).substr(0, size));
+    file.Close();
 }
 
 }  // namespace amisim

@@ -7,13 +7,16 @@
 #include <iterator>
 
 #include "host/Error.hpp"
+#include "host/base/Files.hpp"
 #include "host/output/Npy.hpp"
 
 namespace amisim {
 
-OutputFile::OutputFile(const std::filesystem::path& path)
-    : path_(path), file_(std::fopen(path.c_str(), "wb"))
+OutputFile::OutputFile(const std::filesystem::path& path) : path_(path)
 {
+    const int descriptor = CreateFile(path);
+    if (descriptor < 0) Fail();
+    file_.reset(fdopen(descriptor, "wb"));
     if (!file_) Fail();
 }
 

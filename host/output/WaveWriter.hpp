@@ -9,7 +9,8 @@
 
 namespace amisim {
 
-/// A file that is written as the run goes; a full disk is reported, not ignored.
+/// A file that is written as the run goes, in place of whatever bore its name; a full disk is
+/// reported, not ignored.
 class OutputFile
 {
 public:

@@ -4,7 +4,8 @@
 
 #include <cctype>
 #include <cmath>
-#include <fstream>
+
+#include "host/base/Files.hpp"
 
 namespace amisim::html {
 namespace {
@@ -114,8 +115,10 @@ std::string Hex(const Colour& colour)
 std::string DataUri(const std::filesystem::path& path, std::string_view mediaType)
 {
     constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(file), {});
+    constexpr std::size_t kMostBytes = 1 << 24;
+    const auto file = ReadRegularFile(path, kMostBytes);
+    if (!file) return "";
+    const std::string& bytes = *file;
     std::string text = fmt::format("data:{};base64,", mediaType);
     for (std::size_t i = 0; i < bytes.size(); i += 3) {
         std::uint32_t three = 0;

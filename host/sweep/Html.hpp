@@ -23,7 +23,7 @@ inline constexpr std::string_view kEnd = "</main>\n</body>\n</html>\n";
 /// "#rrggbb"
 std::string Hex(const Colour& colour);
 
-/// The file as a data URI.
+/// The file as a data URI; nothing where there is no such file.
 std::string DataUri(const std::filesystem::path& path, std::string_view mediaType);
 
 }  // namespace amisim::html

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "host/Error.hpp"
+#include "host/base/Files.hpp"
 
 namespace amisim {
 namespace {
@@ -88,7 +89,7 @@ Runner::Running Runner::Start(const Case& aCase) const
     arguments.push_back(nullptr);
 
     const fs::path path = folder / "run.log";
-    const int log = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+    const int log = CreateFile(path, O_APPEND);
     if (log < 0) {
         throw Error(ExitCode::kInput,
                     fmt::format("{}: cannot be written: {}", path.string(), std::strerror(errno)));

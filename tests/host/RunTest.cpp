@@ -156,6 +156,19 @@ TEST_F(RunTest, NothingThatAModelDoesToItsProcessStaysBehind)
     }
 }
 
+TEST_F(RunTest, WhatAModelPutsInTheHostsWayIsNeitherWrittenThroughNorRead)
+{
+    Save("victim", "the user's");
+    for (const char* mode : {"plant fifo", "plant victim", "plant /dev/zero"}) {
+        EXPECT_EQ(RunModel(mode, "--time-limit 20"), 0) << output_;
+        EXPECT_EQ(Read("victim"), "the user's");
+        for (const std::string file : {"report.html", "eye.png", "tie.csv", "wave.npy", "clock.csv",
+                                       "model.log", "result.json"})
+            EXPECT_TRUE(fs::is_regular_file(fs::symlink_status("out/" + file))) << mode << file;
+        EXPECT_EQ(Result()["errors"], 0);
+    }
+}
+
 TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
 {
     for (const auto& [mode, note] :

@@ -3,6 +3,7 @@
 // in these calls, "KIND" alone in the third AMI_GetWave; see the tests for the list. A fault while
 // it is loaded comes from the environment variable TEST_MODEL_LOAD=KIND.
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
@@ -84,6 +86,20 @@ void MeddleWithTheProcess()
     }
 }
 
+/// Puts FIFOs, or links to something else, where the host will write or look for a log.
+void Plant(const char* what)
+{
+    const std::string target = what[0] == '/' ? what : std::string("../") + what;
+    for (const char* name :
+         {"report.html", "eye.png", "tie.csv", "wave.npy", "clock.csv", "model.log", "result.json",
+          "result.json.tmp", "Adapt.txt", "EOM.txt"}) {
+        unlink(name);
+        if ((target == "../fifo" ? mkfifo(name, 0600) : symlink(target.c_str(), name)) != 0)
+            std::abort();
+    }
+    std::printf("planted\n");
+}
+
 }  // namespace
 
 EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
@@ -97,6 +113,7 @@ EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
     g_interval = sampleInterval;
     g_bit = bitTime;
     if (std::strncmp(g_mode, "init ", 5) == 0) Fault(g_mode + 5);
+    if (std::strncmp(g_mode, "plant ", 6) == 0) Plant(g_mode + 6);
     if (Is("meddle") || Is("meddle hang")) MeddleWithTheProcess();
     return Is("init 0") ? 0 : 1;
 }
