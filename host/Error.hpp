@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/Printable.hpp"
+
 namespace amisim {
 
 /// What amisim's exit code tells a script. The texts of `amisim run --help` and
@@ -25,21 +27,13 @@ enum class ExitCode : int {
 class Error : public std::runtime_error
 {
 public:
-    Error(ExitCode code, const std::string& text) : std::runtime_error(OneLine(text)), code_(code)
+    Error(ExitCode code, const std::string& text)
+        : std::runtime_error(base::ErrorLine(text)), code_(code)
     {
     }
     ExitCode Code() const { return code_; }
 
 private:
-    /// What is quoted from a file may hold line ends, and sequences that a terminal obeys.
-    static std::string OneLine(std::string text)
-    {
-        for (char& c : text) {
-            if ((c >= 0 && c < ' ') || c == 0x7f) c = ' ';
-        }
-        return text;
-    }
-
     ExitCode code_;
 };
 

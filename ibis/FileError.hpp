@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/Printable.hpp"
+
 namespace ibis {
 
 /// A file that cannot be used, or a setting that a file does not allow. what() is one line for the
@@ -13,7 +15,7 @@ namespace ibis {
 class FileError : public std::runtime_error
 {
 public:
-    explicit FileError(std::string message) : std::runtime_error(OneLine(std::move(message))) {}
+    explicit FileError(const std::string& message) : std::runtime_error(base::ErrorLine(message)) {}
 
     FileError(const std::filesystem::path& file, int line, const std::string& message)
         : FileError(fmt::format("{}:{}: {}", file.string(), line, message))
@@ -23,16 +25,6 @@ public:
     FileError(const std::filesystem::path& file, const std::string& message)
         : FileError(fmt::format("{}: {}", file.string(), message))
     {
-    }
-
-private:
-    /// Messages quote what they found; a control character in that must not tear the line apart.
-    static std::string OneLine(std::string text)
-    {
-        for (char& c : text) {
-            c = c >= 0 && c < ' ' ? ' ' : c;
-        }
-        return text;
     }
 };
 

@@ -6,4 +6,4 @@ add_library(touchstone STATIC
   ${CMAKE_CURRENT_LIST_DIR}/ChannelSpectrum.cpp
   ${CMAKE_CURRENT_LIST_DIR}/SParameters.cpp
   ${CMAKE_CURRENT_LIST_DIR}/Touchstone.cpp)
-target_link_libraries(touchstone PUBLIC retimer_options PRIVATE ibis_reader Eigen3::Eigen)
+target_link_libraries(touchstone PUBLIC base retimer_options PRIVATE ibis_reader Eigen3::Eigen)

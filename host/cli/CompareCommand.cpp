@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "host/cli/Terminal.hpp"
 #include "host/sweep/Case.hpp"
 #include "host/sweep/Html.hpp"
 
@@ -235,14 +236,14 @@ ExitCode Compare(const CompareOptions& options)
                            {"b", b.name},
                            {"settings", AsJson(settings)},
                            {"results", AsJson(results)}};
-        fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
+        Print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
         return ExitCode::kOk;
     }
     const Line heading{"", a.name, b.name, "", {}, {}};
     Line withDifference = heading;
     withDifference.difference = "difference";
-    fmt::print("Settings that differ{}\n{}Results\n{}", settings.empty() ? ": none" : "",
-               settings.empty() ? "" : AsText(settings, heading), AsText(results, withDifference));
+    Print("Settings that differ{}\n{}Results\n{}", settings.empty() ? ": none" : "",
+          settings.empty() ? "" : AsText(settings, heading), AsText(results, withDifference));
     return ExitCode::kOk;
 }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "host/cli/Terminal.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterTable.hpp"
 
@@ -63,12 +64,13 @@ ExitCode ListParameters(const ParamsOptions& options)
         const ibis::AmiFile file = ibis::ResolveAmiFile(options.file);
         if (options.json) {
             using Json = nlohmann::ordered_json;
-            fmt::print("{}\n", ToJson(file).dump(2, ' ', false, Json::error_handler_t::replace));
+            Print("{}\n", ToJson(file).dump(2, ' ', false, Json::error_handler_t::replace));
             return ExitCode::kOk;
         }
-        fmt::print("{}{}{}\n\n{}", file.rootName, file.description.empty() ? "" : ": ",
-                   file.description, ibis::ParameterTable(file, TerminalWidth()));
-        for (const auto& note : file.notes) fmt::print("Note: {}\n", note);
+        Print("{}{}{}\n\n{}", file.rootName, file.description.empty() ? "" : ": ", file.description,
+              ibis::ParameterTable(file, TerminalWidth()));
+        for (const auto& note : file.notes)
+            Print("Note: {}\n", base::Shortened(note, kLongestPrinted));
     } catch (const ibis::FileError& error) {
         throw Error(ExitCode::kInput, error.what());
     }

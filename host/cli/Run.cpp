@@ -10,6 +10,7 @@
 #include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/Analyses.hpp"
 #include "host/analysis/EomLog.hpp"
+#include "host/cli/PrintResults.hpp"
 #include "host/model/ModelProcess.hpp"
 #include "host/model/ModelSource.hpp"
 #include "host/output/Progress.hpp"

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <thread>
 
+#include "host/cli/Terminal.hpp"
 #include "host/sweep/RunSyntax.hpp"
 #include "host/sweep/Runner.hpp"
 #include "host/sweep/Slurm.hpp"
@@ -157,17 +158,17 @@ void Report(const Table& table, const fs::path& shown)
     WriteWhole(out / "report.html", SweepPage(table));
 
     const int failed = table.Count(Row::Status::kFailed);
-    fmt::print("{} cases: {} ok, {} failed, {} missing\n", table.rows.size(),
-               table.Count(Row::Status::kOk), failed, table.Count(Row::Status::kMissing));
+    Print("{} cases: {} ok, {} failed, {} missing\n", table.rows.size(),
+          table.Count(Row::Status::kOk), failed, table.Count(Row::Status::kMissing));
     constexpr int kMostListed = 20;
     int listed = 0;
     for (const auto& row : table.rows) {
         if (row.status != Row::Status::kFailed || listed++ >= kMostListed) continue;
-        fmt::print("  {} {}: {}\n", row.aCase.number, row.aCase.name, row.reason);
+        Print("  {} {}: {}\n", row.aCase.number, row.aCase.name, row.reason);
     }
-    if (listed > kMostListed) fmt::print("  and {} more: see table.csv\n", listed - kMostListed);
-    fmt::print("Table:  {}\nReport: {}\n", (shown / "table.csv").string(),
-               (shown / "report.html").string());
+    if (listed > kMostListed) Print("  and {} more: see table.csv\n", listed - kMostListed);
+    Print("Table:  {}\nReport: {}\n", (shown / "table.csv").string(),
+          (shown / "report.html").string());
 }
 
 std::string ShellWord(const fs::path& path)
@@ -281,10 +282,10 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
     Fingerprints fingerprints(syntax.ModelFiles());
 
     if (o.dryRun && !o.slurm) {
-        for (const auto& c : cases) fmt::print("{} {}\n", c.number, c.name);
+        for (const auto& c : cases) Print("{} {}\n", c.number, c.name);
         const auto remaining = Remaining(plan, cases, fingerprints, o.retryFailed);
-        fmt::print("{} cases, {} of them to be run in {}\n", cases.size(), remaining.size(),
-                   out.string());
+        Print("{} cases, {} of them to be run in {}\n", cases.size(), remaining.size(),
+              out.string());
         return ExitCode::kOk;
     }
 
@@ -299,8 +300,8 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
 
     WriteWhole(plan.out / "plan.json", ToJson(plan).dump(2) + "\n");
     if (const int strangers = AdoptEarlierCases(plan.out, cases)) {
-        fmt::print("{} folders in {} belong to an earlier plan and are left as they are\n",
-                   strangers, (out / "cases").string());
+        Print("{} folders in {} belong to an earlier plan and are left as they are\n", strangers,
+              (out / "cases").string());
     }
     const auto remaining = Remaining(plan, cases, fingerprints, o.retryFailed);
     if (o.slurm && !remaining.empty()) {
@@ -310,24 +311,24 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
         const fs::path script = plan.out / "slurm" / "job.sh";
         WriteWhole(script, job.Script(remaining));
         if (o.dryRun)
-            fmt::print("{} cases to be run; the script is {}\n", remaining.size(),
-                       (out / "slurm" / "job.sh").string());
+            Print("{} cases to be run; the script is {}\n", remaining.size(),
+                  (out / "slurm" / "job.sh").string());
         else
-            fmt::print("{} cases submitted as job {}\n", remaining.size(), Submit(script));
-        fmt::print("Collect what has been run, at any time: amisim sweep --collect {}\n",
-                   ShellWord(out));
+            Print("{} cases submitted as job {}\n", remaining.size(), Submit(script));
+        Print("Collect what has been run, at any time: amisim sweep --collect {}\n",
+              ShellWord(out));
         return ExitCode::kOk;
     }
     if (remaining.size() < cases.size()) {
-        fmt::print("{} of {} cases have been run before\n", cases.size() - remaining.size(),
-                   cases.size());
+        Print("{} of {} cases have been run before\n", cases.size() - remaining.size(),
+              cases.size());
     }
-    std::fflush(stdout);
+    FlushOutput();
     runner.Run(remaining);
     const Table table = Collect(plan, cases);
     Report(table, out);
     if (stop) {
-        fmt::print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
+        Print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
         return ExitCode::kInterrupted;
     }
     return table.Count(Row::Status::kOk) == std::ssize(table.rows) ? ExitCode::kOk

@@ -1,8 +1,7 @@
-#include <fmt/format.h>
-
 #include <atomic>
 #include <csignal>
 #include <cstring>
+#include <sstream>
 
 #include "host/cli/CompareCommand.hpp"
 #include "host/cli/Completion.hpp"
@@ -10,6 +9,7 @@
 #include "host/cli/Run.hpp"
 #include "host/cli/RunCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
+#include "host/cli/Terminal.hpp"
 #include "host/model/ModelWorker.hpp"
 
 using namespace amisim;
@@ -29,8 +29,18 @@ std::atomic<bool> g_stop{false};
 
 int Report(ExitCode code, const std::string& text)
 {
-    fmt::print(stderr, "amisim: {}\n", text);
+    PrintError("amisim: {}\n", text);
     return static_cast<int>(code);
+}
+
+/// Prints the help that was asked for, or what is wrong with the command line.
+ExitCode Answer(const CLI::App& app, const CLI::ParseError& error)
+{
+    std::ostringstream out, err;
+    const int code = app.exit(error, out, err);
+    Print("{}", out.str());
+    PrintError("{}", base::Shortened(err.str(), kLongestPrinted));
+    return code == 0 ? ExitCode::kOk : ExitCode::kUsage;
 }
 
 }  // namespace
@@ -54,15 +64,15 @@ int main(int argc, char** argv)
     const CLI::App* compare = AddCompareCommand(app, compareOptions);
     const CLI::App* params = AddParamsCommand(app, paramsOptions);
     const CLI::App* completion = AddCompletionCommand(app, shell);
+    std::optional<ExitCode> answered;
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::kUsage);
+        answered = Answer(app, error);
     }
-
-    if (app.get_subcommands().empty()) {
-        fmt::print(stderr, "{}", app.help());
-        return static_cast<int>(ExitCode::kUsage);
+    if (!answered && app.get_subcommands().empty()) {
+        PrintError("{}", app.help());
+        answered = ExitCode::kUsage;
     }
 
     struct sigaction action
@@ -75,16 +85,19 @@ int main(int argc, char** argv)
     try {
         const auto program = std::filesystem::read_symlink("/proc/self/exe");
         ExitCode code = ExitCode::kOk;
-        if (sweep->parsed())
+        if (answered)
+            code = *answered;
+        else if (sweep->parsed())
             code = RunSweep(sweepOptions, program, g_stop);
         else if (compare->parsed())
             code = Compare(compareOptions);
         else if (params->parsed())
             code = ListParameters(paramsOptions);
         else if (completion->parsed())
-            fmt::print("{}", CompletionScript(app, shell));
+            Print("{}", CompletionScript(app, shell));
         else
             code = Run(runOptions, program, g_stop);
+        CheckOutput();
         return static_cast<int>(code);
     } catch (const Error& error) {
         return Report(error.Code(), error.what());

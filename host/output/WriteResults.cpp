@@ -1,8 +1,5 @@
 #include "host/output/WriteResults.hpp"
 
-#include <fmt/format.h>
-
-#include <cstdio>
 #include <string_view>
 #include <system_error>
 
@@ -10,9 +7,7 @@
 #include "host/output/Page.hpp"
 #include "host/output/Pictures.hpp"
 #include "host/output/ResultJson.hpp"
-#include "host/output/ResultTable.hpp"
 #include "host/output/WaveWriter.hpp"
-#include "host/signal/SignalDescription.hpp"
 
 namespace amisim {
 namespace {
@@ -71,24 +66,6 @@ void WriteResults(RunResult& result, const RunOptions& options, const ModelSourc
     const fs::path unfinished = options.out / "result.json.tmp";
     WriteText(unfinished, ToText(ToJson(result, options, model), 2) + "\n");
     fs::rename(unfinished, options.out / "result.json");
-}
-
-void PrintResults(const RunResult& result, const RunOptions& options, const ModelSource& model)
-{
-    fmt::print("{}: {}\n{}", model.name, Describe(options.signal),
-               result.bits > 0 ? ToTable(result, options) : "");
-    for (const auto& note : result.notes) fmt::print("  Note: {}\n", note);
-    fmt::print("Report: {}\n", (options.out / "report.html").string());
-    std::fflush(stdout);
-    if (!result.failure) return;
-    if (result.failure->code == ExitCode::kInterrupted) {
-        fmt::print(stderr, "amisim: interrupted after {} bits; what there was is written\n",
-                   result.bits);
-        return;
-    }
-    fmt::print(stderr, "amisim: the model {} in {}{}\n", result.failure->reason,
-               result.failure->phase,
-               result.failure->printed.empty() ? "" : ":\n" + result.failure->printed);
 }
 
 }  // namespace amisim

@@ -18,7 +18,4 @@ void RemoveResults(const std::filesystem::path& folder);
 /// @throws Error (kInput) when a file cannot be written
 void WriteResults(RunResult& result, const RunOptions& options, const ModelSource& model);
 
-/// The result in a few lines on standard output, and the model's failure on standard error.
-void PrintResults(const RunResult& result, const RunOptions& options, const ModelSource& model);
-
 }  // namespace amisim

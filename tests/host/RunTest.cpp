@@ -91,7 +91,7 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
         const char *phase, *reason, *text;
         int bits;
     };
-    const char* const assertion = "assertion that failed: a > b";
+    const char* const assertion = "assertion that failed: a > b";  // and an escape sequence
     const char* const printed = "printed before\nassertion";
     const char* const thrown = "thrown by the model";
     const char* const overrun = "wrote past the end of the clock list";
@@ -129,6 +129,7 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
         EXPECT_EQ(RunModel(c.mode, "--call-limit 1"), c.code) << output_;
         for (const char* text : {c.phase, c.reason, c.text})
             EXPECT_TRUE(Says(text)) << text << " in\n" << output_;
+        EXPECT_FALSE(Says("\x1b")) << "no terminal obeys a model";
         const auto result = Result();
         EXPECT_EQ(result["failure"]["phase"], c.phase);
         EXPECT_NE(std::string(result["failure"]["text"]).find(c.text), std::string::npos);
@@ -197,6 +198,7 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
     Save("broken.csv", "0,1\n1e-12\n");
     Save("short.csv", "0,1\n1e-12,2\n");
     Save("junk.so", "junk");
+    Save("long.s4p", "# Hz S\n" + std::string(480'000, 'x'));
     fs::copy(TEST_MODEL, "half.so");
     fs::resize_file("half.so", 5000);  // less than what is to be loaded of it
     struct Case
@@ -225,6 +227,7 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
              Case{"run " TEST_MODEL " --wave short.csv", 3, "less than one bit"},
              Case{"run " TEST_MODEL " --wave none.csv", 3, "none.csv"},
              Case{"run " TEST_MODEL " --touchstone none.s4p", 3, "none.s4p"},
+             Case{"run " TEST_MODEL " --touchstone long.s4p", 3, "found 'xxx"},
              Case{"run " TEST_MODEL " --fext none.s4p", 3, "none.s4p"},
              Case{"run none.so", 3, "none.so"},
              Case{"run short.csv", 3, "short.csv"},
@@ -236,6 +239,7 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
             << c.arguments << "\n"
             << output_;
         EXPECT_TRUE(Says(c.text)) << c.arguments << "\n" << output_;
+        EXPECT_LT(output_.size(), 1000u) << "a few lines";
     }
 }
 

@@ -264,12 +264,30 @@ TEST_F(SweepTest, TwoResultsStandSideBySide)
     }
 }
 
+TEST_F(SweepTest, WhatCannotBePrintedIsNotPassedOver)
+{
+    ASSERT_EQ(Amisim("run model.ami --bits 1000"), 0) << output_;
+    for (const char* command : {"compare out out", "compare out out --json", "params model.ami",
+                                "params model.ami --json", "sweep model.ami --dry-run -g Level=0",
+                                "run model.ami --bits 1000", "completion bash", "--help"}) {
+        EXPECT_EQ(Amisim(command + std::string(" >/dev/full")), 3) << command;
+        EXPECT_EQ(output_, "amisim: standard output: cannot be written: No space left on device\n");
+    }
+}
+
 TEST_F(SweepTest, ParametersAreListedAndTheShellCompletes)
 {
     EXPECT_EQ(Amisim("params model.ami"), 0);
     EXPECT_TRUE(Says("Level") && Says("0 to 31")) << output_;
+    // A name that would colour the terminal, set its title and, as one character, begin a sequence.
+    const std::string name = "\x1b[31m\x1b]0;t\a\xc2\x9bé";
+    Save("model.ami", "(M" + name + std::string(kDefinitions).substr(6));
+    EXPECT_EQ(Amisim("params model.ami"), 0);
+    EXPECT_TRUE(Says("M\\u001b[31m\\u001b]0;t\\u0007\\u009bé\n")) << output_;
     ASSERT_EQ(Amisim("params model.so --json"), 0);
+    EXPECT_EQ(output_.find('\x1b') & output_.find('\x9b'), std::string::npos) << output_;
     EXPECT_EQ(Json::parse(output_)["parameters"][0]["default"], "0");
+    EXPECT_EQ(Json::parse(output_)["model"], "M" + name);
     EXPECT_EQ(Amisim("params none.ami"), 3);
     const std::pair<const char*, const char*> words[] = {
         {"sw", "sweep\n"}, {"sweep --coll", "--collect\n"}, {"run --bit-", "--bit-rate\n"}};

@@ -42,7 +42,7 @@ void Fault(const char* kind)
     const auto is = [kind](const char* name) { return std::strcmp(kind, name) == 0; };
     if (is("abort")) {
         std::printf("printed before\n");
-        std::fprintf(stderr, "assertion that failed: a > b\n");
+        std::fprintf(stderr, "assertion that failed: a > b\x1b[2J\n");
         std::abort();
     }
     if (is("segv")) {

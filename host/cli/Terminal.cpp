@@ -1,0 +1,41 @@
+#include "host/cli/Terminal.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "host/Error.hpp"
+
+namespace amisim {
+namespace {
+
+int g_outputError = 0;  // the first one; the stream itself only knows that there was one
+
+void Remember(bool failed)
+{
+    if (failed && g_outputError == 0) g_outputError = errno;
+}
+
+}  // namespace
+
+void PrintTo(std::FILE* stream, std::string_view text)
+{
+    const std::string shown = base::Printable(text);
+    const bool whole = std::fwrite(shown.data(), 1, shown.size(), stream) == shown.size();
+    if (stream == stdout) Remember(!whole);
+}
+
+void FlushOutput()
+{
+    Remember(std::fflush(stdout) != 0);
+}
+
+void CheckOutput()
+{
+    FlushOutput();
+    if (g_outputError == 0) return;
+    throw Error(ExitCode::kInput, fmt::format("standard output: cannot be written: {}",
+                                              std::strerror(g_outputError)));
+}
+
+}  // namespace amisim
