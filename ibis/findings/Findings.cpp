@@ -54,13 +54,13 @@ void Findings::Add(const Rule& rule, Severity severity, Place place, std::string
                     OneLine(std::move(remedy))});
 }
 
-void Findings::Count(const Rule& rule, std::string_view key, Place place, std::string text,
-                     std::string remedy)
+void Findings::Count(const Rule& rule, Severity severity, std::string_view key, Place place,
+                     std::string text, std::string remedy)
 {
     const auto [repeats, first] = repeats_.try_emplace({rule.number, std::string(key)});
     if (first) {
         repeats->second.index = all_.size();
-        Add(rule, place, std::move(text), std::move(remedy));
+        Add(rule, severity, place, std::move(text), std::move(remedy));
         return;
     }
     ++repeats->second.more;

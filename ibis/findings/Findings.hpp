@@ -39,7 +39,12 @@ public:
     /// For what may repeat within one table, column or file: only the first of the same rule and
     /// key is kept; it ends in "(and 12 more, to line 340)".
     void Count(const Rule& rule, std::string_view key, Place place, std::string text,
-               std::string remedy = {});
+               std::string remedy = {})
+    {
+        Count(rule, rule.severity, key, place, std::move(text), std::move(remedy));
+    }
+    void Count(const Rule& rule, Severity severity, std::string_view key, Place place,
+               std::string text, std::string remedy = {});
 
     /// All findings, sorted by line, those of the file as a whole first; with the counts of what
     /// was left out.

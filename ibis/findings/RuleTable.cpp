@@ -1,13 +1,17 @@
 #include "ibis/findings/RuleTable.hpp"
 
 #include <algorithm>
+#include <stdexcept>
+#include <string>
+
+#include "ibis/reader/SyntaxRules.hpp"
 
 namespace ibis {
 namespace {
 
 std::vector<const Rule*> Collect()
 {
-    std::vector<const Rule*> all;
+    std::vector<const Rule*> all(std::begin(syntax::kAll), std::end(syntax::kAll));
     std::sort(all.begin(), all.end(),
               [](const Rule* a, const Rule* b) { return a->number < b->number; });
     return all;
@@ -28,6 +32,14 @@ const Rule* FindRule(int number)
         std::lower_bound(all.begin(), all.end(), number,
                          [](const Rule* rule, int wanted) { return rule->number < wanted; });
     return found != all.end() && (*found)->number == number ? *found : nullptr;
+}
+
+const Rule& RuleOf(int number)
+{
+    if (const Rule* rule = FindRule(number)) {
+        return *rule;
+    }
+    throw std::logic_error("there is no rule " + std::to_string(number));
 }
 
 }  // namespace ibis

@@ -14,4 +14,8 @@ const std::vector<const Rule*>& AllRules();
 /// The rule of this number, or null.
 const Rule* FindRule(int number);
 
+/// The same for a number that the code itself names. @throws std::logic_error for one that there is
+/// not
+const Rule& RuleOf(int number);
+
 }  // namespace ibis

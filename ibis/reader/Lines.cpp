@@ -1,0 +1,295 @@
+#include "ibis/reader/Lines.hpp"
+
+#include <fmt/format.h>
+
+#include <cstring>
+
+#include "ibis/TextFile.hpp"
+#include "ibis/reader/SyntaxRules.hpp"
+
+namespace ibis {
+namespace {
+
+enum : unsigned char { kTab = 1, kReturn = 2, kControl = 4, kHigh = 8 };
+
+constexpr std::array<unsigned char, 256> Classes()
+{
+    std::array<unsigned char, 256> classes{};
+    for (size_t c = 0; c < 256; ++c) {
+        classes[c] = c == '\t'              ? kTab
+                     : c == '\r'            ? kReturn
+                     : c < ' ' || c == 0x7F ? kControl
+                     : c >= 0x80            ? kHigh
+                                            : 0;
+    }
+    return classes;
+}
+constexpr auto kClass = Classes();
+
+bool IsBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r') || c == '\x1A';
+}
+
+std::string_view WithoutBlanks(std::string_view text)
+{
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+/// What editors and typesetters leave behind, in UTF-8 and in Latin-1.
+struct KnownBytes
+{
+    std::string_view bytes, what, instead;
+};
+constexpr KnownBytes kKnownBytes[] = {
+    {"\xEF\xBB\xBF", "a byte order mark", "save the file as plain ASCII"},
+    {"\xC2\xB5", "a micro sign in UTF-8", "write u"},
+    {"\xCE\xBC", "a Greek mu in UTF-8", "write u"},
+    {"\xC2\xB0", "a degree sign in UTF-8", "write deg"},
+    {"\xC2\xA0", "a no-break space in UTF-8", "write a blank"},
+    {"\xC2\xB1", "a plus-minus sign in UTF-8", "write +/-"},
+    {"\xC2\xA9", "a copyright sign in UTF-8", "write (C)"},
+    {"\xC2\xAE", "a registered sign in UTF-8", "write (R)"},
+    {"\xE2\x80\x93", "an en dash in UTF-8", "write -"},
+    {"\xE2\x80\x94", "an em dash in UTF-8", "write -"},
+    {"\xE2\x80\x98", "a quotation mark in UTF-8", "write '"},
+    {"\xE2\x80\x99", "an apostrophe in UTF-8", "write '"},
+    {"\xE2\x80\x9C", "a quotation mark in UTF-8", "write \""},
+    {"\xE2\x80\x9D", "a quotation mark in UTF-8", "write \""},
+    {"\xE2\x84\xA2", "a trademark sign in UTF-8", "write (TM)"},
+    {"\xCE\xA9", "an omega in UTF-8", "write ohm"},
+    {"\xE2\x84\xA6", "an ohm sign in UTF-8", "write ohm"},
+    {"\xB5", "a micro sign in Latin-1", "write u"},
+    {"\xB0", "a degree sign in Latin-1", "write deg"},
+    {"\xA0", "a no-break space in Latin-1", "write a blank"},
+    {"\xA9", "a copyright sign in Latin-1", "write (C)"},
+    {"\x96", "an en dash of Windows", "write -"},
+};
+
+const KnownBytes* Known(std::string_view text)
+{
+    for (const KnownBytes& known : kKnownBytes) {
+        if (text.starts_with(known.bytes)) {
+            return &known;
+        }
+    }
+    return nullptr;
+}
+
+/// The bytes of one character: of UTF-8 where it is well-formed, else one.
+size_t CharacterSize(std::string_view text)
+{
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const size_t size = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 1;
+    if (size > text.size()) {
+        return 1;
+    }
+    for (size_t i = 1; i < size; ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+            return 1;
+        }
+    }
+    return size;
+}
+
+std::string Hex(std::string_view bytes)
+{
+    std::string hex;
+    for (const char c : bytes) {
+        hex += fmt::format("{}0x{:02X}", hex.empty() ? "" : " ", static_cast<unsigned char>(c));
+    }
+    return hex;
+}
+
+std::string Times(int count)
+{
+    return count == 1 ? "once" : fmt::format("{} times", count);
+}
+
+}  // namespace
+
+Lines::Lines(std::string_view text) : rest_(text) {}
+
+bool Lines::Next()
+{
+    if (rest_.empty()) {
+        return false;
+    }
+    ++number_;
+    whole_ = Cut();
+    unsigned flags = 0;
+    for (const char c : whole_) {
+        flags |= kClass[static_cast<unsigned char>(c)];
+    }
+    Look(flags);
+    const size_t comment = whole_.find(comment_);
+    text_ = WithoutBlanks(whole_.substr(0, comment));
+    if (number_ == 1 && text_.starts_with("\xEF\xBB\xBF")) {
+        text_ = WithoutBlanks(text_.substr(3));
+    }
+    if (comment_ != '|' && comment != whole_.npos && comment > 0 && !IsBlank(whole_[comment - 1]) &&
+        whole_[comment - 1] != comment_) {
+        commentInWord_.Add(PlaceOf(whole_.substr(comment)));
+    }
+    return true;
+}
+
+/// Takes a line off the rest; a line may end in LF, CRLF or CR.
+std::string_view Lines::Cut()
+{
+    const size_t lineFeed = rest_.find('\n');
+    std::string_view line = rest_.substr(0, lineFeed);
+    if (const auto* cr = static_cast<const char*>(std::memchr(line.data(), '\r', line.size()))) {
+        const auto at = static_cast<size_t>(cr - line.data());
+        if (at + 1 < line.size() || lineFeed == rest_.npos) {
+            loneReturns_.Add({number_, static_cast<int>(at) + 1});
+            rest_.remove_prefix(at + 1);
+            return line.substr(0, at);
+        }
+        carriageReturns_.Add({number_, 0});
+        line.remove_suffix(1);
+    } else if (lineFeed != rest_.npos) {
+        lineFeeds_.Add({number_, 0});
+    }
+    cutOff_ = lineFeed == rest_.npos;
+    rest_.remove_prefix(cutOff_ ? rest_.size() : lineFeed + 1);
+    return line;
+}
+
+void Lines::Look(unsigned flags)
+{
+    if (whole_.size() > 80) {
+        over80_.Add({number_, 81});
+        over80_.longest = std::max(over80_.longest, whole_.size());
+        if (whole_.size() > 120) {
+            over120_.Add({number_, 121});
+            over120_.longest = std::max(over120_.longest, whole_.size());
+        }
+    }
+    if (flags == 0) {
+        return;
+    }
+    if (flags & kTab) {
+        tabs_.Add(PlaceOf(whole_.substr(whole_.find('\t'))));
+    }
+    if (flags & kControl) {
+        size_t at = 0;
+        while (!(kClass[static_cast<unsigned char>(whole_[at])] & kControl)) {
+            ++at;
+        }
+        controls_.Add(PlaceOf(whole_.substr(at)));
+    }
+    if (flags & kHigh) {
+        LookAtOtherBytes();
+    }
+}
+
+void Lines::LookAtOtherBytes()
+{
+    constexpr size_t kMostKinds = 10;
+    for (size_t at = 0; at < whole_.size();) {
+        const std::string_view here = whole_.substr(at);
+        if (static_cast<unsigned char>(here[0]) < 0x80) {
+            ++at;
+            continue;
+        }
+        const size_t size = CharacterSize(here);
+        const std::string_view bytes = here.substr(0, size);
+        auto known = others_.begin();
+        while (known != others_.end() && known->bytes != bytes) {
+            ++known;
+        }
+        if (known == others_.end() && others_.size() < kMostKinds) {
+            known = others_.insert(known, OtherByte{{}, bytes});
+        }
+        if (known != others_.end()) {
+            known->Add(PlaceOf(here));
+        }
+        at += size;
+    }
+}
+
+const std::vector<Word>& Lines::Words(std::string_view part)
+{
+    words_.clear();
+    const char* at = part.data();
+    const char* const end = at + part.size();
+    while (at < end) {
+        while (at < end && IsBlank(*at)) {
+            ++at;
+        }
+        const char* const begin = at;
+        while (at < end && !IsBlank(*at)) {
+            ++at;
+        }
+        if (at > begin) {
+            words_.emplace_back(std::string_view(begin, static_cast<size_t>(at - begin)), number_,
+                                static_cast<size_t>(begin - whole_.data()) + 1);
+        }
+    }
+    return words_;
+}
+
+void Lines::Report(Version version, Findings& findings) const
+{
+    const auto tooLong = [&](const Rule& rule, const LongLines& lines, int most) {
+        if (lines.count > 0 && rule.versions.Hold(version) && version != 0) {
+            findings.Add(
+                rule, lines.place,
+                fmt::format("{} line{} longer than the {} characters that version {} allows, the "
+                            "longest has {}",
+                            lines.count, lines.count == 1 ? " is" : "s are", most,
+                            fmt::format("{}.{}", version / 10, version % 10), lines.longest),
+                "break the lines, or cut rulers and comments");
+        }
+    };
+    tooLong(syntax::kLine80, over80_, 80);
+    tooLong(syntax::kLine120, over120_, 120);
+    if (tabs_.count > 0) {
+        findings.Add(syntax::kTabs, tabs_.place,
+                     fmt::format("{} line{} tab characters", tabs_.count,
+                                 tabs_.count == 1 ? " holds" : "s hold"),
+                     "write blanks");
+    }
+    for (const OtherByte& other : others_) {
+        const KnownBytes* known = Known(other.bytes);
+        findings.Add(syntax::kAscii, other.place,
+                     fmt::format("{} ({}) stands {} in a file that may hold ASCII only",
+                                 known ? known->what : "a byte beyond ASCII", Hex(other.bytes),
+                                 Times(other.count)),
+                     std::string(known ? known->instead : "write it in ASCII"));
+    }
+    if (loneReturns_.count > 0) {
+        findings.Add(syntax::kLineEnds, loneReturns_.place,
+                     fmt::format("{} line end{} a carriage return alone", loneReturns_.count,
+                                 loneReturns_.count == 1 ? " is" : "s are"),
+                     "save the file with one kind of line ends");
+    } else if (carriageReturns_.count > 0 && lineFeeds_.count > 0) {
+        const Tally& rarer =
+            carriageReturns_.count < lineFeeds_.count ? carriageReturns_ : lineFeeds_;
+        findings.Add(syntax::kLineEnds, rarer.place,
+                     fmt::format("{} lines end in CRLF and {} in LF", carriageReturns_.count,
+                                 lineFeeds_.count),
+                     "save the file with one kind of line ends");
+    }
+    if (controls_.count > 0) {
+        findings.Add(syntax::kLineEnds, controls_.place,
+                     fmt::format("{} line{} control characters other than tab", controls_.count,
+                                 controls_.count == 1 ? " holds" : "s hold"),
+                     "remove them");
+    }
+    if (commentInWord_.count > 0) {
+        findings.Add(syntax::kCommentInData, commentInWord_.place,
+                     fmt::format("the comment character {} cuts off a word {}", comment_,
+                                 Times(commentInWord_.count)),
+                     "choose another comment character, or put a blank before comments");
+    }
+}
+
+}  // namespace ibis

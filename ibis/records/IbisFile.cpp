@@ -1,0 +1,95 @@
+#include "ibis/records/IbisFile.hpp"
+
+#include "ibis/TextFile.hpp"
+#include "ibis/reader/Grammar.hpp"
+
+namespace ibis {
+namespace {
+
+template <class Records>
+auto Find(Records& records, const std::unordered_map<std::string_view, std::size_t>& byName,
+          std::string_view name) -> decltype(&records[0])
+{
+    const auto found = byName.find(name);
+    return found == byName.end() ? nullptr : &records[found->second];
+}
+
+void ReadOutermost(const Section& section, IbisFile& file)
+{
+    switch (section.keyword->key) {
+        case Key::Component:
+            file.components.push_back(ReadComponent(section));
+            break;
+        case Key::ModelSelector:
+            file.selectorsByName.try_emplace(section.argument, file.selectors.size());
+            file.selectors.push_back({&section, section.argument, section.place});
+            break;
+        case Key::Model:
+            file.modelsByName.try_emplace(section.argument, file.models.size());
+            file.models.push_back(ReadModel(section));
+            break;
+        case Key::Submodel:
+            file.submodelsByName.try_emplace(section.argument, file.submodels.size());
+            file.submodels.push_back(&section);
+            break;
+        case Key::DefinePackageModel:
+            file.packageModels.push_back(&section);
+            break;
+        case Key::ExternalCircuit:
+            file.externalCircuits.push_back(&section);
+            break;
+        case Key::TestData:
+            file.testData.push_back(&section);
+            break;
+        case Key::TestLoad:
+            file.testLoads.push_back(&section);
+            break;
+        case Key::BeginBoardDescription:
+            file.boards.push_back(&section);
+            break;
+        case Key::InterconnectModelSet:
+            file.interconnectSets.push_back(&section);
+            break;
+        case Key::BeginEmd:
+            file.emds.push_back(&section);
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace
+
+const Model* IbisFile::FindModel(std::string_view name) const
+{
+    return Find(models, modelsByName, name);
+}
+
+const ModelSelector* IbisFile::FindSelector(std::string_view name) const
+{
+    return Find(selectors, selectorsByName, name);
+}
+
+const Section* IbisFile::FindSubmodel(std::string_view name) const
+{
+    const auto found = submodelsByName.find(name);
+    return found == submodelsByName.end() ? nullptr : submodels[found->second];
+}
+
+IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings)
+{
+    return ParseIbisText(ReadWholeFile(path), path, findings);
+}
+
+IbisFile ParseIbisText(std::string text, const std::filesystem::path& path, Findings& findings)
+{
+    IbisFile file;
+    file.document =
+        ReadSections(std::make_shared<const std::string>(std::move(text)), path, findings);
+    for (const Section& section : file.document.root.children) {
+        ReadOutermost(section, file);
+    }
+    return file;
+}
+
+}  // namespace ibis

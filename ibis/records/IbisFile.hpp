@@ -1,0 +1,58 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "ibis/findings/Findings.hpp"
+#include "ibis/reader/SectionReader.hpp"
+#include "ibis/records/Component.hpp"
+#include "ibis/records/Model.hpp"
+
+namespace ibis {
+
+/// A [Model Selector] with its rows: a model's name, then its description.
+struct ModelSelector
+{
+    const Section* section = nullptr;
+    std::string_view name;
+    ibis::Place place;
+};
+
+/// An .ibs, .pkg, .ebd, .ims or .emd file as records. They refer to the document's sections and, by
+/// that, to its text: a file is moved, not copied.
+struct IbisFile
+{
+    Document document;
+    std::vector<Component> components;
+    std::vector<ModelSelector> selectors;
+    std::vector<Model> models;
+    std::vector<const Section*> submodels, packageModels, externalCircuits, testData, testLoads,
+        boards, interconnectSets, emds;
+
+    Version GetVersion() const { return document.version; }
+    /// The folder that the files it names stand in.
+    std::filesystem::path Folder() const { return document.path.parent_path(); }
+
+    /// The first of this name, or null; case counts, as in the standard.
+    const Model* FindModel(std::string_view name) const;
+    const ModelSelector* FindSelector(std::string_view name) const;
+    const Section* FindSubmodel(std::string_view name) const;
+
+    IbisFile() = default;
+    IbisFile(IbisFile&&) = default;
+    IbisFile& operator=(IbisFile&&) = default;
+
+    std::unordered_map<std::string_view, std::size_t> modelsByName, selectorsByName,
+        submodelsByName;
+};
+
+/// Reads a file of any of these kinds. Only a file that cannot be read throws: FileError.
+IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings);
+
+/// The same from a text already in memory; path serves for messages and for the files that it
+/// names.
+IbisFile ParseIbisText(std::string text, const std::filesystem::path& path, Findings& findings);
+
+}  // namespace ibis

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ibis/findings/Findings.hpp"
+#include "ibis/records/IbisFile.hpp"
+
+namespace ibis {
+
+/// What a rule's function speaks through: its findings carry the rule's number and severity.
+class Report
+{
+public:
+    Report(const Rule& rule, const IbisFile& file, Findings& findings)
+        : file(file), rule_(rule), findings_(findings)
+    {
+    }
+
+    /// At the rule's own severity.
+    void Say(Place place, std::string text, std::string remedy = {})
+    {
+        findings_.Add(rule_, place, std::move(text), std::move(remedy));
+    }
+    /// At a lower one.
+    void Say(Severity severity, Place place, std::string text, std::string remedy = {})
+    {
+        findings_.Add(rule_, severity, place, std::move(text), std::move(remedy));
+    }
+    /// For what repeats within one table: the first is kept, with a count (see Findings::Count).
+    void Count(std::string_view key, Place place, std::string text, std::string remedy = {})
+    {
+        findings_.Count(rule_, key, place, std::move(text), std::move(remedy));
+    }
+
+    const IbisFile& file;  ///< in which a rule may look other records up
+
+private:
+    const Rule& rule_;
+    Findings& findings_;
+};
+
+/// A rule and the function that tries it on one record: a file, a component, a model, a table.
+template <class Record>
+struct Check
+{
+    Rule rule;
+    void (*tryOn)(const Record&,
+                  Report&) = nullptr;  ///< null: another rule's function reports it too
+};
+
+/// Tries each rule that holds for the file's version on a record.
+template <class Record, std::size_t count>
+void TryAll(const Check<Record> (&checks)[count], const Record& record, const IbisFile& file,
+            Findings& findings)
+{
+    for (const Check<Record>& check : checks) {
+        if (check.tryOn && check.rule.versions.Hold(file.GetVersion())) {
+            Report report(check.rule, file, findings);
+            check.tryOn(record, report);
+        }
+    }
+}
+
+/// Rules of one subject: what they are, and how they are tried on a file.
+struct RuleSet
+{
+    std::vector<const Rule*> rules;
+    void (*run)(const IbisFile&, Findings&) = nullptr;
+};
+
+template <class Record, std::size_t count>
+void AppendRules(const Check<Record> (&checks)[count], std::vector<const Rule*>& rules)
+{
+    for (const Check<Record>& check : checks) {
+        rules.push_back(&check.rule);
+    }
+}
+
+}  // namespace ibis

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "ibis/rules/Check.hpp"
+
+/// The subjects of the rules, by number.
+namespace ibis {
+
+const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what else stands before the
+                               ///< first component
+const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
+const RuleSet& SelectorRules();   ///< 300-302: model selectors
+const RuleSet& ModelRules();      ///< 303-328: what stands in a model besides its tables
+const RuleSet& ModelTypeRules();  ///< 350-361: what each model type needs and forbids
+const RuleSet& CurveRules();      ///< 400-422: I-V tables
+const RuleSet& RampRules();       ///< 450-457: [Ramp]
+const RuleSet& WaveformRules();   ///< 500-525: V-t tables
+const RuleSet& SpecRules();  ///< 600-640: [Model Spec], [Receiver Thresholds], submodels, schedules
+const RuleSet& ExternalRules();      ///< 650-670: [External Model], [External Circuit], test data
+const RuleSet& PackageModelRules();  ///< 700-712: package models
+const RuleSet& BoardRules();         ///< 740-745: board descriptions
+const RuleSet& InterconnectRules();  ///< 750-761: interconnect model sets and module descriptions
+const RuleSet& AlgorithmicRules();   ///< 800-809: [Algorithmic Model]
+
+}  // namespace ibis
