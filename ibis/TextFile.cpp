@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <memory>
 
 namespace ibis {
 namespace {
@@ -13,21 +13,37 @@ constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
 }  // namespace
 
-std::string ReadTextFile(const std::filesystem::path& path)
+std::string ReadWholeFile(const std::filesystem::path& path)
 {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
         throw FileError(path, "is a folder; expected a file");
     }
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                               &std::fclose);
     if (!file) {
         throw FileError(path, fmt::format("cannot be opened: {}", std::strerror(errno)));
     }
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    if (file.bad()) {
+    const auto size = std::filesystem::file_size(path, error);
+    std::string text(error ? 0 : size, '\0');
+    size_t got = std::fread(text.data(), 1, text.size(), file.get());
+    // What has no size, such as a pipe, or has grown since.
+    for (char more[4096]; size_t count = std::fread(more, 1, sizeof more, file.get());) {
+        text.resize(got);
+        text.append(more, count);
+        got += count;
+    }
+    text.resize(got);
+    if (std::ferror(file.get())) {
         throw FileError(path, fmt::format("cannot be read: {}", std::strerror(errno)));
     }
+    return text;
+}
+
+std::string ReadTextFile(const std::filesystem::path& path)
+{
+    std::string text = ReadWholeFile(path);
     if (text.find('\0') != std::string::npos) {
         throw FileError(path, "is not a text file");
     }

@@ -9,7 +9,10 @@
 
 namespace ibis {
 
-/// The whole file. Throws FileError if it cannot be read, or holds zero bytes as no text does.
+/// All bytes of a file. Throws FileError if it cannot be read.
+std::string ReadWholeFile(const std::filesystem::path& path);
+
+/// The same of a text. Throws FileError also if it holds zero bytes as no text does.
 std::string ReadTextFile(const std::filesystem::path& path);
 
 /// Blank-separated words of a line.

@@ -38,7 +38,7 @@ struct Rule
 {
     int number = 0;
     Severity severity = Severity::Error;  ///< the gravest that it reports
-    Versions versions;
+    Versions versions{};
     std::string_view title;  ///< what must hold, as a sentence without its full stop
     std::string_view
         why;  ///< what goes wrong otherwise, or what the standard says, one or two sentences

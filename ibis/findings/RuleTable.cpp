@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ibis/reader/SyntaxRules.hpp"
+#include "ibis/rules/CheckFile.hpp"
 
 namespace ibis {
 namespace {
@@ -12,6 +13,8 @@ namespace {
 std::vector<const Rule*> Collect()
 {
     std::vector<const Rule*> all(std::begin(syntax::kAll), std::end(syntax::kAll));
+    const std::vector<const Rule*> ofRecords = RecordRules();
+    all.insert(all.end(), ofRecords.begin(), ofRecords.end());
     std::sort(all.begin(), all.end(),
               [](const Rule* a, const Rule* b) { return a->number < b->number; });
     return all;

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 
+#include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Lines.hpp"
 #include "ibis/reader/NumberCheck.hpp"
-#include "ibis/reader/Spelling.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 #include "ibis/reader/WrongFile.hpp"
 

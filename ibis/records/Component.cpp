@@ -57,9 +57,10 @@ bool IsReservedModelName(std::string_view name)
 
 const Pin* Component::FindPin(std::string_view pin) const
 {
-    const auto found = std::lower_bound(
-        byName.begin(), byName.end(), pin,
-        [this](std::uint32_t row, std::string_view name) { return pins[row].name.Text() < name; });
+    const auto found = std::lower_bound(byName.begin(), byName.end(), pin,
+                                        [this](std::uint32_t row, std::string_view wanted) {
+                                            return pins[row].name.Text() < wanted;
+                                        });
     return found != byName.end() && pins[*found].name == pin ? &pins[*found] : nullptr;
 }
 

@@ -39,7 +39,7 @@ struct TypeTraits
 {
     ModelType type = ModelType::Unknown;
     std::string_view name;  ///< as the standard spells it
-    Versions versions;
+    Versions versions{};
     bool receives = false;      ///< takes a signal in: Vinl and Vinh
     bool drives = false;        ///< has states of its own: [Ramp], waveforms
     bool enables = false;       ///< can be switched off: Enable

@@ -16,8 +16,8 @@ namespace ibis {
 class Report
 {
 public:
-    Report(const Rule& rule, const IbisFile& file, Findings& findings)
-        : file(file), rule_(rule), findings_(findings)
+    Report(const Rule& rule, const IbisFile& inFile, Findings& findings)
+        : file(inFile), rule_(rule), findings_(findings)
     {
     }
 

@@ -1,0 +1,155 @@
+#include "tests/ibis/rules/GoodFiles.hpp"
+
+#include <fmt/format.h>
+
+#include "ibis/records/Model.hpp"
+
+namespace ibis {
+namespace {
+
+// A buffer of 25 ohm to either rail at 3.3 V: into 50 ohm it swings 2.2 V.
+constexpr const char* kPulldown = R"([Pulldown]
+-3.3V  -132.0mA  -110.0mA  -165.0mA
+ 0.0V     0.0mA     0.0mA     0.0mA
+ 1.0V    40.0mA    33.3333mA  50.0mA
+ 2.0V    80.0mA    66.6667mA 100.0mA
+ 3.0V   120.0mA   100.0mA   150.0mA
+ 6.6V   264.0mA   220.0mA   330.0mA
+)";
+constexpr const char* kPullup = R"([Pullup]
+-3.3V   132.0mA   110.0mA   165.0mA
+ 0.0V     0.0mA     0.0mA     0.0mA
+ 1.0V   -40.0mA   -33.3333mA -50.0mA
+ 2.0V   -80.0mA   -66.6667mA -100.0mA
+ 3.0V  -120.0mA  -100.0mA  -150.0mA
+ 6.6V  -264.0mA  -220.0mA  -330.0mA
+)";
+constexpr const char* kClamps = R"([GND Clamp]
+-3.3V  -260.0mA  -240.0mA  -280.0mA
+-0.7V     0.0mA     0.0mA     0.0mA
+ 3.3V     0.0mA     0.0mA     0.0mA
+[POWER Clamp]
+-3.3V   260.0mA   240.0mA   280.0mA
+-0.7V     0.0mA     0.0mA     0.0mA
+ 0.0V     0.0mA     0.0mA     0.0mA
+)";
+
+/// 60 % of the swing into 50 ohm, by corner: 3.3 V and 25 ohm, 3.0 V and 30 ohm, 3.6 V and 20 ohm.
+constexpr const char* kRamp = R"([Ramp]
+dV/dt_r  1.320/0.50n  1.125/0.70n  1.543/0.40n
+dV/dt_f  1.320/0.50n  1.125/0.70n  1.543/0.40n
+R_load = 50.0
+)";
+constexpr const char* kRising = R"([Rising Waveform]
+R_fixture = 50.0
+V_fixture = 0.0
+0.0n  0.0     0.0     0.0
+0.5n  0.6     0.5     0.7
+1.0n  1.6     1.4     1.9
+1.5n  2.2     1.875   2.5714
+2.0n  2.2     1.875   2.5714
+[Rising Waveform]
+R_fixture = 50.0
+V_fixture = 3.3
+V_fixture_min = 3.0
+V_fixture_max = 3.6
+0.0n  1.1     1.125   1.0286
+0.5n  1.7     1.6     1.7
+1.0n  2.7     2.5     2.9
+1.5n  3.3     3.0     3.6
+2.0n  3.3     3.0     3.6
+)";
+constexpr const char* kFalling = R"([Falling Waveform]
+R_fixture = 50.0
+V_fixture = 0.0
+0.0n  2.2     1.875   2.5714
+0.5n  1.6     1.4     1.9
+1.0n  0.6     0.5     0.7
+1.5n  0.0     0.0     0.0
+2.0n  0.0     0.0     0.0
+[Falling Waveform]
+R_fixture = 50.0
+V_fixture = 3.3
+V_fixture_min = 3.0
+V_fixture_max = 3.6
+0.0n  3.3     3.0     3.6
+0.5n  2.7     2.5     2.9
+1.0n  1.7     1.6     1.7
+1.5n  1.1     1.125   1.0286
+2.0n  1.1     1.125   1.0286
+)";
+
+std::string Header(std::string_view name)
+{
+    return fmt::format(R"([IBIS Ver] 7.0
+[File Name] {}
+[File Rev] 1.0
+[Date] 21 November 2026
+[Source] Made for tests.
+)",
+                       name);
+}
+
+constexpr const char* kComponent = R"([Component] Part
+[Manufacturer] Maker
+[Package]
+R_pkg 0.1   0.05  0.2
+L_pkg 2.0nH 1.0nH 3.0nH
+C_pkg 1.0pF 0.5pF 2.0pF
+[Pin] signal_name model_name R_pin L_pin C_pin
+1 DATA BUF 0.1 2.0nH 1.0pF
+2 VDD POWER
+3 VSS GND
+)";
+
+/// The model BUF of a type, with what the type needs.
+std::string GoodModel(std::string_view typeName)
+{
+    const TypeTraits& type = TraitsOf(ModelTypeOf(typeName));
+    std::string text = fmt::format("[Model] BUF\nModel_type {}\n", typeName);
+    if (type.receives) {
+        text += type.ecl ? "Vinl = 1.8V\nVinh = 2.2V\n" : "Vinl = 0.8V\nVinh = 2.0V\n";
+    }
+    if (type.drives && !type.differential) {
+        text += "Vmeas = 1.5V\nCref = 15pF\nRref = 50\nVref = 0\n";
+    }
+    text += "C_comp 5.0pF 4.0pF 6.0pF\n";
+    text += "[Temperature Range] 50 100 0\n[Voltage Range] 3.3V 3.0V 3.6V\n";
+    return text;
+}
+
+}  // namespace
+
+std::string GoodFile(std::string_view kind)
+{
+    std::string text = Header(FileNameOf(kind)) + kComponent + GoodModel(kind);
+    const TypeTraits& type = TraitsOf(ModelTypeOf(kind));
+    if (type.pullsDown) {
+        text += kPulldown;
+    }
+    if (type.pullsUp) {
+        text += kPullup;
+    }
+    text += kClamps;
+    if (type.drives) {
+        text += kRamp;
+        text += kRising;
+        text += kFalling;
+    }
+    return text + "[End]\n";
+}
+
+const std::vector<std::string_view>& GoodKinds()
+{
+    static const std::vector<std::string_view> kinds{"Input", "Output", "I/O", "3-state"};
+    return kinds;
+}
+
+std::string FileNameOf(std::string_view kind)
+{
+    return kind == "pkg" || kind == "ebd" || kind == "ims" || kind == "emd"
+               ? fmt::format("good.{}", kind)
+               : "good.ibs";
+}
+
+}  // namespace ibis

@@ -1,0 +1,10 @@
+#include "tests/ibis/rules/RuleCases.hpp"
+
+namespace ibis {
+
+std::vector<RuleCase> RampCases()
+{
+    return {};
+}
+
+}  // namespace ibis
