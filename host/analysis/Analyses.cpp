@@ -186,9 +186,10 @@ void Analyses::Remark(Findings& found) const
                                     settings_.ignoreBits + kHeldBits));
     }
     if (found.clock.backward > 0) {
-        notes.push_back(
-            fmt::format("{} clock times were not later than the one before and are left out",
-                        found.clock.backward));
+        notes.push_back(fmt::format(
+            "{} clock times were not later than the one before, or lay beyond any run, and "
+            "are left out",
+            found.clock.backward));
     }
     if (found.clock.settledAtBit > static_cast<double>(settings_.ignoreBits)) {
         notes.push_back(fmt::format(

@@ -6,6 +6,9 @@ namespace amisim {
 
 constexpr double kLongestGap = 8;  // unit intervals
 
+// Samples: more than any run has, and few enough to be counted one by one in a double.
+constexpr double kLatest = 0x1p52;
+
 ClockFrame::ClockFrame(double sampleInterval, double bitTime)
     : sampleInterval_(sampleInterval), nominal_(bitTime / sampleInterval)
 {
@@ -15,7 +18,7 @@ void ClockFrame::Add(std::span<const double> times)
 {
     for (const double seconds : times) {
         const double time = seconds / sampleInterval_;
-        if (!std::isfinite(time) || (times_ > 0 && !(time > last_))) {
+        if (!(std::abs(time) < kLatest) || (times_ > 0 && !(time > last_))) {
             ++backward_;
             continue;
         }

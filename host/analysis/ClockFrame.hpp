@@ -33,7 +33,8 @@ public:
 
     std::int64_t Times() const { return times_; }
     std::int64_t Filled() const { return filled_; }
-    /// Times that were no numbers or not later than the one before: left out.
+    /// Times that were no numbers, later than any run ends, or not later than the one before: left
+    /// out.
     std::int64_t Backward() const { return backward_; }
 
 private:

@@ -31,9 +31,9 @@ TEST(VoltageHistogram, GrowsWithoutLosingCountsOrPlaces)
 TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
 {
     ClockFrame frame(1.0, 10.0);
-    frame.Add(std::vector<double>{5, 15, 35, 45});  // one dropped
-    frame.Add(std::vector<double>{45, 40, 75});     // two not later; two dropped
-    frame.Add(std::vector<double>{275, 285});       // interrupted
+    frame.Add(std::vector<double>{1e290, 5, 15, 35, 45});  // beyond any run; one dropped
+    frame.Add(std::vector<double>{45, 40, 75});            // two not later; two dropped
+    frame.Add(std::vector<double>{275, 285});              // interrupted
     const double times[] = {5, 15, 25, 35, 45, 55, 65, 75, 275, 285};
     ASSERT_EQ(frame.Edges().size(), std::size(times));
     for (std::size_t i = 0; i < std::size(times); ++i) {
@@ -41,7 +41,7 @@ TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
         EXPECT_EQ(frame.Edges()[i].afterGap, i == 0 || times[i] == 275);
     }
     EXPECT_EQ(frame.Filled(), 3);
-    EXPECT_EQ(frame.Backward(), 2);
+    EXPECT_EQ(frame.Backward(), 3);
     EXPECT_EQ(frame.Edges().back().number, 28);
 }
 

@@ -178,6 +178,10 @@ TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
                     "them sample 32773"),
           {"no terminator", "AMI_GetWave 1 has no -1 at its end"},
           {"overrun", "AMI_GetWave 1 wrote past the end of the clock list"},
+          {"clock 1e160",
+           "2 clock times were not later than the one before, or lay beyond any run"},
+          {"clock 1e290",
+           "2 clock times were not later than the one before, or lay beyond any run"},
           {"fast", "the clock slipped"}}) {
         EXPECT_EQ(RunModel(mode), 0) << output_;
         EXPECT_TRUE(Says(note)) << output_;

@@ -138,6 +138,10 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
     // slips.
     const double step = Is("fast") ? g_bit * 0.9995 : g_bit;
     long count = 0;
+    if (double time; g_calls == 1 && std::sscanf(g_mode, "clock %lf", &time) == 1) {
+        clockTimes[count++] = time;
+        clockTimes[count++] = 2 * time;
+    }
     for (static long n = 0; g_clock < end; ++n, g_clock = step * static_cast<double>(n)) {
         if (Is("drop") && n % 50 == 49) continue;
         clockTimes[count++] = g_clock;
