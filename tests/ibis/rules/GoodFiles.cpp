@@ -7,13 +7,15 @@
 namespace ibis {
 namespace {
 
-// A buffer of 25 ohm to either rail at 3.3 V: into 50 ohm it swings 2.2 V.
+// A buffer of 25 ohm (min 30, max 20) to either rail at 3.3 V (3.0, 3.6): into 50 ohm to a rail it
+// swings 2.2 V (1.875, 2.5714).
 constexpr const char* kPulldown = R"([Pulldown]
 -3.3V  -132.0mA  -110.0mA  -165.0mA
  0.0V     0.0mA     0.0mA     0.0mA
  1.0V    40.0mA    33.3333mA  50.0mA
  2.0V    80.0mA    66.6667mA 100.0mA
  3.0V   120.0mA   100.0mA   150.0mA
+ 3.3V   132.0mA   110.0mA   165.0mA
  6.6V   264.0mA   220.0mA   330.0mA
 )";
 constexpr const char* kPullup = R"([Pullup]
@@ -22,6 +24,7 @@ constexpr const char* kPullup = R"([Pullup]
  1.0V   -40.0mA   -33.3333mA -50.0mA
  2.0V   -80.0mA   -66.6667mA -100.0mA
  3.0V  -120.0mA  -100.0mA  -150.0mA
+ 3.3V  -132.0mA  -110.0mA  -165.0mA
  6.6V  -264.0mA  -220.0mA  -330.0mA
 )";
 constexpr const char* kClamps = R"([GND Clamp]
@@ -34,13 +37,38 @@ constexpr const char* kClamps = R"([GND Clamp]
  0.0V     0.0mA     0.0mA     0.0mA
 )";
 
-/// 60 % of the swing into 50 ohm, by corner: 3.3 V and 25 ohm, 3.0 V and 30 ohm, 3.6 V and 20 ohm.
+// Emitter followers of 10 ohm, 0.9 V (high) and 1.7 V (low) below the supply; both tables are
+// relative to it. Into 50 ohm to 2 V below the supply they stand 1.0833 V and 1.75 V below it.
+constexpr const char* kEclPulldown = R"([Pulldown]
+-3.3V     0.0mA     0.0mA     0.0mA
+ 0.0V     0.0mA     0.0mA     0.0mA
+ 1.7V     0.0mA     0.0mA     0.0mA
+ 2.0V   -30.0mA   -30.0mA   -30.0mA
+ 3.0V  -130.0mA  -130.0mA  -130.0mA
+ 6.6V  -490.0mA  -490.0mA  -490.0mA
+)";
+constexpr const char* kEclPullup = R"([Pullup]
+-3.3V     0.0mA     0.0mA     0.0mA
+ 0.0V     0.0mA     0.0mA     0.0mA
+ 0.9V     0.0mA     0.0mA     0.0mA
+ 2.0V  -110.0mA  -110.0mA  -110.0mA
+ 3.0V  -210.0mA  -210.0mA  -210.0mA
+ 6.6V  -570.0mA  -570.0mA  -570.0mA
+)";
+
+// 60 % of the swings.
 constexpr const char* kRamp = R"([Ramp]
 dV/dt_r  1.320/0.50n  1.125/0.70n  1.543/0.40n
 dV/dt_f  1.320/0.50n  1.125/0.70n  1.543/0.40n
 R_load = 50.0
 )";
-constexpr const char* kRising = R"([Rising Waveform]
+constexpr const char* kEclRamp = R"([Ramp]
+dV/dt_r  0.400/0.50n  0.400/0.70n  0.400/0.40n
+dV/dt_f  0.400/0.50n  0.400/0.70n  0.400/0.40n
+R_load = 50.0
+)";
+
+constexpr const char* kRisingFromGround = R"([Rising Waveform]
 R_fixture = 50.0
 V_fixture = 0.0
 0.0n  0.0     0.0     0.0
@@ -48,7 +76,8 @@ V_fixture = 0.0
 1.0n  1.6     1.4     1.9
 1.5n  2.2     1.875   2.5714
 2.0n  2.2     1.875   2.5714
-[Rising Waveform]
+)";
+constexpr const char* kRisingToSupply = R"([Rising Waveform]
 R_fixture = 50.0
 V_fixture = 3.3
 V_fixture_min = 3.0
@@ -59,7 +88,7 @@ V_fixture_max = 3.6
 1.5n  3.3     3.0     3.6
 2.0n  3.3     3.0     3.6
 )";
-constexpr const char* kFalling = R"([Falling Waveform]
+constexpr const char* kFallingToGround = R"([Falling Waveform]
 R_fixture = 50.0
 V_fixture = 0.0
 0.0n  2.2     1.875   2.5714
@@ -67,7 +96,8 @@ V_fixture = 0.0
 1.0n  0.6     0.5     0.7
 1.5n  0.0     0.0     0.0
 2.0n  0.0     0.0     0.0
-[Falling Waveform]
+)";
+constexpr const char* kFallingFromSupply = R"([Falling Waveform]
 R_fixture = 50.0
 V_fixture = 3.3
 V_fixture_min = 3.0
@@ -78,6 +108,60 @@ V_fixture_max = 3.6
 1.5n  1.1     1.125   1.0286
 2.0n  1.1     1.125   1.0286
 )";
+constexpr const char* kEclWaveforms = R"([Rising Waveform]
+R_fixture = 50.0
+V_fixture = 1.3
+V_fixture_min = 1.0
+V_fixture_max = 1.6
+0.0n  1.5500  1.2500  1.8500
+0.5n  1.7500  1.4500  2.0500
+1.0n  2.0500  1.7500  2.3500
+1.5n  2.2167  1.9167  2.5167
+2.0n  2.2167  1.9167  2.5167
+[Falling Waveform]
+R_fixture = 50.0
+V_fixture = 1.3
+V_fixture_min = 1.0
+V_fixture_max = 1.6
+0.0n  2.2167  1.9167  2.5167
+0.5n  2.0500  1.7500  2.3500
+1.0n  1.7500  1.4500  2.0500
+1.5n  1.5500  1.2500  1.8500
+2.0n  1.5500  1.2500  1.8500
+)";
+
+/// What a driver of this type does: its I-V tables, [Ramp], and V-t tables to each rail that it
+/// leaves.
+std::string DriverTables(const TypeTraits& type)
+{
+    std::string text;
+    if (type.pullsDown) {
+        text += type.ecl ? kEclPulldown : kPulldown;
+    }
+    if (type.pullsUp) {
+        text += type.ecl ? kEclPullup : kPullup;
+    }
+    if (!type.pullsDown && !type.pullsUp) {
+        return text;
+    }
+    if (type.ecl) {
+        return text + kEclRamp + kEclWaveforms;
+    }
+    text += kRamp;
+    if (type.pullsUp) {
+        text += kRisingFromGround;
+    }
+    if (type.pullsDown) {
+        text += kRisingToSupply;
+    }
+    if (type.pullsUp) {
+        text += kFallingToGround;
+    }
+    if (type.pullsDown) {
+        text += kFallingFromSupply;
+    }
+    return text;
+}
 
 std::string Header(std::string_view name)
 {
@@ -124,24 +208,18 @@ std::string GoodFile(std::string_view kind)
 {
     std::string text = Header(FileNameOf(kind)) + kComponent + GoodModel(kind);
     const TypeTraits& type = TraitsOf(ModelTypeOf(kind));
-    if (type.pullsDown) {
-        text += kPulldown;
-    }
-    if (type.pullsUp) {
-        text += kPullup;
-    }
     text += kClamps;
-    if (type.drives) {
-        text += kRamp;
-        text += kRising;
-        text += kFalling;
-    }
+    text += DriverTables(type);
     return text + "[End]\n";
 }
 
 const std::vector<std::string_view>& GoodKinds()
 {
-    static const std::vector<std::string_view> kinds{"Input", "Output", "I/O", "3-state"};
+    static const std::vector<std::string_view> kinds{
+        "Input",         "Output",          "I/O",         "3-state",
+        "Open_drain",    "Open_sink",       "Open_source", "I/O_open_drain",
+        "I/O_open_sink", "I/O_open_source", "Input_ECL",   "Output_ECL",
+        "I/O_ECL",       "3-state_ECL"};
     return kinds;
 }
 
