@@ -209,6 +209,7 @@ struct Keyword
     Data data = Data::None;
     std::span<const SubParameter> settings{};
     std::uint8_t leastWords = 0, mostWords = 0;  ///< of a row of words; 0 and 0: any number
+    std::uint8_t notWords = 0;                   ///< a number between them that no row may have
     Quantity x = Quantity::Any,
              y = Quantity::Any;  ///< of a curve's columns, or of the argument's corners (y)
     Key end = Key::None;         ///< the keyword that closes it

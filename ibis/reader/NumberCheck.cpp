@@ -13,8 +13,8 @@ bool LooksMisread(const Number& number, const NumberPlace& place)
     if (place.quantity == Quantity::Farad || place.quantity == Quantity::Henry) {
         return number.scale == 'M';
     }
-    const bool isLoad = place.of.ends_with("R_fixture") || place.of.ends_with("R_load") ||
-                        place.of.ends_with("Rref");
+    const bool isLoad = place.of.starts_with("R_fixture") || place.of.starts_with("R_load") ||
+                        place.of.starts_with("Rref");
     return isLoad && number.scale == 'm';
 }
 

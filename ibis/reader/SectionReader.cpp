@@ -405,13 +405,16 @@ void Reader::NoData()
 void Reader::ReadRow(const std::vector<Word>& words)
 {
     const Keyword& keyword = *Top().keyword;
-    const bool fits =
-        keyword.mostWords == 0 || (words.size() >= keyword.leastWords &&
-                                   (words.size() <= keyword.mostWords || keyword.mostWords == 255));
+    // Rows of three and of six are told apart by what a rule knows of the heading; five are never
+    // right.
+    const bool fits = keyword.mostWords == 0 ||
+                      (words.size() >= keyword.leastWords && words.size() != keyword.notWords &&
+                       (words.size() <= keyword.mostWords || keyword.mostWords == 255));
     if (!fits) {
         const std::string expected =
-            keyword.leastWords == keyword.mostWords
-                ? std::to_string(keyword.leastWords)
+            keyword.leastWords == keyword.mostWords ? std::to_string(keyword.leastWords)
+            : keyword.notWords != 0
+                ? fmt::format("{} or {}", keyword.leastWords, keyword.mostWords)
                 : fmt::format("{} to {}", keyword.leastWords, keyword.mostWords);
         findings_.Count(RuleOf(keyword.columnsRule), std::to_string(Top().place.line),
                         words[0].Place(),

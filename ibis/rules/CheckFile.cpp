@@ -6,9 +6,22 @@ namespace ibis {
 namespace {
 
 constexpr const RuleSet& (*kSets[])() = {
-    HeaderRules,       ComponentRules, SelectorRules,     ModelRules,       ModelTypeRules,
-    CurveRules,        RampRules,      WaveformRules,     SpecRules,        ExternalRules,
-    PackageModelRules, BoardRules,     InterconnectRules, AlgorithmicRules,
+    HeaderRules,
+    ComponentRules,
+    PinTableRules,
+    ReferenceRules,
+    SelectorRules,
+    ModelRules,
+    ModelTypeRules,
+    CurveRules,
+    RampRules,
+    WaveformRules,
+    SpecRules,
+    ExternalRules,
+    PackageModelRules,
+    BoardRules,
+    InterconnectRules,
+    AlgorithmicRules,
 };
 
 }  // namespace

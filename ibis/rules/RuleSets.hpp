@@ -8,6 +8,8 @@ namespace ibis {
 const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what else stands before the
                                ///< first component
 const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
+const RuleSet& PinTableRules();  ///< 220-239: the tables that refer to pins
+const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by name
 const RuleSet& SelectorRules();   ///< 300-302: model selectors
 const RuleSet& ModelRules();      ///< 303-328: what stands in a model besides its tables
 const RuleSet& ModelTypeRules();  ///< 350-361: what each model type needs and forbids

@@ -1,0 +1,116 @@
+#include <algorithm>
+#include <set>
+
+#include "ibis/reader/Grammar.hpp"
+#include "ibis/rules/RuleSets.hpp"
+
+/// What a component refers to by name: package models, interconnect sets, circuits.
+namespace ibis {
+namespace {
+
+using enum Severity;
+
+void AlternatePackagesFit(const Component& component, Report& report)
+{
+    const Section* const section = component.section->Child(Key::AlternatePackageModels);
+    if (!section) {
+        return;
+    }
+    if (!component.section->Child(Key::PackageModel)) {
+        report.Say(section->place,
+                   fmt::format("[Alternate Package Models] of '{}' stands without [Package Model]",
+                               component.name),
+                   "name the first of them in [Package Model]");
+    }
+    std::set<std::string_view> seen;
+    for (size_t i = 0; i < section->rows.size(); ++i) {
+        const Word& name = section->rows[i][0];
+        if (!seen.insert(name.Text()).second) {
+            report.Say(name.Place(),
+                       fmt::format("[Alternate Package Models] of '{}' has {} twice",
+                                   component.name, name.Text()),
+                       "name each once");
+        }
+    }
+}
+
+/// A set may stand in a file of its own, which the second word then names.
+void InterconnectSetsExist(const Component& component, Report& report)
+{
+    for (const Section* group : component.section->Children(Key::InterconnectModelGroup)) {
+        for (size_t i = 0; i < group->rows.size(); ++i) {
+            const auto row = group->rows[i];
+            const bool here = row.size() < 2 || row[1] == "NA";
+            const bool known = std::any_of(
+                report.file.interconnectSets.begin(), report.file.interconnectSets.end(),
+                [&](const Section* set) { return set->argument == row[0].Text(); });
+            if (here && !known) {
+                report.Say(row[0].Place(),
+                           fmt::format("[Interconnect Model Group] '{}' names the set '{}', which "
+                                       "is not in this file",
+                                       group->argument, row[0].Text()),
+                           "name the file that holds it, or define it");
+            }
+        }
+    }
+}
+
+void CircuitCallsFit(const Component& component, Report& report)
+{
+    for (const Section* call : component.section->Children(Key::CircuitCall)) {
+        const auto& circuits = report.file.externalCircuits;
+        const bool known = std::any_of(
+            circuits.begin(), circuits.end(),
+            [&](const Section* circuit) { return circuit->argument == call->argument; });
+        if (!known) {
+            report.Say(
+                call->place,
+                fmt::format("[Circuit Call] of '{}' names the circuit '{}', which is not defined",
+                            component.name, call->argument),
+                "define it as [External Circuit]");
+        }
+        const Word pin = call->WordOf("Signal_pin");
+        const Pin* const found = component.FindPin(pin.Text());
+        if (pin && (!found || found->model != "CIRCUITCALL")) {
+            report.Say(
+                pin.Place(),
+                fmt::format("[Circuit Call] of '{}' names pin {}, {}", component.name, pin.Text(),
+                            found ? "whose model is not CIRCUITCALL" : "which is not in [Pin]"),
+                "give the pin the model CIRCUITCALL");
+        }
+    }
+}
+
+const Check<Component> kChecks[] = {
+    {{241, Error, Since(40),
+      "[Alternate Package Models] is closed, stands beside [Package Model] and repeats nothing",
+      "It offers other packages than the first one.", "[Alternate Package Models] without its end"},
+     AlternatePackagesFit},
+    {{242, Error, Since(70), "[Interconnect Model Group] is closed and names sets that there are",
+      "The package is described nowhere otherwise.", "SET1 NA where this file has no SET1"},
+     InterconnectSetsExist},
+    {{243, Error, Since(41),
+      "[Node Declarations] and [Circuit Call] are closed; circuits are defined and pins of "
+      "CIRCUITCALL",
+      "The pin has no buffer otherwise.", "[Circuit Call] of a circuit that is not defined"},
+     CircuitCallsFit},
+};
+
+}  // namespace
+
+const RuleSet& ReferenceRules()
+{
+    static const RuleSet set = [] {
+        RuleSet made;
+        AppendRules(kChecks, made.rules);
+        made.run = [](const IbisFile& file, Findings& findings) {
+            for (const Component& component : file.components) {
+                TryAll(kChecks, component, file, findings);
+            }
+        };
+        return made;
+    }();
+    return set;
+}
+
+}  // namespace ibis
