@@ -9,6 +9,7 @@
 
 #include "host/Error.hpp"
 #include "host/channel/ChannelSpectrum.hpp"
+#include "host/channel/SlowTail.hpp"
 #include "host/channel/Touchstone.hpp"
 
 namespace amisim {
@@ -19,6 +20,8 @@ constexpr double kFront = 0.01;      // of the peak: an earlier echo of this siz
 constexpr double kTail = 1e-9;       // of the energy
 constexpr double kPassive = 1.001;   // a gain up to here is a matter of measurement
 constexpr double kUndecayed = 1e-3;  // of the energy, late
+constexpr double kMostRestored =
+    0.05;  // of the largest gain: the slow tail of a line, no capacitor
 
 FrequencyResponse Below(const FrequencyResponse& all, double limit)
 {
@@ -46,10 +49,23 @@ double Energy(const double* begin, const double* end)
     return std::inner_product(begin, end, begin, 0.0);
 }
 
+std::string TailNote(const SlowTail& tail, const ChannelResponse& channel, double resolved)
+{
+    const std::string end = fmt::format(
+        "the response goes on beyond the {:.4g} ns that the data's frequency step "
+        "resolves",
+        resolved * 1e9);
+    if (tail.isRestored) {
+        return fmt::format("{}: {:.2g} % of gain at 0 Hz restored", end, 100.0 * tail.missing);
+    }
+    return fmt::format("{}: what is kept has a gain of {:.4f} at 0 Hz", end,
+                       channel.dcGain - tail.missing * channel.peak.gain);
+}
+
 /// What a user should know about how the response came about.
 std::vector<std::string> Notes(const ChannelResponse& channel, const FrequencyResponse& data,
                                const FrequencyResponse& all, const Extrapolation& outside,
-                               double resolved)
+                               const SlowTail& tail, double resolved)
 {
     std::vector<std::string> notes;
     const auto& f = data.frequency;
@@ -74,6 +90,9 @@ std::vector<std::string> Notes(const ChannelResponse& channel, const FrequencyRe
         notes.push_back(
             fmt::format("the data arrive {:.4g} ns before they are sent; moved to time 0",
                         channel.shift * 1e9));
+    }
+    if (std::abs(tail.missing) > SlowTail::kSettled) {
+        notes.push_back(TailNote(tail, channel, resolved));
     }
     const auto& taps = channel.taps;
     if (late < static_cast<double>(taps.size())) {
@@ -147,40 +166,90 @@ ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sa
     channel.delay = delay + front - half;
 
     std::size_t end = half + reach;
-    for (double tail = 0.0; end > front + 1; --end) {
+    for (double tail = 0.0, sum = 0.0; end > front + 1; --end) {
         tail += time[end - 1] * time[end - 1];
-        if (tail > kTail * energy) {
+        sum += time[end - 1];
+        if (tail > kTail * energy || std::abs(sum) > SlowTail::kSettled * channel.peak.gain) {
             break;
         }
     }
     channel.taps.assign(time.begin() + static_cast<std::ptrdiff_t>(front),
                         time.begin() + static_cast<std::ptrdiff_t>(end));
-    channel.notes = Notes(channel, data, response, outside, ResolvedTime(data));
+    const SlowTail tail =
+        RestoreSlowTail(channel.taps, channel.dcGain, channel.peak.gain, kMostRestored);
+    channel.notes = Notes(channel, data, response, outside, tail, ResolvedTime(data));
     return channel;
 }
 
-ChannelResponse ReadChannel(const std::filesystem::path& path, const std::string& portOrder,
+namespace {
+
+constexpr const char* kUnlikeLines =
+    "as single-ended data they would be of two unlike lines without coupling";
+
+/// The order of mixed-mode data where they are told or sure to be such. A stated port order tells
+/// that they are not.
+std::optional<ModeOrder> Modes(const SParameters& s, const ChannelReading& reading,
+                               std::vector<std::string>& notes)
+{
+    using enum ModeFinding::Certainty;
+    if (s.ports == 2 || reading.modes == "no") return std::nullopt;
+    if (reading.modes != "auto") return ParseModeOrder(reading.modes);
+    const auto found = FindModes(s);
+    if (!found || (!reading.portOrder.empty() && found->certainty != Sure)) return std::nullopt;
+    const std::string order = ToText(found->order);
+    if (found->certainty == Undecided) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("may be mixed-mode data: {}; state --mixed-mode {} or no",
+                                kUnlikeLines, order));
+    }
+    if (found->certainty == Perhaps || !reading.portOrder.empty()) {
+        notes.push_back(
+            fmt::format("may be mixed-mode data (--mixed-mode {}): {}", order, kUnlikeLines));
+        return std::nullopt;
+    }
+    notes.push_back(fmt::format("read as mixed-mode data {}: {} (--mixed-mode no takes them so)",
+                                order, kUnlikeLines));
+    return found->order;
+}
+
+DifferentialPorts Ports(const SParameters& s, const ChannelReading& reading,
+                        ChannelResponse& channel)
+{
+    if (channel.modes) return kPorts12_34;
+    if (!reading.portOrder.empty()) return ParsePortOrder(reading.portOrder);
+    if (s.ports == 2) return {};
+    const DifferentialPorts ports = DetectPortOrder(s);
+    channel.notes.push_back(fmt::format("ports {}->{} and {}->{} by their through terms", ports.inP,
+                                        ports.outP, ports.inN, ports.outN));
+    return ports;
+}
+
+}  // namespace
+
+ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelReading& reading,
                             double sampleInterval)
 {
-    const SParameters s = ReadTouchstone(path);
+    SParameters read = ReadTouchstone(path);
     try {
-        DifferentialPorts ports{};
-        std::vector<std::string> notes;
-        if (!portOrder.empty()) {
-            ports = ParsePortOrder(portOrder);
-        } else if (s.ports != 2) {
-            ports = DetectPortOrder(s);
-            notes.push_back(fmt::format("ports {}->{} and {}->{} by their through terms", ports.inP,
-                                        ports.outP, ports.inN, ports.outN));
-        }
+        ChannelResponse first;
+        first.notes = read.notes;
+        first.modes = Modes(read, reading, first.notes);
+        const SParameters s = first.modes ? SingleEnded(read, *first.modes) : std::move(read);
+        const DifferentialPorts ports = Ports(s, reading, first);
         ChannelResponse channel = MakeChannelResponse(Through(s, ports), sampleInterval);
+        channel.modes = first.modes;
         if (s.ports != 2) channel.ports = ports;
-        channel.notes.insert(channel.notes.begin(), notes.begin(), notes.end());
-        channel.peak = FindPeakGain(s);
+        channel.notes.insert(channel.notes.begin(), first.notes.begin(), first.notes.end());
+
+        const std::vector<double> gains = GreatestGains(s);
+        const auto peak = std::ranges::max_element(gains);
+        channel.peak = {*peak, s.frequency[static_cast<std::size_t>(peak - gains.begin())]};
         if (channel.peak.gain > kPassive) {
             channel.notes.push_back(fmt::format("not passive: a gain of {:.4f} at {:.4g} GHz",
                                                 channel.peak.gain, channel.peak.frequency * 1e-9));
         }
+        channel.grade = Grade(s, gains, channel.removedFraction, reading.bitRate);
+        channel.notes.push_back(channel.grade->ToText());
         return channel;
     } catch (const Error& error) {
         throw Error(error.Code(), fmt::format("{}: {}", path.string(), error.what()));

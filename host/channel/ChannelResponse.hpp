@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "host/channel/ChannelGrade.hpp"
+#include "host/channel/MixedMode.hpp"
 #include "host/channel/SParameters.hpp"
 
 namespace amisim {
@@ -23,6 +25,8 @@ struct ChannelResponse
                                    ///< removed: how far from causal the data were
     PeakGain peak;                 ///< of the data: a gain above 1 is not passive
     std::optional<DifferentialPorts> ports;  ///< of a file with four
+    std::optional<ModeOrder> modes;          ///< of a file that was read as mixed-mode data
+    std::optional<ChannelGrade> grade;       ///< of a file of S parameters
     std::vector<std::string> notes;          ///< what a user should know, one sentence each
 };
 
@@ -36,17 +40,25 @@ struct ChannelResponse
 ///    larger than a hundredth of the peak and so a path of its own; what comes before time 0 is
 ///    removed in any case.
 ///  - The response ends where the data's frequency step resolves no more (half of 1 / step), or
-///    earlier where less than 1e-9 of the energy is left. Its sum is then the gain at 0 Hz but for
-///    what a slow tail would add.
+///    earlier where less than 1e-9 of the energy and a thousandth of the largest gain is left. What
+///    its sum then lacks of the gain at 0 Hz is restored (see SlowTail.hpp), or said where it is
+///    too much for that, as behind a capacitor.
 ///
 /// Throws Error (kInput) on fewer than four frequencies or on a response of zero.
 ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sampleInterval);
 
-/// The same from a Touchstone file: SDD21, or S21 of a two-port. portOrder as for ParsePortOrder,
-/// or
-/// "" to detect it. `peak` is that of the whole multi-port. Throws ibis::FileError and Error with
-/// the file's name.
-ChannelResponse ReadChannel(const std::filesystem::path& path, const std::string& portOrder,
+/// How a file of S parameters is to be taken.
+struct ChannelReading
+{
+    double bitRate = 0.0;        ///< bit/s, of the signal that it is graded for
+    std::string portOrder = "";  ///< as for ParsePortOrder; empty to detect it
+    std::string modes = "auto";  ///< "auto" to recognise mixed-mode data, "no", or as for
+                                 ///< ParseModeOrder
+};
+
+/// The same from a Touchstone file: SDD21, or S21 of a two-port, graded. `peak` is that of the
+/// whole multi-port. Throws ibis::FileError and Error with the file's name.
+ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelReading& reading,
                             double sampleInterval);
 
 }  // namespace amisim

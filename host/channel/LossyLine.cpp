@@ -7,6 +7,8 @@
 #include <numbers>
 #include <unsupported/Eigen/FFT>
 
+#include "host/channel/SlowTail.hpp"
+
 namespace amisim {
 
 double LossyLine::GainDb(double frequency) const
@@ -48,6 +50,7 @@ std::vector<double> LossyLine::Impulse(double sampleInterval) const
         const double x = (static_cast<double>(i) + 0.5) / static_cast<double>(fade);
         response[length - 1 - i] *= 0.5 - 0.5 * std::cos(std::numbers::pi * x);
     }
+    RestoreSlowTail(response, 1.0, 1.0, 1.0);
     return response;
 }
 

@@ -20,9 +20,9 @@ struct LossyLine
 
     /// Impulse response sampled every `sampleInterval` seconds, as filter weights: their sum is the
     /// gain at DC. 256 to 512 bits long, of which the last quarter fades out. The skin effect's
-    /// tail never ends: what is left out takes about 0.2 dB from the gain at DC for 10 dB of skin
-    /// effect, and nothing at frequencies that matter to an eye. A line without loss gives the
-    /// single weight 1.
+    /// tail never ends: what is left out would take about 0.2 dB from the gain at DC for 10 dB of
+    /// skin effect, and is restored there (see SlowTail.hpp). A line without loss gives the single
+    /// weight 1.
     std::vector<double> Impulse(double sampleInterval) const;
 
     /// |H| in dB, negative, at a frequency in Hz.

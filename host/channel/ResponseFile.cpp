@@ -17,6 +17,10 @@ constexpr std::size_t kMostPoints = 1 << 23;
 constexpr double kNothing = 1e-12;   // of the energy
 constexpr double kSmallest = 1e-4;   // of the taps' magnitudes together: less is in other units
 constexpr double kLargest = 1000.0;  // and so is more
+constexpr double kRise = 0.1;        // of a step: where its edge begins
+constexpr double kFlat = 0.2;        // of the steepest slope: rests
+constexpr double kLevel = 1e-3;      // of a step: a baseline worth mention
+constexpr double kUnsettled = 0.01;  // of the largest value
 
 std::vector<WavePoint> ReadPoints(const std::filesystem::path& path)
 {
@@ -55,6 +59,43 @@ std::vector<WavePoint> Integrated(const std::vector<WavePoint>& impulse)
     return step;
 }
 
+/// The level that a measured step starts from; 0 for a response that begins at its first point. A
+/// record that rests on a level rises later, and more steeply, and by more than that level is.
+double Baseline(const std::vector<WavePoint>& step)
+{
+    const double first = step[0].value, rise = step.back().value - first;
+    const auto edge = std::ranges::find_if(step, [&](const WavePoint& p) {
+        return std::abs(p.value - first) > kRise * std::abs(rise);
+    });
+    const auto rest =
+        static_cast<std::size_t>(std::max<std::ptrdiff_t>(1, (edge - step.begin()) / 4));
+    if (edge == step.end() || rest + 1 >= step.size()) return 0;
+    double steepest = 0, sum = 0;
+    for (std::size_t i = 1; i < step.size(); ++i) {
+        const double slope =
+            (step[i].value - step[i - 1].value) / (step[i].time - step[i - 1].time);
+        steepest = std::max(steepest, std::abs(slope));
+    }
+    for (std::size_t i = 0; i < rest; ++i) sum += step[i].value;
+    const double level = sum / static_cast<double>(rest);
+    const double slope = (step[rest].value - first) / (step[rest].time - step[0].time);
+    const bool rests = std::abs(slope) < kFlat * steepest;
+    return rests && std::abs(rise) > std::abs(level) && std::abs(level) > kLevel * std::abs(rise)
+               ? level
+               : 0;
+}
+
+/// How much the last tenth of the time still adds, over the largest value.
+double Unsettled(const std::vector<WavePoint>& step, double baseline)
+{
+    const double time = step.back().time - 0.1 * (step.back().time - step[0].time);
+    const auto late =
+        std::ranges::find_if(step, [&](const WavePoint& p) { return p.time >= time; });
+    double largest = 0;
+    for (const WavePoint& p : step) largest = std::max(largest, std::abs(p.value - baseline));
+    return (step.back().value - late->value) / largest;
+}
+
 }  // namespace
 
 ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kind,
@@ -78,7 +119,8 @@ ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kin
 
     // The first tap of a step response is what is there at once, at the time of its first point.
     std::vector<double> taps;
-    double before = 0;
+    const double baseline = isStep ? Baseline(read) : 0;
+    double before = baseline;
     for (std::size_t n = isStep ? 0 : 1, k = 1; std::ssize(taps) < static_cast<long>(count); ++n) {
         const double time = step[0].time + static_cast<double>(n) * sampleInterval;
         while (k + 1 < step.size() && step[k].time < time) ++k;
@@ -103,7 +145,7 @@ ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kin
     for (double sum = 0; (sum += taps[back - 1] * taps[back - 1]) <= kNothing * energy;) --back;
     ChannelResponse channel;
     channel.sampleInterval = sampleInterval;
-    channel.dcGain = before;
+    channel.dcGain = before - baseline;
     const double first = step[0].time / sampleInterval + (isStep ? 0.0 : 0.5) + 1e-6;
     channel.delay =
         static_cast<std::size_t>(std::max(0.0, std::floor(first + static_cast<double>(front))));
@@ -114,6 +156,16 @@ ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kin
                     isStep ? "step" : "impulse",
                     static_cast<double>(channel.taps.size()) * sampleInterval * 1e9,
                     static_cast<double>(channel.delay) * sampleInterval * 1e9, channel.dcGain));
+    if (baseline != 0) {
+        channel.notes.push_back(fmt::format(
+            "a baseline of {:.4g} before the step taken off (it would not be with a first point "
+            "of 0)",
+            baseline));
+    }
+    if (const double rest = Unsettled(step, baseline); std::abs(rest) > kUnsettled) {
+        channel.notes.push_back(
+            fmt::format("has not settled: the last tenth of its time adds {:.2g} %", 100 * rest));
+    }
     return channel;
 }
 

@@ -17,7 +17,8 @@ enum class ResponseKind {
 /// response, the integral of its values, each of which holds from midway to the point before until
 /// midway to the next. A tap is what the step response rises by in one sample. So a response on the
 /// grid gives its own values, and one on any other keeps its area. Before the first point there is
-/// nothing; what follows the last stays as it is.
+/// nothing, and a level that a step response rests on before it rises is taken off; what follows
+/// the last stays as it is, and notes say where it has not settled.
 /// @throws Error (kInput) that names file, line and remedy
 ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kind,
                              double sampleInterval);

@@ -28,6 +28,26 @@ bool IsPermutation(const DifferentialPorts& ports)
     return sorted == std::array{1, 2, 3, 4};
 }
 
+constexpr std::size_t kLowest = 5;  // points from which is extrapolated
+constexpr double kBlocked = 0.1;    // gain: less at 0 Hz is no through term
+
+/// Magnitude of a term at 0 Hz by a straight line of least squares through the lowest points.
+double AtZero(const SParameters& s, int to, int from)
+{
+    const std::size_t count = std::min(kLowest, s.frequency.size());
+    double meanF = 0.0, mean = 0.0, ff = 0.0, fm = 0.0;
+    for (std::size_t k = 0; k < count; ++k) {
+        meanF += s.frequency[k] / static_cast<double>(count);
+        mean += std::abs(s.At(k, to, from)) / static_cast<double>(count);
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+        const double f = s.frequency[k] - meanF;
+        ff += f * f;
+        fm += f * std::abs(s.At(k, to, from));
+    }
+    return ff > 0.0 ? std::max(0.0, mean - meanF * fm / ff) : mean;
+}
+
 }  // namespace
 
 FrequencyResponse SParameters::Term(int to, int from) const
@@ -59,11 +79,18 @@ DifferentialPorts DetectPortOrder(const SParameters& s)
     }
     constexpr std::array kOrders{kPorts12_34, kPorts13_24, kPorts14_23};
     std::array<double, kOrders.size()> energy{};
-    const std::size_t count = std::max<std::size_t>(1, s.frequency.size() / 10);
-    for (std::size_t k = 0; k < std::min(count, s.frequency.size()); ++k) {
-        for (std::size_t i = 0; i < kOrders.size(); ++i) {
-            energy[i] += std::norm(s.At(k, kOrders[i].outP, kOrders[i].inP)) +
-                         std::norm(s.At(k, kOrders[i].outN, kOrders[i].inN));
+    for (std::size_t i = 0; i < kOrders.size(); ++i) {
+        energy[i] = std::norm(AtZero(s, kOrders[i].outP, kOrders[i].inP)) +
+                    std::norm(AtZero(s, kOrders[i].outN, kOrders[i].inN));
+    }
+    if (*std::max_element(energy.begin(), energy.end()) < 2.0 * kBlocked * kBlocked) {
+        energy = {};
+        const std::size_t count = std::max<std::size_t>(1, s.frequency.size() / 10);
+        for (std::size_t k = 0; k < std::min(count, s.frequency.size()); ++k) {
+            for (std::size_t i = 0; i < kOrders.size(); ++i) {
+                energy[i] += std::norm(s.At(k, kOrders[i].outP, kOrders[i].inP)) +
+                             std::norm(s.At(k, kOrders[i].outN, kOrders[i].inN));
+            }
         }
     }
     const auto best = std::max_element(energy.begin(), energy.end());
@@ -135,16 +162,13 @@ SParameters Renormalise(const SParameters& s, double reference)
     return result;
 }
 
-PeakGain FindPeakGain(const SParameters& s)
+std::vector<double> GreatestGains(const SParameters& s)
 {
-    PeakGain peak;
+    std::vector<double> gains;
     for (std::size_t k = 0; k < s.frequency.size(); ++k) {
-        const double gain = Eigen::JacobiSVD<Matrix>(MatrixAt(s, k)).singularValues()(0);
-        if (gain > peak.gain) {
-            peak = {gain, s.frequency[k]};
-        }
+        gains.push_back(Eigen::JacobiSVD<Matrix>(MatrixAt(s, k)).singularValues()(0));
     }
-    return peak;
+    return gains;
 }
 
 }  // namespace amisim

@@ -15,6 +15,13 @@ struct FrequencyResponse
     std::vector<std::complex<double>> value;
 };
 
+/// What a file says of differential and common waves: version 1 has but its remarks for them.
+enum class ModeHints {
+    None,
+    Named,  ///< in remarks; the values may be mixed-mode
+    Stated  ///< and turned into single-ended while reading
+};
+
 /// Scattering parameters of a multi-port. Ports are counted from 1, as in the field.
 struct SParameters
 {
@@ -22,6 +29,8 @@ struct SParameters
     std::vector<double> frequency;             ///< Hz, rising
     std::vector<double> reference;             ///< ohm, one for each port
     std::vector<std::complex<double>> values;  ///< frequency by frequency, each matrix by rows
+    std::vector<std::string> notes = {};       ///< of reading, one clause each
+    ModeHints modes = ModeHints::None;
 
     /// Wave out of port `to` for a wave into port `from`: S21 is At(k, 2, 1).
     std::complex<double> At(std::size_t k, int to, int from) const
@@ -49,10 +58,13 @@ inline constexpr DifferentialPorts kPorts14_23{1, 2, 4, 3};  ///< 1->4, 2->3
 /// From "12,34", "13,24", "14,23" or any other "ab,cd" of a->b, c->d. Throws Error (kInput).
 DifferentialPorts ParsePortOrder(const std::string& text);
 
-/// Which of the usual orders a four-port has: the one whose through terms are largest at low
-/// frequency (the lowest tenth of the points). Throws Error (kInput) where no order stands out
-/// by a factor of two, as between the pairs of a crosstalk file: those need the order stated, which
-/// is that of the victim's own through file.
+/// Which of the usual orders a four-port has: the one whose through terms are largest at 0 Hz,
+/// where they are 1 and all others 0 in any line that passes a steady current. They are
+/// extrapolated to there from the lowest points, since closely coupled lines pass the signal to and
+/// fro at higher frequencies. Where nothing is left at 0 Hz, as behind capacitors, the lowest tenth
+/// of the points counts. Throws Error (kInput) where no order stands out by a factor of two, as
+/// between the pairs of a crosstalk file: those need the order stated, which is that of the
+/// victim's own through file.
 DifferentialPorts DetectPortOrder(const SParameters& s);
 
 enum class Mode { Differential, Common };
@@ -70,12 +82,15 @@ FrequencyResponse Through(const SParameters& s, const DifferentialPorts& ports);
 /// The same multi-port between other reference resistances (ohm, all ports alike).
 SParameters Renormalise(const SParameters& s, double reference);
 
-/// The greatest gain of any wave through the multi-port, and where: above 1 it is not passive.
+/// The greatest gain of any wave through the multi-port at each frequency: above 1 it is not
+/// passive.
+std::vector<double> GreatestGains(const SParameters& s);
+
+/// The greatest gain, and where.
 struct PeakGain
 {
     double gain = 0.0;
     double frequency = 0.0;  ///< Hz
 };
-PeakGain FindPeakGain(const SParameters& s);
 
 }  // namespace amisim

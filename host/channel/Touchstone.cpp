@@ -7,6 +7,7 @@
 #include <numbers>
 #include <optional>
 
+#include "host/TextLines.hpp"
 #include "ibis/TextFile.hpp"
 
 namespace amisim {
@@ -44,12 +45,14 @@ public:
 
     SParameters Run(std::string_view text)
     {
-        while (!text.empty() && !m_ended) {
-            const size_t end = std::min(text.find('\n'), text.size());
-            ++m_line;
-            const std::string_view line = text.substr(0, end);
-            ReadLine(Trimmed(line.substr(0, line.find('!'))));
-            text.remove_prefix(std::min(end + 1, text.size()));
+        TextBuffer buffer(text);
+        TextLines lines(buffer);
+        for (std::string whole; !m_ended && lines.Next(whole);) {
+            m_line = static_cast<int>(lines.Number());
+            const std::string_view line = whole;
+            const size_t remark = std::min(line.find('!'), line.size());
+            NoteModes(line.substr(remark));
+            ReadLine(Trimmed(line.substr(0, remark)));
         }
         Finish();
         return std::move(m_s);
@@ -58,6 +61,17 @@ public:
 private:
     enum class Form { RI, MA, DB };
     enum class Section { Head, Reference, Information, Network, Noise };
+
+    /// What writes mixed-mode data names their terms in its remarks.
+    void NoteModes(std::string_view remark)
+    {
+        if (remark.empty() || (m_namesDifferential && m_namesCommon)) {
+            return;
+        }
+        const std::string text = Lowercase(remark);
+        m_namesDifferential |= text.find("sdd11") != text.npos;
+        m_namesCommon |= text.find("scc11") != text.npos;
+    }
 
     void ReadLine(std::string_view line)
     {
@@ -191,6 +205,7 @@ private:
         RequirePorts();
         const auto n = static_cast<Eigen::Index>(m_s.ports);
         m_modes = Eigen::MatrixXd::Zero(n, n);
+        m_s.modes = ModeHints::Stated;
         Eigen::Index row = 0;
         for (const std::string_view word : words) {
             const size_t comma = word.find(',');
@@ -253,13 +268,26 @@ private:
             Fail("expected {} numbers for the frequency of line {} with {} ports, found {}",
                  BlockSize(), m_blockLine, m_s.ports, m_block.size());
         }
-        if (begins && !rises) {
+        const bool repeats = !m_s.frequency.empty() && frequency == m_s.frequency.back();
+        if (begins && !rises && !repeats) {
             Fail("expected a frequency above the one before, found {}", words.front());
         }
         if (m_block.size() == BlockSize()) {
-            m_s.frequency.push_back(frequency);
-            StoreBlock();
+            if (repeats) {
+                NoteRepeat();
+            } else {
+                m_s.frequency.push_back(frequency);
+                StoreBlock();
+            }
             m_block.clear();
+        }
+    }
+
+    /// As where two sweeps of an instrument were joined: the first counts.
+    void NoteRepeat()
+    {
+        if (m_repeats++ == 0) {
+            m_firstRepeat = m_blockLine;
         }
     }
 
@@ -313,12 +341,24 @@ private:
         if (m_s.frequency.empty()) {
             throw FileError(m_path, "holds no network data");
         }
-        if (m_isVersion2 && !m_ended) {
-            Fail("expected [End]; the file is truncated");
+        const size_t found = m_s.frequency.size() + m_repeats;
+        if (m_frequencies != 0 && m_frequencies != found) {
+            Fail("expected {} frequencies as [Number of Frequencies] says, found {}{}",
+                 m_frequencies, found, m_isVersion2 && !m_ended ? "; the file is truncated" : "");
         }
-        if (m_frequencies != 0 && m_frequencies != m_s.frequency.size()) {
-            Fail("expected {} frequencies as [Number of Frequencies] says, found {}", m_frequencies,
-                 m_s.frequency.size());
+        if (m_isVersion2 && !m_ended) {
+            m_s.notes.push_back(fmt::format("has no [End]{}", m_frequencies == 0
+                                                                  ? ": it may be truncated"
+                                                                  : ", but all its frequencies"));
+        }
+        if (m_repeats != 0) {
+            m_s.notes.push_back(fmt::format(
+                "{} given twice, of which the first counts (line {})",
+                m_repeats == 1 ? "a frequency is" : fmt::format("{} frequencies are", m_repeats),
+                m_firstRepeat));
+        }
+        if (m_s.modes == ModeHints::None && m_namesDifferential && m_namesCommon) {
+            m_s.modes = ModeHints::Named;
         }
         if (m_isVersion2 && m_s.ports == 2 && m_matrix == "full" && m_order.empty()) {
             Fail("expected [Two-Port Data Order] for a two-port of version 2");
@@ -395,6 +435,9 @@ private:
     Eigen::MatrixXd m_modes;      ///< ports' waves to the modes'; empty without mixed modes
     std::vector<double> m_block;  ///< numbers of the frequency being read
     int m_blockLine = 0;
+    size_t m_repeats = 0;  ///< blocks at the frequency of the one before
+    int m_firstRepeat = 0;
+    bool m_namesDifferential = false, m_namesCommon = false;  ///< in remarks
 };
 
 }  // namespace

@@ -41,6 +41,7 @@ public:
     {
         result_.notes = model_.notes;
         result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
+        result_.channelGrade = signal_.Grade();
         result_.bitTime = options.signal.BitTime();
         result_.ignoredBits = IgnoredBits();
     }

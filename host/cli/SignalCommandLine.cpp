@@ -137,6 +137,15 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
                    "the through terms]")
         ->type_name("AB,CD")
         ->group(group);
+    run.add_option("--mixed-mode", o.mixedMode,
+                   "Order of the rows of mixed-mode S parameters, with those of aggressors: "
+                   "D1,D2,C1,C2 or D1,C1,D2,C2; auto recognises them, no takes all as single-ended")
+        ->capture_default_str()
+        ->type_name("ORDER")
+        ->group(group);
+    run.add_flag("--accept-channel", o.acceptChannel,
+                 "Take S parameters whatever their grade: band, passivity, reciprocity, causality")
+        ->group(group);
     AddFile(run, group, "--impulse", o.impulse,
             "Channel from its impulse response: CSV or .npy of time in s and value in 1/s");
     AddFile(run, group, "--step", o.step,
@@ -204,6 +213,10 @@ void CheckTogether(const CLI::App& run)
                                        {"--wave-step", "--wave"},
                                        {"--sj-frequency", "--sj-amplitude"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
+    }
+    for (const char* name : {"--mixed-mode", "--accept-channel"}) {
+        if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next"))
+            throw CLI::RequiresError(name, "--touchstone, --fext or --next");
     }
     for (const char* name :
          {"--crosstalk-port-order", "--aggressor-amplitude", "--aggressor-ppm"}) {

@@ -160,6 +160,13 @@ Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& mo
                      {"parameters_out", r.parametersOut},
                      {"message", r.modelMessage}};
     json["signal"] = SignalJson(options.signal);
+    if (const auto& grade = r.channelGrade) {
+        json["channel"]["grade"] = {{"band", grade->band},
+                                    {"passivity", grade->passivity},
+                                    {"reciprocity", grade->reciprocity},
+                                    {"causality", grade->causality},
+                                    {"kept", grade->Faults().empty()}};
+    }
     const Speed speed(r, options.signal.samplesPerBit);
     json["speed"] = {{"seconds", r.seconds},
                      {"model_seconds", r.modelSeconds},

@@ -8,6 +8,7 @@
 #include "host/Error.hpp"
 #include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/channel/ChannelGrade.hpp"
 
 namespace amisim {
 
@@ -24,6 +25,8 @@ struct RunResult
 
     std::int64_t bits = 0;         // that the model has returned
     std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
+
+    std::optional<ChannelGrade> channelGrade;  // of a channel from S parameters
 
     std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent
 

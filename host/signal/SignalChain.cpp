@@ -33,11 +33,23 @@ std::unique_ptr<BitSource> MakeBits(const SignalOptions& options)
     return std::make_unique<Prbs>(options.prbs, options.seed);
 }
 
+/// A file of S parameters that can be trusted with this signal, or is accepted as it is.
 ChannelResponse ReadTouchstoneChannel(const std::filesystem::path& path,
-                                      const std::string& portOrder, double sampleInterval)
+                                      const ChannelReading& reading, const SignalOptions& options)
 {
     try {
-        return ReadChannel(path, portOrder, sampleInterval);
+        ChannelResponse channel = ReadChannel(path, reading, options.SampleInterval());
+        if (const auto faults = channel.grade->Faults(); !faults.empty()) {
+            const std::string text = ibis::Joined(faults, "; ");
+            if (!options.acceptChannel) {
+                throw Error(ExitCode::kInput,
+                            fmt::format("{}: cannot be trusted at {:.4g} Gbit/s: {}; "
+                                        "--accept-channel takes it all the same",
+                                        path.string(), options.bitRate * 1e-9, text));
+            }
+            channel.notes.push_back("accepted though " + text);
+        }
+        return channel;
     } catch (const ibis::FileError& error) {
         throw Error(ExitCode::kInput, error.what());
     }
@@ -46,8 +58,10 @@ ChannelResponse ReadTouchstoneChannel(const std::filesystem::path& path,
 ChannelResponse MakeChannel(const SignalOptions& options)
 {
     const double interval = options.SampleInterval();
-    if (!options.touchstone.empty())
-        return ReadTouchstoneChannel(options.touchstone, options.portOrder, interval);
+    if (!options.touchstone.empty()) {
+        return ReadTouchstoneChannel(
+            options.touchstone, {options.bitRate, options.portOrder, options.mixedMode}, options);
+    }
     if (!options.impulse.empty())
         return ReadResponse(options.impulse, ResponseKind::kImpulse, interval);
     if (!options.step.empty()) return ReadResponse(options.step, ResponseKind::kStep, interval);
@@ -72,10 +86,17 @@ NrzSource::Settings Transmitter(const SignalOptions& options, double peakToPeak,
     return settings;
 }
 
-std::string PortOrder(const std::optional<DifferentialPorts>& ports)
+/// As the signal's own channel was read, unless told.
+ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelResponse& channel)
 {
-    if (!ports) return "";
-    return fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
+    ChannelReading reading{options.bitRate, options.crosstalkPortOrder, options.mixedMode};
+    if (channel.modes && reading.portOrder.empty()) {
+        reading.modes = ToText(*channel.modes);
+    } else if (const auto& ports = channel.ports; ports && reading.portOrder.empty()) {
+        reading.portOrder =
+            fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
+    }
+    return reading;
 }
 
 }  // namespace
@@ -147,6 +168,7 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queu
     for (const auto& path : {options.touchstone, options.impulse, options.step}) {
         if (!path.empty()) notes_.push_back(Note(path, channel));
     }
+    grade_ = channel.grade;
     KeepImpulse(channel);
 
     // Bits are made as far ahead as the channel's blocks reach, and the model's queue.
@@ -164,12 +186,10 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queu
 
 void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel)
 {
-    const std::string order =
-        options.crosstalkPortOrder.empty() ? PortOrder(channel.ports) : options.crosstalkPortOrder;
+    const ChannelReading reading = CrosstalkReading(options, channel);
     std::vector<SignalSource*> inputs = {output_};
     const auto add = [&](const std::filesystem::path& path, bool far) {
-        const ChannelResponse coupling =
-            ReadTouchstoneChannel(path, order, options.SampleInterval());
+        const ChannelResponse coupling = ReadTouchstoneChannel(path, reading, options);
         notes_.push_back(Note(path, coupling));
         KeepImpulse(coupling);
         // A start of its own in time and pattern.

@@ -34,6 +34,9 @@ public:
     /// aggressor.
     const std::vector<std::vector<double>>& Impulses() const { return impulses_; }
 
+    /// Of the channel, where it comes from a file of S parameters.
+    const std::optional<ChannelGrade>& Grade() const { return grade_; }
+
     const std::vector<std::string>& Notes() const { return notes_; }
 
 private:
@@ -50,6 +53,7 @@ private:
     std::int64_t bits_ = 0;
     double sentUnitInterval_ = 0;
     std::vector<std::vector<double>> impulses_;
+    std::optional<ChannelGrade> grade_;
     std::vector<std::string> notes_;
 };
 

@@ -83,6 +83,8 @@ Json SignalJson(const SignalOptions& o)
     json["noise_v_rms"] = o.noise;
     json["seed"] = o.seed;
     json.update(ChannelJson(o));
+    if (o.mixedMode != "auto") json["mixed_mode"] = o.mixedMode;
+    if (o.acceptChannel) json["accept_channel"] = true;
     if (!o.fext.empty() || !o.next.empty()) {
         json["fext"] = Names(o.fext);
         json["next"] = Names(o.next);

@@ -20,6 +20,11 @@ void SignalOptions::Check() const
 {
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
     if (findBitRate) fail("--bit-rate auto: needs a waveform to find it in (--wave)");
+    if (mixedMode != "auto" && mixedMode != "no" && !portOrder.empty()) {
+        fail(
+            "--port-order: of single-ended ports, which mixed-mode data do not have; give only one "
+            "of it and --mixed-mode");
+    }
     if (deemphasis.Sum() > 0.9) {
         fail(
             fmt::format("--tx-pre, --tx-post: the cursors' magnitudes sum up to {:g}; at most 0.9 "

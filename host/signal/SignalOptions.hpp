@@ -41,7 +41,9 @@ struct SignalOptions
     double lossDb = 10;     // at half the bit rate
     double skinPart = 0.5;  // of the loss
     std::filesystem::path touchstone, impulse, step;
-    std::string portOrder;  // empty: found out
+    std::string portOrder;           // empty: found out
+    std::string mixedMode = "auto";  // whether and how files hold mixed-mode data: ChannelReading
+    bool acceptChannel = false;      // whatever its grade
 
     // Aggressors and the channels from them to the model's input.
     std::vector<std::filesystem::path> fext, next;

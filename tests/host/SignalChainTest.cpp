@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <complex>
+#include <functional>
 #include <map>
 #include <numbers>
 #include <numeric>
@@ -23,7 +24,7 @@ void SaveTouchstone(const std::string& name, double gain, double delay)
     std::string text = "# Hz S RI R 50\n";
     for (double f = 20e6; f < 80e9; f += 20e6) {
         const auto s21 = gain * std::polar(1.0, -2 * std::numbers::pi * std::fmod(f * delay, 1.0));
-        text += fmt::format("{} 0 0 {} {} 0 0 0 0\n", f, s21.real(), s21.imag());
+        text += fmt::format("{0} 0 0 {1} {2} {1} {2} 0 0\n", f, s21.real(), s21.imag());
     }
     Save(name, text);
 }
@@ -153,6 +154,44 @@ TEST(ResponseFile, KeepsTheAreaOnAnyGrid)
                 ASSERT_NEAR(sum, 1 - std::exp(-t), 0.13 * fileStep * fileStep + 1e-9) << n;
             }
         }
+    }
+}
+
+TEST(ResponseFile, TellsABaselineFromAStepAndWhatHasNotSettled)
+{
+    TemporaryFolder folder;
+    struct Case
+    {
+        const char* name;
+        double level;                        // before 10 s
+        std::function<double(double)> step;  // s after the edge
+        double firstTap, gain;               // of the channel
+        const char* note;
+    };
+    const auto pole = [](double t) { return -std::expm1(-t); };
+    for (const Case& c : {
+             Case{"a baseline", 0.2, pole, 0.0, 1, "a baseline of 0.2 "},
+             {"symmetrical levels", -0.5, pole, 0.0, 1, "a baseline of -0.5 "},
+             {"no baseline", 0, pole, 0.0, 1, "step response of"},
+             {"an immediate step with an echo", 0.7, [](double t) { return t < 5 ? 0.0 : 0.2; },
+              0.7, 0.9, "step response of"},
+             {"half at once, then slowly", 0.4, [](double t) { return 0.6 * -std::expm1(-t - 10); },
+              0.4, 1, "step response of"},
+             {"cut off while it rises", 0, [](double t) { return -std::expm1(-t / 20); }, 0.0,
+              -std::expm1(-29.9 / 20), "has not settled: the last tenth of its time adds 6.2 %"},
+         }) {
+        std::vector<double> values;
+        for (double t = -10; t < 30; t += 0.1) {
+            const bool atOnce = c.firstTap == 0.4;
+            values.push_back(c.level + (t < 0 && !atOnce ? 0 : c.step(t)));
+        }
+        if (c.firstTap == 0.4) values[0] = 0.4;
+        SaveCsv("s.csv", 0, 0.1, values);
+        const ChannelResponse channel = ReadResponse("s.csv", ResponseKind::kStep, 0.1);
+        EXPECT_NEAR(channel.taps[0], c.firstTap, 0.11) << c.name;
+        EXPECT_NEAR(channel.dcGain, c.gain, 1e-3) << c.name;
+        EXPECT_EQ(channel.delay > 0, c.firstTap == 0.0) << c.name;
+        EXPECT_TRUE(channel.notes.back().starts_with(c.note)) << c.name << channel.notes.back();
     }
 }
 

@@ -121,6 +121,61 @@ TEST(ChannelResponse, GivesTheDataBackWithinTheirBand)
     }
 }
 
+TEST(ChannelResponse, KeepsTheGainAt0HzWhereTheTailIsCutOff)
+{
+    const auto skin = [](double f) { return std::exp(-(1.0 + kJ) * std::sqrt(f / 8e9)); };
+    struct Row
+    {
+        const char* name;
+        std::function<Complex(double)> response;
+        double gain;  // of what is kept, at 0 Hz
+        const char* note;
+    };
+    for (const Row& row :
+         {Row{"a slow tail", skin, 1.0, " of gain at 0 Hz restored"},
+          {"an early end", [](double f) { return LowPass(f, 2e9); }, 1.0, "was removed"},
+          {"a capacitor, whose tail is longer than all that is kept",
+           [&](double f) { return skin(f) * (1.0 - LowPass(f, 1e6)); }, 0.91,
+           "what is kept has a gain of 0.9"}}) {
+        const ChannelResponse channel = MakeChannelResponse(Tabulated(row.response), kSample);
+        const double sum = std::accumulate(channel.taps.begin(), channel.taps.end(), 0.0);
+        EXPECT_NEAR(sum, row.gain, row.gain == 1.0 ? 1e-3 : 0.01) << row.name;
+        EXPECT_NE(channel.notes.back().find(row.note), std::string::npos) << channel.notes.back();
+    }
+}
+
+TEST(ChannelGrade, NamesWhatAChannelCannotBeTrustedFor)
+{
+    struct Row
+    {
+        const char* name;
+        double first, last;  // GHz
+        double gain, back;   // S21, and S12 over it
+        double removed;
+        const char* fault;  // or none
+    };
+    for (const Row& row : {
+             Row{"a cable", 0.05, 15, 0.9, 1.0, 0.001, ""},
+             {"S12 not measured", 0.05, 15, 0.9, 0.0, 0.001, ""},
+             {"a waveguide", 60, 90, 0.9, 1.0, 0.0, "0.5"},
+             {"half of the band", 0.05, 3, 0.9, 1.0, 0.0, "53.5 % of the signal's power lies"},
+             {"an amplifier", 0.05, 15, 2.0, 1.0, 0.0, "300 % more power comes out"},
+             {"an isolator", 0.05, 15, 0.9, 0.1, 0.0, "80.2 % of the energy differs"},
+             {"a wrong sign of phase", 0.05, 15, 0.9, 1.0, 0.5, "50 % of the response's energy"},
+         }) {
+        SParameters s{2, {}, {50, 50}, {}};
+        for (double f = row.first; f <= row.last; f += 0.05) {
+            s.frequency.push_back(f * 1e9);
+            for (const double term : {0.0, row.gain * row.back, row.gain, 0.0})
+                s.values.push_back(term);
+        }
+        const auto faults = Grade(s, GreatestGains(s), row.removed, 10e9).Faults();
+        ASSERT_EQ(faults.size(), row.fault[0] == 0 ? 0 : 1) << row.name;
+        if (faults.empty()) continue;
+        EXPECT_TRUE(faults[0].starts_with(row.fault)) << faults[0];
+    }
+}
+
 TEST(ChannelResponse, ExtrapolatesToDcAsTheDataFall)
 {
     const auto dcGain = [](const std::function<Complex(double)>& response) {
@@ -164,20 +219,22 @@ TEST(ChannelResponse, SaysWhatAUserShouldKnow)
             through);
     }
     file.close();
-    const ChannelResponse channel = ReadChannel("line.s4p", "", kSample);
+    const ChannelResponse channel = ReadChannel("line.s4p", {10e9}, kSample);
     const std::vector<std::string> expected{
         "ports 1->3 and 2->4 by their through terms",
         "extrapolated from 100 MHz down to 0 Hz, where the gain is 1.1000",
         "extrapolated beyond 20 GHz with -19.8 dB per decade",
         "% of the energy came before the main delay of 1.5 ns and was removed",
-        "not passive: a gain of 1.0986 at 0.1 GHz"};
+        "not passive: a gain of 1.0986 at 0.1 GHz",
+        "graded: 93 % of the signal's power in the band, 2.19 % gained, 0 % not reciprocal, "};
     ASSERT_EQ(channel.notes.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_NE(channel.notes[i].find(expected[i]), std::string::npos) << channel.notes[i];
     }
-    const auto taps = ReadChannel("line.s4p", "31,42", kSample).taps;
+    const auto taps = ReadChannel("line.s4p", {10e9, "31,42"}, kSample).taps;
     EXPECT_NEAR(std::accumulate(taps.begin(), taps.end(), 0.0), 1.1, 1e-2);
-    EXPECT_THROW(ReadChannel("line.s4p", "12,34", kSample), Error);  // nothing goes through there
+    EXPECT_THROW(ReadChannel("line.s4p", {10e9, "12,34"}, kSample),
+                 Error);  // nothing goes through there
 
     const auto echoes = [](double f) { return 1.0 + 0.3 * Delay(f, 12000.0); };
     EXPECT_NE(

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "host/Error.hpp"
+#include "host/channel/MixedMode.hpp"
 #include "tests/ibis/Support.hpp"
 
 namespace amisim {
@@ -52,6 +53,7 @@ TEST(Touchstone, ReadsEveryNotation)
          kHead2 + "[Mixed-Mode Order] D1,2 C1,2\n[Network Data]\n1 .4 0 0 0 0 0 .2 0\n[End]\n", 1e6,
          0.3, -0.1, -0.1},
         {"a.S2P", "#\r\n1 0.1 0 0.2 90 0.3 0 0 0\r\n", 1e9, 0.1, 0.2 * j, 0.3},
+        {"a.s2p", "\xef\xbb\xbf#\r1 0.1 0 0.2 90 0.3 0 0 0\r", 1e9, 0.1, 0.2 * j, 0.3},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.text);
@@ -65,6 +67,29 @@ TEST(Touchstone, ReadsEveryNotation)
     EXPECT_EQ(ParseTouchstone(rows[2].text, "a.s2p").frequency.size(), 2U);
     EXPECT_EQ(ParseTouchstone(rows[2].text, "a.s2p").reference, (std::vector{75.0, 75.0}));
     EXPECT_EQ(ParseTouchstone(rows[3].text, "a.ts").reference, (std::vector{50.0, 75.0}));
+}
+
+TEST(Touchstone, SaysWhatItPassedOver)
+{
+    const std::string data = "[Network Data]\n1 0 0 0 0 0 0 0 0\n";
+    struct Row
+    {
+        const char* name;
+        std::string text;
+        std::vector<std::string> notes;
+    };
+    for (const Row& row : {Row{"a.s2p",
+                               "#\n1 0.1 0 0 0 0 0 0 0\n2 0 0 0 0 0 0 0 0\n2 9 0 0 0 0 0 0 0\n",
+                               {"a frequency is given twice, of which the first counts (line 4)"}},
+                           {"a.ts", kHead2 + data, {"has no [End]: it may be truncated"}},
+                           {"a.ts",
+                            kHead2 + "[Number of Frequencies] 1\n" + data,
+                            {"has no [End], but all its frequencies"}},
+                           {"a.ts", kHead2 + data + "[End]\n", {}}}) {
+        const SParameters s = ParseTouchstone(row.text, row.name);
+        EXPECT_EQ(s.notes, row.notes) << row.text;
+        EXPECT_LT(std::abs(s.At(s.frequency.size() - 1, 1, 1)), 1);
+    }
 }
 
 TEST(Touchstone, ReadsFourPortsHoweverTheirLinesAreWrapped)
@@ -96,8 +121,8 @@ TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
         {"a.s2p", "#\n1 2 3 4 5 6 7 8 x", "a.s2p:2: expected a number, found 'x'"},
         {"a.s2p", "#\n1 1e9 0 0 0 0 0 0 0",
          "a.s2p:2: expected scattering parameters, found one of magnitude 1e+09"},
-        {"a.s2p", "#\n1 0 0 0 0 0 0 0 0\n1 0 0 0 0 0 0 0 0",
-         "a.s2p:3: expected a frequency above the one before, found 1"},
+        {"a.s2p", "#\n1 0 0 0 0 0 0 0 0\n0.5 0 0 0 0 0 0 0 0",
+         "a.s2p:3: expected a frequency above the one before, found 0.5"},
         {"a.s4p", four + "1 0 1 0 1 0 1 0\n1 0 1 0 1 0",
          "a.s4p:5: expected 33 numbers for the frequency of line 2, found 31; the file is "
          "truncated"},
@@ -106,8 +131,9 @@ TEST(Touchstone, NamesLineAndRemedyOfWhatItCannotRead)
         {"a.s2p", four,
          "a.s2p:3: expected a frequency and pairs of values, found 8 numbers; are there really 2 "
          "ports?"},
-        {"a.ts", kHead2 + "[Network Data]\n1 0 0 0 0 0 0 0 0\n",
-         "a.ts:6: expected [End]; the file is truncated"},
+        {"a.ts", kHead2 + "[Number of Frequencies] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n",
+         "a.ts:7: expected 2 frequencies as [Number of Frequencies] says, found 1; the file is "
+         "truncated"},
         {"a.ts", kHead2 + "[Number of Frequencies] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
          "a.ts:8: expected 2 frequencies as [Number of Frequencies] says, found 1"},
         {"a.ts", "[Version] 2.0\n#\n[Number of Ports] 2\n[Network Data]\n1 0 0 0 0 0 0 0 0\n[End]",
@@ -159,6 +185,80 @@ TEST(SParameters, PortOrderIsSeenInTheThroughTermsOrStated)
                  Error);
 }
 
+/// A pair of lines with these differential and common waves: transmission in pairs of delay (ns)
+/// and magnitude, and reflection. As single-ended data of 12,34, or with the waves in the rows of
+/// an order and a little conversion between them.
+struct Wave
+{
+    double delay, through, back;
+};
+SParameters Pair(const Wave& d, const Wave& c, std::optional<ModeOrder> order)
+{
+    SParameters s{4, {}, std::vector(4, 50.0), {}};
+    const ModeOrder rows = order.value_or(kModesDDCC);
+    for (double f = 10e6; f < 20e9; f += 50e6) {
+        s.frequency.push_back(f);
+        s.values.resize(s.values.size() + 16, order ? 0.01 : 0.0);
+        const auto set = [&](int to, int from, Complex value) {
+            s.values[s.values.size() - 16 + static_cast<std::size_t>(4 * to + from - 5)] = value;
+        };
+        const auto through = [&](const Wave& w) {
+            return std::polar(w.through, -2e-9 * std::numbers::pi * f * w.delay);
+        };
+        for (const auto& [in, out, w] : {std::tuple{rows.d1, rows.d2, d}, {rows.c1, rows.c2, c}}) {
+            set(in, in, w.back);
+            set(out, out, w.back);
+            set(in, out, through(w));
+            set(out, in, through(w));
+        }
+    }
+    return order ? s : SingleEnded(s, rows);
+}
+
+TEST(MixedMode, IsSeenByWhatSingleEndedDataCannotBe)
+{
+    using enum ModeFinding::Certainty;
+    struct Row
+    {
+        const char* name;
+        Wave differential, common;
+        std::optional<ModeFinding::Certainty> expected;
+        bool isNamed = false;
+    };
+    for (const Row& row : {
+             Row{"coupled", {5, 0.8, 0.05}, {6, 0.6, 0.2}, Sure},
+             {"loosely coupled", {5, 0.8, 0.05}, {5.2, 0.8, 0.08}, Undecided},
+             {"the same with remarks", {5, 0.8, 0.05}, {5.2, 0.8, 0.08}, Sure, true},
+             {"short", {0.05, 0.8, 0.05}, {0.06, 0.78, 0.1}, Perhaps},
+             {"not coupled", {5, 0.8, 0.05}, {5, 0.8, 0.05}, {}},
+         }) {
+        EXPECT_FALSE(FindModes(Pair(row.differential, row.common, {}))) << row.name;
+        for (const ModeOrder& order : {kModesDDCC, kModesDCDC}) {
+            SParameters s = Pair(row.differential, row.common, order);
+            if (row.isNamed) s.modes = ModeHints::Named;
+            const auto found = FindModes(s);
+            ASSERT_EQ(found.has_value(), row.expected.has_value()) << row.name;
+            if (!found) continue;
+            EXPECT_EQ(found->order, order) << row.name;
+            EXPECT_EQ(found->certainty, *row.expected) << row.name;
+            ExpectNear(Through(SingleEnded(s, order), kPorts12_34).value[7],
+                       s.At(7, order.d2, order.d1));
+        }
+    }
+    EXPECT_EQ(ParseModeOrder("d1c1d2c2"), kModesDCDC);
+    EXPECT_EQ(ToText(ParseModeOrder("C2,D1,C1,D2")), "C2,D1,C1,D2");
+    for (const char* bad : {"", "D1,D2", "D1,D1,C1,C2", "yes", "D1D2C1C2C2"})
+        EXPECT_THROW(ParseModeOrder(bad), Error) << bad;
+    EXPECT_EQ(ParseTouchstone("! SDD11 SDD12\n! SCC11\n#\n1 0 0\n", "a.s1p").modes,
+              ModeHints::Named);
+}
+
+TEST(SParameters, PortOrderOfACoupledPairIsSeenAt0Hz)
+{
+    // Differential and common wave are out of step from 0.5 GHz on: the signal crosses over.
+    EXPECT_EQ(DetectPortOrder(Pair({5, 0.95, 0}, {6, 0.95, 0}, {})), kPorts12_34);
+}
+
 TEST(SParameters, MixedTermsFollowTheirDefinition)
 {
     SParameters s = FourPort(kPorts12_34, 0.8);
@@ -189,8 +289,8 @@ TEST(SParameters, RenormalisesAndReadsGains)
     SParameters uneven = Renormalise(series(30.0, 50.0), 50.0);
     uneven.reference = {50.0, 20.0};
     EXPECT_NE(Through(uneven, {}).value[0], uneven.At(0, 2, 1));
-    EXPECT_NEAR(FindPeakGain(series(30.0, 50.0)).gain, 1.0, 1e-12);  // both ports driven alike
-    EXPECT_NEAR(FindPeakGain(FourPort(kPorts12_34, 0.5)).gain, 0.5 + 0.15, 1e-12);
+    EXPECT_NEAR(GreatestGains(series(30.0, 50.0))[0], 1.0, 1e-12);  // both ports driven alike
+    EXPECT_NEAR(GreatestGains(FourPort(kPorts12_34, 0.5))[0], 0.5 + 0.15, 1e-12);
 }
 
 }  // namespace
