@@ -34,6 +34,9 @@ struct Finding
         text;  ///< one sentence without its full stop, with both numbers where it is about physics
     std::string remedy;  ///< what to do about it; may be empty
 
+    /// "text. Remedy: remedy."
+    std::string Message() const;
+
     /// "u.ibs:267:1: warning IB508: text. Remedy: remedy." on one line, without line and column
     /// where there are none.
     std::string Line() const;

@@ -15,6 +15,11 @@ std::string OneLine(std::string text)
     return text;
 }
 
+std::string Sentence(const std::string& text)
+{
+    return text.ends_with('?') || text.ends_with('.') ? text : text + ".";
+}
+
 }  // namespace
 
 const char* Name(Severity severity)
@@ -30,16 +35,18 @@ const char* Name(Severity severity)
     return "note";
 }
 
+std::string Finding::Message() const
+{
+    return remedy.empty() ? Sentence(text) : Sentence(text) + " Remedy: " + Sentence(remedy);
+}
+
 std::string Finding::Line() const
 {
     std::string line = file;
     if (place) {
         line += fmt::format(":{}:{}", place.line, std::max(1, place.column));
     }
-    line += fmt::format(": {} IB{}: {}.", Name(severity), number, text);
-    if (!remedy.empty()) {
-        line += fmt::format(" Remedy: {}.", remedy);
-    }
+    line += fmt::format(": {} IB{}: {}", Name(severity), number, Message());
     return line;
 }
 
