@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <cstring>
+#include <algorithm>
 
 #include "ibis/TextFile.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
@@ -10,21 +10,15 @@
 namespace ibis {
 namespace {
 
-enum : unsigned char { kTab = 1, kReturn = 2, kControl = 4, kHigh = 8 };
-
-constexpr std::array<unsigned char, 256> Classes()
+/// Printable ASCII alone; a loop without exits, which compilers turn into a few wide instructions.
+bool IsPlain(std::string_view line)
 {
-    std::array<unsigned char, 256> classes{};
-    for (size_t c = 0; c < 256; ++c) {
-        classes[c] = c == '\t'              ? kTab
-                     : c == '\r'            ? kReturn
-                     : c < ' ' || c == 0x7F ? kControl
-                     : c >= 0x80            ? kHigh
-                                            : 0;
+    unsigned odd = 0;
+    for (const char c : line) {
+        odd |= static_cast<unsigned char>(static_cast<unsigned char>(c) - ' ') >= 0x7F - ' ';
     }
-    return classes;
+    return odd == 0;
 }
-constexpr auto kClass = Classes();
 
 bool IsBlank(char c)
 {
@@ -123,11 +117,7 @@ bool Lines::Next()
     }
     ++number_;
     whole_ = Cut();
-    unsigned flags = 0;
-    for (const char c : whole_) {
-        flags |= kClass[static_cast<unsigned char>(c)];
-    }
-    Look(flags);
+    Look();
     const size_t comment = whole_.find(comment_);
     text_ = WithoutBlanks(whole_.substr(0, comment));
     if (number_ == 1 && text_.starts_with("\xEF\xBB\xBF")) {
@@ -145,24 +135,24 @@ std::string_view Lines::Cut()
 {
     const size_t lineFeed = rest_.find('\n');
     std::string_view line = rest_.substr(0, lineFeed);
-    if (const auto* cr = static_cast<const char*>(std::memchr(line.data(), '\r', line.size()))) {
-        const auto at = static_cast<size_t>(cr - line.data());
-        if (at + 1 < line.size() || lineFeed == rest_.npos) {
-            loneReturns_.Add({number_, static_cast<int>(at) + 1});
-            rest_.remove_prefix(at + 1);
-            return line.substr(0, at);
+    const bool crlf = lineFeed != rest_.npos && line.ends_with('\r');
+    line.remove_suffix(crlf ? 1 : 0);
+    if (!IsPlain(line)) {
+        if (const size_t lone = line.find('\r'); lone != line.npos) {
+            loneReturns_.Add({number_, static_cast<int>(lone) + 1});
+            rest_.remove_prefix(lone + 1);
+            return line.substr(0, lone);
         }
-        carriageReturns_.Add({number_, 0});
-        line.remove_suffix(1);
-    } else if (lineFeed != rest_.npos) {
-        lineFeeds_.Add({number_, 0});
     }
     cutOff_ = lineFeed == rest_.npos;
+    if (!cutOff_) {
+        (crlf ? carriageReturns_ : lineFeeds_).Add({number_, 0});
+    }
     rest_.remove_prefix(cutOff_ ? rest_.size() : lineFeed + 1);
     return line;
 }
 
-void Lines::Look(unsigned flags)
+void Lines::Look()
 {
     if (whole_.size() > 80) {
         over80_.Add({number_, 81});
@@ -172,22 +162,22 @@ void Lines::Look(unsigned flags)
             over120_.longest = std::max(over120_.longest, whole_.size());
         }
     }
-    if (flags == 0) {
+    if (IsPlain(whole_)) {
         return;
     }
-    if (flags & kTab) {
-        tabs_.Add(PlaceOf(whole_.substr(whole_.find('\t'))));
+    const auto first = [&](auto is) {
+        const auto found = std::find_if(whole_.begin(), whole_.end(), is);
+        return PlaceOf(whole_.substr(static_cast<size_t>(found - whole_.begin())));
+    };
+    const auto isTab = [](char c) { return c == '\t'; };
+    const auto isControl = [](char c) { return (c >= 0 && c < ' ' && c != '\t') || c == 0x7F; };
+    if (std::any_of(whole_.begin(), whole_.end(), isTab)) {
+        tabs_.Add(first(isTab));
     }
-    if (flags & kControl) {
-        size_t at = 0;
-        while (!(kClass[static_cast<unsigned char>(whole_[at])] & kControl)) {
-            ++at;
-        }
-        controls_.Add(PlaceOf(whole_.substr(at)));
+    if (std::any_of(whole_.begin(), whole_.end(), isControl)) {
+        controls_.Add(first(isControl));
     }
-    if (flags & kHigh) {
-        LookAtOtherBytes();
-    }
+    LookAtOtherBytes();
 }
 
 void Lines::LookAtOtherBytes()

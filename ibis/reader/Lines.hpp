@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <string_view>
 #include <vector>
 
@@ -60,7 +59,7 @@ private:
         size_t longest = 0;
     };
     std::string_view Cut();
-    void Look(unsigned flags);
+    void Look();
     void LookAtOtherBytes();
 
     std::string_view rest_;

@@ -70,9 +70,9 @@ void ReadUnit(std::string_view rest, bool hasExponent, Number& number)
     if (rest.empty()) {
         return;
     }
-    const std::string lower = Lowercase(rest);
     number.unit = rest;
     if (Factor(rest.front()) != 0) {
+        const std::string lower = rest.size() < 3 ? "" : Lowercase(rest.substr(0, 3));
         number.scale = rest.front();
         number.unit.remove_prefix(1);
         number.value = Scaled(number.value, number.scale);
@@ -141,20 +141,49 @@ const char* UnitName(Quantity quantity)
     return "";
 }
 
+namespace {
+
+/// Of the symbols, which stand behind nearly every number of a table.
+Quantity QuantityOfSymbol(char symbol)
+{
+    switch (symbol) {
+        case 'V':
+        case 'v':
+            return Quantity::Volt;
+        case 'A':
+        case 'a':
+            return Quantity::Ampere;
+        case 's':
+        case 'S':
+            return Quantity::Second;
+        case 'F':
+        case 'f':
+            return Quantity::Farad;
+        case 'H':
+        case 'h':
+            return Quantity::Henry;
+        default:
+            return Quantity::Any;
+    }
+}
+
+}  // namespace
+
 Quantity QuantityOf(std::string_view unit)
 {
+    if (unit.size() == 1) {
+        return QuantityOfSymbol(unit[0]);
+    }
     struct Row
     {
         std::string_view name;
         Quantity quantity;
     };
     constexpr Row kUnits[] = {
-        {"v", Quantity::Volt},   {"volt", Quantity::Volt},   {"volts", Quantity::Volt},
-        {"a", Quantity::Ampere}, {"amp", Quantity::Ampere},  {"amps", Quantity::Ampere},
-        {"s", Quantity::Second}, {"sec", Quantity::Second},  {"secs", Quantity::Second},
-        {"f", Quantity::Farad},  {"farad", Quantity::Farad}, {"farads", Quantity::Farad},
-        {"h", Quantity::Henry},  {"henry", Quantity::Henry}, {"ohm", Quantity::Ohm},
-        {"ohms", Quantity::Ohm},
+        {"volt", Quantity::Volt},   {"volts", Quantity::Volt},   {"amp", Quantity::Ampere},
+        {"amps", Quantity::Ampere}, {"sec", Quantity::Second},   {"secs", Quantity::Second},
+        {"farad", Quantity::Farad}, {"farads", Quantity::Farad}, {"henry", Quantity::Henry},
+        {"ohm", Quantity::Ohm},     {"ohms", Quantity::Ohm},
     };
     const std::string lower = Lowercase(unit);
     for (const Row& row : kUnits) {
