@@ -37,6 +37,9 @@ public:
         findings_.Count(rule_, key, place, std::move(text), std::move(remedy));
     }
 
+    /// Another rule has spoken about this file: what may only follow from it is better left unsaid.
+    bool Has(int number) const { return findings_.Has(number); }
+
     const IbisFile& file;  ///< in which a rule may look other records up
 
 private:

@@ -14,6 +14,8 @@ constexpr const RuleSet& (*kSets[])() = {
     ModelRules,
     ModelTypeRules,
     CurveRules,
+    IvTableRules,
+    BufferRules,
     RampRules,
     WaveformRules,
     SpecRules,

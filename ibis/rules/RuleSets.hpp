@@ -13,7 +13,9 @@ const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by na
 const RuleSet& SelectorRules();   ///< 300-302: model selectors
 const RuleSet& ModelRules();      ///< 303-328: what stands in a model besides its tables
 const RuleSet& ModelTypeRules();  ///< 350-361: what each model type needs and forbids
-const RuleSet& CurveRules();      ///< 400-422: I-V tables
+const RuleSet& CurveRules();      ///< 400-422: I-V tables, whatever they are of
+const RuleSet& IvTableRules();    ///< 408-420: each of the four tables of a buffer
+const RuleSet& BufferRules();     ///< 406-421: a buffer's tables together
 const RuleSet& RampRules();       ///< 450-457: [Ramp]
 const RuleSet& WaveformRules();   ///< 500-525: V-t tables
 const RuleSet& SpecRules();  ///< 600-640: [Model Spec], [Receiver Thresholds], submodels, schedules

@@ -44,6 +44,7 @@ constexpr const char* kEclPulldown = R"([Pulldown]
  0.0V     0.0mA     0.0mA     0.0mA
  1.7V     0.0mA     0.0mA     0.0mA
  2.0V   -30.0mA   -30.0mA   -30.0mA
+ 2.5V   -80.0mA   -80.0mA   -80.0mA
  3.0V  -130.0mA  -130.0mA  -130.0mA
  6.6V  -490.0mA  -490.0mA  -490.0mA
 )";
@@ -52,6 +53,7 @@ constexpr const char* kEclPullup = R"([Pullup]
  0.0V     0.0mA     0.0mA     0.0mA
  0.9V     0.0mA     0.0mA     0.0mA
  2.0V  -110.0mA  -110.0mA  -110.0mA
+ 2.5V  -160.0mA  -160.0mA  -160.0mA
  3.0V  -210.0mA  -210.0mA  -210.0mA
  6.6V  -570.0mA  -570.0mA  -570.0mA
 )";
