@@ -146,10 +146,15 @@ enum class Key : std::uint8_t {
     EndEmd,
     NumberOfEmdPins,
     EmdPinList,
+    EndEmdPinList,
     EmdParts,
+    EndEmdParts,
     EmdDesignatorList,
+    EndEmdDesignatorList,
     DesignatorPinList,
+    EndDesignatorPinList,
     VoltageList,
+    EndVoltageList,
     EmdGroup,
     EndEmdGroup,
     EmdSet,
@@ -168,7 +173,8 @@ enum class Data : std::uint8_t {
     Words,          ///< rows of words
     Curve,          ///< rows of a voltage or time with three columns
     SettingsCurve,  ///< sub-parameters, then rows of numbers
-    SettingsWords   ///< sub-parameters, then rows of words
+    SettingsWords,  ///< sub-parameters, then rows of words
+    MatrixRow       ///< numbers over any number of lines; of a sparse matrix rows of words
 };
 
 /// What stands behind a keyword on its line.

@@ -72,6 +72,7 @@ private:
     void NoData();
     void ReadRow(const std::vector<Word>& words);
     void ReadCurveRow(const std::vector<Word>& words);
+    void ReadMatrixRow(const std::vector<Word>& words);
     void ReadSetting(const std::vector<Word>& line);
     bool SplitAtEquals(const std::vector<Word>& line, std::vector<Word>& words);
     const SubParameter* FindSetting(const Word& name);
@@ -289,6 +290,7 @@ void Reader::Pop()
     }
     section.curve.rows.shrink_to_fit();
     section.curve.lines.shrink_to_fit();
+    section.numbers.shrink_to_fit();
     if (!lost) {
         Top().children.push_back(std::move(section));
     }
@@ -379,6 +381,9 @@ void Reader::ReadData()
                 ReadRow(words);
             }
             break;
+        case Data::MatrixRow:
+            ReadMatrixRow(words);
+            break;
     }
 }
 
@@ -454,6 +459,31 @@ void Reader::ReadCurveRow(const std::vector<Word>& words)
     if (!std::isnan(values[0])) {
         section.curve.rows.push_back({values[0], {values[1], values[2], values[3]}});
         section.curve.lines.push_back(static_cast<std::uint32_t>(lines_.Number()));
+    }
+}
+
+/// A large package has millions of these: of all but sparse matrices the bare numbers are kept.
+void Reader::ReadMatrixRow(const std::vector<Word>& words)
+{
+    const Section& matrix = stack_[stack_.size() - 2];
+    const std::string type = Lowercase(matrix.argument.substr(0, 6));
+    const bool sparse = type == "sparse";
+    if (sparse) {
+        Top().rows.Add(words);
+    } else if (type != "banded" && !type.starts_with("full")) {
+        return;  // what these entries are nobody knows
+    }
+    // A sparse row's line is the other pin's name, then the value.
+    for (size_t i = sparse ? 1 : 0; i < words.size(); ++i) {
+        const Number number = ParseNumber(words[i].Text());
+        if (!IsPlain(number, matrix.keyword->y)) {
+            const std::string of = fmt::format("an entry of [{}]", matrix.keyword->name);
+            CheckNumber(number, words[i],
+                        {matrix.keyword->y, of, std::to_string(matrix.place.line)}, findings_);
+        }
+        if (!sparse) {
+            Top().numbers.push_back(number.value);
+        }
     }
 }
 

@@ -84,6 +84,7 @@ IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings)
 IbisFile ParseIbisText(std::string text, const std::filesystem::path& path, Findings& findings)
 {
     IbisFile file;
+    file.neighbours = std::make_shared<Neighbours>(path);
     file.document =
         ReadSections(std::make_shared<const std::string>(std::move(text)), path, findings);
     for (const Section& section : file.document.root.children) {

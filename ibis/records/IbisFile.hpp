@@ -9,6 +9,7 @@
 #include "ibis/reader/SectionReader.hpp"
 #include "ibis/records/Component.hpp"
 #include "ibis/records/Model.hpp"
+#include "ibis/records/Neighbours.hpp"
 
 namespace ibis {
 
@@ -30,6 +31,7 @@ struct IbisFile
     std::vector<Model> models;
     std::vector<const Section*> submodels, packageModels, externalCircuits, testData, testLoads,
         boards, interconnectSets, emds;
+    std::shared_ptr<Neighbours> neighbours;  ///< what stands beside it, read when asked for
 
     Version GetVersion() const { return document.version; }
     /// The folder that the files it names stand in.

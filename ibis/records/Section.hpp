@@ -157,6 +157,7 @@ struct Section
     std::vector<Setting> settings;
     Rows rows;
     Curve curve;
+    std::vector<double> numbers;  ///< of a matrix row, NaN for what is no number
     std::vector<Section> children;
     bool closed = false;  ///< by its [End ...]
 

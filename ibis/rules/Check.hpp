@@ -36,6 +36,11 @@ public:
     {
         findings_.Count(rule_, key, place, std::move(text), std::move(remedy));
     }
+    void Count(Severity severity, std::string_view key, Place place, std::string text,
+               std::string remedy = {})
+    {
+        findings_.Count(rule_, severity, key, place, std::move(text), std::move(remedy));
+    }
 
     /// Another rule has spoken about this file: what may only follow from it is better left unsaid.
     bool Has(int number) const { return findings_.Has(number); }

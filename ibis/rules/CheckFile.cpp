@@ -21,6 +21,7 @@ constexpr const RuleSet& (*kSets[])() = {
     SpecRules,
     ExternalRules,
     PackageModelRules,
+    PackageMatrixRules,
     BoardRules,
     InterconnectRules,
     AlgorithmicRules,

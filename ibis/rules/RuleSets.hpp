@@ -20,7 +20,8 @@ const RuleSet& RampRules();       ///< 450-457: [Ramp]
 const RuleSet& WaveformRules();   ///< 500-525: V-t tables
 const RuleSet& SpecRules();  ///< 600-640: [Model Spec], [Receiver Thresholds], submodels, schedules
 const RuleSet& ExternalRules();      ///< 650-670: [External Model], [External Circuit], test data
-const RuleSet& PackageModelRules();  ///< 700-712: package models
+const RuleSet& PackageModelRules();  ///< 700-710: package models with their pins
+const RuleSet& PackageMatrixRules();  ///< 704-711: their matrices
 const RuleSet& BoardRules();         ///< 740-745: board descriptions
 const RuleSet& InterconnectRules();  ///< 750-761: interconnect model sets and module descriptions
 const RuleSet& AlgorithmicRules();   ///< 800-809: [Algorithmic Model]

@@ -208,11 +208,27 @@ std::string GoodModel(std::string_view typeName)
 
 std::string GoodFile(std::string_view kind)
 {
-    std::string text = Header(FileNameOf(kind)) + kComponent + GoodModel(kind);
+    const std::string header = Header(FileNameOf(kind));
+    if (kind == "pkg") {
+        return header + GoodPackages() + "[End]\n";
+    }
+    if (kind == "packaged") {
+        std::string text = GoodFile("I/O");
+        return text.insert(text.find("[Pin]"), "[Package Model] MATRICES\n");
+    }
+    std::string text = header + kComponent + GoodModel(kind);
     const TypeTraits& type = TraitsOf(ModelTypeOf(kind));
     text += kClamps;
     text += DriverTables(type);
     return text + "[End]\n";
+}
+
+std::vector<std::pair<std::string, std::string>> GoodCompanions(std::string_view kind)
+{
+    if (kind == "packaged") {
+        return {{"good.pkg", GoodFile("pkg")}};
+    }
+    return {};
 }
 
 const std::vector<std::string_view>& GoodKinds()
@@ -221,7 +237,7 @@ const std::vector<std::string_view>& GoodKinds()
         "Input",         "Output",          "I/O",         "3-state",
         "Open_drain",    "Open_sink",       "Open_source", "I/O_open_drain",
         "I/O_open_sink", "I/O_open_source", "Input_ECL",   "Output_ECL",
-        "I/O_ECL",       "3-state_ECL"};
+        "I/O_ECL",       "3-state_ECL",     "pkg",         "packaged"};
     return kinds;
 }
 

@@ -2,13 +2,24 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace ibis {
 
 /// A small file of which no rule has anything to say but notes on companions that are not beside
-/// it: for each model type its name ("I/O"), and "pkg", "ebd", "ims", "emd".
+/// it: for each model type its name ("I/O"), and "pkg", "ebd", "ims", "emd"; "AMI" is an input with
+/// an [Algorithmic Model], "packaged" a component with a [Package Model].
 std::string GoodFile(std::string_view kind);
+
+/// The files that a good file names: name and content.
+std::vector<std::pair<std::string, std::string>> GoodCompanions(std::string_view kind);
+
+/// What stands below the header in the good files that hold no model.
+std::string GoodPackages();
+std::string GoodBoard();
+std::string GoodInterconnect();
+std::string GoodModule();
 
 /// All kinds of good files.
 const std::vector<std::string_view>& GoodKinds();

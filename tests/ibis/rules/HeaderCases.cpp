@@ -18,7 +18,11 @@ std::vector<RuleCase> HeaderCases()
         {155, "I/O", {{"good.ibs", "good.ibis"}}, Warning, "in such files as end in .ibs"},
         {156, "I/O", {{"[File Rev] 1.0\n", ""}}, Error, "no [File Rev]"},
         {157, "I/O", {{"[End]", "[Notes] late\n[End]"}}, Note, "after the first [Component]"},
-        {158, "pkg", {{"[Define Package Model]", "[Notes]"}}, Error, "no [Component]"},
+        {158,
+         "pkg",
+         {{"[Define Package Model]", "[Notes]"}, {"[Define Package Model]", "[Notes]"}},
+         Error,
+         "no [Component]"},
         {159, "Input", {{"[Model] BUF", "[Submodel] BUF"}}, Warning, "no [Model]"},
     };
 }

@@ -18,6 +18,8 @@ struct RuleCase
         edits;  ///< first occurrence of this: that instead
     Severity severity;
     std::string_view text;  ///< a part of the finding's line
+    std::vector<std::pair<std::string, std::string>>
+        companions{};  ///< files beside it: name, content
 };
 
 /// By subject; the driver walks through all of them.

@@ -1,17 +1,26 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <map>
 
 #include "ibis/findings/RuleTable.hpp"
 #include "ibis/rules/CheckFile.hpp"
+#include "tests/TemporaryFolder.hpp"
 #include "tests/ibis/rules/GoodFiles.hpp"
 #include "tests/ibis/rules/RuleCases.hpp"
 
 namespace ibis {
 namespace {
 
-std::vector<Finding> FindIn(const std::string& text, std::string_view kind)
+using Files = std::vector<std::pair<std::string, std::string>>;
+
+/// The file stands alone with its companions.
+std::vector<Finding> FindIn(const std::string& text, std::string_view kind, const Files& companions)
 {
+    const TemporaryFolder folder;
+    for (const auto& [name, content] : companions) {
+        std::ofstream(name) << content;
+    }
     Findings findings(FileNameOf(kind));
     const IbisFile file = ParseIbisText(text, FileNameOf(kind), findings);
     CheckFile(file, findings);
@@ -48,7 +57,7 @@ std::string Edited(std::string text, const RuleCase& aCase)
 TEST(Rules, AreSilentOnGoodFiles)
 {
     for (const std::string_view kind : GoodKinds()) {
-        for (const Finding& finding : FindIn(GoodFile(kind), kind)) {
+        for (const Finding& finding : FindIn(GoodFile(kind), kind, GoodCompanions(kind))) {
             ADD_FAILURE() << kind << ": " << finding.Line();
         }
     }
@@ -59,7 +68,9 @@ TEST(Rules, FindWhatIsWrong)
     for (const RuleCase& aCase : AllCases()) {
         bool found = false;
         std::string others;
-        for (const Finding& finding : FindIn(Edited(GoodFile(aCase.good), aCase), aCase.good)) {
+        const auto findings =
+            FindIn(Edited(GoodFile(aCase.good), aCase), aCase.good, aCase.companions);
+        for (const Finding& finding : findings) {
             found = found || (finding.number == aCase.rule && finding.severity == aCase.severity &&
                               finding.Line().find(aCase.text) != std::string::npos);
             others += "\n  " + finding.Line();

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace ibis {
+
+struct IbisFile;
+struct Section;
+
+/// The files that stand beside one file (or beside what it leads to as a link). Each is read when
+/// it is first asked for, and once; what is wrong with it is its own affair.
+class Neighbours
+{
+public:
+    explicit Neighbours(std::filesystem::path file) : file_(std::move(file)) {}
+
+    /// The IBIS file of this name, or null if it is not there or cannot be read.
+    const IbisFile* Read(const std::filesystem::path& name);
+
+    /// The [Define Package Model] of this name in any .pkg file, or null.
+    const Section* FindPackageModel(std::string_view name);
+
+    /// Something that the file names stands beside it: then what else it names is missing, where
+    /// otherwise the file may have come alone.
+    std::optional<bool> hasCompanions;
+
+private:
+    const std::vector<std::filesystem::path>& PackageFiles();
+
+    std::filesystem::path file_;
+    std::map<std::filesystem::path, std::shared_ptr<const IbisFile>> read_;
+    std::optional<std::vector<std::filesystem::path>> packageFiles_;
+};
+
+/// The [Define Package Model] of this name in the file itself, else in any .pkg beside it, or null.
+/// The section lives as long as the file.
+const Section* FindPackageModel(const IbisFile& file, std::string_view name);
+
+}  // namespace ibis

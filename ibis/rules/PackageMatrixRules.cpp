@@ -1,0 +1,405 @@
+#include <algorithm>
+#include <array>
+
+#include "ibis/Cholesky.hpp"
+#include "ibis/TextFile.hpp"
+#include "ibis/reader/Grammar.hpp"
+#include "ibis/records/PackageModel.hpp"
+#include "ibis/rules/RuleSets.hpp"
+
+/// The matrices of a package model, and what pins measure by them or by their stubs.
+namespace ibis {
+namespace {
+
+using enum Severity;
+
+std::vector<const Matrix*> MatricesOf(const PackageModel& model)
+{
+    std::vector<const Matrix*> all;
+    for (const auto* matrix : {&model.resistance, &model.inductance, &model.capacitance}) {
+        if (*matrix) {
+            all.push_back(&**matrix);
+        }
+    }
+    return all;
+}
+
+std::string Of(const Matrix& matrix, const PackageModel& model)
+{
+    return fmt::format("[{}] of package model '{}'", matrix.section->keyword->name, model.name);
+}
+
+std::string Amount(double value, Key key)
+{
+    return key == Key::ResistanceMatrix   ? fmt::format("{:.4g} ohm", value)
+           : key == Key::InductanceMatrix ? fmt::format("{:.4g} nH", value * 1e9)
+                                          : fmt::format("{:.4g} pF", value * 1e12);
+}
+
+std::string Amount(double value, const Matrix& matrix)
+{
+    return Amount(value, matrix.section->keyword->key);
+}
+
+std::string_view PinName(const PackageModel& model, size_t pin)
+{
+    return model.pins[pin].Text();
+}
+
+void HasItsMatrices(const PackageModel& model, Report& report)
+{
+    for (const auto& [matrix, key] : {std::pair(&model.inductance, Key::InductanceMatrix),
+                                      std::pair(&model.capacitance, Key::CapacitanceMatrix)}) {
+        if (model.modelData && !*matrix) {
+            report.Say(
+                model.modelData->place,
+                fmt::format("[Model Data] of '{}' has no [{}]", model.name, KeywordOf(key).name),
+                "add it; only [Resistance Matrix] may be left out");
+        }
+    }
+}
+
+void TypeIsKnown(const PackageModel& model, Report& report)
+{
+    for (const Matrix* const matrix : MatricesOf(model)) {
+        const bool banded = Lowercase(matrix->section->argument) == "banded_matrix";
+        const std::string of = Of(*matrix, model);
+        if (banded && !matrix->HasBandwidth()) {
+            report.Say(matrix->section->place,
+                       of + (matrix->bandwidth ? " has no number from 0 on as its [Bandwidth]"
+                                               : " is banded and has no [Bandwidth]"),
+                       "state how far from the diagonal its entries reach");
+        } else if (matrix->kind == Matrix::Kind::Unknown) {
+            report.Say(matrix->section->place,
+                       fmt::format("{} is of type '{}'", of, matrix->section->argument),
+                       "write Full_matrix, Banded_matrix or Sparse_matrix");
+        } else if (!banded && matrix->bandwidth) {
+            report.Say(matrix->bandwidth.place, of + " has a [Bandwidth] and is not banded",
+                       "remove it, or make the matrix a Banded_matrix");
+        }
+    }
+}
+
+void RowsFitThePins(const PackageModel& model, Report& report)
+{
+    for (const Matrix* const matrix : MatricesOf(model)) {
+        if (!matrix->fault.empty() && !model.pins.empty()) {
+            report.Say(matrix->faultPlace, Of(*matrix, model) + " " + matrix->fault,
+                       "give the upper triangle: one [Row] for each pin, from its diagonal on");
+        }
+    }
+}
+
+/// A resistance may be none.
+void DiagonalIsPositive(const PackageModel& model, Report& report)
+{
+    for (const Matrix* const matrix : MatricesOf(model)) {
+        if (!matrix->IsUsable()) {
+            continue;
+        }
+        const bool needed = matrix->section->keyword->key != Key::ResistanceMatrix;
+        const std::vector<double> diagonal = DiagonalOf(*matrix, model);
+        for (size_t pin = 0; pin < diagonal.size(); ++pin) {
+            const double value = diagonal[pin];
+            if (value < 0 || (needed && !(value > 0))) {
+                report.Count(
+                    std::to_string(matrix->section->place.line), matrix->section->place,
+                    fmt::format("{} has {} as the diagonal entry of pin {}", Of(*matrix, model),
+                                std::isnan(value) ? "nothing" : Amount(value, *matrix),
+                                PinName(model, pin)),
+                    "give each pin's own value, greater than 0");
+            }
+        }
+    }
+}
+
+/// Entries off the diagonal that have a fault in common: the first of them, and how many.
+struct OddEntries
+{
+    size_t row = 0, column = 0;
+    double value = 0;
+    size_t count = 0;
+
+    void Add(size_t i, size_t j, double entry)
+    {
+        if (count++ == 0) {
+            row = i;
+            column = j;
+            value = entry;
+        }
+    }
+    std::string Text(const Matrix& matrix, const PackageModel& model) const
+    {
+        return fmt::format("{}: {} {} off the diagonal, the first {} between pins {} and {}",
+                           Of(matrix, model), count, count == 1 ? "entry" : "entries",
+                           Amount(value, matrix), PinName(model, row), PinName(model, column));
+    }
+};
+
+/// No two conductors share more flux than they have.
+bool CouplingsArePossible(const Matrix& matrix, const std::vector<double>& diagonal,
+                          const PackageModel& model, Report& report)
+{
+    OddEntries odd;
+    ForEachEntry(matrix, model, [&](int row, int column, double value) {
+        const auto i = static_cast<size_t>(row), j = static_cast<size_t>(column);
+        if (i != j && value * value > 1.002 * diagonal[i] * diagonal[j]) {
+            odd.Add(i, j, value);
+        }
+    });
+    if (odd.count > 0) {
+        report.Say(
+            matrix.section->place,
+            fmt::format("{}, where the pins' own values allow {} at most", odd.Text(matrix, model),
+                        Amount(std::sqrt(diagonal[odd.row] * diagonal[odd.column]), matrix)),
+            "check units and signs: the package would give off energy");
+    }
+    return odd.count == 0;
+}
+
+constexpr double kMostMultiplications = 5e7;  ///< a twentieth of a second
+
+void IsPositiveDefinite(const Matrix& matrix, const std::vector<double>& diagonal,
+                        const PackageModel& model, Report& report)
+{
+    std::vector<size_t> first(model.pins.size());
+    for (size_t pin = 0; pin < first.size(); ++pin) {
+        first[pin] = pin;
+    }
+    ForEachEntry(matrix, model, [&](int row, int column, double) {
+        size_t& top = first[static_cast<size_t>(column)];
+        top = std::min(top, static_cast<size_t>(row));
+    });
+    double cost = 0;
+    for (size_t pin = 0; pin < first.size(); ++pin) {
+        const auto width = static_cast<double>(pin - first[pin]);
+        cost += width * width / 2;
+    }
+    if (cost > kMostMultiplications) {
+        return;
+    }
+    Profile profile(std::move(first));
+    ForEachEntry(matrix, model, [&](int row, int column, double value) {
+        profile.At(static_cast<size_t>(row), static_cast<size_t>(column)) =
+            std::isnan(value) ? 0.0 : value;
+    });
+    if (const auto pivot = FirstNegativePivot(std::move(profile), 1e-3)) {
+        report.Say(matrix.section->place,
+                   fmt::format("{} is not positive definite: with all pins before it shorted, pin "
+                               "{} of {} would have {}",
+                               Of(matrix, model), PinName(model, pivot->row),
+                               Amount(diagonal[pivot->row], matrix), Amount(pivot->value, matrix)),
+                   "check the mutual values: the package would give off energy");
+    }
+}
+
+void InductancesArePossible(const PackageModel& model, Report& report)
+{
+    if (!model.inductance || !model.inductance->IsUsable()) {
+        return;
+    }
+    const std::vector<double> diagonal = DiagonalOf(*model.inductance, model);
+    const bool positive =
+        std::all_of(diagonal.begin(), diagonal.end(), [](double value) { return value > 0; });
+    if (positive && CouplingsArePossible(*model.inductance, diagonal, model, report)) {
+        IsPositiveDefinite(*model.inductance, diagonal, model, report);
+    }
+}
+
+/// In the matrix of capacitances a diagonal entry is a pin's whole capacitance, and the others are
+/// those between pins with a minus: what is left in a row goes to ground.
+void CapacitancesArePossible(const PackageModel& model, Report& report)
+{
+    if (!model.capacitance || !model.capacitance->IsUsable()) {
+        return;
+    }
+    const Matrix& matrix = *model.capacitance;
+    const std::vector<double> diagonal = DiagonalOf(matrix, model);
+    std::vector<double> toGround = diagonal;
+    OddEntries positive;
+    ForEachEntry(matrix, model, [&](int row, int column, double value) {
+        const auto i = static_cast<size_t>(row), j = static_cast<size_t>(column);
+        if (i != j && !std::isnan(value)) {
+            toGround[i] += value;
+            toGround[j] += value;
+            if (value > 0 && value * value > 1e-6 * diagonal[i] * diagonal[j]) {
+                positive.Add(i, j, value);
+            }
+        }
+    });
+    if (positive.count > 0) {
+        report.Say(matrix.section->place, positive.Text(matrix, model) + ", without a minus",
+                   "off the diagonal write capacitances between pins with a minus");
+        return;
+    }
+    for (size_t pin = 0; pin < diagonal.size(); ++pin) {
+        if (toGround[pin] < -0.02 * diagonal[pin]) {
+            report.Count(
+                model.name, matrix.section->place,
+                fmt::format("{}: pin {} has {} in all, and {} to other pins alone",
+                            Of(matrix, model), PinName(model, pin), Amount(diagonal[pin], matrix),
+                            Amount(diagonal[pin] - toGround[pin], matrix)),
+                "write a pin's whole capacitance on the diagonal");
+        }
+    }
+}
+
+void MatricesArePossible(const PackageModel& model, Report& report)
+{
+    InductancesArePossible(model, report);
+    CapacitancesArePossible(model, report);
+}
+
+/// Inductance and capacitance of each pin, by its matrices or its stub; 0 where there is none.
+struct PinValues
+{
+    std::vector<double> l, c;
+};
+
+PinValues ValuesOf(const PackageModel& model)
+{
+    PinValues values{std::vector<double>(model.pins.size()),
+                     std::vector<double>(model.pins.size())};
+    if (model.inductance && model.capacitance && model.inductance->IsUsable() &&
+        model.capacitance->IsUsable()) {
+        return {DiagonalOf(*model.inductance, model), DiagonalOf(*model.capacitance, model)};
+    }
+    for (size_t pin = 0; pin < model.pins.size(); ++pin) {
+        for (const PathElement& element : model.stubs[pin]) {
+            values.l[pin] += element.piece.TotalL();
+            values.c[pin] += element.piece.TotalC();
+        }
+    }
+    return values;
+}
+
+double Median(std::vector<double>& values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// A slip in a unit shows in most pins; single pins may well be odd.
+void PinsArePlausible(const PackageModel& model, Report& report)
+{
+    const PinValues values = ValuesOf(model);
+    std::vector<double> impedances, delays;
+    for (size_t pin = 0; pin < model.pins.size(); ++pin) {
+        const double l = values.l[pin], c = values.c[pin];
+        if (!(l > 0 && c > 0)) {
+            continue;
+        }
+        impedances.push_back(std::sqrt(l / c));
+        delays.push_back(std::sqrt(l * c));
+        if (impedances.back() < 10 || impedances.back() > 200) {
+            report.Count(
+                Note, model.name, model.pins[pin].Place(),
+                fmt::format("pin {} of package model '{}' has {} and {}, which is {:.3g} ohm, "
+                            "expected 10 to 200 ohm",
+                            PinName(model, pin), model.name, Amount(l, Key::InductanceMatrix),
+                            Amount(c, Key::CapacitanceMatrix), impedances.back()),
+                "check the units");
+        }
+    }
+    if (impedances.empty()) {
+        return;
+    }
+    const double impedance = Median(impedances), delay = Median(delays);
+    if (impedance < 3 || impedance > 700 || delay > 1e-9) {
+        report.Say(model.place,
+                   fmt::format("the median pin of package model '{}' has {:.3g} ohm and {:.3g} ns, "
+                               "expected 10 to 200 ohm and less than 1 ns",
+                               model.name, impedance, delay * 1e9),
+                   "check the units of inductances and capacitances");
+    }
+}
+
+constexpr size_t kLargestFull = 1000;
+
+void MatricesAreSmall(const PackageModel& model, Report& report)
+{
+    for (const Matrix* const matrix : MatricesOf(model)) {
+        const size_t pins = model.pins.size();
+        if (matrix->kind == Matrix::Kind::Full && pins > kLargestFull) {
+            report.Say(matrix->section->place,
+                       fmt::format("{} is full: {} numbers for {} pins", Of(*matrix, model),
+                                   pins * (pins + 1) / 2, pins),
+                       "pins far from each other hardly couple: make it banded or sparse");
+        }
+    }
+}
+
+const Check<PackageModel> kChecks[] = {
+    {{704,
+      Error,
+      {},
+      "[Model Data] is closed and has [Inductance Matrix] and [Capacitance Matrix]",
+      "Only resistances may be left out, as 0.",
+      "[Model Data] without [Capacitance Matrix]"},
+     HasItsMatrices},
+    {{705,
+      Error,
+      {},
+      "A matrix is a Full_matrix, a Sparse_matrix, or a Banded_matrix with its [Bandwidth]",
+      "Its entries cannot be told otherwise.",
+      "[Inductance Matrix] Banded"},
+     TypeIsKnown},
+    {{706,
+      Error,
+      {},
+      "A matrix has one [Row] for each pin in the order of [Pin Numbers], with the entries from "
+      "the diagonal on; a sparse one lines of a pin and a value",
+      "One entry too few shifts all that follow.",
+      "[Row] of a pin of the next package"},
+     RowsFitThePins},
+    {{707,
+      Error,
+      {},
+      "Inductances and capacitances on the diagonal are given and greater than 0",
+      "A pin without inductance or capacitance makes the matrix singular.",
+      "a sparse row without its own pin"},
+     DiagonalIsPositive},
+    {{708,
+      Warning,
+      {},
+      "The inductance matrix is positive definite, and no pin has more capacitance to others than "
+      "in all",
+      "Otherwise the package gives off energy, and a simulation of it may grow without limit. "
+      "Matrices that would take too long to factorise are tried pair by pair only.",
+      "mutual capacitances without their minus"},
+     MatricesArePossible},
+    {{709,
+      Warning,
+      {},
+      "Pins have sqrt(L/C) of 10 to 200 ohm and sqrt(L C) below 1 ns",
+      "A whole table beyond them is in the wrong unit. A single pin is noted only.",
+      "inductances in pH written as nH"},
+     PinsArePlausible},
+    {{711,
+      Note,
+      {},
+      "A matrix of many pins is banded or sparse",
+      "A full matrix of 2000 pins has 2 million numbers, most of them next to nothing.",
+      "[Capacitance Matrix] Full_matrix for 2000 pins"},
+     MatricesAreSmall},
+};
+
+}  // namespace
+
+const RuleSet& PackageMatrixRules()
+{
+    static const RuleSet set = [] {
+        RuleSet made;
+        AppendRules(kChecks, made.rules);
+        made.run = [](const IbisFile& file, Findings& findings) {
+            for (const Section* const section : file.packageModels) {
+                TryAll(kChecks, ReadPackageModel(*section), file, findings);
+            }
+        };
+        return made;
+    }();
+    return set;
+}
+
+}  // namespace ibis
