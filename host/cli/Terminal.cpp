@@ -16,13 +16,22 @@ void Remember(bool failed)
     if (failed && g_outputError == 0) g_outputError = errno;
 }
 
+void Write(std::FILE* stream, std::string_view text)
+{
+    const bool whole = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
+    if (stream == stdout) Remember(!whole);
+}
+
 }  // namespace
 
 void PrintTo(std::FILE* stream, std::string_view text)
 {
-    const std::string shown = base::Printable(text);
-    const bool whole = std::fwrite(shown.data(), 1, shown.size(), stream) == shown.size();
-    if (stream == stdout) Remember(!whole);
+    Write(stream, base::Printable(text));
+}
+
+void PrintPrepared(std::string_view text)
+{
+    Write(stdout, text);
 }
 
 void FlushOutput()

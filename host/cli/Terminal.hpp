@@ -17,6 +17,9 @@ inline constexpr std::size_t kLongestPrinted = 2000;
 /// the progress lines, whose escape sequences are meant and which quote nothing.
 void PrintTo(std::FILE* stream, std::string_view text);
 
+/// To standard output, a text whose escape sequences are meant: what it quotes has been made printable.
+void PrintPrepared(std::string_view text);
+
 /// To standard output.
 template <typename... T>
 void Print(fmt::format_string<T...> format, T&&... values)

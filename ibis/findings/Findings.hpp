@@ -19,7 +19,7 @@ namespace ibis {
 class Findings
 {
 public:
-    static constexpr int kMostOfARule = 20;
+    static constexpr int kMostOfARule = 10;
 
     explicit Findings(std::string file) : file_(std::move(file)) {}
 

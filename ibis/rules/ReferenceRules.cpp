@@ -2,6 +2,7 @@
 #include <set>
 
 #include "ibis/reader/Grammar.hpp"
+#include "ibis/records/Neighbours.hpp"
 #include "ibis/rules/RuleSets.hpp"
 
 /// What a component refers to by name: package models, interconnect sets, circuits.
@@ -9,6 +10,19 @@ namespace ibis {
 namespace {
 
 using enum Severity;
+
+void PackageModelIsDefined(const Component& component, Report& report)
+{
+    const Section* const named = component.section->Child(Key::PackageModel);
+    if (named && !named->argument.empty() && !FindPackageModel(report.file, named->argument)) {
+        report.Say(named->place,
+                   fmt::format(
+                       "[Package Model] of '{}' names '{}', which is defined neither here nor in a "
+                       ".pkg file beside this one",
+                       component.name, named->argument),
+                   "deliver the .pkg file with this one");
+    }
+}
 
 void AlternatePackagesFit(const Component& component, Report& report)
 {
@@ -82,6 +96,9 @@ void CircuitCallsFit(const Component& component, Report& report)
 }
 
 const Check<Component> kChecks[] = {
+    {{240, Error, Since(20), "A [Package Model] is defined in the file or in a .pkg file beside it",
+      "The package is left out otherwise.", "[Package Model] QFP64 without the .pkg file"},
+     PackageModelIsDefined},
     {{241, Error, Since(40),
       "[Alternate Package Models] is closed, stands beside [Package Model] and repeats nothing",
       "It offers other packages than the first one.", "[Alternate Package Models] without its end"},
