@@ -18,6 +18,7 @@ constexpr const RuleSet& (*kSets[])() = {
     BufferRules,
     RampRules,
     WaveformRules,
+    WaveformShapeRules,
     SpecRules,
     ExternalRules,
     PackageModelRules,

@@ -7,17 +7,18 @@ namespace ibis {
 
 const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what else stands before the
                                ///< first component
-const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
-const RuleSet& PinTableRules();  ///< 220-239: the tables that refer to pins
-const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by name
-const RuleSet& SelectorRules();   ///< 300-302: model selectors
-const RuleSet& ModelRules();      ///< 303-328: what stands in a model besides its tables
-const RuleSet& ModelTypeRules();  ///< 350-361: what each model type needs and forbids
-const RuleSet& CurveRules();      ///< 400-422: I-V tables, whatever they are of
-const RuleSet& IvTableRules();    ///< 408-420: each of the four tables of a buffer
-const RuleSet& BufferRules();     ///< 406-421: a buffer's tables together
-const RuleSet& RampRules();       ///< 450-457: [Ramp]
-const RuleSet& WaveformRules();   ///< 500-525: V-t tables
+const RuleSet& ComponentRules();      ///< 200-249: components with their pins and packages
+const RuleSet& PinTableRules();       ///< 220-239: the tables that refer to pins
+const RuleSet& ReferenceRules();      ///< 240-243: what a component refers to by name
+const RuleSet& SelectorRules();       ///< 300-302: model selectors
+const RuleSet& ModelRules();          ///< 303-328: what stands in a model besides its tables
+const RuleSet& ModelTypeRules();      ///< 350-361: what each model type needs and forbids
+const RuleSet& CurveRules();          ///< 400-422: I-V tables, whatever they are of
+const RuleSet& IvTableRules();        ///< 408-420: each of the four tables of a buffer
+const RuleSet& BufferRules();         ///< 406-421: a buffer's tables together
+const RuleSet& RampRules();           ///< 450-457: [Ramp]
+const RuleSet& WaveformRules();       ///< 500-525: V-t tables
+const RuleSet& WaveformShapeRules();  ///< 508-516: what the waveforms show
 const RuleSet& SpecRules();  ///< 600-640: [Model Spec], [Receiver Thresholds], submodels, schedules
 const RuleSet& ExternalRules();      ///< 650-670: [External Model], [External Circuit], test data
 const RuleSet& PackageModelRules();  ///< 700-710: package models with their pins
