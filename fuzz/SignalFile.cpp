@@ -14,10 +14,10 @@ using namespace amisim;
 
 namespace {
 
-void ReadWave(const std::string& path, const std::string& column)
+void ReadWave(const std::string& path, const WaveReading& reading)
 {
     constexpr double kInterval = 1.5e-12;
-    WaveFile wave(WavePoints::Open(path, column), kInterval);
+    WaveFile wave(WavePoints::Open(path, reading), kInterval);
     Require(wave.Samples() >= 1, "a sample");
     std::vector<double> samples(4096);
     const std::size_t count = wave.Read(samples);
@@ -25,6 +25,8 @@ void ReadWave(const std::string& path, const std::string& column)
             "as many samples as it said");
     for (std::size_t i = 0; i < count; ++i) Require(!std::isnan(samples[i]), "no NaN");
 }
+
+const WaveReading kOthers{.column = "3-2", .step = 1e-12, .findOffset = true};
 
 void ReadChannel(const std::string& path, ResponseKind kind)
 {
@@ -42,7 +44,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const FileOf file(data + 1, size - 1, isArray ? "signal.npy" : "signal.csv");
     ReadOrExplain<Error>(file.path, [&file, kind = data[0] / 2 % 5] {
         if (kind < 2)
-            ReadWave(file.path, kind == 0 ? "" : "3");
+            ReadWave(file.path, kind == 0 ? WaveReading{} : kOthers);
         else if (kind < 4)
             ReadChannel(file.path, kind == 2 ? ResponseKind::kImpulse : ResponseKind::kStep);
         else

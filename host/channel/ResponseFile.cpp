@@ -22,15 +22,19 @@ constexpr double kFlat = 0.2;        // of the steepest slope: rests
 constexpr double kLevel = 1e-3;      // of a step: a baseline worth mention
 constexpr double kUnsettled = 0.01;  // of the largest value
 
-std::vector<WavePoint> ReadPoints(const std::filesystem::path& path)
+std::vector<WavePoint> ReadPoints(const std::filesystem::path& path,
+                                  std::vector<std::string>& notes)
 {
-    const auto file = WavePoints::Open(path, "");
+    const auto file = WavePoints::Open(path, {});
     const auto fail = [&](const std::string& place, const std::string& text) {
         throw Error(ExitCode::kInput, fmt::format("{}: {}", place, text));
     };
-    if (!file->HasTime()) fail(path.string(), "expected two columns, time in s and value");
+    if (!file->HasTime() && !file->Step())
+        fail(path.string(), "expected two columns, time in s and value");
+    notes = file->Notes();
     std::vector<WavePoint> points;
     for (WavePoint point; file->Next(point); points.push_back(point)) {
+        if (!file->HasTime()) point.time = static_cast<double>(points.size()) * *file->Step();
         if (!points.empty() && !(point.time > points.back().time))
             fail(file->Place(), fmt::format("the times must rise, but {:g} follows {:g}",
                                             point.time, points.back().time));
@@ -102,7 +106,8 @@ ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kin
                              double sampleInterval)
 {
     const bool isStep = kind == ResponseKind::kStep;
-    const std::vector<WavePoint> read = ReadPoints(path);
+    ChannelResponse channel;
+    const std::vector<WavePoint> read = ReadPoints(path, channel.notes);
     const std::vector<WavePoint> step = isStep ? read : Integrated(read);
     const auto fail = [&](const std::string& text) {
         throw Error(ExitCode::kInput, fmt::format("{}: {}", path.string(), text));
@@ -143,7 +148,6 @@ ChannelResponse ReadResponse(const std::filesystem::path& path, ResponseKind kin
     std::size_t front = 0, back = taps.size();
     for (double sum = 0; (sum += taps[front] * taps[front]) <= kNothing * energy;) ++front;
     for (double sum = 0; (sum += taps[back - 1] * taps[back - 1]) <= kNothing * energy;) --back;
-    ChannelResponse channel;
     channel.sampleInterval = sampleInterval;
     channel.dcGain = before - baseline;
     const double first = step[0].time / sampleInterval + (isStep ? 0.0 : 0.5) + 1e-6;

@@ -57,6 +57,7 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
     run->add_option("--ignore-bits", o.ignoreBits,
                     "Bits at the start not counted in eye and errors [the model's Ignore_Bits, "
                     "else half of all]")
+        ->transform(WholeNumber())
         ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40).description(""))
         ->type_name("N")
         ->group(time);

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <cstdint>
 
 #include "host/signal/Prbs.hpp"
 
@@ -54,6 +56,7 @@ std::vector<double> Cursors(const char* name, std::string_view list)
 void AddTimeOptions(CLI::App& run, SignalOptions& o)
 {
     run.add_option("-n,--bits", o.bits, "Bits to run [20000, or the whole waveform file]")
+        ->transform(WholeNumber())
         ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40).description(""))
         ->type_name("N")
         ->group(kTimeGroup);
@@ -181,13 +184,25 @@ void AddWaveOptions(CLI::App& run, SignalOptions& o)
     AddFile(run, group, "--wave", o.wave,
             "Measured waveform instead of pattern, transmitter and channel: CSV or .npy, time in s "
             "and voltage in V, or voltage alone");
-    run.add_option("--column", o.column,
-                   "Column of the voltage, by number from 1 or by name [the second, or the only]")
+    run.add_option("--column", o.reading.column,
+                   "Column of the voltage, by number from 1 or by name; A-B is the difference of "
+                   "two [the second, or the only]")
         ->type_name("NAME|N")
         ->group(group);
-    run.add_option("--wave-step", o.waveStep,
-                   "Time between the samples of a waveform without times, s [bit time / samples "
-                   "per bit]")
+    AddNumber(run, group, "--scale", o.reading.scale, "X", -1e30, 1e30,
+              "What the voltages are multiplied by");
+    run.add_option_function<std::string>(
+           "--offset",
+           [&o](const std::string& text) {
+               o.reading.findOffset = text == "auto";
+               o.reading.offset = o.reading.findOffset ? 0 : Number("--offset", text, -1e30, 1e30);
+           },
+           "What is then taken off them, V; auto finds the middle between high and low")
+        ->default_str("0")
+        ->type_name("V")
+        ->group(group);
+    run.add_option("--wave-step", o.reading.step,
+                   "Time between the samples, s, of a waveform without times [by its heading]")
         ->check(CLI::PositiveNumber.description(""))
         ->type_name("S")
         ->group(group);
@@ -210,6 +225,8 @@ void CheckTogether(const CLI::App& run)
         onlyOne({line, "--touchstone", "--impulse", "--step"});
     for (const auto& [name, needed] : {std::pair{"--port-order", "--touchstone"},
                                        {"--column", "--wave"},
+                                       {"--scale", "--wave"},
+                                       {"--offset", "--wave"},
                                        {"--wave-step", "--wave"},
                                        {"--sj-frequency", "--sj-amplitude"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
@@ -232,6 +249,24 @@ void CheckTogether(const CLI::App& run)
 }
 
 }  // namespace
+
+CLI::Validator WholeNumber()
+{
+    return {[](std::string& text) {
+                std::string plain = text;
+                std::erase(plain, '_');
+                double value = 0;
+                const char* const end = plain.data() + plain.size();
+                const auto [after, error] = std::from_chars(plain.data(), end, value);
+                constexpr double kExact = 1LL << 53;
+                if (error != std::errc{} || after != end || value != std::floor(value) ||
+                    std::abs(value) > kExact)
+                    return fmt::format("expected a whole number, found '{}'", text);
+                text = fmt::format("{}", static_cast<std::int64_t>(value));
+                return std::string();
+            },
+            ""};
+}
 
 void AddSignalOptions(CLI::App& run, SignalOptions& o)
 {

@@ -7,29 +7,32 @@
 #include <string_view>
 
 #include "host/Error.hpp"
+#include "host/TextLines.hpp"
 
 namespace amisim {
 
 std::vector<bool> ReadBitPattern(const std::filesystem::path& path)
 {
-    std::ifstream file(path);
+    std::ifstream file(path, std::ios::binary);
     std::string line;
     std::vector<bool> bits;
     if (std::filesystem::is_directory(path) || !file) {
         throw Error(ExitCode::kInput,
                     fmt::format("{}: cannot be read; expected a text of 0 and 1", path.string()));
     }
-    for (int number = 1; std::getline(file, line); ++number) {
+    TextLines lines(*file.rdbuf());
+    while (lines.Next(line)) {
         for (const char c : std::string_view(line).substr(0, line.find('#'))) {
             if (c == '0' || c == '1') {
                 bits.push_back(c == '1');
-            } else if (std::string_view(" \t\r,").find(c) == std::string_view::npos) {
+            } else if (std::string_view(" \t,").find(c) == std::string_view::npos) {
                 const bool printable = c > ' ' && c <= '~';
-                throw Error(ExitCode::kInput,
-                            fmt::format("{}:{}: expected 0 or 1, found {}", path.string(), number,
-                                        printable ? fmt::format("'{}'", c)
-                                                  : fmt::format("byte {:#04x}",
-                                                                static_cast<unsigned char>(c))));
+                throw Error(
+                    ExitCode::kInput,
+                    fmt::format("{}:{}: expected 0 or 1, found {}", path.string(), lines.Number(),
+                                printable
+                                    ? fmt::format("'{}'", c)
+                                    : fmt::format("byte {:#04x}", static_cast<unsigned char>(c))));
             }
         }
     }

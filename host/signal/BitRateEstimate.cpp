@@ -22,7 +22,7 @@ constexpr double kLargestJitter = 0.15;  // unit intervals rms, of a signal that
 class Crossings
 {
 public:
-    Crossings(WavePoints& points, std::optional<double> step) : points_(points), step_(step)
+    explicit Crossings(WavePoints& points) : points_(points)
     {
         WavePoint point;
         double sum = 0, squares = 0, count = 0;
@@ -39,7 +39,7 @@ public:
     {
         WavePoint point;
         while (points_.Next(point)) {
-            if (!points_.HasTime()) point.time = number_++ * step_.value_or(1);
+            if (!points_.HasTime()) point.time = number_++ * points_.Step().value_or(1);
             const double value = point.value - mean_;
             if ((value > 0) != (before_.value > 0)) {
                 last_ = before_.time +
@@ -62,7 +62,6 @@ public:
 
 private:
     WavePoints& points_;
-    std::optional<double> step_;
     double mean_ = 0, hysteresis_ = 0, number_ = 0;
     WavePoint before_;
     int side_ = 0;  // on which the signal was last beyond the hysteresis
@@ -104,13 +103,14 @@ struct Line
 
 }  // namespace
 
-BitRateEstimate EstimateBitRate(WavePoints& points, std::optional<double> step)
+BitRateEstimate EstimateBitRate(WavePoints& points)
 {
     const auto fail = [&](const std::string& text) {
         throw Error(ExitCode::kInput, fmt::format("{}: {}", points.Path().string(), text));
     };
-    if (!points.HasTime() && !step) fail("has no times to find a bit rate by; give --wave-step");
-    Crossings crossings(points, step);
+    if (!points.HasTime() && !points.Step())
+        fail("has no times to find a bit rate by; give --wave-step");
+    Crossings crossings(points);
     std::vector<double> times(1);
     while (times.size() <= kFirst && crossings.Next(times.back())) times.push_back(0);
     times.pop_back();

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "host/signal/WavePoints.hpp"
@@ -21,8 +20,7 @@ struct BitRateEstimate
 /// counted in unit intervals, and the straight line of least squares through the crossings' times
 /// over their numbers has the unit interval as its slope. A pattern without any single bit cannot
 /// be told from one of a lower rate: the shortest run is taken for one bit.
-/// @param step  between the points of a file without times, s
 /// @throws Error (kInput) when there are no times, fewer than 20 crossings or no common interval
-BitRateEstimate EstimateBitRate(WavePoints& points, std::optional<double> step);
+BitRateEstimate EstimateBitRate(WavePoints& points);
 
 }  // namespace amisim

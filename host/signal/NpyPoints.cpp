@@ -3,11 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 #include "host/Error.hpp"
 
@@ -16,9 +17,12 @@ namespace {
 
 constexpr std::size_t kBufferRows = 4096;
 constexpr std::int64_t kMostRows = std::int64_t{1} << 40;
-constexpr std::size_t kMostColumns = 1 << 20;
+constexpr std::int64_t kMostColumns = 1 << 20;
+constexpr std::int64_t kFewColumns = 16;  // fewer rows than this of many more are columns
 constexpr const char* kExpected =
-    "expected an array of N voltages, or N x 2 of times and voltages, in float32 or float64";
+    "expected an array of N voltages, or N x 2 of times and voltages, of integers or "
+    "floating-point "
+    "numbers";
 
 /// What follows a key and its colon in the header's dictionary.
 std::string_view ValueOf(std::string_view header, std::string_view key)
@@ -47,15 +51,35 @@ std::vector<std::int64_t> Shape(std::string_view text)
     }
 }
 
+template <typename Number>
+double As(const char* bytes)
+{
+    Number value{};
+    std::memcpy(&value, bytes, sizeof value);
+    return static_cast<double>(value);
+}
+
+/// IEEE 754 binary16.
+double Half(std::uint16_t bits)
+{
+    const int exponent = bits >> 10 & 0x1f;
+    const double fraction = (bits & 0x3ff) / 1024.0;
+    double value =
+        exponent == 0 ? std::ldexp(fraction, -14) : std::ldexp(1 + fraction, exponent - 15);
+    if (exponent == 0x1f) value = std::numeric_limits<double>::quiet_NaN();
+    return bits & 0x8000 ? -value : value;
+}
+
 }  // namespace
 
-NpyPoints::NpyPoints(const std::filesystem::path& path, const std::string& column)
-    : WavePoints(path)
+NpyPoints::NpyPoints(const std::filesystem::path& path, const WaveReading& reading)
+    : WavePoints(path, reading)
 {
     file_.open(path, std::ios::binary);
     ReadHeader();
-    hasTime_ = columns_ > 1;
-    column_ = FindColumn(column, columns_, {});
+    hasTime_ = count_ > 1 && !step_;
+    columns_ = FindColumns(reading.column, count_ > 1 ? 1 : 0, count_,
+                           [](std::string_view) { return std::nullopt; }, {});
     Rewind();
 }
 
@@ -76,69 +100,125 @@ void NpyPoints::ReadHeader()
     dataAt_ = headerAt + static_cast<std::streamoff>(length);
 
     std::string_view type = ValueOf(header, "'descr'");
-    type = type.substr(0, type.starts_with('\'') ? type.find('\'', 1) + 1 : 0);
-    if (type != "'<f4'" && type != "'<f8'")
-        Fail(fmt::format("holds {}; {}, little endian",
-                         type.empty() ? "records" : fmt::format("numbers of the type {}", type),
-                         kExpected));
-    width_ = type == "'<f4'" ? 4 : 8;
-    const std::vector<std::int64_t> shape = Shape(ValueOf(header, "'shape'"));
-    if (shape.empty() || shape.size() > 2)
-        Fail(fmt::format("is not of one or two dimensions; {}", kExpected));
-    rows_ = shape[0];
-    columns_ = shape.size() > 1 ? static_cast<std::size_t>(shape[1]) : 1;
-    if (rows_ < 1 || rows_ > kMostRows || columns_ < 1 || columns_ > kMostColumns)
-        Fail(fmt::format("holds no numbers; {}", kExpected));
-    if (columns_ > 1 && header.find("'fortran_order': True") != header.npos)
-        Fail("is in Fortran order; save it with numpy.ascontiguousarray");
-
+    ReadType(type.substr(0, type.starts_with('\'') ? type.find('\'', 1) + 1 : 0));
+    ReadShape(header);
     const auto there = std::filesystem::file_size(path_);
-    const auto expected = static_cast<std::uintmax_t>(dataAt_) +
-                          static_cast<std::uintmax_t>(rows_) * columns_ * width_;
+    const auto expected =
+        static_cast<std::uintmax_t>(dataAt_) + static_cast<std::uintmax_t>(rows_) * count_ * width_;
     if (there < expected)
         Fail(fmt::format("is cut off: expected {} bytes, found {}", expected, there));
 }
 
+/// "'<f8'": byte order, kind and bytes a number.
+void NpyPoints::ReadType(std::string_view type)
+{
+    constexpr std::array<std::string_view, 12> kTypes{"f2", "f4", "f8", "f16", "i1", "i2",
+                                                      "i4", "i8", "u1", "u2",  "u4", "u8"};
+    const auto name = type.size() > 3 ? type.substr(2, type.size() - 3) : std::string_view();
+    const char order = type.size() > 3 ? type[1] : ' ';
+    isSwapped_ = order == (std::endian::native == std::endian::little ? '>' : '<');
+    const bool isLong = name == "f16";  // no other machine's
+    if (std::ranges::find(kTypes, name) == kTypes.end() ||
+        std::string_view("<>|=").find(order) == std::string_view::npos ||
+        (isLong && (isSwapped_ || sizeof(long double) != 16))) {
+        Fail(fmt::format("holds {}; {}",
+                         type.empty() ? "records" : fmt::format("numbers of the type {}", type),
+                         kExpected));
+    }
+    kind_ = name[0];
+    width_ = 0;
+    std::from_chars(name.data() + 1, name.data() + name.size(), width_);
+}
+
+void NpyPoints::ReadShape(std::string_view header)
+{
+    std::vector<std::int64_t> shape = Shape(ValueOf(header, "'shape'"));
+    if (shape.empty() || shape.size() > 2)
+        Fail(fmt::format("is not of one or two dimensions; {}", kExpected));
+    shape.resize(2, 1);
+    byColumns_ = ValueOf(header, "'fortran_order'").starts_with("True");
+    if (shape[0] > 1 && shape[0] < kFewColumns && shape[1] > kFewColumns * shape[0]) {
+        std::swap(shape[0], shape[1]);
+        byColumns_ = !byColumns_;
+        notes_.push_back(fmt::format("its {} rows of {} are taken as columns", shape[1], shape[0]));
+    }
+    if (shape[0] < 1 || shape[0] > kMostRows || shape[1] < 1 || shape[1] > kMostColumns)
+        Fail(fmt::format("holds no numbers; {}", kExpected));
+    rows_ = shape[0];
+    count_ = static_cast<std::size_t>(shape[1]);
+}
+
 void NpyPoints::Rewind()
 {
-    file_.clear();
-    file_.seekg(dataAt_);
-    row_ = 0;
-    buffer_.clear();
-    at_ = 0;
+    row_ = first_ = filled_ = 0;
+}
+
+/// Reads the next rows: all of each, or where they lie by columns, those of the columns needed.
+void NpyPoints::Fill()
+{
+    first_ = row_;
+    filled_ = std::min<std::int64_t>(kBufferRows, rows_ - row_);
+    const auto rows = static_cast<std::size_t>(filled_);
+    buffer_.resize(rows * width_ * (byColumns_ ? 3 : count_));
+    const auto read = [&](std::size_t place, std::uintmax_t number, std::size_t numbers) {
+        file_.clear();
+        file_.seekg(dataAt_ + static_cast<std::streamoff>(number * width_));
+        if (!file_.read(buffer_.data() + place * width_,
+                        static_cast<std::streamsize>(numbers * width_)))
+            Fail("cannot be read to its end");
+    };
+    const auto first = static_cast<std::uintmax_t>(first_),
+               all = static_cast<std::uintmax_t>(rows_);
+    if (!byColumns_) {
+        read(0, first * count_, rows * count_);
+        return;
+    }
+    if (hasTime_) read(0, first, rows);
+    read(rows, columns_.value * all + first, rows);
+    if (columns_.minus) read(2 * rows, *columns_.minus * all + first, rows);
 }
 
 double NpyPoints::Value(std::size_t column) const
 {
-    const char* const from = buffer_.data() + at_ + column * width_;
-    if (width_ == 8) {
-        double value = 0;
-        std::memcpy(&value, from, sizeof value);
-        return value;
+    const auto row = static_cast<std::size_t>(row_ - first_);
+    std::size_t place = row * count_ + column;
+    if (byColumns_) {
+        const std::size_t stored = columns_.minus == column ? 2 : columns_.value == column ? 1 : 0;
+        place = stored * static_cast<std::size_t>(filled_) + row;
     }
-    float value = 0;
-    std::memcpy(&value, from, sizeof value);
-    return static_cast<double>(value);
+    std::array<char, 16> bytes{};
+    std::memcpy(bytes.data(), buffer_.data() + place * width_, width_);
+    if (isSwapped_) std::reverse(bytes.begin(), bytes.begin() + static_cast<long>(width_));
+    const char* const from = bytes.data();
+    switch (width_) {
+        case 1:
+            return kind_ == 'i' ? As<std::int8_t>(from) : As<std::uint8_t>(from);
+        case 2:
+            if (kind_ == 'f')
+                return Half(std::bit_cast<std::uint16_t>(std::array{bytes[0], bytes[1]}));
+            return kind_ == 'i' ? As<std::int16_t>(from) : As<std::uint16_t>(from);
+        case 4:
+            if (kind_ == 'f') return As<float>(from);
+            return kind_ == 'i' ? As<std::int32_t>(from) : As<std::uint32_t>(from);
+        case 8:
+            if (kind_ == 'f') return As<double>(from);
+            return kind_ == 'i' ? As<std::int64_t>(from) : As<std::uint64_t>(from);
+        default:
+            return As<long double>(from);
+    }
 }
 
-bool NpyPoints::Next(WavePoint& point)
+bool NpyPoints::Read(WavePoint& point)
 {
     if (row_ == rows_) return false;
-    const std::size_t rowBytes = columns_ * width_;
-    at_ += rowBytes;
-    if (at_ >= buffer_.size()) {
-        const auto count =
-            static_cast<std::size_t>(std::min<std::int64_t>(kBufferRows, rows_ - row_));
-        buffer_.resize(count * rowBytes);
-        at_ = 0;
-        if (!file_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size())))
-            Fail("cannot be read to its end");
-    }
-    ++row_;
+    if (row_ == first_ + filled_) Fill();
     point.time = hasTime_ ? Value(0) : 0;
-    point.value = Value(column_);
-    point.digits =
-        width_ == 8 ? std::numeric_limits<double>::digits10 : std::numeric_limits<float>::digits10;
+    point.value = Value(columns_.value);
+    if (columns_.minus) point.value -= Value(*columns_.minus);
+    point.digits = kind_ != 'f' || width_ >= 8 ? std::numeric_limits<double>::digits10
+                   : width_ == 4               ? std::numeric_limits<float>::digits10
+                                               : 3;
+    ++row_;
     if (!std::isfinite(point.time) || !std::isfinite(point.value))
         throw Error(ExitCode::kInput,
                     fmt::format("{}: expected finite numbers, found {:g} and {:g}", Place(),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fstream>
+#include <string_view>
 #include <vector>
 
 #include "host/signal/WavePoints.hpp"
@@ -11,24 +12,31 @@ namespace amisim {
 class NpyPoints : public WavePoints
 {
 public:
-    NpyPoints(const std::filesystem::path& path, const std::string& column);
+    NpyPoints(const std::filesystem::path& path, const WaveReading& reading);
 
-    bool Next(WavePoint& point) override;
     void Rewind() override;
     std::string Place() const override;
 
 private:
+    bool Read(WavePoint& point) override;
     void ReadHeader();
+    void ReadType(std::string_view type);
+    void ReadShape(std::string_view header);
+    void Fill();
     double Value(std::size_t column) const;
     [[noreturn]] void Fail(const std::string& what) const;
 
     std::ifstream file_;
     std::streamoff dataAt_ = 0;
-    std::size_t width_ = 8;  // bytes a number
+    char kind_ = 'f';         // f, i or u
+    std::size_t width_ = 8;   // bytes a number
+    bool isSwapped_ = false;  // against this machine's byte order
+    bool byColumns_ = false;  // each column's numbers lie together
     std::int64_t rows_ = 0, row_ = 0;
-    std::size_t columns_ = 1, column_ = 0;
-    std::vector<char> buffer_;  // some rows
-    std::size_t at_ = 0;        // byte of the row in it
+    std::size_t count_ = 1;  // of columns
+    Columns columns_;
+    std::vector<char> buffer_;             // of some rows, all columns or those needed
+    std::int64_t first_ = 0, filled_ = 0;  // rows in it
 };
 
 }  // namespace amisim

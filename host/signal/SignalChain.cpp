@@ -90,9 +90,11 @@ NrzSource::Settings Transmitter(const SignalOptions& options, double peakToPeak,
 ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelResponse& channel)
 {
     ChannelReading reading{options.bitRate, options.crosstalkPortOrder, options.mixedMode};
-    if (channel.modes && reading.portOrder.empty()) {
+    if (!reading.portOrder.empty()) {
+        reading.modes = "no";
+    } else if (channel.modes) {
         reading.modes = ToText(*channel.modes);
-    } else if (const auto& ports = channel.ports; ports && reading.portOrder.empty()) {
+    } else if (const auto& ports = channel.ports) {
         reading.portOrder =
             fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
     }
@@ -128,8 +130,8 @@ void SignalChain::UseWaveFile(const SignalOptions& options)
             "UI rms from even intervals",
             name, found->bitRate * 1e-9, found->uncertainty, found->crossings, found->jitter));
     }
-    auto file = std::make_unique<WaveFile>(WavePoints::Open(options.wave, options.column),
-                                           options.SampleInterval(), options.waveStep);
+    auto file = std::make_unique<WaveFile>(WavePoints::Open(options.wave, options.reading),
+                                           options.SampleInterval());
     notes_.insert(notes_.end(), file->Notes().begin(), file->Notes().end());
     const std::int64_t there = file->Samples() / options.samplesPerBit;
     if (there < 1) {

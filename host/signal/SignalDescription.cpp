@@ -54,8 +54,12 @@ Json SignalJson(const SignalOptions& o)
     Json json = {{"bit_rate", o.bitRate}, {"samples_per_bit", o.samplesPerBit}};
     if (!o.wave.empty()) {
         json["wave"] = o.wave.string();
-        if (!o.column.empty()) json["column"] = o.column;
-        if (o.waveStep) json["wave_step_s"] = *o.waveStep;
+        const WaveReading& reading = o.reading;
+        if (!reading.column.empty()) json["column"] = reading.column;
+        if (reading.step) json["wave_step_s"] = *reading.step;
+        if (reading.scale != 1) json["scale"] = reading.scale;
+        if (reading.findOffset) json["offset"] = "auto";
+        if (reading.offset != 0) json["offset"] = reading.offset;
         if (o.estimate) {
             json["bit_rate_found"] = {{"uncertainty_ppm", o.estimate->uncertainty},
                                       {"crossings", o.estimate->crossings},

@@ -11,7 +11,7 @@ namespace amisim {
 void SignalOptions::FindBitRate()
 {
     if (!findBitRate || wave.empty()) return;
-    estimate = EstimateBitRate(*WavePoints::Open(wave, column), waveStep);
+    estimate = EstimateBitRate(*WavePoints::Open(wave, reading));
     bitRate = estimate->bitRate;
     findBitRate = false;
 }

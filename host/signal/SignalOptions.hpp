@@ -8,6 +8,7 @@
 
 #include "host/signal/BitRateEstimate.hpp"
 #include "host/signal/NrzSource.hpp"
+#include "host/signal/WavePoints.hpp"
 
 namespace amisim {
 
@@ -51,10 +52,9 @@ struct SignalOptions
     double aggressorAmplitude = 0.8;  // V, differential peak to peak
     double aggressorPpm = 0;          // of the aggressors' bit rate above the nominal one
 
-    std::filesystem::path wave;      // instead of all that
-    std::string column;              // of the voltage in it; empty: the second, or the only one
-    std::optional<double> waveStep;  // s, of a file without times; absent: SampleInterval()
-    bool findBitRate = false;        // from the waveform
+    std::filesystem::path wave;               // instead of all that
+    WaveReading reading;                      // of it
+    bool findBitRate = false;                 // from the waveform
     std::optional<BitRateEstimate> estimate;  // if it was found
 
     double BitTime() const { return 1 / bitRate; }                       // s

@@ -38,12 +38,20 @@ struct WaveFile::Survey
     }
 };
 
-WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
-                   std::optional<double> step)
+WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval)
     : points_(std::move(points)), sampleInterval_(sampleInterval)
 {
     const std::string name = points_->Path().string();
-    if (!points_->HasTime()) evenStep_ = step.value_or(sampleInterval);
+    for (const std::string& note : points_->Notes()) notes_.push_back(name + ": " + note);
+    if (!points_->HasTime()) {
+        evenStep_ = points_->Step();
+        if (!evenStep_) {
+            throw Error(ExitCode::kInput,
+                        fmt::format("{}: holds no times, nor a sample interval in a heading; give "
+                                    "--wave-step",
+                                    name));
+        }
+    }
     const Survey survey = ReadThrough();
     if (!evenStep_ && IsEvenButForRounding(survey)) {
         evenStep_ = survey.MeanStep();
@@ -57,9 +65,8 @@ WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
             fmt::format("{}: the times must rise; write them with more digits", survey.standstill));
     }
     const double meanStep = survey.MeanStep();
-    if (std::abs(meanStep / sampleInterval_ - 1) > 1e-6 || survey.gaps > 0 ||
-        (!evenStep_ && survey.longest - survey.shortest > 1e-3 * meanStep)) {
-        const bool even = survey.longest - survey.shortest <= 1e-3 * meanStep || evenStep_;
+    const bool even = survey.longest - survey.shortest <= 1e-3 * meanStep || evenStep_;
+    if (std::abs(meanStep / sampleInterval_ - 1) > 1e-6 || survey.gaps > 0 || !even) {
         notes_.push_back(
             fmt::format("{}: resampled from steps of {} s to {:.6g} s", name,
                         even ? fmt::format("{:.6g}", meanStep)
@@ -80,7 +87,9 @@ WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
                                 "times in seconds?",
                                 name, span, sampleInterval_));
     }
-    samples_ = static_cast<std::int64_t>(std::floor(span / sampleInterval_ + 1e-6)) + 1;
+    // The last point of even ones lasts as long as any other, so that no bit is lost at the end.
+    const double held = even ? std::max(0.0, meanStep - sampleInterval_) : 0;
+    samples_ = static_cast<std::int64_t>(std::floor((span + held) / sampleInterval_ + 1e-6)) + 1;
 
     points_->Rewind();
     number_ = 0;

@@ -19,15 +19,14 @@ namespace amisim {
 /// but for the rounding, they are taken as evenly spaced.
 ///
 /// The file is read through at the start, so that a fault in its last line is found before the run,
-/// and then again as the samples are needed.
+/// and then again as the samples are needed. The last of even points holds for as long as any
+/// other, so that no bit is lost at its end.
 class WaveFile : public SignalSource
 {
 public:
     /// @param sampleInterval  of the grid, s
-    /// @param step  between the points of a file without times, s; absent: sampleInterval
     /// @throws Error (kInput) that names file, line and what was expected
-    WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval,
-             std::optional<double> step = std::nullopt);
+    WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval);
 
     std::size_t Read(std::span<double> out) override;
 

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <charconv>
 
 #include "host/Error.hpp"
@@ -13,40 +12,85 @@
 namespace amisim {
 
 std::unique_ptr<WavePoints> WavePoints::Open(const std::filesystem::path& path,
-                                             const std::string& column)
+                                             const WaveReading& reading)
 {
     if (!std::filesystem::is_regular_file(path)) {
         throw Error(ExitCode::kInput, fmt::format("{}: no such file", path.string()));
     }
-    if (path.extension() == ".npy") return std::make_unique<NpyPoints>(path, column);
-    return std::make_unique<CsvPoints>(path, column);
+    std::unique_ptr<WavePoints> points;
+    if (path.extension() == ".npy") {
+        points = std::make_unique<NpyPoints>(path, reading);
+    } else {
+        points = std::make_unique<CsvPoints>(path, reading);
+    }
+    if (reading.findOffset) points->TakeOffMiddle();
+    return points;
 }
 
-std::size_t WavePoints::FindColumn(const std::string& column, std::size_t columns,
-                                   const std::vector<std::string>& names) const
+bool WavePoints::Next(WavePoint& point)
 {
-    if (column.empty()) return columns > 1 ? 1 : 0;
-    std::size_t number = 0;
-    const char* const end = column.data() + column.size();
-    if (std::from_chars(column.data(), end, number).ptr == end) {
-        const std::size_t first = columns > 1 ? 2 : 1;  // the first of several holds the times
-        if (number >= first && number <= columns) return number - 1;
-        throw Error(
-            ExitCode::kInput,
-            fmt::format("{}: there is no voltage column {}; expected {}", path_.string(), number,
-                        first == columns ? fmt::format("{}", columns)
-                                         : fmt::format("{} to {}", first, columns)));
+    if (!Read(point)) return false;
+    point.value = point.value * scale_ - offset_;
+    return true;
+}
+
+/// Midway between the mean of what lies above the mean and the mean of what lies below: of a signal
+/// with two levels the same whatever the share of ones.
+void WavePoints::TakeOffMiddle()
+{
+    WavePoint point;
+    double sum = 0, count = 0;
+    for (Rewind(); Next(point); ++count) sum += point.value;
+    const double mean = count > 0 ? sum / count : 0;
+    double sums[2] = {}, counts[2] = {};
+    for (Rewind(); Next(point);) {
+        sums[point.value > mean] += point.value;
+        ++counts[point.value > mean];
     }
-    const auto name = std::ranges::find(names, column);
-    const auto place = static_cast<std::size_t>(name - names.begin());
-    if (name != names.end() && place < columns && (place > 0 || columns == 1)) return place;
-    throw Error(
-        ExitCode::kInput,
-        names.empty()
-            ? fmt::format("{}: names no columns; give the number of the one to read, not '{}'",
-                          path_.string(), column)
-            : fmt::format("{}: there is no voltage column '{}'; its columns are '{}'",
-                          path_.string(), column, ibis::Joined(names, "', '")));
+    Rewind();
+    offset_ +=
+        counts[0] > 0 && counts[1] > 0 ? 0.5 * (sums[0] / counts[0] + sums[1] / counts[1]) : mean;
+    notes_.push_back(fmt::format("offset of {:.4g} V taken off", offset_));
+}
+
+WavePoints::Columns WavePoints::FindColumns(
+    const std::string& column, std::size_t first, std::size_t count,
+    const std::function<std::optional<std::size_t>(std::string_view)>& names,
+    const std::vector<std::string>& known) const
+{
+    if (column.empty()) return {first, {}};
+    const auto number = [](std::string_view text) -> std::optional<std::size_t> {
+        std::size_t value = 0;
+        const char* const end = text.data() + text.size();
+        const auto [after, error] = std::from_chars(text.data(), end, value);
+        if (error != std::errc{} || after != end) return std::nullopt;
+        return value;
+    };
+    const auto find = [&](std::string_view text) -> std::optional<std::size_t> {
+        if (const auto place = number(text))
+            return *place > first && *place <= count ? std::optional(*place - 1) : std::nullopt;
+        const auto place = names(text);
+        return place && *place >= first && *place < count ? place : std::nullopt;
+    };
+    if (const auto value = find(column)) return {*value, {}};
+    for (auto at = column.find('-'); at != column.npos; at = column.find('-', at + 1)) {
+        const auto value = find(ibis::Trimmed(std::string_view(column).substr(0, at)));
+        const auto minus = find(ibis::Trimmed(std::string_view(column).substr(at + 1)));
+        if (value && minus) return {*value, minus};
+    }
+    std::string text;
+    if (const auto place = number(column)) {
+        text = fmt::format("there is no voltage column {}; expected {}", *place,
+                           first + 1 == count ? fmt::format("{}", count)
+                                              : fmt::format("{} to {}", first + 1, count));
+    } else if (known.empty()) {
+        text =
+            fmt::format("names no columns; give the number of the one to read, not '{}'", column);
+    } else {
+        text = fmt::format("there is no voltage column '{}'; its columns are '{}'", column,
+                           ibis::Joined(known, "', '"));
+    }
+    throw Error(ExitCode::kInput, fmt::format("{}: {}", path_.string(), text));
 }
 
 }  // namespace amisim

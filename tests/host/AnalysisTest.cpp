@@ -45,6 +45,20 @@ TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
     EXPECT_EQ(frame.Edges().back().number, 28);
 }
 
+TEST(BitComparer, AClockPatternIsNotInvertedButLater)
+{
+    for (const int length : {1, 3}) {
+        BitHistory sent(4096);
+        for (int i = 0; i < 2000; ++i) sent.Push(i / length % 2 == 0);
+        for (int shift = 0; shift < 2 * length; ++shift) {
+            BitComparer comparer(sent);
+            for (int i = 0; i < 1024; ++i) comparer.Add(sent[i + 700 + shift], i + 700);
+            EXPECT_FALSE(comparer.Inverted()) << length << " " << shift;
+            EXPECT_EQ(comparer.Errors(), 0);
+        }
+    }
+}
+
 class BitComparerTest : public testing::Test
 {
 protected:

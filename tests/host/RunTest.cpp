@@ -42,8 +42,8 @@ TEST_F(RunTest, LosslessLineReturnsThePatternAndAnOpenEye)
     // What it saved, fed to it anew, comes back the same.
     fs::rename("out/wave.csv", "first.csv");
     ASSERT_EQ(Shell(AMISIM_PROGRAM " run " TEST_MODEL " --wave first.csv --save-wave csv"), 0);
-    const auto first = WavePoints::Open("first.csv", "");
-    const auto second = WavePoints::Open("out/wave.csv", "");
+    const auto first = WavePoints::Open("first.csv", {});
+    const auto second = WavePoints::Open("out/wave.csv", {});
     for (WavePoint a, b; first->Next(a);) {
         ASSERT_TRUE(second->Next(b));
         ASSERT_NEAR(a.value, b.value, 1e-6) << a.time;
@@ -215,7 +215,9 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
              Case{"run", 2, "model is required"},
              Case{"walk", 2, "walk"},
              Case{"run " TEST_MODEL " --bits 0", 2, "--bits"},
-             Case{"run " TEST_MODEL " --bits 10 --ignore-bits 10", 2, "--ignore-bits 10"},
+             Case{"run " TEST_MODEL " --bits 1e1 --ignore-bits 1_0", 2, "--ignore-bits 10"},
+             Case{"run " TEST_MODEL " --bits 1.5", 2, "expected a whole number, found '1.5'"},
+             Case{"run " TEST_MODEL " --mixed-mode no", 2, "--touchstone, --fext or --next"},
              Case{"run " TEST_MODEL " --prbs 8", 2, "--prbs"},
              Case{"run " TEST_MODEL " --loss ten", 2, "--loss"},
              Case{"run " TEST_MODEL " --save-wave wav", 2, "wav"},

@@ -128,6 +128,21 @@ TEST(SignalChain, AggressorsAddTheirOwnPatternAtTheirOwnRate)
     EXPECT_GT(LargestDifference(Output(options), alone), 0.2);
 }
 
+TEST(SignalChain, RefusesAChannelThatCannotBeTrustedUnlessItIsAccepted)
+{
+    TemporaryFolder folder;
+    SaveTouchstone("gain.s2p", 1.2, 2e-9);
+    SignalOptions options;
+    options.touchstone = "gain.s2p";
+    EXPECT_EQ(MessageOf([&] { Output(options); }),
+              "gain.s2p: cannot be trusted at 10.31 Gbit/s: 44 % more power comes out than goes in "
+              "(not passive), at most 5 % expected; --accept-channel takes it all the same");
+    options.acceptChannel = true;
+    const SignalChain chain(options, 0);
+    EXPECT_NE(chain.Notes()[0].find("; accepted though 44 % more"), std::string::npos);
+    EXPECT_NEAR(chain.Grade()->passivity, 0.44, 1e-9);
+}
+
 TEST(ResponseFile, KeepsTheAreaOnAnyGrid)
 {
     TemporaryFolder folder;

@@ -232,6 +232,7 @@ TEST(BitPattern, IsReadFromTextAndSentOverAndOver)
         return message + bits;
     };
     EXPECT_EQ(read("# a 1 in a comment\n1 1,0\n\t0 1# end\r\n"), "11001110");
+    EXPECT_EQ(read("\xef\xbb\xbf# saved by an editor\r1100\r1"), "11001110");
     EXPECT_EQ(read("0"), "00000000");  // an idle line, too, goes on
     EXPECT_EQ(read("01\n0 2"), "bits.txt:2: expected 0 or 1, found '2'");
     EXPECT_EQ(read("01\xfe"), "bits.txt:1: expected 0 or 1, found byte 0xfe");

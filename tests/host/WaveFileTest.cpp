@@ -1,5 +1,6 @@
 #include "host/signal/WaveFile.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <numbers>
@@ -23,17 +24,27 @@ std::string Npy(const std::string& type, const std::string& shape,
                        numbers.size() * sizeof(Number));
 }
 
+template <typename Number>
+std::vector<Number> Swapped(std::vector<Number> numbers)
+{
+    for (Number& number : numbers) {
+        auto* const bytes = reinterpret_cast<char*>(&number);
+        std::reverse(bytes, bytes + sizeof number);
+    }
+    return numbers;
+}
+
 struct Resampled
 {
     std::vector<double> wave;
     std::string said;  // an error, or a line for each note
 };
 
-Resampled Resample(const std::string& name, double interval = 1.0, const std::string& column = "")
+Resampled Resample(const std::string& name, double interval = 1.0, const WaveReading& reading = {})
 {
     Resampled result;
     result.said += MessageOf([&] {
-        WaveFile file(WavePoints::Open(name, column), interval);
+        WaveFile file(WavePoints::Open(name, reading), interval);
         auto& wave = result.wave;
         wave.resize(static_cast<std::size_t>(file.Samples()) + 3);
         const std::size_t first = file.Read(std::span(wave).first(2));  // in pieces
@@ -59,26 +70,80 @@ TEST(WaveFile, ReadsWhatScopesWrite)
     for (const Case& c : {
              Case{"0,1\n1,2\n2,4\n", {1, 2, 4}},
              Case{"Time (s);Voltage (V)\n# comment\n0;1\r\n1;2\r\n", {1, 2}},
-             Case{"1\n2\n-3e-1\n", {1, 2, -0.3}},
              Case{"5 0 9 9\n5.5\t1 9 9\n7 4 9 9\n", {0, 2, 4}},  // uneven steps, further columns
              Case{"-1,+1\n0.5,2.5\n1.75,3.75\n", {1, 2, 3}},
              Case{"0,0\n2,4\n4,16\n6,36\n",
-                  {0, 1, 4, 9, 16, 25, 36}},  // a parabola but for its ends
+                  {0, 1, 4, 9, 16, 25, 36, 36}},  // a parabola but for its ends
              Case{named.c_str(), {1, 2}},
              Case{named.c_str(), {10, 20}, "3"},
              Case{named.c_str(), {1, 2}, "CH 1"},
              Case{named.c_str(), {10, 20}, "CH2"},
              Case{"t,CH1,CH2\ns,V,V\n0,1,10\n1,2,20\n", {10, 20}, "CH2"},
+             Case{"\xef\xbb\xbf"
+                  "0,1\n1,2\n2,4\n",
+                  {1, 2, 4}},
+             Case{"0,1\r1,2\r2,4", {1, 2, 4}},
+             Case{"Zeit;U\n0,0;1,5\n1,0;-2\n", {1.5, -2}},
+             Case{"0,0\t1,5\n1,0\t-2\n", {1.5, -2}},
+             Case{named.c_str(), {9, 18}, "CH2-CH 1"},
+             Case{named.c_str(), {-9, -18}, "2-3"},
+             Case{"t,CH-1,CH-2\n0,1,10\n1,2,20\n", {-9, -18}, "CH-1-CH-2"},
+             Case{"at 12:00,0,1\nat 12:01,1,2\n", {1, 2}},
+             Case{"Name,x,,0,1\nLength,1000,,1,2\n,,,2,4\n,,,3,8\n", {1, 2, 4, 8}},
          }) {
         SCOPED_TRACE(c.text);
         Save("wave.csv", c.text);
-        const auto wave = Resample("wave.csv", 1.0, c.column).wave;
+        const auto wave = Resample("wave.csv", 1.0, {c.column}).wave;
         ASSERT_EQ(wave.size(), c.expected.size());
         for (std::size_t i = 0; i < wave.size(); ++i) {
-            const bool bent = c.expected.size() == 7 && (i == 1 || i == 5);
+            const bool bent = c.expected.size() == 8 && (i == 1 || i == 5);
             EXPECT_NEAR(wave[i], c.expected[i], bent ? 1.0 : 1e-12) << i;
         }
     }
+}
+
+TEST(WaveFile, TakesStepsAndUnitsFromTheHeadingAndSaysSo)
+{
+    TemporaryFolder folder;
+    const std::string steps = "w.csv: steps of 2e-12 s by its heading's ";
+    const std::string none =
+        "w.csv: holds no times, nor a sample interval in a heading; give --wave-step";
+    // On a grid of 2 ps.
+    const auto check = [](const std::string& text, const WaveReading& reading,
+                          const std::vector<double>& expected, const std::string& says) {
+        SCOPED_TRACE(text);
+        Save("w.csv", text);
+        const auto [wave, said] = Resample("w.csv", 2e-12, reading);
+        EXPECT_EQ(said, says);
+        ASSERT_EQ(wave.size(), expected.size());
+        for (std::size_t i = 0; i < wave.size(); ++i) EXPECT_NEAR(wave[i], expected[i], 1e-9);
+    };
+    check("1\n2\n", {}, {}, none);
+    check("1\n2\n", {.step = 2e-12}, {1, 2}, "");
+    check("XINC,2e-12\nYMULT,1\n1\n2\n", {}, {1, 2}, steps + "XINC\n");
+    check("\"Sample Interval\";2,0;ps\n1,5\n2\n", {}, {1.5, 2}, steps + "Sample Interval\n");
+    check("# XIncrement: 2.0E-12\n1\n2\n", {}, {1, 2}, steps + "XIncrement\n");
+    check("Sampling Rate,5e11\nData\n1\n2\n", {}, {1, 2}, steps + "Sampling Rate\n");
+    check("X,CH1,Start,Increment\nSequence,Volt,-1e-9,2e-12\n0,1\n1,2\n2,4\n", {}, {1, 2, 4},
+          steps + "Increment\n");
+    check("Sample Interval,2e-12,0,1\n,,1,2\n,,2,4\n", {}, {1, 2, 4}, steps + "Sample Interval\n");
+    check("CH1 (V),CH2 (V)\ndelta (ps),2\n1,3\n2,1\n", {}, {1, 2}, steps + "delta (ps)\n");
+    check("Index,CH1\n0,1\n1,2\n", {}, {}, none);
+    check("Index,CH1\n0,1\n1,2\n", {.step = 2e-12}, {1, 2}, "");
+    // With times there is no need for a step.
+    check("Sample Interval,1e-9\n0,1\n2e-12,2\n", {}, {1, 2}, "");
+    check("Time (ps),CH1 (mV)\n0,1000\n2,2000\n", {}, {1, 2},
+          "w.csv: times in ps by its heading\nw.csv: voltages in mV by its heading\n");
+    check("t,a,b\nns,MV,uV\n0,1e-6,-1e6\n2e-3,2e-6,0\n", {"a-b"}, {2, 2},
+          "w.csv: times in ns by its heading\nw.csv: voltages in MV by its heading\n"
+          "w.csv: voltages taken off in uV by its heading\n");
+    check("Horizontal Units,us\nVertical Units,mV\n0,1e3\n2e-6,2e3\n", {}, {1, 2},
+          "w.csv: times in us by its heading\nw.csv: voltages in mV by its heading\n");
+    check("0,1\n2e-12,3\n4e-12,1\n6e-12,1\n", {.scale = -2, .offset = 1}, {-3, -7, -3, -3}, "");
+    check("0,1\n2e-12,3\n4e-12,1\n6e-12,1\n", {.findOffset = true}, {-1, 1, -1, -1},
+          "w.csv: offset of 2 V taken off\n");
+    check("0 s,1 V\n0,1\n2e-12,2\n", {}, {1, 2},
+          "w.csv: line 1 is passed over as it is no line of numbers: \"0 s,1 V\"\n");
 }
 
 TEST(WaveFile, ReadsNumpyArrays)
@@ -86,21 +151,35 @@ TEST(WaveFile, ReadsNumpyArrays)
     TemporaryFolder folder;
     const std::vector<double> pairs = {0, 1, 1, 2, 2, 4};
     const std::vector<float> singles = {1, 2, 4};
+    const std::vector<double> byColumns = {0, 1, 2, 1, 2, 4};
+    const std::string wide = "(2, 40), ", rows = "w.npy: its 2 rows of 40 are taken as columns\n";
+    std::vector<double> ramp;
+    for (const int row : {0, 1}) {
+        for (int n = 0; n < 40; ++n) ramp.push_back(row == 0 ? n : n < 3 ? 1 << n : 0);
+    }
+    const std::string expected =
+        "; expected an array of N voltages, or N x 2 of times and voltages, of integers or "
+        "floating-point numbers";
     const std::pair<std::string, std::string> files[] = {
         {Npy("<f8", "(3, 2), ", pairs), ""},
         {Npy("<f8", "(  3, 2)", pairs), ""},
         {Npy("<f4", "(3,), ", singles), ""},
         {Npy("<f4", "(3, 1), ", singles), ""},
+        {Npy("<f8", "(3, 2), ", byColumns, "True"), ""},
+        {Npy("<f8", wide, ramp), rows},
+        {Npy(">f8", "(3, 2), ", Swapped(pairs)), ""},
+        {Npy(">f4", "(3,), ", Swapped(singles)), ""},
+        {Npy(">i2", "(3,), ", Swapped(std::vector<std::int16_t>{1, 2, 4})), ""},
+        {Npy("<f2", "(3,), ", std::vector<std::uint16_t>{0x3c00, 0x4000, 0x4400}), ""},
+        {Npy("<f16", "(3,), ", std::vector<long double>{1, 2, 4}), ""},
+        {Npy("|i1", "(3,), ", std::vector<std::int8_t>{1, 2, 4}), ""},
+        {Npy("|u1", "(3,), ", std::vector<std::uint8_t>{1, 2, 4}), ""},
+        {Npy("<i4", "(3,), ", std::vector<std::int32_t>{1, 2, 4}), ""},
+        {Npy("<u8", "(3,), ", std::vector<std::uint64_t>{1, 2, 4}), ""},
         {"PK", "w.npy: is no .npy file"},
         {Npy("<f8", "(4, 2), ", pairs), "w.npy: is cut off: expected 136 bytes, found 120"},
-        {Npy(">f8", "(3, 2), ", pairs),
-         "w.npy: holds numbers of the type '>f8'; expected an array of N voltages, or N x "
-         "2 of times and voltages, in float32 or float64, little endian"},
-        {Npy("<f8", "(3, 2), ", pairs, "True"),
-         "w.npy: is in Fortran order; save it with numpy.ascontiguousarray"},
-        {Npy("<f8", "(3, 1, 2), ", pairs),
-         "w.npy: is not of one or two dimensions; expected an array of N voltages, or N x "
-         "2 of times and voltages, in float32 or float64"},
+        {Npy("<c8", "(3, 2), ", pairs), "w.npy: holds numbers of the type '<c8'" + expected},
+        {Npy("<f8", "(3, 1, 2), ", pairs), "w.npy: is not of one or two dimensions" + expected},
         {Npy("<f4", "(2,), ", std::vector<float>{1, NAN}),
          "w.npy: row 2: expected finite numbers, found 0 and nan"},
         {std::string("\x93NUMPY\x01\0\x80", 9), "w.npy: is cut off in its header"},
@@ -108,9 +187,11 @@ TEST(WaveFile, ReadsNumpyArrays)
     for (const auto& [file, message] : files) {
         SCOPED_TRACE(file);
         Save("w.npy", file);
-        const auto [wave, said] = Resample("w.npy");
+        const bool hasTime = file.find("2)") != file.npos || file.find("40)") != file.npos;
+        auto [wave, said] = Resample("w.npy", 1, {.step = hasTime ? std::optional<double>() : 1.0});
         EXPECT_EQ(said, message);
-        if (message.empty()) {
+        if (message.empty() || message == rows) {
+            wave.resize(3);
             EXPECT_EQ(wave, (std::vector<double>{1, 2, 4}));
         }
     }
@@ -131,7 +212,7 @@ TEST(WaveFile, NamesTheLineThatIsWrong)
                  "0,1\n1,2\n2,",
                  "w.csv:3: expected a time and a voltage, found \"2,\"; the file ends there: if it "
                  "was cut off, take the line out"},
-             Case{"0\n1\nnan\n", "w.csv:3: expected one voltage, found \"nan\""},
+             Case{"dt,1\n0\n1\nnan\n", "w.csv:4: expected one voltage, found \"nan\""},
              Case{"0,1,2\n1,2\n",
                   "w.csv:2: expected a time and a voltage in column 3, found \"1,2\"", "3"},
              Case{"0,1\n1,2\n0.5,3\n", "w.csv:3: the times must rise, but 0.5 follows 1"},
@@ -150,7 +231,7 @@ TEST(WaveFile, NamesTheLineThatIsWrong)
                   "a"},
          }) {
         Save("w.csv", c.text);
-        EXPECT_EQ(Resample("w.csv", 1.0, c.column).said, c.expected);
+        EXPECT_EQ(Resample("w.csv", 1.0, {c.column}).said, c.expected);
     }
     EXPECT_EQ(Resample("none.csv").said, "none.csv: no such file");
 }
@@ -210,20 +291,20 @@ TEST(BitRateEstimate, FindsTheRateOfWhatWasSent)
         std::vector<double> wave(static_cast<std::size_t>(30000 * c.perBit));
         noisy.Read(wave);
         Save("w.npy", Npy("<f8", "(" + std::to_string(wave.size()) + ",)", wave));
-        const auto points = WavePoints::Open("w.npy", "");
-        const auto found = EstimateBitRate(*points, step);
+        const auto points = WavePoints::Open("w.npy", {.step = step});
+        const auto found = EstimateBitRate(*points);
         EXPECT_NEAR((found.bitRate / kRate - 1) * 1e6, c.offset, c.expected);
         EXPECT_NEAR((found.bitRate / kRate - 1) * 1e6, c.offset, 4 * found.uncertainty);
         EXPECT_LT(found.uncertainty, c.expected);
         EXPECT_NEAR(found.jitter, c.jitter, 0.02);
-        EXPECT_THROW(EstimateBitRate(*points, {}), Error);  // it has no times of its own
+        EXPECT_THROW(EstimateBitRate(*WavePoints::Open("w.npy", {})), Error);  // it has no times
     }
     std::string noise, flat = "0,1\n1,1\n";
     Random random(1);
     for (int n = 0; n < 5000; ++n) noise += std::to_string(random.Normal()) + "\n";
     for (const std::string& text : {noise, flat}) {
         Save("w.csv", text);
-        EXPECT_THROW(EstimateBitRate(*WavePoints::Open("w.csv", ""), 1.0), Error);
+        EXPECT_THROW(EstimateBitRate(*WavePoints::Open("w.csv", {.step = 1.0})), Error);
     }
 }
 
