@@ -5,22 +5,21 @@
 namespace ibis {
 namespace {
 
+// A reference that is not known makes each of them unknown.
+
 PiecewiseLinear AboveReference(const Curve& table, Corner corner, double reference)
 {
-    return std::isnan(reference) ? PiecewiseLinear()
-                                 : PiecewiseLinear::FromColumn(table, corner).Shifted(reference);
+    return PiecewiseLinear::FromColumn(table, corner).Shifted(reference);
 }
 
 PiecewiseLinear BelowReference(const Curve& table, Corner corner, double reference)
 {
-    return std::isnan(reference) ? PiecewiseLinear()
-                                 : PiecewiseLinear::FromColumn(table, corner).Mirrored(reference);
+    return PiecewiseLinear::FromColumn(table, corner).Mirrored(reference);
 }
 
 PiecewiseLinear Resistor(const Triple& ohms, Corner corner, double reference)
 {
-    return std::isnan(reference) ? PiecewiseLinear()
-                                 : PiecewiseLinear::Line(1 / ohms.at.Or(corner), reference);
+    return PiecewiseLinear::Line(1 / ohms.at.Or(corner), reference);
 }
 
 PiecewiseLinear OffCurrent(const Model& model, Corner corner)

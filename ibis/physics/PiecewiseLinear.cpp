@@ -16,7 +16,7 @@ std::vector<Point> NumbersOf(const Curve& table, Corner corner)
     std::vector<Point> points;
     points.reserve(table.rows.size());
     for (const Curve::Row& row : table.rows) {
-        if (row.y.Has(corner)) {
+        if (std::isfinite(row.x) && std::isfinite(row.y[corner])) {
             points.push_back({row.x, row.y[corner]});
         }
     }
@@ -49,6 +49,9 @@ PiecewiseLinear PiecewiseLinear::FromColumn(const Curve& table, Corner corner)
 PiecewiseLinear PiecewiseLinear::Line(double slope, double x)
 {
     PiecewiseLinear made;
+    if (!std::isfinite(slope) || !std::isfinite(x)) {
+        return made;
+    }
     made.points_ = {{x, 0.0}};
     made.before_ = made.after_ = slope;
     return made;
@@ -89,6 +92,9 @@ double PiecewiseLinear::operator()(double x) const
 
 PiecewiseLinear PiecewiseLinear::Shifted(double by) const
 {
+    if (!std::isfinite(by)) {
+        return {};
+    }
     PiecewiseLinear made = *this;
     for (Point& point : made.points_) {
         point.x += by;
@@ -98,6 +104,9 @@ PiecewiseLinear PiecewiseLinear::Shifted(double by) const
 
 PiecewiseLinear PiecewiseLinear::Mirrored(double about) const
 {
+    if (!std::isfinite(about)) {
+        return {};
+    }
     PiecewiseLinear made = *this;
     std::reverse(made.points_.begin(), made.points_.end());
     for (Point& point : made.points_) {

@@ -35,7 +35,7 @@ public:
     /// Unknown where the first column is not strictly in order or typ has fewer than two numbers.
     static PiecewiseLinear FromColumn(const Curve& table, Corner corner);
 
-    /// Through (x, 0) with this slope.
+    /// Through (x, 0) with this slope; unknown unless both are finite.
     static PiecewiseLinear Line(double slope, double x);
 
     explicit operator bool() const { return !points_.empty(); }
@@ -44,7 +44,7 @@ public:
     /// y at x; NaN where the function is unknown.
     double operator()(double x) const;
 
-    /// The same over x + by.
+    /// The same over x + by; unknown unless that is finite, and so below.
     PiecewiseLinear Shifted(double by) const;
     /// The same over about - x.
     PiecewiseLinear Mirrored(double about) const;
@@ -64,7 +64,7 @@ private:
     /// The points from low to high, with these two.
     std::vector<Point> Between(double low, double high) const;
 
-    std::vector<Point> points_;      ///< ascending
+    std::vector<Point> points_;      ///< ascending, finite
     double before_ = 0, after_ = 0;  ///< slopes beyond the ends
 };
 

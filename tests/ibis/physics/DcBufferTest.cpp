@@ -17,8 +17,8 @@ class Given
 public:
     Given(const std::string& type, const std::string& tables)
         : findings_("buffer.ibs"),
-          file_(ParseIbisText("[IBIS Ver] 7.0\n[Model] BUF\nModel_type " + type +
-                                  "\n[Voltage Range] 3.3 3.0 3.6\n" + tables + "[End]\n",
+          file_(ParseIbisText("[IBIS Ver] 7.0\n[Model] BUF\nModel_type " + type + "\n" + tables +
+                                  "[Voltage Range] 3.3 3.0 3.6\n[End]\n",
                               "buffer.ibs", findings_))
     {
     }
@@ -117,6 +117,11 @@ TEST(DcBuffer, KnowsNothingThatItsTablesDoNotTell)
     EXPECT_FALSE(Given("Open_drain", pulldown).In(Corner::Typ).Current(Low));
     EXPECT_FALSE(Given("I/O", kClamps).In(Corner::Typ).Current(High));
     EXPECT_TRUE(Given("I/O", kClamps).In(Corner::Typ).Current(Off));
+    const DcBuffer driver = Given("I/O", kDrivers).In(Corner::Typ);
+    EXPECT_TRUE(std::isnan(driver.PadVolts(Low, {50, NAN})));
+    EXPECT_TRUE(std::isnan(driver.PadVolts(Low, {0, 1})));
+    EXPECT_FALSE(
+        Given("Input", "[Voltage Range] NA 3 3.6\n" + kClamps).In(Corner::Typ).Current(Off));
     // Three solutions where the current falls more steeply than the load's rises.
     const DcBuffer latch =
         Given("Input", "[GND Clamp]\n0 0 NA NA\n1 50m NA NA\n2 -50m NA NA\n3 100m NA NA\n")
