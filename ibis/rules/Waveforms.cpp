@@ -60,7 +60,12 @@ double ModelWaveform::Unsettled(Corner corner) const
     const auto late =
         std::lower_bound(Rows().begin(), Rows().end(), from,
                          [](const Curve::Row& row, double time) { return row.x < time; });
-    const double moved = std::abs(Last(corner) - late->y[corner]);
+    double then = late->y[corner];
+    if (late != Rows().begin()) {
+        const Curve::Row& before = *(late - 1);
+        then += (before.y[corner] - then) * (late->x - from) / (late->x - before.x);
+    }
+    const double moved = std::abs(Last(corner) - then);
     return Swing(corner) > 0 && moved > 0 ? moved / Swing(corner) : 0.0;
 }
 
