@@ -9,6 +9,7 @@
 #include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Lines.hpp"
+#include "ibis/reader/NewerWord.hpp"
 #include "ibis/reader/NumberCheck.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 #include "ibis/reader/WrongFile.hpp"
@@ -211,13 +212,7 @@ void Reader::Unknown(std::string_view name, const std::string& normalised)
 void Reader::NoteVersion(const Versions& versions, const Rule& rule, Place place,
                          std::string_view what)
 {
-    if (version_ != 0 && version_ < versions.first) {
-        findings_.Count(
-            rule, what, place,
-            fmt::format("{} came with version {}, the file is of {}", what,
-                        VersionName(versions.first), VersionName(version_)),
-            fmt::format("raise [IBIS Ver] to {}, or remove it", VersionName(versions.first)));
-    }
+    ReportIfNewer(versions, version_, rule, place, what, findings_);
 }
 
 /// Finds the innermost open section that the keyword may stand in, closes what is open within it,

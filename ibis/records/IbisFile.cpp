@@ -27,6 +27,9 @@ void ReadOutermost(const Section& section, IbisFile& file)
         case Key::Model:
             file.modelsByName.try_emplace(section.argument, file.models.size());
             file.models.push_back(ReadModel(section));
+            for (const ScheduledDriver& driver : file.models.back().schedule) {
+                file.scheduled.insert(driver.model.Text());
+            }
             break;
         case Key::Submodel:
             file.submodelsByName.try_emplace(section.argument, file.submodels.size());

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "ibis/findings/Findings.hpp"
@@ -48,6 +49,7 @@ struct IbisFile
 
     std::unordered_map<std::string_view, std::size_t> modelsByName, selectorsByName,
         submodelsByName;
+    std::unordered_set<std::string_view> scheduled;  ///< models that a [Driver Schedule] names
 };
 
 /// Reads a file of any of these kinds. Only a file that cannot be read throws: FileError.

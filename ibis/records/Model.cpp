@@ -109,6 +109,18 @@ void ReadSettings(const Section& section, Model& model)
     model.cCompGndClamp = section.CornersOf("C_comp_gnd_clamp");
 }
 
+std::vector<ScheduledDriver> ReadSchedule(const Section* section)
+{
+    std::vector<ScheduledDriver> schedule;
+    for (size_t i = 0; section && i < section->rows.size(); ++i) {
+        const auto row = section->rows[i];
+        ScheduledDriver driver{row[0], {}};
+        std::copy_n(row.begin() + 1, std::min<size_t>(row.size() - 1, 4), driver.delays);
+        schedule.push_back(driver);
+    }
+    return schedule;
+}
+
 void ReadChildren(const Section& section, Model& model)
 {
     model.temperature = CornersUnder(section, Key::TemperatureRange);
@@ -139,6 +151,7 @@ void ReadChildren(const Section& section, Model& model)
             model.waveforms.push_back(ReadWaveform(child));
         }
     }
+    model.schedule = ReadSchedule(section.Child(Key::DriverSchedule));
     model.external = section.Child(Key::ExternalModel);
     model.algorithmic = section.Child(Key::AlgorithmicModel);
 }

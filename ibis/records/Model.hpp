@@ -98,6 +98,14 @@ struct Waveform
     }
 };
 
+/// A row of [Driver Schedule]: another model and when its driver goes on and off after the edges of
+/// the stimulus.
+struct ScheduledDriver
+{
+    Word model;
+    Word delays[4];  ///< Rise_on_dly, Rise_off_dly, Fall_on_dly, Fall_off_dly as written
+};
+
 /// A [Model] with its numbers and tables. The rest is in its section.
 struct Model
 {
@@ -116,7 +124,8 @@ struct Model
     const Curve *pulldown = nullptr, *pullup = nullptr, *gndClamp = nullptr, *powerClamp = nullptr;
     const Curve *issoPd = nullptr, *issoPu = nullptr;
     std::optional<Ramp> ramp;
-    std::vector<Waveform> waveforms;       ///< in file order
+    std::vector<Waveform> waveforms;  ///< in file order
+    std::vector<ScheduledDriver> schedule;
     const Section* external = nullptr;     ///< its [External Model]
     const Section* algorithmic = nullptr;  ///< its [Algorithmic Model]
 

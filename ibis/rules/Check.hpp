@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "ibis/findings/Findings.hpp"
+#include "ibis/reader/NewerWord.hpp"
+#include "ibis/reader/SyntaxRules.hpp"
 #include "ibis/records/IbisFile.hpp"
 
 namespace ibis {
@@ -40,6 +42,12 @@ public:
                std::string remedy = {})
     {
         findings_.Count(rule_, severity, key, place, std::move(text), std::move(remedy));
+    }
+
+    /// A word that came with a later version than the file states breaks a rule of its own.
+    void SayIfNewer(const Versions& versions, Place place, std::string_view what)
+    {
+        ReportIfNewer(versions, file.GetVersion(), syntax::kWordVersion, place, what, findings_);
     }
 
     /// Another rule has spoken about this file: what may only follow from it is better left unsaid.

@@ -12,6 +12,7 @@ constexpr const RuleSet& (*kSets[])() = {
     ReferenceRules,
     SelectorRules,
     ModelRules,
+    ModelValueRules,
     ModelTypeRules,
     CurveRules,
     IvTableRules,

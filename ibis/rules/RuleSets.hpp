@@ -11,7 +11,8 @@ const RuleSet& ComponentRules();      ///< 200-249: components with their pins a
 const RuleSet& PinTableRules();       ///< 220-239: the tables that refer to pins
 const RuleSet& ReferenceRules();      ///< 240-243: what a component refers to by name
 const RuleSet& SelectorRules();       ///< 300-302: model selectors
-const RuleSet& ModelRules();          ///< 303-328: what stands in a model besides its tables
+const RuleSet& ModelRules();  ///< 303-312, 328: names, types, thresholds, timing loads of models
+const RuleSet& ModelValueRules();     ///< 313-327: capacitances, supplies, temperatures of models
 const RuleSet& ModelTypeRules();      ///< 350-361: what each model type needs and forbids
 const RuleSet& CurveRules();          ///< 400-422: I-V tables, whatever they are of
 const RuleSet& IvTableRules();        ///< 408-420: each of the four tables of a buffer
