@@ -7,10 +7,10 @@ namespace ibis {
 
 const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what else stands before the
                                ///< first component
-const RuleSet& ComponentRules();      ///< 200-249: components with their pins and packages
-const RuleSet& PinTableRules();       ///< 220-239: the tables that refer to pins
-const RuleSet& ReferenceRules();      ///< 240-243: what a component refers to by name
-const RuleSet& SelectorRules();       ///< 300-302: model selectors
+const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
+const RuleSet& PinTableRules();   ///< 220-239: the tables that refer to pins
+const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by name
+const RuleSet& SelectorRules();   ///< 300-302: model selectors
 const RuleSet& ModelRules();  ///< 303-312, 328: names, types, thresholds, timing loads of models
 const RuleSet& ModelValueRules();     ///< 313-327: capacitances, supplies, temperatures of models
 const RuleSet& ModelTypeRules();      ///< 350-361: what each model type needs and forbids
@@ -20,12 +20,14 @@ const RuleSet& BufferRules();         ///< 406-421: a buffer's tables together
 const RuleSet& RampRules();           ///< 450-457: [Ramp]
 const RuleSet& WaveformRules();       ///< 500-525: V-t tables
 const RuleSet& WaveformShapeRules();  ///< 508-516: what the waveforms show
-const RuleSet& SpecRules();  ///< 600-640: [Model Spec], [Receiver Thresholds], submodels, schedules
-const RuleSet& ExternalRules();      ///< 650-670: [External Model], [External Circuit], test data
-const RuleSet& PackageModelRules();  ///< 700-710: package models with their pins
+const RuleSet& SpecRules();           ///< 600-612: [Model Spec], [Receiver Thresholds]
+const RuleSet& SubmodelRules();       ///< 620-640: submodels, schedules, series currents
+const RuleSet& ExternalRules();       ///< 650-655: [External Model], [External Circuit]
+const RuleSet& TestDataRules();       ///< 660-670: [Test Data], [Test Load], emissions
+const RuleSet& PackageModelRules();   ///< 700-710: package models with their pins
 const RuleSet& PackageMatrixRules();  ///< 704-711: their matrices
-const RuleSet& BoardRules();         ///< 740-745: board descriptions
-const RuleSet& InterconnectRules();  ///< 750-761: interconnect model sets and module descriptions
-const RuleSet& AlgorithmicRules();   ///< 800-809: [Algorithmic Model]
+const RuleSet& BoardRules();          ///< 740-745: board descriptions
+const RuleSet& InterconnectRules();   ///< 750-761: interconnect model sets and module descriptions
+const RuleSet& AlgorithmicRules();    ///< 800-809: [Algorithmic Model]
 
 }  // namespace ibis

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "ibis/records/Model.hpp"
+#include "tests/ibis/rules/RichFile.hpp"
 
 namespace ibis {
 namespace {
@@ -197,7 +198,8 @@ std::string GoodModel(std::string_view typeName)
         text += type.ecl ? "Vinl = 1.8V\nVinh = 2.2V\n" : "Vinl = 0.8V\nVinh = 2.0V\n";
     }
     if (type.drives && !type.differential) {
-        text += "Vmeas = 1.5V\nCref = 15pF\nRref = 50\nVref = 0\n";
+        text += fmt::format("Vmeas = 1.5V\nCref = 15pF\nRref = 50\nVref = {}\n",
+                            type.pullsUp ? "0" : "3.3V");
     }
     text += "C_comp 5.0pF 4.0pF 6.0pF\n";
     text += "[Temperature Range] 50 100 0\n[Voltage Range] 3.3V 3.0V 3.6V\n";
@@ -216,10 +218,25 @@ std::string GoodFile(std::string_view kind)
         std::string text = GoodFile("I/O");
         return text.insert(text.find("[Pin]"), "[Package Model] MATRICES\n");
     }
-    std::string text = header + kComponent + GoodModel(kind);
+    if (kind == "rich") {
+        std::string stage =
+            GoodModel("Open_sink") + DriverTables(TraitsOf(ModelTypeOf("Open_sink")));
+        return RichFile(GoodFile("I/O"), stage.replace(stage.find("BUF"), 3, "STAGE"));
+    }
+    if (kind == "Series" || kind == "Series_switch") {
+        return header + kComponent + GoodSeriesPins(kind) + GoodModel("Input") + kClamps +
+               GoodSeriesModel(kind) + "[End]\n";
+    }
+    std::string text = header + kComponent;
     const TypeTraits& type = TraitsOf(ModelTypeOf(kind));
-    text += kClamps;
-    text += DriverTables(type);
+    if (type.differential) {
+        return text + "4 INVERTED BUF\n[Diff Pin] inv_pin vdiff tdelay_typ\n1 4 0.2V 0ns\n" +
+               GoodModel(kind) + GoodExternalModel(kind) + "[End]\n";
+    }
+    text += GoodModel(kind) + kClamps + DriverTables(type);
+    if (kind == "Terminator") {
+        text += "[Rgnd] 100 90 110\n[Rac] 50 45 55\n[Cac] 10p 9p 11p\n";
+    }
     return text + "[End]\n";
 }
 
@@ -228,16 +245,26 @@ std::vector<std::pair<std::string, std::string>> GoodCompanions(std::string_view
     if (kind == "packaged") {
         return {{"good.pkg", GoodFile("pkg")}};
     }
+    if (kind == "rich" || kind.ends_with("_diff")) {
+        return {{"buffer.sp", GoodCircuits()}};
+    }
     return {};
 }
 
 const std::vector<std::string_view>& GoodKinds()
 {
-    static const std::vector<std::string_view> kinds{
-        "Input",         "Output",          "I/O",         "3-state",
-        "Open_drain",    "Open_sink",       "Open_source", "I/O_open_drain",
-        "I/O_open_sink", "I/O_open_source", "Input_ECL",   "Output_ECL",
-        "I/O_ECL",       "3-state_ECL",     "pkg",         "packaged"};
+    static const std::vector<std::string_view> kinds{"Input",         "Output",
+                                                     "I/O",           "3-state",
+                                                     "Open_drain",    "Open_sink",
+                                                     "Open_source",   "I/O_open_drain",
+                                                     "I/O_open_sink", "I/O_open_source",
+                                                     "Input_ECL",     "Output_ECL",
+                                                     "I/O_ECL",       "3-state_ECL",
+                                                     "Terminator",    "Series",
+                                                     "Series_switch", "Input_diff",
+                                                     "Output_diff",   "I/O_diff",
+                                                     "3-state_diff",  "rich",
+                                                     "pkg",           "packaged"};
     return kinds;
 }
 

@@ -1,0 +1,157 @@
+#include <algorithm>
+
+#include "ibis/NearestName.hpp"
+#include "ibis/TextFile.hpp"
+#include "ibis/reader/Grammar.hpp"
+#include "ibis/reader/Number.hpp"
+#include "ibis/rules/RuleSets.hpp"
+
+/// [Test Data], [Test Load] and what a file says about emissions.
+namespace ibis {
+namespace {
+
+using enum Severity;
+
+std::string NameOf(const Section& section)
+{
+    return fmt::format("[{}] '{}'", section.keyword->name, section.argument);
+}
+
+void CheckType(const Section& section, const char* name, Report& report)
+{
+    const Word type = section.WordOf(name);
+    const std::string lower = Lowercase(type.Text());
+    if (lower != "single_ended" && lower != "differential") {
+        report.Say(type ? type.Place() : section.place,
+                   type ? fmt::format("{} of {} is '{}'", name, NameOf(section), type.Text())
+                        : fmt::format("{} has no {}", NameOf(section), name),
+                   "write Single_ended or Differential");
+    }
+}
+
+void CheckModel(const Section& section, const char* name, Report& report)
+{
+    const Word model = section.WordOf(name);
+    if (!model || report.file.FindModel(model.Text()) || report.file.FindSelector(model.Text())) {
+        return;
+    }
+    std::vector<std::string> known;
+    for (const Model& one : report.file.models) {
+        known.emplace_back(one.name);
+    }
+    const std::string nearest = NearestName(model.Text(), known);
+    report.Say(
+        model.Place(),
+        fmt::format("{} of {} is '{}', which is no [Model]", name, NameOf(section), model.Text()),
+        nearest.empty() ? "name a model of this file" : fmt::format("did you mean {}?", nearest));
+}
+
+void TestDataFit(const Section& data, Report& report)
+{
+    CheckType(data, "Test_data_type", report);
+    CheckModel(data, "Driver_model", report);
+    CheckModel(data, "Driver_model_inv", report);
+    const Word load = data.WordOf("Test_load");
+    const auto& loads = report.file.testLoads;
+    const bool known = std::any_of(loads.begin(), loads.end(), [&](const Section* one) {
+        return one->argument == load.Text();
+    });
+    for (const char* name : {"Driver_model", "Test_load"}) {
+        if (!data.Find(name)) {
+            report.Say(data.place, fmt::format("{} has no {}", NameOf(data), name), "name it");
+        }
+    }
+    if (load && !known) {
+        report.Say(load.Place(),
+                   fmt::format("Test_load of {} is '{}', which is no [Test Load]", NameOf(data),
+                               load.Text()),
+                   "define it");
+    }
+    if (data.children.empty()) {
+        report.Say(data.place, NameOf(data) + " has no waveform",
+                   "add [Rising Waveform Near] or another");
+    }
+}
+
+void TestLoadFits(const Section& load, Report& report)
+{
+    CheckType(load, "Test_load_type", report);
+    CheckModel(load, "Receiver_model", report);
+    CheckModel(load, "Receiver_model_inv", report);
+    if ((load.Find("Td") != nullptr) != (load.Find("Zo") != nullptr)) {
+        report.Say(load.place,
+                   fmt::format("{} has {}", NameOf(load),
+                               load.Find("Td") ? "Td without Zo" : "Zo without Td"),
+                   "state both: they are one line");
+    }
+    for (const Setting& setting : load.settings) {
+        if (setting.known->numeric && ValueOf(setting.First().Text()) < 0) {
+            report.Say(setting.Place(),
+                       fmt::format("{} of {} is {}", setting.known->name, NameOf(load),
+                                   setting.First().Text()),
+                       "write a value that is not negative");
+        }
+    }
+}
+
+void EmissionPinsExist(const Component& component, Report& report)
+{
+    const Section* const emission = component.section->Child(Key::BeginEmiComponent);
+    const Section* const pins = emission ? emission->Child(Key::PinEmi) : nullptr;
+    for (size_t i = 0; pins && i < pins->rows.size(); ++i) {
+        const Word& pin = pins->rows[i][0];
+        if (!component.FindPin(pin.Text())) {
+            report.Count(std::to_string(pins->place.line), pin.Place(),
+                         fmt::format("[Pin EMI] of '{}' names the pin {}, which is not in [Pin]",
+                                     component.name, pin.Text()),
+                         "name a pin of the component");
+        }
+    }
+}
+
+const Check<Section> kDataChecks[] = {
+    {{660, Error, Since(40),
+      "[Test Data] has a type, a driver and a load that there are, and a waveform",
+      "It is what a simulator's result is compared with.", "Test_load L1 without [Test Load] L1"},
+     TestDataFit},
+};
+const Check<Section> kLoadChecks[] = {
+    {{661, Error, Since(40),
+      "[Test Load] has a type, values that are not negative, and Td together with Zo",
+      "It is the network that [Test Data] were taken with.", "Td = 1ns without Zo"},
+     TestLoadFits},
+};
+const Check<Component> kComponentChecks[] = {
+    {{670, Warning, Since(50),
+      "[Begin EMI Component] and [Begin EMI Model] are closed and name pins that there are",
+      "Otherwise what follows is taken for a part of them.",
+      "[Begin EMI Component] without its end"},
+     EmissionPinsExist},
+};
+
+}  // namespace
+
+const RuleSet& TestDataRules()
+{
+    static const RuleSet set = [] {
+        RuleSet made;
+        AppendRules(kDataChecks, made.rules);
+        AppendRules(kLoadChecks, made.rules);
+        AppendRules(kComponentChecks, made.rules);
+        made.run = [](const IbisFile& file, Findings& findings) {
+            for (const Section* data : file.testData) {
+                TryAll(kDataChecks, *data, file, findings);
+            }
+            for (const Section* load : file.testLoads) {
+                TryAll(kLoadChecks, *load, file, findings);
+            }
+            for (const Component& component : file.components) {
+                TryAll(kComponentChecks, component, file, findings);
+            }
+        };
+        return made;
+    }();
+    return set;
+}
+
+}  // namespace ibis
