@@ -54,6 +54,12 @@ public:
             Drive();
         } catch (const ModelFailure& failure) {
             result_.failure = {failure.Code(), failure.phase, failure.reason, failure.printed};
+            if (failure.Code() == ExitCode::kModelRefused && result_.box.kind == BoxKind::kFull &&
+                failure.phase == "AMI_Init") {
+                result_.notes.push_back(
+                    "a model that needs a licence server, a display or files elsewhere runs with "
+                    "--box plain");
+            }
         }
         if (!result_.failure && stop_) {
             result_.failure = {ExitCode::kInterrupted, "the run", "was interrupted", ""};
@@ -125,12 +131,14 @@ private:
         settings.folder = options_.out;
         settings.logFile = options_.out / "model.log";
         settings.callLimit = options_.callLimit;
+        settings.box = options_.Box();
         settings.interrupted = [this] { return stop_.load(); };
         if (options_.timeLimit) {
             settings.deadline = begin_ + std::chrono::duration_cast<Clock::duration>(
                                              std::chrono::duration<double>(*options_.timeLimit));
         }
         ModelProcess process(start, settings);
+        result_.box = process.Box();
         const auto init = process.Init();
         result_.modelMessage = init.message;
         result_.parametersOut = init.parametersOut;

@@ -85,6 +85,26 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
         ->type_name("S")
         ->group(time);
 
+    const std::string box = "Box (docs/security.md)";
+    run->add_option("--box", o.box,
+                    "What the model is kept from: off; plain: other processes' resources; full: "
+                    "also files elsewhere, network, display, all other processes [as much of full "
+                    "as this system grants]")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, BoxKind>{{"off", BoxKind::kOff},
+                                                                   {"plain", BoxKind::kPlain},
+                                                                   {"full", BoxKind::kFull}})
+                .description(""))
+        ->type_name("KIND")
+        ->group(box);
+    run->add_option("--limit", o.limits,
+                    "Most that the model may use: memory=GB, file=GB, processes=N, with none for "
+                    "no limit [this machine's memory, 16, 4096]; may be repeated")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME=VALUE")
+        ->group(box);
+
     AddSignalOptions(*run, o.signal);
 
     using Kind = WaveWriter::Kind;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/model/Box.hpp"
 #include "host/output/WaveWriter.hpp"
 #include "host/signal/SignalOptions.hpp"
 
@@ -27,8 +28,14 @@ struct RunOptions
     std::optional<double> timeLimit;  // s, whole run
     double callLimit = 60;            // s, one call of the model
 
+    std::optional<BoxKind> box;       // absent: as much of the full one as the system grants
+    std::vector<std::string> limits;  // "memory=GB", "file=GB", "processes=N", or "=none"
+
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;
+
+    /// What a model is to run in. @throws Error (kUsage) for a limit that is none
+    BoxRequest Box() const;
 };
 
 }  // namespace amisim

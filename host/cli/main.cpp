@@ -10,6 +10,7 @@
 #include "host/cli/RunCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
 #include "host/cli/Terminal.hpp"
+#include "host/model/Keeper.hpp"
 #include "host/model/ModelWorker.hpp"
 
 using namespace amisim;
@@ -47,6 +48,12 @@ ExitCode Answer(const CLI::App& app, const CLI::ParseError& error)
 
 int main(int argc, char** argv)
 {
+    // A process in a box comes back from here as what the rest of the command line makes it.
+    if (argc == 4 && std::strcmp(argv[1], "_boxed") == 0) {
+        EnterBox(std::strcmp(argv[2], "namespaces") == 0);
+        argv[1] = argv[3];
+        argc = 2;
+    }
     // The model's process: this program once more, its socket and memory under fixed descriptors.
     if (argc == 2 && std::strcmp(argv[1], "_model-worker") == 0) return RunModelWorker(3, 4);
 

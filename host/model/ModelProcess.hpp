@@ -21,7 +21,8 @@ class ModelProcess
 public:
     using Settings = WorkerProcess::Settings;
 
-    /// Starts the worker. @throws std::system_error when the system refuses a process or memory
+    /// Starts the worker. @throws std::system_error when the system refuses a process or memory,
+    /// Error (kUsage) when it refuses a box that is insisted on
     ModelProcess(const ModelStart& start, Settings settings);
     ModelProcess(const ModelProcess&) = delete;
     ModelProcess& operator=(const ModelProcess&) = delete;
@@ -38,7 +39,7 @@ public:
     bool Busy() const { return submitted_ > returned_; }
 
     /// Where the next block to be submitted is to be written.
-    std::span<double> NextInput() const { return blocks_.Input(submitted_ % blocks_.Slots()); }
+    std::span<double> NextInput() { return inputs_[submitted_ % Slots()]; }
     void Submit(std::size_t samples);
 
     struct Block
@@ -46,7 +47,7 @@ public:
         std::span<const double> input, output;
         SharedBlocks::ClockList clocks;
     };
-    /// Waits for the oldest block under way. The spans are valid until its slot is submitted again.
+    /// Waits for the oldest block under way. The spans are valid until the next call.
     ///  @throws ModelFailure, also when AMI_GetWave returned 0
     Block Wait();
 
@@ -56,6 +57,8 @@ public:
     /// Seconds spent inside AMI_GetWave so far.
     double ModelSeconds() const { return modelSeconds_; }
 
+    const BoxState& Box() const { return worker_.Box(); }
+
 private:
     struct Answer
     {
@@ -63,13 +66,15 @@ private:
         std::string message, parameters;
     };
     void Send(const Request& request);
-    Answer Receive(const std::string& phase);
+    Answer Receive(const std::string& phase, Call call, std::size_t slot = 0);
     std::string GetWavePhase() const;
 
     SharedBlocks blocks_;
     WorkerProcess worker_;
     std::uint64_t submitted_ = 0, returned_ = 0;
+    std::vector<std::vector<double>> inputs_;  // of each slot, as they were before the model's turn
     std::vector<std::size_t> sizes_;
+    std::vector<double> output_;
     double modelSeconds_ = 0;
 };
 

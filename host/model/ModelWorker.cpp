@@ -100,11 +100,9 @@ const SharedBlocks* g_blocks = nullptr;
 
 void NoteFault(const void* address, bool nearStack)
 {
-    if (g_blocks->IsForbidden(address)) {
-        g_blocks->Note(SharedBlocks::Fault::kClockList);
-    } else if (nearStack) {
-        g_blocks->Note(SharedBlocks::Fault::kStack);
-    }
+    const SharedBlocks::Fault fault = g_blocks->FaultAt(address);
+    g_blocks->Note(fault == SharedBlocks::Fault::kNone && nearStack ? SharedBlocks::Fault::kStack
+                                                                    : fault);
 }
 
 }  // namespace

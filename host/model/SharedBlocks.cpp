@@ -1,5 +1,6 @@
 #include "host/model/SharedBlocks.hpp"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,7 +15,7 @@
 namespace amisim {
 namespace {
 
-constexpr std::size_t kGuard = 512;                      // doubles behind each clock list
+constexpr std::size_t kGuard = 512;                      // doubles behind each list and wave
 constexpr std::uint64_t kMark = 0x7ff8a315'c10cf00dULL;  // a NaN that no arithmetic yields
 
 bool IsMark(double value)
@@ -53,13 +54,20 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     layout.impulseLength = start.impulses.size() * start.impulses[0].size();
     layout.aggressors = start.impulses.size() - 1;
     layout.parametersAt = sizeof(Header) + start.modulePath.size() + 1;
-    layout.impulseAt = Align(layout.parametersAt + start.parameters.size() + 1, 64);
-    layout.slotsAt = Align(layout.impulseAt + sizeof(double) * layout.impulseLength, PageBytes());
+    // Each guarded array ends right before a page that must not be touched.
+    const std::size_t impulseBytes = sizeof(double) * layout.impulseLength;
+    layout.slotsAt =
+        Align(layout.parametersAt + start.parameters.size() + 1 + impulseBytes, PageBytes()) +
+        PageBytes();
+    layout.impulseAt = layout.slotsAt - PageBytes() - impulseBytes;
     layout.total = layout.slotsAt + layout.slots * SlotBytes(layout);
 
-    descriptor_ = memfd_create("amisim", MFD_CLOEXEC);
+    descriptor_ = memfd_create("amisim", MFD_CLOEXEC | MFD_ALLOW_SEALING);
     if (descriptor_ < 0) Throw("memfd_create");
     if (ftruncate(descriptor_, static_cast<off_t>(layout.total)) != 0) Throw("ftruncate");
+    // A model that made it shorter would have the host end by SIGBUS.
+    if (fcntl(descriptor_, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0)
+        Throw("seals");
     Map(layout.total);
     header_ = layout;
     std::memcpy(memory_, &layout, sizeof layout);
@@ -112,15 +120,20 @@ std::span<double> SharedBlocks::Impulses() const
 
 void SharedBlocks::Protect() const
 {
-    for (std::size_t slot = 0; slot < Slots(); ++slot) {
-        if (mprotect(Forbidden(slot), PageBytes(), PROT_NONE) != 0) Throw("mprotect");
+    for (std::size_t page = 0; page <= 2 * Slots(); ++page) {
+        if (mprotect(Forbidden(page), PageBytes(), PROT_NONE) != 0) Throw("mprotect");
     }
 }
 
 std::size_t SharedBlocks::SlotBytes(const Header& layout)
 {
-    const std::size_t doubles = 2 * layout.blockSamples + layout.clockRoom + kGuard;
-    return Align(sizeof(double) * doubles, PageBytes()) + PageBytes();
+    return WaveBytes(layout) + Align(sizeof(double) * (layout.clockRoom + kGuard), PageBytes()) +
+           PageBytes();
+}
+
+std::size_t SharedBlocks::WaveBytes(const Header& layout)
+{
+    return Align(sizeof(double) * (2 * layout.blockSamples + kGuard), PageBytes()) + PageBytes();
 }
 
 double* SharedBlocks::Slot(std::size_t slot) const
@@ -128,18 +141,21 @@ double* SharedBlocks::Slot(std::size_t slot) const
     return reinterpret_cast<double*>(memory_ + header_.slotsAt + slot * SlotBytes(header_));
 }
 
-std::byte* SharedBlocks::Forbidden(std::size_t slot) const
+std::byte* SharedBlocks::Forbidden(std::size_t page) const
 {
-    return memory_ + header_.slotsAt + (slot + 1) * SlotBytes(header_) - PageBytes();
+    std::byte* const slot = memory_ + header_.slotsAt + (page + 1) / 2 * SlotBytes(header_);
+    // Behind the matrix and behind each slot, which is behind its clock list; behind its waves.
+    return (page % 2 == 0 ? slot : slot - SlotBytes(header_) + WaveBytes(header_)) - PageBytes();
 }
 
-bool SharedBlocks::IsForbidden(const void* address) const
+SharedBlocks::Fault SharedBlocks::FaultAt(const void* address) const
 {
     const auto* const at = static_cast<const std::byte*>(address);
-    for (std::size_t slot = 0; slot < Slots(); ++slot) {
-        if (at >= Forbidden(slot) && at < Forbidden(slot) + PageBytes()) return true;
+    for (std::size_t page = 0; page <= 2 * Slots(); ++page) {
+        if (at < Forbidden(page) || at >= Forbidden(page) + PageBytes()) continue;
+        return page == 0 ? Fault::kMatrix : page % 2 == 1 ? Fault::kWave : Fault::kClockList;
     }
-    return false;
+    return Fault::kNone;
 }
 
 void SharedBlocks::Note(Fault fault) const
@@ -161,14 +177,15 @@ std::span<double> SharedBlocks::Input(std::size_t slot) const
 
 std::span<double> SharedBlocks::Output(std::size_t slot) const
 {
-    return {Slot(slot) + header_.blockSamples, header_.blockSamples};
+    auto* const end = reinterpret_cast<double*>(Forbidden(2 * slot + 1));
+    return {end - kGuard - header_.blockSamples, header_.blockSamples};
 }
 
 std::span<double> SharedBlocks::ClockRoom(std::size_t slot) const
 {
     // Right up to the page that must not be touched.
     const std::size_t room = header_.clockRoom + kGuard;
-    return {reinterpret_cast<double*>(Forbidden(slot)) - room, room};
+    return {reinterpret_cast<double*>(Forbidden(2 * slot + 2)) - room, room};
 }
 
 void SharedBlocks::MarkClocks(std::size_t slot) const
@@ -179,12 +196,13 @@ void SharedBlocks::MarkClocks(std::size_t slot) const
 SharedBlocks::ClockList SharedBlocks::Clocks(std::size_t slot) const
 {
     const std::span<const double> room = ClockRoom(slot);
-    const auto list = room.first(header_.clockRoom);
+    ClockList result{{room.begin(), room.end()}};
+    const auto list = std::span(result.times).first(header_.clockRoom);
     const auto end = std::ranges::find_if(list, [](double t) { return t < 0 || IsMark(t); });
-    ClockList result;
-    result.times = list.first(static_cast<std::size_t>(end - list.begin()));
     result.terminated = end != list.end() && !IsMark(*end);
-    result.overrun = !std::ranges::all_of(room.subspan(header_.clockRoom), IsMark);
+    result.overrun =
+        !std::ranges::all_of(std::span(result.times).subspan(header_.clockRoom), IsMark);
+    result.times.resize(static_cast<std::size_t>(end - list.begin()));
     return result;
 }
 

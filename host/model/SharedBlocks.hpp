@@ -12,10 +12,10 @@ namespace amisim {
 /// What a model is started with.
 struct ModelStart
 {
-    std::string modulePath;        // absolute: the worker runs in a folder of its own
-    std::string parameters;        // the AMI parameter string
-    double sampleInterval = 0;     // s
-    double bitTime = 0;            // s
+    std::string modulePath;     // absolute: the worker runs in a folder of its own
+    std::string parameters;     // the AMI parameter string
+    double sampleInterval = 0;  // s
+    double bitTime = 0;         // s
     // Impulse responses, 1/s: the channel's, then one from each aggressor; all of one length, at
     // least one sample.
     std::vector<std::vector<double>> impulses;
@@ -30,8 +30,9 @@ struct ModelStart
 ///
 /// The clock list is given twice the room that one clock per bit needs and a guard behind it; both
 /// are filled with a mark before each call, so that a list without its terminator and one that runs
-/// over its end are recognised. Behind the guard lies a page that must not be touched: what runs on
-/// ends there, before it reaches another slot.
+/// over its end are recognised. Behind the guard, behind each output wave and behind the impulse
+/// responses lies a page that must not be touched: what runs on ends there, before it reaches
+/// anything else, and is known by it. The memory keeps its size whatever a model does.
 class SharedBlocks
 {
 public:
@@ -58,22 +59,22 @@ public:
     std::span<double> ClockRoom(std::size_t slot) const;
     void MarkClocks(std::size_t slot) const;
 
-    /// Whether an address of this process lies on a page that must not be touched.
-    bool IsForbidden(const void* address) const;
-
     /// What the worker noted when its process was hit by a fault, for the host to read. The memory
     /// outlives the worker.
-    enum class Fault : std::int32_t { kNone, kClockList, kStack };
+    enum class Fault : std::int32_t { kNone, kMatrix, kWave, kClockList, kStack };
     void Note(Fault fault) const;
     Fault Noted() const;
+    /// What was written past its end when an access to this address failed.
+    Fault FaultAt(const void* address) const;
 
     struct ClockList
     {
-        std::span<const double> times;  // up to the terminator
+        std::vector<double> times;  // up to the terminator
         bool terminated = true;
         bool overrun = false;  // something was written into the guard
     };
-    /// The list as the model left it: up to the first negative entry, the first one not written, or
+    /// A copy of the list as the model left it: up to the first negative entry, the first one not
+    /// written, or
     ///  the end of the room.
     ClockList Clocks(std::size_t slot) const;
 
@@ -84,7 +85,7 @@ private:
         double bitTime;
         std::size_t total;
         std::size_t parametersAt, impulseAt,
-            slotsAt;  // byte offsets; the module path follows the header
+            slotsAt;                // byte offsets; the module path follows the header
         std::size_t impulseLength;  // of all together
         std::size_t aggressors;
         std::size_t slots;
@@ -96,8 +97,9 @@ private:
     void Map(std::size_t bytes);
     void Protect() const;
     double* Slot(std::size_t slot) const;
-    std::byte* Forbidden(std::size_t slot) const;
+    std::byte* Forbidden(std::size_t page) const;  // 0 to 2 * Slots()
     static std::size_t SlotBytes(const Header& layout);
+    static std::size_t WaveBytes(const Header& layout);  // of a slot's beginning
 
     int descriptor_ = -1;
     std::byte* memory_ = nullptr;

@@ -3,53 +3,29 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <system_error>
+#include <utility>
 
-#include "host/model/Descendants.hpp"
+#include "host/model/StartBoxed.hpp"
 
 namespace amisim {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr double kStartSeconds = 20;
+constexpr auto kPatience = std::chrono::seconds(5);  // for a keeper to end all it keeps
+
 [[noreturn]] void ThrowErrno(const char* what)
 {
     throw std::system_error(errno, std::generic_category(), what);
-}
-
-/// In the child between fork and exec: system calls only.
-[[noreturn]] void BecomeWorker(const char* program, char* entry, const char* folder, int socket,
-                               int memory, int output, char** environment)
-{
-    setpgid(0, 0);  // Ctrl-C is for the host, which then ends the run in good order
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    const int nothing = open("/dev/null", O_RDONLY);
-    // Out of the way of the final numbers first, so that no dup2 overwrites a source.
-    const int s = fcntl(socket, F_DUPFD, 10), m = fcntl(memory, F_DUPFD, 10),
-              o = fcntl(output, F_DUPFD, 10);
-    if (chdir(folder) == 0 && dup2(nothing, 0) >= 0 && dup2(o, 1) >= 0 && dup2(o, 2) >= 0 &&
-        dup2(s, WorkerProcess::kSocket) >= 0 && dup2(m, WorkerProcess::kMemory) >= 0) {
-        close(s), close(m), close(o);
-        if (nothing > WorkerProcess::kMemory) close(nothing);
-        char name[] = "amisim";
-        char* const arguments[] = {name, entry, nullptr};
-        execve(program, arguments, environment);
-    }
-    _exit(127);
 }
 
 std::string Describe(int status)
@@ -69,47 +45,61 @@ std::string Describe(int status)
 WorkerProcess::WorkerProcess(std::string entry, int memory, Settings settings, Tell cause)
     : settings_(std::move(settings)), cause_(std::move(cause)), log_(settings_.logFile)
 {
-    int sockets[2], pipes[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0)
+    int sockets[2], lifelines[2], pipes[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0 ||
+        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, lifelines) != 0)
         ThrowErrno("socketpair");
     if (pipe2(pipes, O_CLOEXEC) != 0) ThrowErrno("pipe");
     socket_ = sockets[0];
+    lifeline_ = lifelines[0];
     output_ = pipes[0];
     fcntl(output_, F_SETFL, O_NONBLOCK);
-
-    const std::string program = settings_.workerProgram, folder = settings_.folder;
-    static std::atomic<int> count = 0;
-    mark_ = fmt::format("{}.{}", getpid(), ++count);
-    std::string mark = fmt::format("{}={}", kMarkName, mark_);
-    std::vector<char*> environment;
-    for (char** at = environ; *at != nullptr; ++at) environment.push_back(*at);
-    environment.push_back(mark.data());
-    environment.push_back(nullptr);
-    AdoptOrphans();
-    pid_ = fork();
-    if (pid_ == 0) {
-        BecomeWorker(program.c_str(), entry.data(), folder.c_str(), sockets[1], memory, pipes[1],
-                     environment.data());
-    }
-    close(sockets[1]);
-    close(pipes[1]);
-    if (pid_ < 0) ThrowErrno("fork");
+    keeper_ = StartBoxed({settings_.workerProgram, std::move(entry), settings_.folder, sockets[1],
+                          memory, pipes[1], lifelines[1], lifelines[0]},
+                         settings_.box);
+    const int error = errno;
+    for (const int descriptor : {sockets[1], lifelines[1], pipes[1]}) close(descriptor);
+    errno = error;
+    if (keeper_ < 0) ThrowErrno("fork");
+    // Where there is no such news the worker has ended, which is told where its answer is awaited.
+    if (const auto news = ReadNews(kStartSeconds); news && news->kind == BoxNews::Kind::kEntered)
+        box_ = news->box;
 }
 
 WorkerProcess::~WorkerProcess()
 {
     Kill();
-    EndDescendants(mark_);
-    if (socket_ >= 0) close(socket_);
-    if (output_ >= 0) close(output_);
+    for (const int descriptor : {socket_, lifeline_, output_}) {
+        if (descriptor >= 0) close(descriptor);
+    }
 }
 
 void WorkerProcess::Kill()
 {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGKILL);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
+    if (keeper_ <= 0) return;
+    // With the first of a process namespace all others end; else it ends them when it is let go.
+    if (box_.namespaces) kill(keeper_, SIGKILL);
+    shutdown(lifeline_, SHUT_RDWR);
+    const auto end = Clock::now() + kPatience;
+    bool killed = false;
+    while (waitpid(keeper_, nullptr, WNOHANG) == 0) {
+        if (Clock::now() > end) {
+            if (std::exchange(killed, true)) break;  // something holds it that nothing can end
+            kill(keeper_, SIGKILL);
+        }
+        usleep(100);
+    }
+    keeper_ = -1;
+}
+
+std::optional<BoxNews> WorkerProcess::ReadNews(double seconds)
+{
+    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+    pollfd wait{lifeline_, POLLIN, 0};
+    while (poll(&wait, 1, 1) <= 0 && Clock::now() < end) log_.Drain(output_);
+    BoxNews news;
+    if (recv(lifeline_, &news, sizeof news, MSG_DONTWAIT) != sizeof news) return std::nullopt;
+    return news;
 }
 
 void WorkerProcess::Send(const void* packet, std::size_t size)
@@ -120,17 +110,10 @@ void WorkerProcess::Send(const void* packet, std::size_t size)
 
 std::optional<int> WorkerProcess::WaitForEnd(double seconds)
 {
-    int status = 0;
-    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
-    pid_t ended = 0;
-    while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Clock::now() < end) {
-        log_.Drain(output_);
-        usleep(500);
-    }
-    if (ended != 0) pid_ = -1;
+    const auto news = ReadNews(seconds);
     Kill();
     log_.Drain(output_);
-    return ended != 0 ? std::optional(status) : std::nullopt;
+    return news ? std::optional(news->status) : std::nullopt;
 }
 
 void WorkerProcess::ReportDeath(const std::string& phase)
@@ -154,12 +137,15 @@ void WorkerProcess::WaitForPacket(const Tell& phase)
         const auto now = Clock::now();
         const auto left =
             std::chrono::duration<double>(wholeRun ? *settings_.deadline - now : callEnd - now);
-        pollfd waits[2] = {{socket_, POLLIN, 0}, {outputOpen ? output_ : -1, POLLIN, 0}};
+        pollfd waits[3] = {
+            {socket_, POLLIN, 0}, {outputOpen ? output_ : -1, POLLIN, 0}, {lifeline_, POLLIN, 0}};
         // Short naps, so that an interrupt is seen soon even if the signal reached another thread.
         const int nap = static_cast<int>(std::clamp(left.count() * 1000, 0.0, 200.0));
-        if (poll(waits, 2, nap) < 0 && errno != EINTR) ThrowErrno("poll");
+        if (poll(waits, 3, nap) < 0 && errno != EINTR) ThrowErrno("poll");
         if (waits[1].revents) outputOpen = log_.Drain(output_);
-        if (waits[0].revents && !(wholeRun && left.count() <= 0)) return;
+        // The worker has ended, or has answered. What it started may still hold its connection.
+        const bool news = waits[0].revents || waits[2].revents;
+        if (news && !(wholeRun && left.count() <= 0)) return;
         stopping = stopping || settings_.interrupted();
         if (left.count() > 0) continue;
         Kill();
@@ -178,10 +164,11 @@ std::vector<char> WorkerProcess::Receive(std::size_t least, std::size_t most, co
 {
     WaitForPacket(phase);
     std::vector<char> packet(most);
-    ssize_t size = recv(socket_, packet.data(), packet.size(), 0);
+    ssize_t size = recv(socket_, packet.data(), packet.size(), MSG_DONTWAIT);
     // A worker that died with requests unread resets the connection; its answers are still there
     // behind that.
-    if (size < 0 && errno == ECONNRESET) size = recv(socket_, packet.data(), packet.size(), 0);
+    if (size < 0 && errno == ECONNRESET)
+        size = recv(socket_, packet.data(), packet.size(), MSG_DONTWAIT);
     if (size < static_cast<ssize_t>(least)) ReportDeath(phase());
     packet.resize(static_cast<std::size_t>(size));
     return packet;

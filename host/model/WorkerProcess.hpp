@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "host/Error.hpp"
+#include "host/model/Box.hpp"
+#include "host/model/Keeper.hpp"
 #include "host/model/ModelLog.hpp"
 
 namespace amisim {
@@ -33,16 +35,13 @@ public:
 class WorkerProcess
 {
 public:
-    // The worker finds its end of the socket and the shared memory under these numbers.
-    static constexpr int kSocket = 3;
-    static constexpr int kMemory = 4;
-
     struct Settings
     {
         std::filesystem::path workerProgram;  // amisim itself
         std::filesystem::path folder;         // the worker's working folder
         std::filesystem::path logFile;        // what the model prints
-        double callLimit = 60;                // most seconds for one answer
+        BoxRequest box;
+        double callLimit = 60;  // most seconds for one answer
         std::optional<std::chrono::steady_clock::time_point> deadline;  // of the whole run
         std::function<bool()> interrupted = [] { return false; };       // asked while waiting
     };
@@ -71,17 +70,24 @@ public:
 
     const ModelLog& Log() const { return log_; }
 
+    /// What stands between the worker and the rest of the system.
+    const BoxState& Box() const { return box_; }
+    /// Whether that is less than what the settings ask for.
+    bool InsistedInVain() const { return settings_.box.insist != 0 && box_.Name() == "partial"; }
+
 private:
     std::optional<int> WaitForEnd(double seconds);
     void WaitForPacket(const Tell& phase);
     [[noreturn]] void ReportDeath(const std::string& phase);
     void Kill();
+    std::optional<BoxNews> ReadNews(double seconds);
 
     Settings settings_;
     Tell cause_;
     ModelLog log_;
-    int pid_ = -1;
-    std::string mark_;  // of every process that stems from the model
+    BoxState box_;
+    int keeper_ = -1;  // the process that holds all that stem from the model
+    int lifeline_ = -1;
     int socket_ = -1;
     int output_ = -1;
 };

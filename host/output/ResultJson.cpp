@@ -155,6 +155,8 @@ Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& mo
     json["model"] = {{"file", options.model.string()},
                      {"library", model.library.filename().string()},
                      {"name", model.name},
+                     {"box", r.box.Name()},
+                     {"box_parts", r.box.Parts()},
                      {"settings", settings},
                      {"parameters_in", model.parameters},
                      {"parameters_out", r.parametersOut},

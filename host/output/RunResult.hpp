@@ -9,6 +9,7 @@
 #include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/channel/ChannelGrade.hpp"
+#include "host/model/Box.hpp"
 
 namespace amisim {
 
@@ -39,6 +40,7 @@ struct RunResult
     std::optional<AdaptLog> adaptation;  // absent when the model writes none
     std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
 
+    BoxState box;                             // that the model ran in
     std::string modelMessage, parametersOut;  // from AMI_Init
     double seconds = 0, modelSeconds = 0;
     std::vector<std::string> notes;

@@ -1,4 +1,7 @@
-#include <signal.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -116,6 +119,12 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
              Case{"stack", 5, "AMI_GetWave 3", "ran out of stack", "", 512},
              Case{"throw", 5, "AMI_GetWave 3", "aborted (SIGABRT)", thrown, 512},
              Case{"far overrun", 5, "AMI_GetWave 3", overrun, "", 512},
+             Case{"init overrun", 5, "AMI_Init", "wrote past the end of the impulse responses", "",
+                  0},
+             Case{"wave overrun", 5, "AMI_GetWave 3", "wrote past the end of the wave", "", 512},
+             Case{"orphan abort", 5, "AMI_GetWave 3", "aborted (SIGABRT)", "", 512},
+             Case{"forge", 5, "AMI_GetWave 3", "wrote to its connection to the host", "", 512},
+             Case{"trace", 7, "AMI_GetWave 3", "did not return within 1 s", "", 512},
              Case{"descriptors", 5, "AMI_GetWave 3", "closed its connection to the host", "", 512},
              Case{"meddle hang", 7, "AMI_GetWave 3", "did not return", "child", 512},
              Case{"wave 0", 6, "AMI_GetWave 3", "returned 0", "", 512},
@@ -145,16 +154,73 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
 
 TEST_F(RunTest, NothingThatAModelDoesToItsProcessStaysBehind)
 {
-    for (const auto& [mode, code] : {std::pair("meddle", 0), {"meddle hang", 7}}) {
-        EXPECT_EQ(RunModel(mode, "--call-limit 1"), code) << output_;
-        std::ifstream log("out/model.log");
-        std::string word;
-        pid_t child = 0;
-        ASSERT_TRUE(log >> word >> child) << output_;
-        EXPECT_EQ(kill(child, 0), -1);
-        for (const char* file : {"out/eye.png", "out/result.json"})
-            EXPECT_TRUE(fs::exists(file)) << file;
+    for (const std::string box : {"", " --box plain", " --box off"}) {
+        for (const auto& [mode, code] : {std::pair("meddle", 0), {"meddle hang", 7}}) {
+            EXPECT_EQ(RunModel(mode, "--call-limit 1" + box), code) << output_;
+            EXPECT_NE(Read("out/model.log").find("left a child"), std::string::npos);
+            const int alive = open("out/alive", O_RDWR | O_CLOEXEC);
+            EXPECT_EQ(flock(alive, LOCK_EX | LOCK_NB), 0) << mode << box;
+            close(alive);
+            for (const char* file : {"out/eye.png", "out/result.json"})
+                EXPECT_TRUE(fs::exists(file)) << file;
+        }
     }
+}
+
+TEST_F(RunTest, ABoxKeepsAModelFromWhatItIsToBeKeptFrom)
+{
+    // Where anything may be written.
+    ASSERT_EQ(Shell("mkdir -p " OUTSIDE), 0);
+    const std::string outside = OUTSIDE "/" + std::to_string(getpid());
+    const std::string reach = "TEST_MODEL_REACH=" + outside + ":" + std::to_string(getpid()) +
+                              " " AMISIM_PROGRAM " run " TEST_MODEL
+                              " --bits 300 -p Mode=reach --limit memory=1 --limit file=1 --box ";
+    struct Case
+    {
+        const char *what, *off, *plain, *full;
+    };
+    const char *const done = "done", *const refused = "refused";
+#if defined(__SANITIZE_ADDRESS__)
+    const char* const memory = done;  // a sanitizer needs more than any limit allows
+#else
+    const char* const memory = refused;
+#endif
+    const Case cases[] = {
+        {"write here", done, done, done},          {"pair", done, done, done},
+        {"much memory", done, memory, memory},     {"large file", done, refused, refused},
+        {"session", done, refused, refused},       {"write elsewhere", done, done, refused},
+        {"change elsewhere", done, done, refused}, {"remove elsewhere", done, done, refused},
+        {"move there", done, done, refused},       {"change mode", done, done, refused},
+        {"socket", done, done, refused},           {"signal", done, done, refused},
+    };
+    for (const auto& [box, expected] :
+         {std::pair("off", &Case::off), {"plain", &Case::plain}, {"full", &Case::full}}) {
+        fs::create_directory(outside);
+        for (const char* file : {"/file", "/removed"}) Save(outside + file, "the user's");
+        const int code = Shell(reach + box);
+        const bool granted = std::string(box) != "full" || code != 2;
+        if (granted) {
+            EXPECT_EQ(code, 0) << output_;
+            EXPECT_EQ(Result()["model"]["box"], box);
+            const std::string log = fmt::format("\n{}", Read("out/model.log"));
+            for (const Case& c : cases) {
+                EXPECT_NE(log.find(fmt::format("\n{} {}\n", c.what, c.*expected)), log.npos)
+                    << box << ": " << c.what << " in" << log;
+            }
+        }
+        fs::remove_all(outside);
+        if (!granted) GTEST_SKIP() << output_;
+    }
+    // Of its own parent, which holds it, a model in namespaces can make no more than of the host.
+    EXPECT_EQ(RunModel("kill parent", "--box full"), 0) << output_;
+    EXPECT_EQ(Result()["errors"], 0);
+}
+
+TEST_F(RunTest, AModelThatEndsItsKeeperEndsItselfAlone)
+{
+    EXPECT_EQ(RunModel("kill parent", "--box plain"), 5) << output_;
+    EXPECT_EQ(Result()["failure"]["reason"], "closed its connection to the host");
+    EXPECT_GE(Result()["bits"], 512);
 }
 
 TEST_F(RunTest, WhatAModelPutsInTheHostsWayIsNeitherWrittenThroughNorRead)
@@ -186,6 +252,7 @@ TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
         EXPECT_EQ(RunModel(mode), 0) << output_;
         EXPECT_TRUE(Says(note)) << output_;
     }
+    for (const char* mode : {"shrink", "scribble"}) EXPECT_EQ(RunModel(mode), 0) << output_;
     ASSERT_EQ(RunModel("chatter", "--block-bits 100"), 0) << output_;
     EXPECT_LT(fs::file_size("out/model.log"), 1'100'000u);
 }
@@ -222,6 +289,9 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
              Case{"run " TEST_MODEL " --loss ten", 2, "--loss"},
              Case{"run " TEST_MODEL " --save-wave wav", 2, "wav"},
              Case{"run " TEST_MODEL " -p EQ_Level", 2, "EQ_Level"},
+             Case{"run " TEST_MODEL " --box small", 2, "small"},
+             Case{"run " TEST_MODEL " --limit memory=some", 2, "expected memory=GB"},
+             Case{"run " TEST_MODEL " --limit", 2, "--limit"},
              Case{"run " TEST_MODEL " --wave broken.csv --loss 3", 2, "--loss"},
              Case{"run " TEST_MODEL " --tx-pre 0.5 --tx-post -0.5", 2, "at most 0.9"},
              Case{"run " TEST_MODEL " --sj-amplitude 1 --sj-frequency 1e9", 2, "0.5 at most"},

@@ -3,6 +3,12 @@
 // in these calls, "KIND" alone in the third AMI_GetWave; see the tests for the list. A fault while
 // it is loaded comes from the environment variable TEST_MODEL_LOAD=KIND.
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -59,6 +65,15 @@ void Fault(const char* kind)
     if (is("stack")) std::exit(Recurse(nullptr));
     if (is("throw")) throw std::runtime_error("thrown by the model");
     if (is("kill")) std::raise(SIGKILL);
+    if (is("kill parent")) kill(getppid(), SIGKILL);
+    if (is("orphan abort")) {
+        if (fork() == 0) {
+            for (;;) pause();
+        }
+        std::abort();
+    }
+    if (is("forge")) send(3, std::string(64, '\0').data(), 40, 0);
+    if (is("shrink") && ftruncate(4, 0) != 0) std::printf("cannot\n");
     if (is("descriptors")) {
         for (int i = 0; i < 64; ++i) close(i);
         for (;;) pause();
@@ -70,20 +85,77 @@ __attribute__((constructor)) void Load()
     if (const char* kind = std::getenv("TEST_MODEL_LOAD")) Fault(kind);
 }
 
-/// What a host must not mind.
+/// What a host must not mind. Whatever is left of it in the end holds the lock of the file "alive".
 void MeddleWithTheProcess()
 {
-    if (chdir("/") != 0 || !std::setlocale(LC_ALL, "C.UTF-8")) std::abort();
+    const int alive = open("alive", O_CREAT | O_RDWR, 0600);
+    if (flock(alive, LOCK_EX) != 0 || chdir("/") != 0 || !std::setlocale(LC_ALL, "C.UTF-8"))
+        std::abort();
     for (int signal = 1; signal < 32; ++signal) std::signal(signal, SIG_IGN);
     std::thread([] {
         for (;;) pause();
     }).detach();
-    if (const pid_t child = fork(); child == 0) {
-        setsid();
-        for (;;) pause();
-    } else {
-        std::fprintf(stderr, "child %d\n", child);
+    if (fork() != 0) {
+        std::fprintf(stderr, "left a child\n");
+        return;
     }
+    setsid();
+    char name[] = "sleep", time[] = "1000";
+    char *arguments[] = {name, time, nullptr}, *environment[] = {nullptr};
+    if (fork() == 0) execve("/bin/sleep", arguments, environment);
+    for (;;) pause();
+}
+
+/// Has a child of its own stop this process.
+void BeTraced()
+{
+    prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
+    if (fork() == 0) {
+        ptrace(PTRACE_ATTACH, getppid(), nullptr, nullptr);
+        for (;;) pause();
+    }
+    for (;;) pause();
+}
+
+/// Tries what reaches out of a box and tells how each went; TEST_MODEL_REACH names a folder and a
+/// process outside.
+void Reach()
+{
+    const char* const outside = std::getenv("TEST_MODEL_REACH");
+    const std::string folder(outside, std::strchr(outside, ':'));
+    const auto process = static_cast<pid_t>(std::atoi(std::strchr(outside, ':') + 1));
+    const auto tell = [](const char* what, bool done) {
+        std::printf("%s %s\n", what, done ? "done" : "refused");
+    };
+    std::signal(SIGXFSZ, SIG_IGN);
+    const std::string file = folder + "/file";
+    const int here = open("here", O_CREAT | O_RDWR | O_TRUNC, 0600);
+    tell("write here", here >= 0 && write(here, "x", 1) == 1);
+    tell("write elsewhere", open((folder + "/new").c_str(), O_CREAT | O_RDWR, 0600) >= 0);
+    tell("change elsewhere", open(file.c_str(), O_WRONLY) >= 0);
+    tell("remove elsewhere", unlink((folder + "/removed").c_str()) == 0);
+    tell("move there", link("here", (folder + "/here").c_str()) == 0);
+    tell("change mode", chmod(file.c_str(), 0640) == 0);
+    tell("socket", socket(AF_UNIX, SOCK_STREAM, 0) >= 0);
+    tell("signal", kill(process, 0) == 0);
+    tell("memory", open(("/proc/" + std::to_string(process) + "/mem").c_str(), O_RDWR) >= 0);
+    tell("session", getsid(0) != getpid());
+    void* const two = mmap(nullptr, 2'000'000'000, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    tell("much memory", two != MAP_FAILED);
+    tell("large file", ftruncate(here, 2'000'000'000) == 0);
+    int pair[2];
+    tell("pair", socketpair(AF_UNIX, SOCK_STREAM, 0, pair) == 0);
+}
+
+/// Writes the wave on and on, also when it is the host's turn.
+void Scribble(double* wave, long size)
+{
+    std::thread([wave, size] {
+        for (double value = 1;; value = value > 1e300 ? 1 : value * 1e10) {
+            for (long i = 0; i < size; ++i) static_cast<volatile double*>(wave)[i] = value;
+        }
+    }).detach();
 }
 
 /// Puts FIFOs, or links to something else, where the host will write or look for a log.
@@ -102,7 +174,7 @@ void Plant(const char* what)
 
 }  // namespace
 
-EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
+EXPORT long AMI_Init(double* impulse, long, long, double sampleInterval, double bitTime,
                      const char* parameters, char**, void** memory, char** message)
 {
     if (const char* mode = std::strstr(parameters, "(Mode \""))
@@ -114,6 +186,10 @@ EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
     g_bit = bitTime;
     if (std::strncmp(g_mode, "init ", 5) == 0) Fault(g_mode + 5);
     if (std::strncmp(g_mode, "plant ", 6) == 0) Plant(g_mode + 6);
+    if (Is("init overrun")) {
+        for (long i = 0; i < 1 << 24; ++i) impulse[i] = 0;
+    }
+    if (Is("reach")) Reach();
     if (Is("meddle") || Is("meddle hang")) MeddleWithTheProcess();
     return Is("init 0") ? 0 : 1;
 }
@@ -125,6 +201,11 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
         Fault(Is("meddle hang") ? "hang" : g_mode);
         if (Is("wave 0")) return 0;
         if (Is("nan")) wave[5] = std::numeric_limits<double>::quiet_NaN();
+        if (Is("trace")) BeTraced();
+        if (Is("scribble")) Scribble(wave, size);
+        if (Is("wave overrun")) {
+            for (long i = 0; i < 1 << 24; ++i) wave[i] = 0;
+        }
         if (Is("far overrun")) {
             for (long i = 0; i < 1 << 24; ++i) clockTimes[i] = 0;
         }
