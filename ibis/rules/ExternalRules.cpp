@@ -116,26 +116,39 @@ void CornersAreNamed(const External& external, Report& report)
     }
 }
 
+bool IsWhole(const Setting& corner)
+{
+    return corner.known->name == "Corner" && corner.words.size() == 4;
+}
+
+bool Exists(const Setting& corner, const IbisFile& file)
+{
+    return Beside(file.document.path, corner.words[2].String()).has_value();
+}
+
+/// Whether anything that the file names stands beside it; looked for once.
+bool HasCompanions(const IbisFile& file)
+{
+    std::optional<bool>& known = file.neighbours->hasCompanions;
+    if (!known) {
+        const auto externals = ExternalsOf(file);
+        known = std::any_of(externals.begin(), externals.end(), [&](const External& one) {
+            return std::any_of(
+                one.section->settings.begin(), one.section->settings.end(),
+                [&](const Setting& corner) { return IsWhole(corner) && Exists(corner, file); });
+        });
+    }
+    return *known;
+}
+
 /// What is not there where its neighbours are was forgotten; a file that came alone may be looked
 /// at alone.
 void CornerFilesExist(const External& external, Report& report)
 {
-    const auto exists = [&](const Setting& corner) {
-        return Beside(report.file.document.path, corner.words[2].String()).has_value();
-    };
-    const auto isWhole = [](const Setting& corner) {
-        return corner.known->name == "Corner" && corner.words.size() == 4;
-    };
-    const auto externals = ExternalsOf(report.file);
-    const bool hasCompany =
-        std::any_of(externals.begin(), externals.end(), [&](const External& one) {
-            return std::any_of(
-                one.section->settings.begin(), one.section->settings.end(),
-                [&](const Setting& corner) { return isWhole(corner) && exists(corner); });
-        });
     for (const Setting& corner : external.section->settings) {
-        if (isWhole(corner) && !exists(corner)) {
-            report.Count(hasCompany ? Error : Note, corner.words[2].Text(), corner.words[2].Place(),
+        if (IsWhole(corner) && !Exists(corner, report.file)) {
+            report.Count(HasCompanions(report.file) ? Error : Note, corner.words[2].Text(),
+                         corner.words[2].Place(),
                          fmt::format("{}, which {} names, does not stand beside the file",
                                      corner.words[2].Text(), external.Name()),
                          "deliver it with the file, in the spelling that is written here");

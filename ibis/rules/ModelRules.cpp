@@ -78,7 +78,8 @@ void PolarityAndEnableAreWords(const Model& model, Report& report)
 {
     CheckWord(model, model.polarity, "Polarity", {"Non-Inverting", "Inverting"}, report);
     CheckWord(model, model.enable, "Enable", {"Active-High", "Active-Low"}, report);
-    if (model.enable && model.type != ModelType::Unknown && !model.Traits().enables) {
+    if (model.enable && model.enable != "NA" && model.type != ModelType::Unknown &&
+        !model.Traits().enables) {
         report.Count(Note, std::string(model.Traits().name), model.enable.Place(),
                      fmt::format("Enable of '{}' means nothing to a model of type {}", model.name,
                                  model.Traits().name));

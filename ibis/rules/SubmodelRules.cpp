@@ -60,15 +60,24 @@ void CheckMode(const Model& model, const Word& mode, Report& report)
     }
 }
 
-void AddedSubmodelsExist(const Model& model, Report& report)
+/// Looked for at the first miss only: a file may have thousands.
+std::string NearestSubmodel(const Word& name, const Report& report)
 {
+    if (report.Has(620)) {
+        return {};
+    }
     std::vector<std::string> known;
     for (const Section* submodel : report.file.submodels) {
         known.emplace_back(submodel->argument);
     }
+    return NearestName(name.Text(), known);
+}
+
+void AddedSubmodelsExist(const Model& model, Report& report)
+{
     ForAdded(model, [&](const Word& name, const Word& mode) {
         if (!report.file.FindSubmodel(name.Text())) {
-            const std::string nearest = NearestName(name.Text(), known);
+            const std::string nearest = NearestSubmodel(name, report);
             report.Say(name.Place(),
                        fmt::format("[Add Submodel] of '{}' names '{}', which is no [Submodel]",
                                    model.name, name.Text()),
