@@ -5,6 +5,7 @@
 #include <set>
 
 #include "ibis/TextFile.hpp"
+#include "ibis/records/Executables.hpp"
 
 namespace ibis {
 namespace {
@@ -172,8 +173,7 @@ private:
 
 bool Executable::IsForThisPlatform() const
 {
-    const std::string name = Lowercase(platform);
-    return name.starts_with("linux") && name.ends_with("64");
+    return IsThisPlatform(platform);
 }
 
 const Executable* AlgorithmicModel::ForThisPlatform() const

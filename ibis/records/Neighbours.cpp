@@ -7,19 +7,7 @@
 #include "ibis/records/IbisFile.hpp"
 
 namespace ibis {
-namespace {
-
 namespace fs = std::filesystem;
-
-const Section* PackageModelIn(const IbisFile& file, std::string_view name)
-{
-    const auto found =
-        std::find_if(file.packageModels.begin(), file.packageModels.end(),
-                     [name](const Section* section) { return section->argument == name; });
-    return found == file.packageModels.end() ? nullptr : *found;
-}
-
-}  // namespace
 
 const IbisFile* Neighbours::Read(const fs::path& name)
 {
@@ -54,15 +42,23 @@ const std::vector<fs::path>& Neighbours::PackageFiles()
     return *packageFiles_;
 }
 
-const Section* Neighbours::FindPackageModel(std::string_view name)
+const IbisFile* Neighbours::FindPackageFile(std::string_view name)
 {
     for (const fs::path& path : PackageFiles()) {
         const IbisFile* const file = Read(path);
-        if (const Section* const found = file ? PackageModelIn(*file, name) : nullptr) {
-            return found;
+        if (file && PackageModelIn(*file, name)) {
+            return file;
         }
     }
     return nullptr;
+}
+
+const Section* PackageModelIn(const IbisFile& file, std::string_view name)
+{
+    const auto found =
+        std::find_if(file.packageModels.begin(), file.packageModels.end(),
+                     [name](const Section* section) { return section->argument == name; });
+    return found == file.packageModels.end() ? nullptr : *found;
 }
 
 const Section* FindPackageModel(const IbisFile& file, std::string_view name)
@@ -70,7 +66,9 @@ const Section* FindPackageModel(const IbisFile& file, std::string_view name)
     if (const Section* const own = PackageModelIn(file, name)) {
         return own;
     }
-    return file.neighbours ? file.neighbours->FindPackageModel(name) : nullptr;
+    const IbisFile* const other =
+        file.neighbours ? file.neighbours->FindPackageFile(name) : nullptr;
+    return other ? PackageModelIn(*other, name) : nullptr;
 }
 
 }  // namespace ibis

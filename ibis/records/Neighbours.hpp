@@ -22,8 +22,8 @@ public:
     /// The IBIS file of this name, or null if it is not there or cannot be read.
     const IbisFile* Read(const std::filesystem::path& name);
 
-    /// The [Define Package Model] of this name in any .pkg file, or null.
-    const Section* FindPackageModel(std::string_view name);
+    /// The first .pkg file with a [Define Package Model] of this name, or null.
+    const IbisFile* FindPackageFile(std::string_view name);
 
     /// Something that the file names stands beside it: then what else it names is missing, where
     /// otherwise the file may have come alone.
@@ -37,7 +37,10 @@ private:
     std::optional<std::vector<std::filesystem::path>> packageFiles_;
 };
 
-/// The [Define Package Model] of this name in the file itself, else in any .pkg beside it, or null.
+/// The [Define Package Model] of this name in a file, or null.
+const Section* PackageModelIn(const IbisFile& file, std::string_view name);
+
+/// The same in the file itself, else in any .pkg beside it, or null.
 /// The section lives as long as the file.
 const Section* FindPackageModel(const IbisFile& file, std::string_view name);
 

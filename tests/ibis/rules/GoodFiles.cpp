@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "ibis/TextFile.hpp"
 #include "ibis/records/Model.hpp"
 #include "tests/ibis/rules/RichFile.hpp"
 
@@ -189,6 +190,22 @@ C_pkg 1.0pF 0.5pF 2.0pF
 3 VSS GND
 )";
 
+constexpr const char* kTermination = R"([GND Clamp]
+-3.3V  -66.0mA  -55.0mA  -82.5mA
+ 0.0V    0.0mA    0.0mA    0.0mA
+ 6.6V  132.0mA  110.0mA  165.0mA
+)";
+constexpr const char* kAlgorithmic = R"([Algorithmic Model]
+Executable Linux_gcc12.2_64 model.so model.ami
+[End Algorithmic Model]
+)";
+constexpr const char* kAmi = R"((model
+  (Reserved_Parameters
+    (AMI_Version (Usage Info) (Type String) (Value "7.0") (Description "Version"))
+    (Init_Returns_Impulse (Usage Info) (Type Boolean) (Value True) (Description "Init"))
+    (GetWave_Exists (Usage Info) (Type Boolean) (Value True) (Description "GetWave")))
+))";
+
 /// The model BUF of a type, with what the type needs.
 std::string GoodModel(std::string_view typeName)
 {
@@ -213,6 +230,25 @@ std::string GoodFile(std::string_view kind)
     const std::string header = Header(FileNameOf(kind));
     if (kind == "pkg") {
         return header + GoodPackages() + "[End]\n";
+    }
+    if (kind == "ebd") {
+        return header + GoodBoard() + "[End]\n";
+    }
+    if (kind == "ims") {
+        return header + GoodInterconnect() + "[End]\n";
+    }
+    if (kind == "emd") {
+        return "[IBIS Ver] 7.1" + header.substr(14) + GoodModule() + "[End]\n";
+    }
+    if (kind == "grouped") {
+        std::string text = GoodFile("I/O");
+        return text.insert(
+            text.find("[Pin]"),
+            "[Interconnect Model Group] GROUP\nSET good.ims\n[End Interconnect Model "
+            "Group]\n");
+    }
+    if (kind == "AMI") {
+        return header + kComponent + GoodModel("Input") + kTermination + kAlgorithmic + "[End]\n";
     }
     if (kind == "packaged") {
         std::string text = GoodFile("I/O");
@@ -248,23 +284,51 @@ std::vector<std::pair<std::string, std::string>> GoodCompanions(std::string_view
     if (kind == "rich" || kind.ends_with("_diff")) {
         return {{"buffer.sp", GoodCircuits()}};
     }
+    if (kind == "ebd" || kind == "emd") {
+        return {{"part.ibs", GoodFile("I/O")}};
+    }
+    if (kind == "ims" || kind == "grouped") {
+        return {{"good.ims", GoodFile("ims")},
+                {"net.s2p", "! its name tells the ports\n"},
+                {"net.iss", "* .subckt NET a\n.SUBCKT net a b $ c\n+ vdd_a vdd_b r = 50\n.ends\n"}};
+    }
+    if (kind == "AMI") {
+        return {{"model.ami", kAmi}, {"model.so", ReadWholeFile(RULES_MODEL)}};
+    }
     return {};
 }
 
 const std::vector<std::string_view>& GoodKinds()
 {
-    static const std::vector<std::string_view> kinds{"Input",         "Output",
-                                                     "I/O",           "3-state",
-                                                     "Open_drain",    "Open_sink",
-                                                     "Open_source",   "I/O_open_drain",
-                                                     "I/O_open_sink", "I/O_open_source",
-                                                     "Input_ECL",     "Output_ECL",
-                                                     "I/O_ECL",       "3-state_ECL",
-                                                     "Terminator",    "Series",
-                                                     "Series_switch", "Input_diff",
-                                                     "Output_diff",   "I/O_diff",
-                                                     "3-state_diff",  "rich",
-                                                     "pkg",           "packaged"};
+    static const std::vector<std::string_view> kinds{"Input",
+                                                     "Output",
+                                                     "I/O",
+                                                     "3-state",
+                                                     "Open_drain",
+                                                     "Open_sink",
+                                                     "Open_source",
+                                                     "I/O_open_drain",
+                                                     "I/O_open_sink",
+                                                     "I/O_open_source",
+                                                     "Input_ECL",
+                                                     "Output_ECL",
+                                                     "I/O_ECL",
+                                                     "3-state_ECL",
+                                                     "Terminator",
+                                                     "Series",
+                                                     "Series_switch",
+                                                     "Input_diff",
+                                                     "Output_diff",
+                                                     "I/O_diff",
+                                                     "3-state_diff",
+                                                     "rich",
+                                                     "pkg",
+                                                     "packaged",
+                                                     "ebd",
+                                                     "ims",
+                                                     "grouped",
+                                                     "emd",
+                                                     "AMI"};
     return kinds;
 }
 

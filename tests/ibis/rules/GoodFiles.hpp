@@ -9,7 +9,8 @@ namespace ibis {
 
 /// A small file of which no rule has anything to say but notes on companions that are not beside
 /// it: for each model type its name ("I/O"), and "pkg", "ebd", "ims", "emd"; "AMI" is an input with
-/// an [Algorithmic Model], "packaged" a component with a [Package Model].
+/// an [Algorithmic Model], "packaged" and "grouped" components with a [Package Model] and an
+/// [Interconnect Model Group].
 std::string GoodFile(std::string_view kind);
 
 /// The files that a good file names: name and content.

@@ -56,4 +56,90 @@ std::string GoodPackages()
 )";
 }
 
+std::string GoodBoard()
+{
+    return R"([Begin Board Description] BOARD
+[Manufacturer] Maker
+[Number Of Pins] 3
+[Pin List] signal_name
+A1 DATA
+A2 GND
+A3 DATA2
+[Path Description] DATA
+Pin A1
+Len=1.2 L=8.0n C=3.0p R=0.01 /
+Fork
+Len = 0.5 L=8.0n C=3.0p/
+Node U1.1
+Endfork
+Len=0 L=0.5n/ Node U2.1
+[Path Description] DATA2
+Pin A3
+Len=0.2 L=8.0n C=3.0p/
+Node U2.2
+[Reference Designator Map]
+U1 part.ibs Part
+U2 part.ibs Part
+[End Board Description]
+)";
+}
+
+std::string GoodInterconnect()
+{
+    return R"([Interconnect Model Set] SET
+[Manufacturer] Maker
+[Description] Package of a pin
+[Interconnect Model] LINE
+Param FILE Corner "net.s2p" "net.s2p" "net.s2p"
+File_TS FILE
+Unused_port_termination = 50
+Number_of_terminals = 3
+1 Pin_I/O pin_name 1
+2 Buffer_I/O pin_name 1
+3 A_gnd
+[End Interconnect Model]
+[Interconnect Model] CIRCUIT
+File_IBIS-ISS net.iss NET
+Number_of_terminals = 4
+1 Pin_I/O pin_name 1
+2 Buffer_I/O pin_name 1
+3 Pin_Rail signal_name VDD
+4 Buffer_Rail signal_name VDD
+[End Interconnect Model]
+[End Interconnect Model Set]
+)";
+}
+
+std::string GoodModule()
+{
+    return R"([Begin EMD] MODULE
+[Manufacturer] Maker
+[Number Of EMD Pins] 2
+[EMD Pin List] signal_name signal_type bus_label
+A1 DATA
+A2 VSS GND
+[EMD Parts]
+PART part.ibs Part
+[End EMD Parts]
+[EMD Designator List]
+U1 PART
+[End EMD Designator List]
+[Designator Pin List] signal_name
+U1.1 DATA
+U1.3 VSS
+[EMD Group] GROUP
+SET NA
+[End EMD Group]
+[End EMD]
+[EMD Set] SET
+[EMD Model] MODEL
+File_IBIS-ISS net.iss NET
+Number_of_terminals = 2
+1 Pin_I/O pin_name A1
+2 Pin_I/O pin_name U1.1
+[End EMD Model]
+[End EMD Set]
+)";
+}
+
 }  // namespace ibis

@@ -1,0 +1,49 @@
+#include "ibis/records/Interconnect.hpp"
+
+#include "ibis/reader/Grammar.hpp"
+
+namespace ibis {
+namespace {
+
+Terminal ReadTerminal(std::span<const Word> row)
+{
+    const auto at = [&](size_t column) { return column < row.size() ? row[column] : Word(); };
+    Terminal terminal{at(0), at(1), at(2), at(3), row.back() == "Aggressor_Only"};
+    return terminal;
+}
+
+}  // namespace
+
+bool Interconnect::IsTouchstone() const
+{
+    return files.size() == 1 && files[0]->known->name != "File_IBIS-ISS";
+}
+
+Interconnect ReadInterconnect(const Section& section)
+{
+    Interconnect model;
+    model.section = &section;
+    model.name = section.argument;
+    model.place = section.place;
+    for (const Setting& setting : section.settings) {
+        if (setting.known->name.starts_with("File_")) {
+            model.files.push_back(&setting);
+        }
+    }
+    model.terminalCount = section.ValueOf("Number_of_terminals");
+    for (size_t i = 0; i < section.rows.size(); ++i) {
+        model.terminals.push_back(ReadTerminal(section.rows[i]));
+    }
+    return model;
+}
+
+InterconnectSet ReadInterconnectSet(const Section& section)
+{
+    InterconnectSet set{&section, section.argument, section.place, {}};
+    for (const Section* const model : section.Children(Key::InterconnectModel)) {
+        set.models.push_back(ReadInterconnect(*model));
+    }
+    return set;
+}
+
+}  // namespace ibis
