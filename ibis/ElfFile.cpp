@@ -6,7 +6,6 @@
 #include <bit>
 #include <charconv>
 #include <cstring>
-#include <fstream>
 
 #include "ibis/TextFile.hpp"
 
@@ -265,21 +264,6 @@ ElfFile ReadPe(const Bytes& bytes)
     return file;
 }
 
-std::string ReadBytes(const std::filesystem::path& path)
-{
-    std::error_code error;
-    const auto size = std::filesystem::file_size(path, error);
-    if (error) {
-        throw FileError(path, fmt::format("cannot be read: {}", error.message()));
-    }
-    std::string bytes(size, '\0');
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(bytes.data(), static_cast<std::streamsize>(size))) {
-        throw FileError(path, "cannot be read");
-    }
-    return bytes;
-}
-
 }  // namespace
 
 bool ElfFile::Exports(std::string_view symbol) const
@@ -310,7 +294,7 @@ ElfFile ParseElf(std::string_view bytes, const std::filesystem::path& path)
 
 ElfFile ReadElfFile(const std::filesystem::path& path)
 {
-    return ParseElf(ReadBytes(path), path);
+    return ParseElf(ReadWholeFile(path), path);
 }
 
 std::string PlatformMismatch(const ElfFile& library, std::string_view platform)

@@ -213,8 +213,8 @@ const AlgorithmicModel& IbsFile::Choose(std::string_view name) const
         throw FileError(path, fmt::format("no Executable line for 64-bit Linux; models: {}",
                                           Joined(all, ", ")));
     }
-    throw FileError(path,
-                    fmt::format("several models to choose from, name one: {}", Joined(all, ", ")));
+    throw FileError(path, fmt::format("several models to choose from, name one with --model: {}",
+                                      Joined(all, ", ")));
 }
 
 IbsFile ReadIbsFile(const std::filesystem::path& path)

@@ -1,5 +1,7 @@
 #include "ibis/NearestName.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 
@@ -42,6 +44,26 @@ std::string NearestName(std::string_view name, const std::vector<std::string>& k
         }
     }
     return nearest;
+}
+
+std::string_view SameButForCase(std::string_view name, std::span<const std::string_view> known)
+{
+    const auto plain = [](std::string_view text) {
+        std::string letters = Lowercase(text);
+        std::erase_if(letters, [](char c) { return c == '_' || c == '-'; });
+        return letters;
+    };
+    const auto found = std::find_if(known.begin(), known.end(), [&](std::string_view one) {
+        return plain(one) == plain(name);
+    });
+    return found == known.end() || name.empty() ? "" : *found;
+}
+
+std::string DidYouMean(std::string_view name, std::span<const std::string_view> known)
+{
+    const std::string nearest =
+        NearestName(name, std::vector<std::string>(known.begin(), known.end()));
+    return nearest.empty() ? "" : fmt::format("; did you mean {}?", nearest);
 }
 
 }  // namespace ibis

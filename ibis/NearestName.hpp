@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,5 +9,11 @@ namespace ibis {
 
 /// Of known names the one that a user who wrote name most probably meant, or "" when none is near.
 std::string NearestName(std::string_view name, const std::vector<std::string>& known);
+
+/// The name of the list that differs from this one in case and underscores only, or "".
+std::string_view SameButForCase(std::string_view name, std::span<const std::string_view> known);
+
+/// "; did you mean Range?", or "" where none of the known names is near.
+std::string DidYouMean(std::string_view name, std::span<const std::string_view> known);
 
 }  // namespace ibis

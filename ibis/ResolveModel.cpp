@@ -2,6 +2,8 @@
 
 #include "ibis/IbsFile.hpp"
 #include "ibis/TextFile.hpp"
+#include "ibis/ami/CheckAmi.hpp"
+#include "ibis/ami/TreeRules.hpp"
 
 namespace ibis {
 namespace {
@@ -15,9 +17,16 @@ bool Exists(const fs::path& file)
     return fs::exists(file, error);
 }
 
-fs::path Beside(const fs::path& file, const std::string& name)
+/// The file of this name beside another one, or beside what that one leads to as a link.
+std::optional<fs::path> Beside(const fs::path& file, const fs::path& name)
 {
-    return file.parent_path() / name;
+    std::error_code error;
+    for (const fs::path& folder : {file.parent_path(), fs::canonical(file, error).parent_path()}) {
+        if (Exists(folder / name)) {
+            return folder / name;
+        }
+    }
+    return std::nullopt;
 }
 
 const Executable& ExecutableIn(const AlgorithmicModel& model, const fs::path& ibs)
@@ -36,115 +45,141 @@ const Executable& ExecutableIn(const AlgorithmicModel& model, const fs::path& ib
     return *executable;
 }
 
-/// A file that another one names must be there; the message leads back to the line that names it.
-void RequireNamed(const fs::path& file, const fs::path& ibs, int line)
+/// A file that the .ibs names must be there; the message leads back to the line that names it.
+fs::path Named(const fs::path& file, const fs::path& ibs, int line)
 {
-    if (!Exists(file)) {
+    const auto found = Beside(ibs, file.lexically_relative(ibs.parent_path()));
+    if (!found) {
         throw FileError(ibs, line, fmt::format("names {}, which does not exist", file.string()));
     }
+    return *found;
 }
 
-void RefuseModelName(const fs::path& path, std::string_view modelName)
+std::optional<fs::path> FirstBeside(const fs::path& file, std::initializer_list<std::string> names)
 {
-    if (!modelName.empty()) {
-        throw FileError(path,
-                        fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
-    }
-}
-
-std::optional<fs::path> FindAmiOf(const fs::path& library)
-{
-    const std::string stem = library.stem().string();
-    for (const std::string& name : {stem, stem.starts_with("lib") ? stem.substr(3) : stem}) {
-        if (const fs::path ami = Beside(library, name + ".ami"); Exists(ami)) {
-            return ami;
+    for (const std::string& name : names) {
+        if (auto found = Beside(file, name)) {
+            return found;
         }
     }
     return std::nullopt;
 }
 
-fs::path LibraryOf(const fs::path& ami)
+/// Of all findings those that whoever runs the model should see: what parameters it may be sent
+/// wrongly, not how the file is written. The checker tells the rest.
+std::vector<std::string> Notes(const fs::path& path, std::vector<Finding> findings)
 {
-    const std::string stem = ami.stem().string();
-    for (const std::string& name : {stem + ".so", "lib" + stem + ".so"}) {
-        if (Exists(Beside(ami, name))) {
-            return Beside(ami, name);
+    constexpr std::size_t kMost = 10;
+    std::erase_if(findings, [](const Finding& one) {
+        const bool isText = one.number <= rules::kPlainCharacters.number;
+        return one.severity == Severity::Note || (one.severity == Severity::Warning && isText);
+    });
+    std::vector<std::string> notes;
+    for (const Finding& one : findings) {
+        if (notes.size() == kMost) {
+            notes.push_back(fmt::format("{0}: there is more: see amisim check {0}", path.string()));
+            break;
         }
+        notes.push_back(one.Line());
     }
-    throw FileError(ami, fmt::format("expected the model's library {}.so beside it; name the .ibs "
-                                     "or the .so instead",
-                                     stem));
+    return notes;
 }
 
-[[noreturn]] void FailKind(const fs::path& path)
+void ReadAmi(const fs::path& path, ResolvedModel& resolved)
 {
-    throw FileError(path, "expected an .ibs, .ami or .so file");
+    Findings findings(path.string());
+    AmiFile file = ReadAmiFile(path, findings);
+    if (file.fault) {
+        throw FileError(path, file.fault->place.line, file.fault->text);
+    }
+    CheckAmi(file, {}, findings);
+    resolved.notes = Notes(path, findings.Take());
+    resolved.rootName = file.rootName;
+    resolved.ami = std::move(file);
 }
 
-void RequireFile(const fs::path& path)
+/// The files that stand for the model; library and .ami are empty where they are not there.
+struct Files
+{
+    fs::path library, ami;
+    std::string modelName;
+};
+
+Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrary)
+{
+    const IbsFile ibs = ReadIbsFile(path);
+    const AlgorithmicModel& model = ibs.Choose(modelName);
+    const Executable& executable = ExecutableIn(model, path);
+    return {needsLibrary ? Named(executable.library, path, executable.line) : fs::path(),
+            Named(executable.ami, path, executable.line), model.name};
+}
+
+Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)
 {
     if (!Exists(path)) {
         throw FileError(path, "does not exist");
     }
+    const std::string kind = Lowercase(path.extension().string());
+    if (kind == ".ibs") {
+        return FromIbs(path, modelName, needsLibrary);
+    }
+    if (!modelName.empty()) {
+        throw FileError(path,
+                        fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
+    }
+    if (kind == ".ami") {
+        return {LibraryOf(path).value_or(""), path, ""};
+    }
+    if (path.filename().string().find(".so") == std::string::npos) {
+        throw FileError(path, "expected an .ibs, .ami or .so file");
+    }
+    return {path, AmiOf(path).value_or(""), ""};
 }
 
 }  // namespace
 
+std::optional<fs::path> LibraryOf(const fs::path& ami)
+{
+    const std::string stem = ami.stem().string();
+    return FirstBeside(ami, {stem + ".so", "lib" + stem + ".so"});
+}
+
+std::optional<fs::path> AmiOf(const fs::path& library)
+{
+    const std::string stem = library.stem().string();
+    return FirstBeside(library,
+                       {stem + ".ami", (stem.starts_with("lib") ? stem.substr(3) : stem) + ".ami"});
+}
+
 ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
 {
-    RequireFile(path);
-    const std::string kind = Lowercase(path.extension().string());
-    ResolvedModel resolved;
-    if (kind == ".ibs") {
-        const IbsFile ibs = ReadIbsFile(path);
-        const AlgorithmicModel& model = ibs.Choose(modelName);
-        const Executable& executable = ExecutableIn(model, path);
-        RequireNamed(executable.library, path, executable.line);
-        RequireNamed(executable.ami, path, executable.line);
-        resolved.modelName = model.name;
-        resolved.library = executable.library;
-        resolved.ami = ReadAmiFile(executable.ami);
-    } else if (kind == ".ami") {
-        RefuseModelName(path, modelName);
-        resolved.ami = ReadAmiFile(path);
-        resolved.library = LibraryOf(path);
-    } else if (path.filename().string().find(".so") != std::string::npos) {
-        RefuseModelName(path, modelName);
-        resolved.library = path;
-        if (const auto ami = FindAmiOf(path)) {
-            resolved.ami = ReadAmiFile(*ami);
-        }
-    } else {
-        FailKind(path);
+    const Files files = Find(path, modelName, true);
+    if (files.library.empty()) {
+        throw FileError(path, fmt::format("expected the model's library {}.so beside it; name the "
+                                          ".ibs or the .so instead",
+                                          path.stem().string()));
     }
+    ResolvedModel resolved;
+    resolved.rootName = path.stem().string();
+    resolved.modelName = files.modelName;
     // A model runs in a folder of its own, and a bare name would be searched for elsewhere.
-    resolved.library = fs::absolute(resolved.library);
-    resolved.rootName = resolved.ami ? resolved.ami->rootName : path.stem().string();
+    resolved.library = fs::absolute(files.library);
+    if (!files.ami.empty()) {
+        ReadAmi(files.ami, resolved);
+    }
     return resolved;
 }
 
-AmiFile ResolveAmiFile(const fs::path& path, std::string_view modelName)
+ResolvedModel ResolveDefinitions(const fs::path& path, std::string_view modelName)
 {
-    RequireFile(path);
-    const std::string kind = Lowercase(path.extension().string());
-    if (kind == ".ibs") {
-        const IbsFile ibs = ReadIbsFile(path);
-        const Executable& executable = ExecutableIn(ibs.Choose(modelName), path);
-        RequireNamed(executable.ami, path, executable.line);
-        return ReadAmiFile(executable.ami);
-    }
-    RefuseModelName(path, modelName);
-    if (kind == ".ami") {
-        return ReadAmiFile(path);
-    }
-    if (kind != ".so") {
-        FailKind(path);
-    }
-    const auto ami = FindAmiOf(path);
-    if (!ami) {
+    const Files files = Find(path, modelName, false);
+    if (files.ami.empty()) {
         throw FileError(path, fmt::format("has no {}.ami beside it", path.stem().string()));
     }
-    return ReadAmiFile(*ami);
+    ResolvedModel resolved;
+    resolved.modelName = files.modelName;
+    ReadAmi(files.ami, resolved);
+    return resolved;
 }
 
 }  // namespace ibis

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ibis/ami/AmiFile.hpp"
 
@@ -12,10 +13,12 @@ namespace ibis {
 /// What it takes to run a model, found from whichever of its files the user named.
 struct ResolvedModel
 {
-    std::filesystem::path library;  ///< the shared library; exists, absolute
-    std::optional<AmiFile> ami;     ///< absent only for a library without an .ami beside it
-    std::string rootName;           ///< root of the parameter string
-    std::string modelName;          ///< name of the [Model], "" unless found through an .ibs
+    std::filesystem::path library;   ///< the shared library, absolute
+    std::optional<AmiFile> ami;      ///< absent only for a library without an .ami beside it
+    std::string rootName;            ///< root of the parameter string
+    std::string modelName;           ///< name of the [Model], "" unless found through an .ibs
+    std::vector<std::string> notes;  ///< errors and warnings on the .ami that do not keep it from
+                                     ///< being used, each as a line
 };
 
 /// From
@@ -23,12 +26,18 @@ struct ResolvedModel
 ///  - an .ami: the library of the same stem beside it (also with "lib" in front);
 ///  - an .so: the .ami of the same stem beside it (also without a leading "lib"), if there is one;
 ///    otherwise the stem serves as the root's name.
-/// Throws FileError that names the file and the remedy when a file is missing, cannot be read, or
-/// leaves a choice. modelName is for .ibs only and an error otherwise.
+/// Files beside a link are looked for beside what it leads to as well. Throws FileError that names
+/// the file and the remedy when a file is missing, cannot be read, is no definition of parameters
+/// or leaves a choice. modelName is for .ibs only and an error otherwise.
 ResolvedModel ResolveModel(const std::filesystem::path& path, std::string_view modelName = {});
 
-/// The file's parameter definitions alone, for which no library need exist: an .ami as it is, an
-/// .ibs through its Executable line, an .so through the .ami beside it.
-AmiFile ResolveAmiFile(const std::filesystem::path& path, std::string_view modelName = {});
+/// The same for the file's parameter definitions alone: there must be an .ami, but no library.
+ResolvedModel ResolveDefinitions(const std::filesystem::path& path,
+                                 std::string_view modelName = {});
+
+/// The library that stands beside an .ami and goes with it, if there is one; and the other way
+/// round.
+std::optional<std::filesystem::path> LibraryOf(const std::filesystem::path& ami);
+std::optional<std::filesystem::path> AmiOf(const std::filesystem::path& library);
 
 }  // namespace ibis

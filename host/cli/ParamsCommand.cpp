@@ -54,6 +54,8 @@ CLI::App* AddParamsCommand(CLI::App& app, ParamsOptions& o)
     params->add_option("file", o.file, "The model: .ami or .ibs, or .so with its .ami beside it")
         ->required()
         ->type_name("FILE");
+    params->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")
+        ->type_name("NAME");
     params->add_flag("--json", o.json, "As JSON, the values as the file writes them");
     return params;
 }
@@ -61,7 +63,8 @@ CLI::App* AddParamsCommand(CLI::App& app, ParamsOptions& o)
 ExitCode ListParameters(const ParamsOptions& options)
 {
     try {
-        const ibis::AmiFile file = ibis::ResolveAmiFile(options.file);
+        const auto resolved = ibis::ResolveDefinitions(options.file, options.modelName);
+        const ibis::AmiFile& file = *resolved.ami;
         if (options.json) {
             using Json = nlohmann::ordered_json;
             Print("{}\n", ToJson(file).dump(2, ' ', false, Json::error_handler_t::replace));
@@ -69,7 +72,7 @@ ExitCode ListParameters(const ParamsOptions& options)
         }
         Print("{}{}{}\n\n{}", file.rootName, file.description.empty() ? "" : ": ", file.description,
               ibis::ParameterTable(file, TerminalWidth()));
-        for (const auto& note : file.notes)
+        for (const auto& note : resolved.notes)
             Print("Note: {}\n", base::Shortened(note, kLongestPrinted));
     } catch (const ibis::FileError& error) {
         throw Error(ExitCode::kInput, error.what());

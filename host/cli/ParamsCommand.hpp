@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <string>
 
 #include "host/Error.hpp"
 
@@ -10,6 +11,7 @@ namespace amisim {
 struct ParamsOptions
 {
     std::filesystem::path file;
+    std::string modelName;  // of the [Model] in an .ibs; empty: its only one
     bool json = false;
 };
 

@@ -36,7 +36,7 @@ public:
           worker_(worker),
           stop_(stop),
           begin_(Clock::now()),
-          model_(ResolveModelSource(options.model, options.parameters)),
+          model_(ResolveModelSource(options.model, options.modelName, options.parameters)),
           signal_(options.signal, 10 * options.blockBits + Analyses::kHeldBits)
     {
         result_.notes = model_.notes;

@@ -40,6 +40,8 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
     run->add_option("model", o.model, "The model: .ibs, .ami or .so")
         ->required()
         ->type_name("MODEL");
+    run->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")
+        ->type_name("NAME");
     run->add_option("-o,--out", o.out, "Output folder, made if need be")
         ->capture_default_str()
         ->type_name("DIR");

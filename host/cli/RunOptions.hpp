@@ -16,6 +16,7 @@ namespace amisim {
 struct RunOptions
 {
     std::filesystem::path model;
+    std::string modelName;  // of the [Model] in an .ibs; empty: its only one
     std::filesystem::path out = "out";
     std::vector<std::string> parameters;  // Name=Value
 

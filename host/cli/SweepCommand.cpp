@@ -32,6 +32,7 @@ A plan, with paths relative to its folder:
   out = "levels"
   [run]                 # options of amisim run, by their long names
   bits = 20000
+  model = "RX"          # of an .ibs with several: the [Model]
   [param]               # parameters of the model
   CTLEAdapt = 0
   [grid]                # axes: options or parameters; the last one varies fastest
@@ -87,7 +88,7 @@ Plan MakePlan(const SweepOptions& o)
 {
     Plan plan;
     if (fs::is_directory(o.what)) {
-        if (!o.grids.empty() || !o.runOptions.empty() || o.out) {
+        if (!o.grids.empty() || !o.runOptions.empty() || o.out || !o.modelName.empty()) {
             throw Error(ExitCode::kUsage,
                         fmt::format("{}: a sweep goes on with the plan it began with: for another "
                                     "grid, other options or another folder name the model or the "
@@ -102,6 +103,10 @@ Plan MakePlan(const SweepOptions& o)
         plan.base = fs::current_path();
         plan.model = o.what.string();
         plan.out = plan.base / "sweep";
+    }
+    if (!o.modelName.empty()) {
+        std::erase_if(plan.fixed, [](const Setting& s) { return s.name == "model"; });
+        plan.fixed.push_back({"model", false, {o.modelName}, "--model " + o.modelName});
     }
     if (o.out) plan.out = fs::absolute(*o.out).lexically_normal();
     for (const auto& text : o.grids) plan.SetAxis(ParseGrid(text));
@@ -201,6 +206,8 @@ CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& o)
         ->type_name("PLAN|MODEL|FOLDER");
     sweep->add_option("run-options", o.runOptions, "After --: options of amisim run for all cases")
         ->type_name("...");
+    sweep->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")
+        ->type_name("NAME");
     sweep->add_option("-g,--grid", o.grids, "An axis: a list 6,10,14 or a range 0:31 or 0:2:10")
         ->allow_extra_args(false)
         ->type_name("NAME=VALUES");
@@ -271,7 +278,7 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
                                                   "from: {}",
                                                   plan.base.string(), error.message()));
     }
-    const RunSyntax syntax(plan.model);
+    const RunSyntax syntax(plan);
     syntax.Check(plan);
     std::vector<Case> cases = Expand(plan);
     if (o.task) {

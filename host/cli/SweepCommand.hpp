@@ -15,6 +15,7 @@ namespace amisim {
 struct SweepOptions
 {
     std::filesystem::path what;  // a plan, a model, or the folder of a sweep
+    std::string modelName;       // of the [Model] in an .ibs; empty: its only one
     std::vector<std::string> grids, runOptions;
     std::optional<std::filesystem::path> out;
     std::optional<int> jobs;

@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
 #include "host/Error.hpp"
 #include "ibis/ResolveModel.hpp"
+#include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ParameterString.hpp"
 
 namespace amisim {
@@ -46,11 +48,26 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
     return result;
 }
 
+/// What the standard has the simulator say, where the model asks for it and the user says nothing:
+/// the library's folder, and a name for this instance.
+void AddOwn(const ibis::AmiFile& ami, const std::filesystem::path& library,
+            ibis::Overrides& overrides)
+{
+    const std::string folder = library.parent_path().string();
+    for (const auto& [name, value] : {std::pair{"DLL_Path", folder}, {"DLL_ID", ami.rootName}}) {
+        const ibis::AmiParameter* parameter = ami.FindReserved(name);
+        const bool said = std::ranges::any_of(
+            overrides, [&](const auto& one) { return ami.Find(one.first) == parameter; });
+        if (parameter && parameter->IsInput() && !said && ibis::Admitted(*parameter, value) &&
+            value.find('"') == value.npos)
+            overrides.emplace_back(name, value);
+    }
+}
+
 ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
 {
     ModelSource source;
     source.parameters = ibis::ParameterString(ami, overrides);
-    source.notes = ami.notes;
     if (const auto exists = ami.Reserved("GetWave_Exists"); exists && *exists != "True") {
         throw Error(
             ExitCode::kModelLoad,
@@ -80,7 +97,7 @@ std::optional<std::string> ModelSource::Setting(const std::string& parameter) co
     return std::nullopt;
 }
 
-ModelSource ResolveModelSource(const std::filesystem::path& model,
+ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
                                const std::vector<std::string>& overrides)
 {
     ibis::Overrides pairs;
@@ -91,13 +108,15 @@ ModelSource ResolveModelSource(const std::filesystem::path& model,
         throw Error(ExitCode::kUsage, error.what());
     }
     try {
-        resolved = ibis::ResolveModel(model);
+        resolved = ibis::ResolveModel(model, modelName);
+        if (resolved.ami) ibis::RequireSendable(*resolved.ami);
     } catch (const ibis::FileError& error) {
         throw Error(ExitCode::kInput, error.what());
     }
     ModelSource source;
     if (resolved.ami) {
         try {
+            AddOwn(*resolved.ami, resolved.library, pairs);
             source = WithDefinitions(*resolved.ami, pairs);
         } catch (const ibis::FileError& error) {
             throw Error(ExitCode::kUsage, error.what());
@@ -106,6 +125,7 @@ ModelSource ResolveModelSource(const std::filesystem::path& model,
         source.parameters = UncheckedString(resolved.rootName, pairs);
         source.settings = pairs;
     }
+    source.notes = resolved.notes;
     source.name = resolved.rootName;
     source.library = std::filesystem::absolute(resolved.library);
     return source;

@@ -26,11 +26,12 @@ struct ModelSource
 
 /// Finds the shared library and builds the parameter string.
 /// @param model      an .ibs, .ami or .so file
+/// @param modelName  of the [Model] in an .ibs; empty: its only one
 /// @param overrides  "Name=Value" texts; the last one for a parameter counts
 /// @throws Error kInput for a file, kUsage for an override that does not suit, kModelLoad for a
 /// model
 ///         that has no part that runs in the time domain
-ModelSource ResolveModelSource(const std::filesystem::path& model,
+ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
                                const std::vector<std::string>& overrides);
 
 }  // namespace amisim

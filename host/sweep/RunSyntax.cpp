@@ -32,6 +32,8 @@ struct RunLine
     }
 };
 
+constexpr const char* kModelName = "model";
+
 [[noreturn]] void Fail(const std::string& where, const std::string& text)
 {
     throw Error(ExitCode::kUsage, where + ": " + text);
@@ -48,12 +50,29 @@ bool IsReserved(const std::string& option)
     return option == "out" || option == "param" || option == "help";
 }
 
+/// What the plan says for `run --model`.
+std::string ModelName(const Plan& plan)
+{
+    for (const auto& setting : plan.fixed) {
+        if (setting.name == kModelName && !setting.isParameter) return setting.values.front();
+    }
+    RunLine line;
+    std::vector<std::string> arguments = {plan.model};
+    arguments.insert(arguments.end(), plan.options.begin(), plan.options.end());
+    try {
+        line.Parse(arguments);
+    } catch (const CLI::Error&) {
+        // For CheckOptions to tell.
+    }
+    return line.options.modelName;
+}
+
 }  // namespace
 
-RunSyntax::RunSyntax(const std::string& model) : model_(model)
+RunSyntax::RunSyntax(const Plan& plan) : model_(plan.model)
 {
     try {
-        auto resolved = ibis::ResolveModel(model);
+        auto resolved = ibis::ResolveModel(model_, ModelName(plan));
         library_ = resolved.library;
         ami_ = std::move(resolved.ami);
     } catch (const ibis::FileError& error) {
@@ -161,6 +180,11 @@ void RunSyntax::CheckOptions(const Plan& plan) const
     if (line.run->get_option("--out")->count() > 0)
         Fail(where, "--out is for the sweep: give it before the --");
     for (const auto& axis : plan.axes) {
+        if (axis.name == kModelName && !axis.isParameter) {
+            Fail(axis.where,
+                 "model cannot be an axis: the models of an .ibs have parameters of "
+                 "their own; give each a sweep");
+        }
         const auto sameName = [&](const Setting& other) {
             return other.name == axis.name && other.isParameter == axis.isParameter;
         };
@@ -214,7 +238,7 @@ void RunSyntax::CheckCase(const std::vector<std::string>& arguments, const std::
     try {
         line.Parse(all);
         line.options.Check();
-        ResolveModelSource(model_, line.options.parameters);
+        ResolveModelSource(model_, line.options.modelName, line.options.parameters);
     } catch (const CLI::ParseError& error) {
         Fail("case " + name, error.what());
     } catch (const Error& error) {

@@ -15,8 +15,10 @@ namespace amisim {
 class RunSyntax
 {
 public:
+    /// For the plan's model, and of those in an .ibs the one that its setting or option `model`
+    /// names.
     /// @throws Error (kInput) for a model that cannot be found or read
-    explicit RunSyntax(const std::string& model);
+    explicit RunSyntax(const Plan& plan);
 
     /// Finds out what every setting of the plan is and checks each of its values, then that the
     /// user's options can be understood and set nothing that an axis sets.

@@ -1,7 +1,6 @@
 #include "ibis/ami/AmiFile.hpp"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "ibis/TextFile.hpp"
@@ -25,27 +24,6 @@ std::string List(const AmiParameter& parameter)
 
 }  // namespace
 
-std::string_view Name(Usage usage)
-{
-    constexpr std::array<std::string_view, 5> names{"In", "Out", "Info", "InOut", "Dep"};
-    return names[static_cast<size_t>(usage)];
-}
-
-std::string_view Name(Type type)
-{
-    constexpr std::array<std::string_view, 6> names{"Float",   "Integer", "String",
-                                                    "Boolean", "Tap",     "UI"};
-    return names[static_cast<size_t>(type)];
-}
-
-std::string_view Name(Format format)
-{
-    constexpr std::array<std::string_view, 11> names{"None",     "Value",      "Range", "List",
-                                                     "Corner",   "Increment",  "Steps", "Table",
-                                                     "Gaussian", "Dual-Dirac", "DjRj"};
-    return names[static_cast<size_t>(format)];
-}
-
 std::string AmiParameter::Path() const
 {
     std::string path;
@@ -57,6 +35,9 @@ std::string AmiParameter::Path() const
 
 std::string AmiParameter::AllowedValues() const
 {
+    if (fault) {
+        return "nothing";
+    }
     switch (format) {
         case Format::Range:
             return fmt::format("{} to {}", values[1], values[2]);
@@ -112,24 +93,33 @@ const AmiParameter* AmiFile::Find(std::string_view wanted) const
     return &*first;
 }
 
+const AmiParameter* AmiFile::FindReserved(std::string_view wanted) const
+{
+    const auto found = std::find_if(parameters.begin(), parameters.end(), [&](auto& parameter) {
+        return parameter.reserved && parameter.groups.empty() && parameter.name == wanted;
+    });
+    return found == parameters.end() ? nullptr : &*found;
+}
+
 std::optional<std::string> AmiFile::Reserved(std::string_view wanted) const
 {
-    for (const AmiParameter& parameter : parameters) {
-        if (parameter.reserved && parameter.Path() == wanted && !parameter.defaultValue.empty()) {
-            return parameter.defaultValue;
-        }
+    const AmiParameter* parameter = FindReserved(wanted);
+    if (!parameter || parameter->defaultValue.empty()) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return parameter->defaultValue;
 }
 
-AmiFile ReadAmiFile(const std::filesystem::path& path)
+AmiFile ReadAmiFile(const std::filesystem::path& path, Findings& findings)
 {
-    return ParseAmiText(ReadTextFile(path), path);
+    return ParseAmiText(ReadWholeFile(path), path, findings);
 }
 
-AmiFile ParseAmiText(std::string_view text, const std::filesystem::path& path)
+AmiFile ParseAmiText(std::string_view text, const std::filesystem::path& path, Findings& findings)
 {
-    return InterpretAmiTree(ParseAmiTree(text, path), path);
+    AmiFile file = InterpretAmiTree(ParseAmiTree(text, findings), findings);
+    file.path = path;
+    return file;
 }
 
 }  // namespace ibis

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <filesystem>
-
 #include "ibis/ami/AmiFile.hpp"
 #include "ibis/ami/AmiTree.hpp"
 
 namespace ibis {
 
 /// The meaning of an .ami file's tree: which lists are branches, which parameters, and what each
-/// states. Throws FileError at the first parameter that cannot be understood.
-AmiFile InterpretAmiTree(const AmiNode& root, const std::filesystem::path& path);
+/// states. Where the tree is not what it should be (rules 822 to 863), the reading that is most
+/// probably meant is taken.
+AmiFile InterpretAmiTree(const AmiTree& tree, Findings& findings);
 
 }  // namespace ibis

@@ -1,6 +1,7 @@
 #include "ibis/ami/ParameterString.hpp"
 
 #include <algorithm>
+#include <optional>
 
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
@@ -51,6 +52,11 @@ std::string Written(Type type, const std::string& value)
 std::string LeafData(const AmiParameter& parameter, const std::string& value)
 {
     switch (parameter.format) {
+        case Format::Value:
+            // Several in one Value are the taps of a filter.
+            return value == parameter.defaultValue && parameter.values.size() > 1
+                       ? Joined(parameter.values, " ")
+                       : Written(parameter.type, value);
         case Format::Gaussian:
         case Format::DualDirac:
         case Format::DjRj:
@@ -74,6 +80,21 @@ std::string LeafData(const AmiParameter& parameter, const std::string& value)
 
 }  // namespace
 
+void RequireSendable(const AmiFile& file)
+{
+    const auto require = [&](const std::optional<Fault>& fault) {
+        if (fault) {
+            throw FileError(file.path, fault->place.line, fault->text);
+        }
+    };
+    require(file.fault);
+    for (const AmiParameter& parameter : file.parameters) {
+        if (parameter.IsInput()) {
+            require(parameter.fault);
+        }
+    }
+}
+
 std::pair<std::string, std::string> SplitOverride(std::string_view text)
 {
     const size_t equals = text.find('=');
@@ -87,9 +108,12 @@ std::pair<std::string, std::string> SplitOverride(std::string_view text)
 std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter, std::string_view value)
 {
     const auto fail = [&](const std::string& message) {
-        return FileError(file.path, parameter.line,
+        return FileError(file.path, parameter.place.line,
                          fmt::format("{} = {}: {}", parameter.Path(), value, message));
     };
+    if (parameter.fault) {
+        throw FileError(file.path, parameter.fault->place.line, parameter.fault->text);
+    }
     if (!parameter.IsInput()) {
         throw fail(fmt::format("its Usage is {}, so it cannot be set", Name(parameter.usage)));
     }
@@ -105,9 +129,11 @@ std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter, std
 
 std::string ParameterString(const AmiFile& file, const Overrides& overrides)
 {
-    std::vector<std::string> values;
+    RequireSendable(file);
+    std::vector<std::optional<std::string>> values;
     for (const AmiParameter& parameter : file.parameters) {
-        values.push_back(parameter.defaultValue);
+        values.push_back(parameter.HasValue() ? std::optional(parameter.defaultValue)
+                                              : std::nullopt);
     }
     for (const auto& [name, value] : overrides) {
         const AmiParameter* parameter = file.Find(name);
@@ -133,7 +159,13 @@ std::string ParameterString(const AmiFile& file, const Overrides& overrides)
         }
         open = parameter.groups;
 
-        text += fmt::format(" ({} {})", parameter.name, LeafData(parameter, values[i]));
+        if (!values[i]) {
+            throw FileError(file.path, parameter.place.line,
+                            fmt::format("parameter '{0}' has neither a Format nor a Default: give "
+                                        "it a value, {0}=...",
+                                        parameter.Path()));
+        }
+        text += fmt::format(" ({} {})", parameter.name, LeafData(parameter, *values[i]));
     }
     return text.append(open.size() + 1, ')');
 }

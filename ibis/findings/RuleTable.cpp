@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "ibis/ami/CheckAmi.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 #include "ibis/rules/CheckFile.hpp"
 
@@ -15,6 +16,7 @@ std::vector<const Rule*> Collect()
     std::vector<const Rule*> all(std::begin(syntax::kAll), std::end(syntax::kAll));
     const std::vector<const Rule*> ofRecords = RecordRules();
     all.insert(all.end(), ofRecords.begin(), ofRecords.end());
+    all.insert(all.end(), AmiRules().begin(), AmiRules().end());
     std::sort(all.begin(), all.end(),
               [](const Rule* a, const Rule* b) { return a->number < b->number; });
     return all;

@@ -244,6 +244,45 @@ TEST_F(SweepTest, AJobArrayHoldsTheCasesThatAreLeftAndItsTasksRunThem)
         EXPECT_NE(script.find(line), std::string::npos) << script;
 }
 
+TEST_F(SweepTest, OfSeveralModelsInAnIbsOneIsNamed)
+{
+    std::string ibs = "[IBIS Ver] 7.2\n[File Name] two.ibs\n";
+    for (const std::string name : {"model", "other"}) {
+        ibs += "[Model] " + name +
+               "\nModel_type Input\n[Algorithmic Model]\nExecutable Linux_gcc_64 " + name + ".so " +
+               name + ".ami\n[End Algorithmic Model]\n";
+    }
+    Save("two.ibs", ibs + "[End]\n");
+    fs::copy_file(TEST_MODEL, "other.so");
+    std::string definitions = kDefinitions;
+    definitions.replace(definitions.find("Level"), 5, "Depth");
+    definitions.insert(definitions.find("    (Init_"), "    (DLL_Path (Usage In) (Type String))\n");
+    Save("other.ami", definitions);
+
+    for (const char* command : {"run two.ibs", "params two.ibs", "sweep two.ibs --grid Depth=0"}) {
+        EXPECT_EQ(Amisim(command), 3);
+        EXPECT_TRUE(Says("name one with --model: model, other")) << output_;
+    }
+    EXPECT_EQ(Amisim("params model.ami --model other"), 3);
+    ASSERT_EQ(Amisim("params two.ibs --model other"), 0) << output_;
+    EXPECT_TRUE(Says("Depth") && !Says("Level")) << output_;
+    ASSERT_EQ(Amisim("run two.ibs --model other --bits 2000 -p Depth=3"), 0) << output_;
+    EXPECT_EQ(Json::parse(Read("out/result.json"))["model"]["parameters_in"],
+              "(Model (DLL_Path \"" + folder_.Path().string() + "\") (Depth 3) (Mode \"pass\"))");
+    ASSERT_EQ(Amisim("sweep two.ibs --model other --grid Depth=1,2 -- --bits 2000"), 0) << output_;
+    EXPECT_EQ(Amisim("sweep two.ibs --grid Depth=3 --out b -- --bits 2000 --model other"), 0);
+
+    // A plan keeps the name, and with it the folder of a sweep and the tasks of a job.
+    Save("plan.toml",
+         "model = \"two.ibs\"\n[run]\nbits = 2000\nmodel = \"other\"\n[grid]\nDepth = [5, 6]\n");
+    ASSERT_EQ(Amisim("sweep plan.toml --out c --slurm --dry-run"), 0) << output_;
+    ASSERT_EQ(Amisim("sweep c --task 2"), 0) << output_;
+    EXPECT_EQ(Amisim("sweep plan.toml --out c --dry-run --model model"), 2);
+    EXPECT_TRUE(Says("Depth is neither an option of amisim run nor a parameter")) << output_;
+    EXPECT_EQ(Amisim("sweep two.ibs --model other --grid model=model,other"), 2);
+    EXPECT_TRUE(Says("model cannot be an axis")) << output_;
+}
+
 TEST_F(SweepTest, TwoResultsStandSideBySide)
 {
     ASSERT_EQ(Sweep("--grid Mode=pass,invert --grid loss=0,6"), 0) << output_;

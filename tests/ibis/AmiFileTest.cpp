@@ -16,9 +16,10 @@ constexpr const char* kReserved =
     "(GetWave_Exists (Usage Info)(Type Boolean)(Value True)))";
 
 /// A file whose lines 2 and on are the text, within Model_Specific.
-AmiFile Parsed(const std::string& specific)
+AmiFile Parsed(const std::string& specific, Findings&& findings = Findings("m.ami"))
 {
-    return ParseAmiText(fmt::format("(m {} (Model_Specific\n{}\n))", kReserved, specific), "m.ami");
+    return ParseAmiText(fmt::format("(m {} (Model_Specific\n{}\n))", kReserved, specific), "m.ami",
+                        findings);
 }
 
 TEST(AmiFile, ReadsEveryFormat)
@@ -50,7 +51,6 @@ TEST(AmiFile, ReadsEveryFormat)
         SCOPED_TRACE(row.data);
         const AmiFile file =
             Parsed(fmt::format("(p (Usage In)(Type {}){}(Description \"d\"))", row.type, row.data));
-        EXPECT_EQ(file.notes, std::vector<std::string>());
         const AmiParameter& parameter = file.parameters.back();
         EXPECT_EQ(parameter.format, row.format);
         EXPECT_EQ(Name(parameter.type), row.type);
@@ -66,95 +66,66 @@ TEST(AmiFile, KnowsBranchesFromParametersAndFindsByPathOrLeaf)
         "(a (Description \"group\") (x (Usage In)(Type Tap)(Value 1)) | (y comment \"\n"
         "(b (x (Usage Out)(Type Tap)) (-1 (Usage InOut)(Type Tap)(Value \"2\"))))");
     ASSERT_EQ(file.parameters.size(), 7U);
-    EXPECT_EQ(file.Find("a.b.-1")->line, 5);
+    EXPECT_EQ(file.Find("a.b.-1")->place.line, 5);
+    EXPECT_EQ(file.Find("a.b.-1")->place.column, 30);
     EXPECT_EQ(file.Find("m.a.b.-1"), file.Find("-1"));
     EXPECT_EQ(file.Find("x"), nullptr);  // two of them
     EXPECT_EQ(file.Find("Long")->defaultValue, "1 | 2 3");
     EXPECT_EQ(file.Reserved("GetWave_Exists"), "True");
     EXPECT_EQ(file.Reserved("Long"), std::nullopt);
-    EXPECT_EQ(file.notes, std::vector<std::string>{
-                              "m.ami:5: the Tap value 2 of '-1' should stand without quotes"});
 }
 
-TEST(AmiFile, NamesLineAndExpectationOfWhatItCannotRead)
-{
-    const std::pair<const char*, const char*> rows[] = {
-        {"", "m.ami:1: expected '(' and the model's name, found the end of the file"},
-        {"(m)\n\n)",
-         "m.ami:3: expected the end of the file after the ')' that closes 'm' of line 1, "
-         "found ')'"},
-        {"(m (Model_Specific\n(p 3)))",
-         "m.ami:2: expected (Usage ...) and (Type ...) in parameter 'p'"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(MessageOf([&] { ParseAmiText(row.first, "m.ami"); }), row.second);
-    }
-    const std::pair<const char*, const char*> parameters[] = {
-        {"(Type Float)(Value 1)", "expected (Usage ...) in parameter 'p'"},
-        {"(Usage Inn)(Type Float)(Value 1)",
-         "expected Usage with one of In, Out, Info, InOut, Dep, found 'Inn'; did you mean In?"},
-        {"(Usage In)(Type Float)(Format Rnge 1 2)",
-         "expected Format with one of Value, Range, List, Corner, Increment, Steps, Table, "
-         "Gaussian, Dual-Dirac, DjRj, found 'Rnge'"},
-        {"(Usage In)(Type Float)(Value 10p)", "expected a Float in parameter 'p', found '10p'"},
-        {"(Usage In)(Type Float)(Range 0 1)",
-         "expected typ, min and max after Range in parameter 'p', found 2 values"},
-        {"(Usage In)(Type Float)(Range 0 31 0)",
-         "expected typ, min and max in this order in parameter 'p', but 31 > 0"},
-        {"(Usage In)(Type Integer)(Value 1.5)",
-         "expected an Integer in parameter 'p', found '1.5'"},
-        {"(Usage In)(Type Float)(Table (0 1) (2))",
-         "expected 2 values in this row of 'p', found 1"},
-        {"(Usage In)(Type Float)(Value 1)) (p (Usage In)(Type Float)(Value 1)",
-         "a second parameter 'p'"},
-    };
-    for (const auto& row : parameters) {
-        EXPECT_EQ(MessageOf([&] { Parsed(fmt::format("(p {})", row.first)); }),
-                  fmt::format("m.ami:2: {}", row.second));
-    }
-    std::string nested;
-    for (int i = 0; i < 100000; ++i) {
-        nested += "(a";
-    }
-    EXPECT_EQ(MessageOf([&] { ParseAmiText(nested, "m.ami"); }),
-              "m.ami:1: more than 100 lists within each other");
-}
-
-TEST(AmiFile, NotesDeparturesThatDoNotKeepTheModelFromRunning)
+TEST(AmiFile, TakesWhatIsMostProbablyMeant)
 {
     struct Row
     {
         const char* parameter;
-        const char* note;
         const char* value;
+        Format format = Format::Value;
+        Usage usage = Usage::In;
     };
     const Row rows[] = {
-        {"(Type Boolean)(Value true)", "'true' of 'p' is read as the Boolean True", "True"},
-        {"(Type Integer)(Value 1e3)", "'1e3' of 'p' is read as the Integer 1000", "1000"},
-        {"(Type Integer)(List 1 2)(Default 3)",
-         "the Default 3 of 'p' is not among what its List allows: 1, 2", "3"},
-        {"(Type Integer)(Value 1)(Description two words)",
-         "the Description should be one text in quotes", "1"},
+        {"(Usage In)(Type Boolean)(Value true)", "True"},
+        {"(Usage In)(Type Integer)(Value 1e3)", "1000"},
+        {"(Usage INPUT)(Type int)(Value 3.0)", "3"},
+        {"(usage Out)(TYPE Float)(value 3)", "3", Format::Value, Usage::Out},
+        {"(Usage In)(Type Integer)(List 1 2)(Default 3)", "3", Format::List},
+        {"(Usage In)(Type Float)(Value 1)(Default 2)", "1"},
+        {"(Usage In)(Type Float)(Value 1)(List 2 3)", "1"},
+        {"(Usage In)(Type Integer)(Label \"a\")(List 2 0)(Default 0.0)", "0", Format::List},
+        {"(Usage In)(Type Float)(Value 1) (q (Usage In)(Type Float)(Value 2))", "1"},
+        {"(Usage In)(Type Float)(Range 3 0 2)", "3", Format::Range},
     };
     for (const Row& row : rows) {
-        const AmiFile file = Parsed(fmt::format("(p (Usage In){})", row.parameter));
-        EXPECT_EQ(file.notes, std::vector<std::string>{fmt::format("m.ami:2: {}", row.note)});
-        EXPECT_EQ(file.parameters.back().defaultValue, row.value);
+        SCOPED_TRACE(row.parameter);
+        const AmiFile file = Parsed(fmt::format("(p {})", row.parameter));
+        const AmiParameter& parameter = *file.Find("p");
+        EXPECT_FALSE(parameter.fault);
+        EXPECT_EQ(parameter.defaultValue, row.value);
+        EXPECT_EQ(parameter.format, row.format);
+        EXPECT_EQ(parameter.usage, row.usage);
     }
-    EXPECT_EQ(ParseAmiText("(m\n(Reserved_Parameters\n"
-                           "(GetWave_Exists (Usage In)(Type Boolean)(Value True))\n"
-                           "(AMI_Version (Usage Info)(Type String)(Value \"7.0\"))))",
-                           "m.ami")
-                  .notes,
-              (std::vector<std::string>{
-                  "m.ami:2: the required reserved parameter Init_Returns_Impulse is missing",
-                  "m.ami:3: GetWave_Exists must be Usage Info, Type Boolean",
-                  "m.ami:4: AMI_Version must come first in Reserved_Parameters"}));
-    EXPECT_EQ(ParseAmiText("(m (Reserved_Parameters)\n(Model_Specific\n"
-                           "(AMI_Version (Usage Info)(Type String)(Value \"7.0\"))))",
-                           "m.ami")
-                  .notes.front(),
-              "m.ami:1: the required reserved parameter AMI_Version is missing");
+    // One that cannot be understood takes none of the others with it.
+    const AmiFile file = Parsed(
+        "(p (Usage In)(Type Float)(Range 0 x 1))(q (Usage In)(Type UI)(Value "
+        "2)))(r (Usage In)(Type Tap)(Value 3)");
+    EXPECT_EQ(file.Find("p")->fault->text, "parameter 'p': expected a Float, found 'x'");
+    EXPECT_EQ(file.Find("p")->AllowedValues(), "nothing");
+    EXPECT_EQ(file.Find("q")->defaultValue, "2");
+    EXPECT_EQ(file.Find("r")->defaultValue, "3");  // outside of Model_Specific by a ')' too many
+}
+
+TEST(AmiFile, EndsWithinItsStackAndMemory)
+{
+    for (const char* open : {"(a", "((", "(a \"", "(a (b (Usage "}) {
+        std::string nested;
+        for (int i = 0; i < 100000; ++i) {
+            nested += open;
+        }
+        Findings findings("m.ami");
+        EXPECT_TRUE(ParseAmiText(nested, "m.ami", findings).fault);
+        EXPECT_LE(findings.Take().size(), 3U);
+    }
 }
 
 TEST(ParameterTable, AlignsColumnsAndWrapsDescriptions)

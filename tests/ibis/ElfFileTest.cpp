@@ -138,7 +138,7 @@ TEST(ElfFile, OneThatIsCutOffOrDamagedIsRefusedOrReadInPart)
             MessageOf([&] { ParseElf(damaged, "u.so"); });  // neither hangs nor leaves its bounds
         }
     }
-    EXPECT_NE(MessageOf([] { ReadElfFile("none.so"); }).find("none.so: cannot be read"),
+    EXPECT_NE(MessageOf([] { ReadElfFile("none.so"); }).find("none.so: cannot be opened"),
               std::string::npos);
 }
 

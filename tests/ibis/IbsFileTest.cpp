@@ -77,7 +77,7 @@ TEST(IbsFile, NamesWhatIsWrong)
          "m.ibs: no Executable line for 64-bit Linux; models: a"},
         {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Linux_64 a b\n"
          "[Model] b\n[Algorithmic Model]\nExecutable Linux_64 a b",
-         "m.ibs: several models to choose from, name one: a, b"},
+         "m.ibs: several models to choose from, name one with --model: a, b"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(MessageOf([&] { ParseIbsText(row.first, "m.ibs").Choose(""); }), row.second);
@@ -95,12 +95,12 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
     write("libfoo.so", "");
     write("foo.ami", "(foo_root)");
     write("orphan.ami", "(orphan)");
-    write("binary.ami", "");
+    write("binary.so", "");
     std::ofstream("binary.ami") << std::string("(\0)", 3);
 
     EXPECT_EQ(MessageOf([] { ResolveModel("two.ibs"); }),
               "two.ibs:20: names sub/rx.so, which does not exist");
-    EXPECT_EQ(ResolveAmiFile("two.ibs").rootName, "root");  // its library need not exist
+    EXPECT_EQ(ResolveDefinitions("two.ibs").rootName, "root");  // its library need not exist
     write("sub/rx.so", "");
 
     struct Row
@@ -125,7 +125,7 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
          "instead",
          nullptr},
         {"none.ibs", "", "none.ibs: does not exist", nullptr},
-        {"binary.ami", "", "binary.ami: is not a text file", nullptr},
+        {"binary.ami", "", "binary.ami:1: is not a text file", nullptr},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.path);
@@ -139,8 +139,51 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
         EXPECT_EQ(model.library, folder.Path() / row.library);
         EXPECT_EQ(model.rootName, row.root);
     }
-    EXPECT_EQ(MessageOf([] { ResolveAmiFile("alone.so"); }),
+    EXPECT_EQ(MessageOf([] { ResolveDefinitions("alone.so"); }),
               "alone.so: has no alone.ami beside it");
+}
+
+TEST(ResolveModel, FindsCompanionsBesideALinkOrItsTarget)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directories("store/sub");
+    std::filesystem::create_directories("desk/sub");
+    std::ofstream("store/two.ibs") << kTwo;
+    std::ofstream("store/sub/rx.ami") << "(stored)";
+    std::ofstream("store/sub/rx.so") << "";
+    std::filesystem::create_symlink("../store/two.ibs", "desk/two.ibs");
+    std::filesystem::create_symlink(folder.Path() / "desk/two.ibs", "link.ibs");
+
+    EXPECT_EQ(ResolveModel("desk/two.ibs").library, folder.Path() / "store/sub/rx.so");
+    EXPECT_EQ(ResolveModel("link.ibs").rootName, "stored");
+    std::ofstream("desk/sub/rx.ami") << "(mine)";
+    EXPECT_EQ(ResolveModel("desk/two.ibs").rootName,
+              "mine");  // what is beside the link comes first
+    EXPECT_EQ(ResolveModel("desk/two.ibs").library, folder.Path() / "store/sub/rx.so");
+}
+
+TEST(ResolveModel, TellsOfTheAmiWhatConcernsARun)
+{
+    const TemporaryFolder folder;
+    std::ofstream("m.so") << "";
+    std::ofstream ami("m.ami");
+    ami << "(m # \xB0\n(Reserved_Parameters\n (AMI_Version (Usage Info)(Type String)(Value "
+           "\"7.0\"))\n"
+           " (Init_Returns_Impulse (Usage Info)(Type Boolean)(Value False))\n"
+           " (GetWave_Exists (Usage In)(Type Boolean)(Value True)))\n(Model_Specific\n";
+    for (int i = 0; i < 12; ++i) {
+        ami << fmt::format(" (p{} (Usage In)(Type Float)(Range 3 0 2)(Label \"x\"))\n", i);
+    }
+    ami << "))";
+    ami.close();
+    const auto notes = ResolveModel("m.ami").notes;
+    ASSERT_EQ(notes.size(), 11U);
+    EXPECT_EQ(notes[0],
+              "m.ami:5:2: error IB968: Usage of GetWave_Exists: expected Info, found In.");
+    EXPECT_EQ(
+        notes[9],
+        "m.ami:15:2: warning IB856: Range of parameter 'p8': expected typ 3 to be from 0 to 2.");
+    EXPECT_EQ(notes[10], "m.ami: there is more: see amisim check m.ami");
 }
 
 }  // namespace

@@ -29,15 +29,20 @@ constexpr const char* kModel = R"((rx
     (Gain (Usage In) (Type Float) (Corner 1.0 0.9 1.1))
     (Curve (Usage In) (Type Float String) (Table (Labels x name) (0 "a b") (1 "c"))))))";
 
+AmiFile Parsed(std::string_view text)
+{
+    Findings findings("rx.ami");
+    return ParseAmiText(text, "rx.ami", findings);
+}
+
 const AmiFile& Model()
 {
-    static const AmiFile file = ParseAmiText(kModel, "rx.ami");
+    static const AmiFile file = Parsed(kModel);
     return file;
 }
 
 TEST(ParameterString, HoldsInputsOnlyNestedAndQuotedWithTheirDefaults)
 {
-    EXPECT_EQ(Model().notes, std::vector<std::string>());
     EXPECT_EQ(ParameterString(Model()),
               "(rx (DLL_Path \".\") (Mode \"slow one\") (On True) (taps (pre (-1 0)) (1 0)) "
               "(Rate 1.0) (Level 0) (Gain 1.0) (Curve (0 \"a b\") (1 \"c\")))");
@@ -80,6 +85,58 @@ TEST(ParameterString, RefusesWhatTheFileDoesNotAllowAndSaysWhatItDoes)
         EXPECT_EQ(MessageOf([&] { ParameterString(Model(), {SplitOverride(row.first)}); }),
                   row.second);
     }
+}
+
+TEST(ParameterString, HoldsNoValueBetweenThoseThatTheFileAllows)
+{
+    // Rounding is forgiven on a lattice, not beyond the ends of a Range.
+    const std::pair<const char*, const char*> rows[] = {
+        {"taps.pre.-1", "0.5000000001"},
+        {"taps.pre.-1", "-0.5000000001"},
+        {"taps.1", "0.250001"},
+        {"taps.1", "1.25"},
+        {"Rate", "0.125"},
+        {"Rate", "2.25"},
+        {"Gain", "0.900001"},
+    };
+    for (const auto& [name, value] : rows) {
+        EXPECT_NE(MessageOf([&] {
+                      ParameterString(Model(), {{name, value}});
+                  }),
+                  "")
+            << name << " = " << value;
+    }
+    for (const auto& [name, value] : {std::pair{"taps.1", "0.2500000001"}, {"Rate", "1.75"}}) {
+        EXPECT_EQ(MessageOf([&] { ParameterString(Model(), {{name, value}}); }), "");
+    }
+}
+
+TEST(ParameterString, IsRefusedWhereAnInputCannotBeSent)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"(p (Usage In)(Type Float)\n(Range 0 1))",
+         "rx.ami:3: Range of parameter 'p': expected typ, min and max, found 2 values"},
+        {"(g (p (Usage In)(Type Flo)(Value 1)))",
+         "rx.ami:2: Type of parameter 'g.p': expected one of Float, Integer, String, Boolean, Tap, "
+         "UI, found 'Flo'; did you mean Float?"},
+        {"(p (Type Float)(Value 1))", "rx.ami:2: parameter 'p' has no Usage"},
+        {"(p (Usage In)(Type Float))",
+         "rx.ami:2: parameter 'p' has neither a Format nor a Default: give it a value, p=..."},
+        {"(p (Usage Out)(Type Flo)) (q 3)", ""},  // neither is to be sent
+        {"(p (Usage In)(Type Float)(Value 1)) (q",
+         "rx.ami:2: expected the ')' that closes '(rx' of line 1, found the end of the file"},
+    };
+    for (const auto& [text, message] : rows) {
+        const AmiFile file = Parsed(fmt::format("(rx (Model_Specific\n{}))", text));
+        EXPECT_EQ(MessageOf([&] { ParameterString(file); }), message);
+    }
+    EXPECT_EQ(MessageOf([&] { ParameterString(Parsed("(rx (Mode 0))")); }),
+              "rx.ami:1: '(Mode ...)' is a value without Usage and Type: this is a parameter "
+              "string, not the definition of parameters");
+    const AmiFile open = Parsed("(rx (Model_Specific (p (Usage In)(Type Float))))");
+    EXPECT_EQ(ParameterString(open, {{"p", "2"}}), "(rx (p 2))");
+    const AmiFile taps = Parsed("(rx (Model_Specific (p (Usage In)(Type Tap)(Value 0.1 1 -.2))))");
+    EXPECT_EQ(ParameterString(taps), "(rx (p 0.1 1 -.2))");
 }
 
 }  // namespace

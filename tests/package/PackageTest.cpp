@@ -8,7 +8,7 @@
 #include <random>
 
 #include "ibis/IbsFile.hpp"
-#include "ibis/ami/AmiFile.hpp"
+#include "ibis/ami/CheckAmi.hpp"
 #include "model/Retimer_RX_RT.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "tests/survival/Model.hpp"
@@ -38,8 +38,12 @@ TEST(AmiFile, HasTheLibrarysDefaultsAndOnlyValuesItTakes)
         {"EQ_Level", rx->EQ_Level}, {"VCO_Sensitivity", rx->VCO_Sensitivity},
         {"EOMNbits", rx->EOMNbits}, {"CTLEAdapt", rx->CTLEAdapt}};
 
-    const ibis::AmiFile file = ibis::ReadAmiFile(PACKAGE_FOLDER "/Retimer_RX_RT.ami");
-    EXPECT_EQ(file.notes, std::vector<std::string>());
+    ibis::Findings findings("Retimer_RX_RT.ami");
+    const ibis::AmiFile file = ibis::ReadAmiFile(PACKAGE_FOLDER "/Retimer_RX_RT.ami", findings);
+    ibis::CheckAmi(file, {70, ibis::AmiDirection::Rx, {}, PACKAGE_FOLDER}, findings);
+    for (const ibis::Finding& finding : findings.Take()) {
+        ADD_FAILURE() << finding.Line();
+    }
     EXPECT_EQ(file.rootName, "Retimer_RX_RT");
     size_t inputs = 0;
     for (const ibis::AmiParameter& parameter : file.parameters) {
