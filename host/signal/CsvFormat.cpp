@@ -26,10 +26,15 @@ CsvFormat::CsvFormat(const std::vector<std::string>& lines)
     long best = std::numeric_limits<long>::min();
     char found = separator_;
     std::vector<std::string_view> fields;
-    const bool hasSemicolons = std::ranges::any_of(
-        lines, [](const std::string& line) { return line.find(';') != line.npos; });
+    const auto has = [](const std::string& line, char c) { return line.find(c) != line.npos; };
+    const bool hasSemicolons =
+        std::ranges::any_of(lines, [&](const auto& line) { return has(line, ';'); });
+    // Below a heading with semicolons "700,5" is one number, unless numbers have points.
+    const bool mayHaveCommas = !hasSemicolons || std::ranges::any_of(lines, [&](const auto& line) {
+        return has(line, ',') && has(line, '.') && !has(line, ';');
+    });
     for (const char candidate : {';', ',', ' '}) {
-        if (candidate == ';' && !hasSemicolons) continue;
+        if (candidate == ';' ? !hasSemicolons : candidate == ',' && !mayHaveCommas) continue;
         separator_ = candidate;
         long score = 0;
         for (const std::string& line : lines) {

@@ -10,6 +10,7 @@
 namespace amisim {
 
 constexpr double kLongest = 1e12;    // samples on the grid
+constexpr double kWhole = 0.01;      // samples that rounded times may lack of a whole one
 constexpr double kHighest = 1e30;    // V
 constexpr double kShortest = 1e-30;  // s from point to point: what is less gives no finite slope
 
@@ -89,7 +90,7 @@ WaveFile::WaveFile(std::unique_ptr<WavePoints> points, double sampleInterval)
     }
     // The last point of even ones lasts as long as any other, so that no bit is lost at the end.
     const double held = even ? std::max(0.0, meanStep - sampleInterval_) : 0;
-    samples_ = static_cast<std::int64_t>(std::floor((span + held) / sampleInterval_ + 1e-6)) + 1;
+    samples_ = static_cast<std::int64_t>(std::floor((span + held) / sampleInterval_ + kWhole)) + 1;
 
     points_->Rewind();
     number_ = 0;

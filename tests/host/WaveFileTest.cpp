@@ -122,6 +122,7 @@ TEST(WaveFile, TakesStepsAndUnitsFromTheHeadingAndSaysSo)
     check("1\n2\n", {.step = 2e-12}, {1, 2}, "");
     check("XINC,2e-12\nYMULT,1\n1\n2\n", {}, {1, 2}, steps + "XINC\n");
     check("\"Sample Interval\";2,0;ps\n1,5\n2\n", {}, {1.5, 2}, steps + "Sample Interval\n");
+    check("Points;2\nXINC;2.0e-12\n700,5\n200,5\n", {}, {700.5, 200.5}, steps + "XINC\n");
     check("# XIncrement: 2.0E-12\n1\n2\n", {}, {1, 2}, steps + "XIncrement\n");
     check("Sampling Rate,5e11\nData\n1\n2\n", {}, {1, 2}, steps + "Sampling Rate\n");
     check("X,CH1,Start,Increment\nSequence,Volt,-1e-9,2e-12\n0,1\n1,2\n2,4\n", {}, {1, 2, 4},
@@ -252,6 +253,10 @@ TEST(WaveFile, SaysWhatItMadeOfTheTimes)
               "1e-11 s at 9.99e-10 s (w.csv:1001)\n");
     EXPECT_NEAR(gaps[1004], 999.5, 1e-9);
     EXPECT_NEAR(gaps[1500], 1491, 1e-9);
+
+    // Rounded times at half the grid's rate: the last point lasts as long as any other.
+    ramp([](int n) { return 2 / 3e12 * n; }, 9);
+    EXPECT_EQ(Resample("w.csv", 1 / 3e12).wave.size(), 8000U);
 
     // Steps of 3.7 ps written with six digits: 3 or 4 ps from 1 us on.
     ramp([](int n) { return 1e-6 + 3.7e-12 * n; }, 6);
