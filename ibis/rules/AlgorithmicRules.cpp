@@ -134,9 +134,10 @@ void LinesAgree(const Model& model, Report& report)
 std::optional<AmiFile> AmiBeside(const fs::path& ibs, const ExecutableLine& line)
 {
     const auto path = Beside(ibs, line.ami.Text());
+    Findings ofAmi("");  // those are told where the .ami itself is checked
     try {
-        return path ? std::optional(ReadAmiFile(*path)) : std::nullopt;
-    } catch (const FileError&) {  // its own rules tell
+        return path ? std::optional(ReadAmiFile(*path, ofAmi)) : std::nullopt;
+    } catch (const FileError&) {
         return std::nullopt;
     }
 }
