@@ -20,6 +20,7 @@ enum class ExitCode : int {
     kTimeLimit = 7,
     kInterrupted = 8,
     kCasesFailed = 9,  // of a sweep
+    kCheckFailed = 11  // a model or a file does not keep what it must
 };
 
 /// An error that a user can act upon: one line that names the file, line or parameter and the

@@ -102,7 +102,7 @@ void ReadAmi(const fs::path& path, ResolvedModel& resolved)
 struct Files
 {
     fs::path library, ami;
-    std::string modelName;
+    std::string modelName, platform;
 };
 
 Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrary)
@@ -111,7 +111,7 @@ Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrar
     const AlgorithmicModel& model = ibs.Choose(modelName);
     const Executable& executable = ExecutableIn(model, path);
     return {needsLibrary ? Named(executable.library, path, executable.line) : fs::path(),
-            Named(executable.ami, path, executable.line), model.name};
+            Named(executable.ami, path, executable.line), model.name, executable.platform};
 }
 
 Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)
@@ -128,12 +128,12 @@ Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)
                         fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
     }
     if (kind == ".ami") {
-        return {LibraryOf(path).value_or(""), path, ""};
+        return {LibraryOf(path).value_or(""), path, "", ""};
     }
     if (path.filename().string().find(".so") == std::string::npos) {
         throw FileError(path, "expected an .ibs, .ami or .so file");
     }
-    return {path, AmiOf(path).value_or(""), ""};
+    return {path, AmiOf(path).value_or(""), "", ""};
 }
 
 }  // namespace
@@ -162,6 +162,7 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
     ResolvedModel resolved;
     resolved.rootName = path.stem().string();
     resolved.modelName = files.modelName;
+    resolved.platform = files.platform;
     // A model runs in a folder of its own, and a bare name would be searched for elsewhere.
     resolved.library = fs::absolute(files.library);
     if (!files.ami.empty()) {
@@ -178,6 +179,7 @@ ResolvedModel ResolveDefinitions(const fs::path& path, std::string_view modelNam
     }
     ResolvedModel resolved;
     resolved.modelName = files.modelName;
+    resolved.platform = files.platform;
     ReadAmi(files.ami, resolved);
     return resolved;
 }

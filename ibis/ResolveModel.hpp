@@ -17,6 +17,7 @@ struct ResolvedModel
     std::optional<AmiFile> ami;      ///< absent only for a library without an .ami beside it
     std::string rootName;            ///< root of the parameter string
     std::string modelName;           ///< name of the [Model], "" unless found through an .ibs
+    std::string platform;            ///< of its Executable line, likewise
     std::vector<std::string> notes;  ///< errors and warnings on the .ami that do not keep it from
                                      ///< being used, each as a line
 };

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "host/cli/CheckCommand.hpp"
 #include "host/cli/CompareCommand.hpp"
 #include "host/cli/Completion.hpp"
 #include "host/cli/ParamsCommand.hpp"
@@ -10,6 +11,7 @@
 #include "host/cli/RunCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
 #include "host/cli/Terminal.hpp"
+#include "host/contract/ContractWorker.hpp"
 #include "host/model/Keeper.hpp"
 #include "host/model/ModelWorker.hpp"
 
@@ -20,6 +22,7 @@ namespace {
 constexpr const char* kFooter = R"(
 Examples:
   amisim params retimer.ibs
+  amisim check --run retimer.ibs
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim sweep retimer.ibs --grid EQ_Level=0:31 --grid loss=6,10,14 --out levels -- -p CTLEAdapt=0
   amisim compare levels/cases/0001-* levels/cases/0096-*
@@ -56,6 +59,8 @@ int main(int argc, char** argv)
     }
     // The model's process: this program once more, its socket and memory under fixed descriptors.
     if (argc == 2 && std::strcmp(argv[1], "_model-worker") == 0) return RunModelWorker(3, 4);
+    if (argc == 2 && std::strcmp(argv[1], "_contract-worker") == 0)
+        return contract::RunContractWorker(3, 4);
 
     CLI::App app("A channel simulator for IBIS-AMI models", "amisim");
     app.set_version_flag("--version", "amisim " AMISIM_VERSION);
@@ -63,11 +68,13 @@ int main(int argc, char** argv)
     app.require_subcommand(0, 1);
     RunOptions runOptions;
     SweepOptions sweepOptions;
+    CheckOptions checkOptions;
     CompareOptions compareOptions;
     ParamsOptions paramsOptions;
     std::string shell;
     AddRunCommand(app, runOptions);
     const CLI::App* sweep = AddSweepCommand(app, sweepOptions);
+    const CLI::App* check = AddCheckCommand(app, checkOptions);
     const CLI::App* compare = AddCompareCommand(app, compareOptions);
     const CLI::App* params = AddParamsCommand(app, paramsOptions);
     const CLI::App* completion = AddCompletionCommand(app, shell);
@@ -96,6 +103,8 @@ int main(int argc, char** argv)
             code = *answered;
         else if (sweep->parsed())
             code = RunSweep(sweepOptions, program, g_stop);
+        else if (check->parsed())
+            code = RunCheck(checkOptions, program, g_stop);
         else if (compare->parsed())
             code = Compare(compareOptions);
         else if (params->parsed())

@@ -20,14 +20,14 @@ Function Find(void* library, const std::string& path, const char* name)
 
 }  // namespace
 
-AmiModule::AmiModule(const std::string& path)
+AmiModule::AmiModule(const std::string& path, bool timeDomain)
 {
     // The library stays loaded until the worker ends: a model's destructors run at exit, if at all.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
         throw Error(ExitCode::kModelLoad, fmt::format("cannot load the model: {}", dlerror()));
     init = Find<Init>(library, path, "AMI_Init");
-    getWave = Find<GetWave>(library, path, "AMI_GetWave");
+    if (timeDomain) getWave = Find<GetWave>(library, path, "AMI_GetWave");
     close = Find<Close>(library, path, "AMI_Close");
 }
 

@@ -17,9 +17,10 @@ public:
                              void* memory);
     using Close = long (*)(void* memory);
 
-    /// Loads `path` (a path with a slash) and looks the entry points up.
+    /// Loads `path` (a path with a slash) and looks the entry points up; without `timeDomain` not
+    /// AMI_GetWave, which stays null.
     ///  @throws Error (kModelLoad) that names the file and what is missing
-    explicit AmiModule(const std::string& path);
+    explicit AmiModule(const std::string& path, bool timeDomain = true);
     AmiModule(const AmiModule&) = delete;
     AmiModule& operator=(const AmiModule&) = delete;
 

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <filesystem>
+#include <string>
+
+#include "host/Error.hpp"
+#include "host/contract/Contract.hpp"
+
+namespace amisim {
+
+struct CheckOptions
+{
+    contract::ContractOptions contract;
+    std::string modelName;
+    bool json = false;
+};
+
+/// Defines `amisim check`.
+CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& options);
+
+/// Tries a model and shows what was found on standard output.
+/// @param program  amisim itself, for the model's process
+/// @throws Error  for a file that cannot be used
+ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& program,
+                  const std::atomic<bool>& stop);
+
+}  // namespace amisim
