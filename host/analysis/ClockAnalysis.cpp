@@ -25,17 +25,6 @@ constexpr double kSettleBlock = 32;      // edges, whose mean is looked at
 constexpr double kSettleEnd = 256;       // edges, whose mean is the end
 constexpr std::size_t kHistogramRows = 4096, kHistogramBins = 256;
 
-int OpenUnnamed(const std::filesystem::path& folder)
-{
-    const int file = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
-    if (file >= 0) return file;
-    // Not every file system has unnamed files.
-    std::string name = folder / "clock-XXXXXX";
-    const int named = mkostemp(name.data(), O_CLOEXEC);
-    if (named >= 0) unlink(name.c_str());
-    return named;
-}
-
 /// Mean, least and greatest of consecutive values in so many points of equal length.
 class Thinning
 {
@@ -124,19 +113,10 @@ private:
 }  // namespace
 
 ClockAnalysis::ClockAnalysis(Settings settings)
-    : settings_(std::move(settings)), nominal_(settings_.bitTime / settings_.sampleInterval)
+    : settings_(std::move(settings)),
+      nominal_(settings_.bitTime / settings_.sampleInterval),
+      spool_(settings_.folder)
 {
-    const int file = OpenUnnamed(settings_.folder);
-    if (file < 0) Fail();
-    spool_.reset(fdopen(file, "w+b"));
-    if (!spool_) Fail();
-}
-
-void ClockAnalysis::Fail() const
-{
-    throw Error(ExitCode::kInput,
-                fmt::format("{}: cannot hold the clock times for their analysis: {}",
-                            settings_.folder.string(), std::strerror(errno)));
 }
 
 void ClockAnalysis::Add(std::span<const ClockFrame::Edge> edges)
@@ -145,8 +125,7 @@ void ClockAnalysis::Add(std::span<const ClockFrame::Edge> edges)
         // A number that is not the next one stands before its edge, negative.
         const double entries[] = {-edge.number, edge.time};
         const bool next = edge.number == lastNumber_ + 1;
-        const std::size_t size = next ? 1 : 2;
-        if (std::fwrite(entries + (2 - size), sizeof(double), size, spool_.get()) != size) Fail();
+        spool_.Add(std::span(entries).last(next ? 1 : 2));
         if (edges_++ == 0) firstTime_ = edge.time;
         lastNumber_ = edge.number;
     }
@@ -155,24 +134,20 @@ void ClockAnalysis::Add(std::span<const ClockFrame::Edge> edges)
 template <typename Take>
 void ClockAnalysis::Replay(Take take)
 {
-    std::array<double, 4096> chunk;
-    std::rewind(spool_.get());
     double number = 0;
     bool gap = false;
-    while (const std::size_t got =
-               std::fread(chunk.data(), sizeof(double), chunk.size(), spool_.get())) {
-        for (std::size_t i = 0; i < got; ++i) {
-            if (chunk[i] < 0) {
-                number = -chunk[i];
+    spool_.Replay([&](std::span<const double> entries) {
+        for (const double entry : entries) {
+            if (entry < 0) {
+                number = -entry;
                 gap = true;
                 continue;
             }
-            take(number, chunk[i], gap);
+            take(number, entry, gap);
             number += 1;
             gap = false;
         }
-    }
-    if (std::ferror(spool_.get())) Fail();
+    });
 }
 
 ClockFindings ClockAnalysis::Find()

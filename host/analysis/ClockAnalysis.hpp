@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <span>
 
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Spool.hpp"
 
 namespace amisim {
 
@@ -14,8 +13,8 @@ namespace amisim {
 /// the straight line through the counted edges (least squares of time over number), in unit
 /// intervals of that line.
 ///
-/// The line is known only when all edges are there, so they are spooled into an unnamed file, 8
-/// bytes an edge, and gone through once more at the end.
+/// The line is known only when all edges are there, so they are spooled, 8 bytes an edge, and
+/// gone through once more at the end.
 class ClockAnalysis
 {
 public:
@@ -27,26 +26,20 @@ public:
     };
     explicit ClockAnalysis(Settings settings);
 
-    /// Takes the next edges. @throws Error (kInput) when they cannot be written
+    /// Takes the next edges.
     void Add(std::span<const ClockFrame::Edge> edges);
 
     /// Everything but the counts of times, which ClockFrame has.
     ClockFindings Find();
 
 private:
-    struct CloseFile
-    {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    [[noreturn]] void Fail() const;
-
     /// Goes through all edges: take(number, time in samples, whether after a gap).
     template <typename Take>
     void Replay(Take take);
 
     Settings settings_;
     double nominal_;  // samples
-    std::unique_ptr<std::FILE, CloseFile> spool_;
+    Spool spool_;
     std::int64_t edges_ = 0;
     double firstTime_ = 0, lastNumber_ = -1;
 };

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
+#include "host/base/Files.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/sweep/Case.hpp"
 #include "host/sweep/Html.hpp"
@@ -184,10 +185,26 @@ std::string AsHtml(const std::vector<Line>& lines, const Result& a, const Result
     return text + "</tbody></table></div>\n";
 }
 
+constexpr const char* kTitle = "Comparison of two runs";
+
+/// Only an earlier comparison is replaced: everything up to its style is the same in all of them.
+void CheckPage(const fs::path& path)
+{
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(path, error))) return;
+    const std::string begin = html::Begin(kTitle);
+    const std::size_t size = begin.find("<style>");
+    if (ReadRegularFile(path, size) == begin.substr(0, size)) return;
+    throw Error(ExitCode::kInput,
+                fmt::format("{}: is in the way: it is no earlier comparison: move it, or give "
+                            "another --html",
+                            path.string()));
+}
+
 void SavePage(const fs::path& path, const Result& a, const Result& b,
               const std::vector<Line>& settings, const std::vector<Line>& results)
 {
-    std::string page = html::Begin("Comparison of two runs");
+    std::string page = html::Begin(kTitle);
     page += "<h2>Results</h2>\n" + AsHtml(results, a, b);
     page += "<h2>Settings that differ</h2>\n";
     page += settings.empty() ? "<p>None.</p>\n" : AsHtml(settings, a, b);
@@ -227,6 +244,7 @@ CLI::App* AddCompareCommand(CLI::App& app, CompareOptions& o)
 
 ExitCode Compare(const CompareOptions& options)
 {
+    if (!options.html.empty()) CheckPage(options.html);
     const Result a = Read(options.a), b = Read(options.b);
     const auto settings = DifferingSettings(a, b);
     const auto results = Results(a, b);

@@ -1,5 +1,7 @@
 #include "host/cli/PrintResults.hpp"
 
+#include <algorithm>
+
 #include "host/cli/Terminal.hpp"
 #include "host/output/ResultTable.hpp"
 #include "host/signal/SignalDescription.hpp"
@@ -26,8 +28,16 @@ void PrintResults(const RunResult& result, const RunOptions& options, const Mode
           result.bits > 0 ? ToTable(result, options) : "");
     for (const auto& note : result.notes)
         Print("  Note: {}\n", base::Shortened(note, kLongestPrinted));
-    Print("Report: {}\n", (options.out / "report.html").string());
     FlushOutput();
+}
+
+void PrintEnding(const RunResult& result, const OutputFolder& folder)
+{
+    if (std::ranges::find(result.files, "report.html") != result.files.end())
+        Print("Report: {}\n", (folder.Path() / "report.html").string());
+    FlushOutput();
+    if (const std::string dropped = folder.Dropped(); !dropped.empty())
+        PrintError("amisim: {}: not written: {}\n", folder.Path().string(), dropped);
     if (result.failure) PrintFailure(*result.failure, result.bits);
 }
 

@@ -13,6 +13,8 @@
 #include "host/cli/PrintResults.hpp"
 #include "host/model/ModelProcess.hpp"
 #include "host/model/ModelSource.hpp"
+#include "host/output/BulkFile.hpp"
+#include "host/output/OutputFolder.hpp"
 #include "host/output/Progress.hpp"
 #include "host/output/RunResult.hpp"
 #include "host/output/WaveWriter.hpp"
@@ -31,12 +33,14 @@ constexpr std::size_t kMostLoggedEyes = 400;
 class Session
 {
 public:
-    Session(const RunOptions& options, const fs::path& worker, const std::atomic<bool>& stop)
+    Session(const RunOptions& options, const ModelSource& model, OutputFolder& folder,
+            const fs::path& worker, const std::atomic<bool>& stop)
         : options_(options),
+          model_(model),
+          folder_(folder),
           worker_(worker),
           stop_(stop),
           begin_(Clock::now()),
-          model_(ResolveModelSource(options.model, options.modelName, options.parameters)),
           signal_(options.signal, 10 * options.blockBits + Analyses::kHeldBits)
     {
         result_.notes = model_.notes;
@@ -66,9 +70,11 @@ public:
         }
         result_.seconds = std::chrono::duration<double>(Clock::now() - begin_).count();
         Evaluate();
-        WriteResults(result_, options_, model_);
         PrintResults(result_, options_, model_);
-        return result_.failure ? result_.failure->code : ExitCode::kOk;
+        WriteResults(result_, options_, model_, folder_);
+        PrintEnding(result_, folder_);
+        if (result_.failure) return result_.failure->code;
+        return folder_.Dropped().empty() ? ExitCode::kOk : ExitCode::kInput;
     }
 
 private:
@@ -88,15 +94,13 @@ private:
         return std::min(*model_.ignoreBits, half);
     }
 
-    void PrepareFolder() const
+    void PrepareFolder()
     {
-        std::error_code error;
-        fs::create_directories(options_.out, error);
-        if (error) {
-            throw Error(ExitCode::kInput, fmt::format("{}: cannot be created: {}",
-                                                      options_.out.string(), error.message()));
-        }
-        RemoveResults(options_.out);
+        folder_.RemoveAll();
+        // The model may write these at any time. Where there is no room even for the list, the
+        // numbers are still to be printed.
+        for (const char* name : {"result.json", "model.log", "Adapt.txt", "EOM.txt"})
+            folder_.Claim(name);
     }
 
     void StartAnalyses()
@@ -111,7 +115,7 @@ private:
         std::ranges::sort(settings.bers, std::greater{});
         settings.bers.erase(std::unique(settings.bers.begin(), settings.bers.end()),
                             settings.bers.end());
-        settings.folder = options_.out;
+        settings.folder = folder_.Path();
         analyses_.emplace(settings);
     }
 
@@ -128,8 +132,8 @@ private:
 
         ModelProcess::Settings settings;
         settings.workerProgram = worker_;
-        settings.folder = options_.out;
-        settings.logFile = options_.out / "model.log";
+        settings.folder = folder_.Path();
+        settings.logFile = folder_.Path() / "model.log";
         settings.callLimit = options_.callLimit;
         settings.box = options_.Box();
         settings.interrupted = [this] { return stop_.load(); };
@@ -143,27 +147,20 @@ private:
         result_.modelMessage = init.message;
         result_.parametersOut = init.parametersOut;
 
-        WaveWriter wave(options_.out, options_.saveWave, options_.signal.SampleInterval());
-        OutputFile clocks(options_.out / "clock.csv");
+        WaveWriter wave(folder_, options_.saveWave, options_.signal.SampleInterval());
+        BulkFile clocks(folder_, "clock.csv");
         clocks.Write("time_s\n");
         Progress progress(signal_.Bits());
         std::int64_t made = 0;
-        try {
-            while (true) {
-                while (process.SlotFree() && made < signal_.Bits() && !stop_)
-                    made += MakeBlock(process, made);
-                if (!process.Busy()) break;
-                Take(process.Wait(), wave, clocks);
-                result_.modelSeconds = process.ModelSeconds();
-                progress.Update(result_.bits);
-            }
-            process.Close();
-        } catch (const ModelFailure&) {
-            wave.Close();
-            throw;
+        while (true) {
+            while (process.SlotFree() && made < signal_.Bits() && !stop_)
+                made += MakeBlock(process, made);
+            if (!process.Busy()) break;
+            Take(process.Wait(), wave, clocks);
+            result_.modelSeconds = process.ModelSeconds();
+            progress.Update(result_.bits);
         }
-        wave.Close();
-        clocks.Close();
+        process.Close();
     }
 
     /// Makes and submits the next block; returns its bits.
@@ -176,7 +173,7 @@ private:
         return bits;
     }
 
-    void Take(const ModelProcess::Block& block, WaveWriter& wave, OutputFile& clocks)
+    void Take(const ModelProcess::Block& block, WaveWriter& wave, BulkFile& clocks)
     {
         if (!block.clocks.terminated && unterminated_++ == 0) {
             result_.notes.push_back(
@@ -199,18 +196,19 @@ private:
     void Evaluate()
     {
         Analyses::Findings found = analyses_->Find();
+        analyses_.reset();  // and what it holds on the disk
         result_.eye = std::move(found.eye);
         result_.inputEye = std::move(found.inputEye);
         result_.comparison = found.comparison;
         result_.clock = std::move(found.clock);
         result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
-        result_.adaptation = ReadAdaptLog(options_.out / "Adapt.txt");
+        result_.adaptation = ReadAdaptLog(folder_.Path() / "Adapt.txt");
         if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
         if (!result_.eqLevel) {
             if (const auto level = model_.Setting("EQ_Level"))
                 result_.eqLevel = std::atoi(level->c_str());
         }
-        EomLog eom = ReadEomLog(options_.out / "EOM.txt", kMostLoggedEyes);
+        EomLog eom = ReadEomLog(folder_.Path() / "EOM.txt", kMostLoggedEyes);
         result_.loggedEyes = std::move(eom.eyes);
         if (eom.more) {
             result_.notes.push_back(
@@ -219,10 +217,11 @@ private:
     }
 
     const RunOptions& options_;
+    const ModelSource& model_;
+    OutputFolder& folder_;
     const fs::path& worker_;
     const std::atomic<bool>& stop_;
     Clock::time_point begin_;
-    ModelSource model_;
     SignalChain signal_;
     std::optional<Analyses> analyses_;
     RunResult result_;
@@ -235,9 +234,13 @@ private:
 ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomic<bool>& stop)
 {
     options.Check();
+    const ModelSource model = ResolveModelSource(options.model, options.modelName, options.parameters);
+    std::vector<fs::path> inputs = options.signal.Files();
+    inputs.insert(inputs.end(), model.files.begin(), model.files.end());
+    OutputFolder folder(options.out, RunFolder(), OutputFolder::Use::kAlone, inputs);
     RunOptions known = options;
     known.signal.FindBitRate();
-    return Session(known, worker, stop).Run();
+    return Session(known, model, folder, worker, stop).Run();
 }
 
 }  // namespace amisim

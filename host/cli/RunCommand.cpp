@@ -10,17 +10,18 @@ Examples:
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
   amisim run retimer.ibs --touchstone backplane.s4p --tx-post 0.1 --fext near-pair.s4p --bits 100000
-  amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave none
+  amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave npy
 
 Files in the output folder:
   report.html           all of it on one page, for any browser
   result.json           every number that was found, and the settings
   *.png                 eyes, bathtubs, the clock and the adaptation, for papers
   *.csv, eye*.npy       the same as numbers
-  wave.npy or wave.csv  the model's output waveform with times
+  wave.npy or wave.csv  the model's output waveform with times (--save-wave)
   clock.csv             the clock times as the model returned them
   model.log             what the model printed, if anything
   and what the model itself writes, such as Adapt.txt and EOM.txt
+The next run in the folder replaces these, and no file that no run has written.
 
 Exit codes:
   0 done               3 input or output file   6 the model returned 0
@@ -110,7 +111,7 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
     AddSignalOptions(*run, o.signal);
 
     using Kind = WaveWriter::Kind;
-    run->add_option("--save-wave", o.saveWave, "Save the output waveform: npy, csv or none [npy]")
+    run->add_option("--save-wave", o.saveWave, "Save the output waveform: npy or csv [none]")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Kind>{{"npy", Kind::kNpy},
                                                                         {"csv", Kind::kCsv},
                                                                         {"none", Kind::kNone}})

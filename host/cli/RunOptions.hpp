@@ -25,7 +25,7 @@ struct RunOptions
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
 
-    WaveWriter::Kind saveWave = WaveWriter::Kind::kNpy;
+    WaveWriter::Kind saveWave = WaveWriter::Kind::kNone;
     std::optional<double> timeLimit;  // s, whole run
     double callLimit = 60;            // s, one call of the model
 

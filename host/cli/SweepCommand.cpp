@@ -1,14 +1,14 @@
 #include "host/cli/SweepCommand.hpp"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <set>
 #include <thread>
 
 #include "host/cli/Terminal.hpp"
+#include "host/output/OutputFolder.hpp"
+#include "host/output/ResultJson.hpp"
 #include "host/sweep/RunSyntax.hpp"
 #include "host/sweep/Runner.hpp"
 #include "host/sweep/Slurm.hpp"
@@ -54,34 +54,13 @@ Exit codes: those of amisim run, and
   9 some cases failed or, with --collect, are missing
 )";
 
-/// The sweep's folder for this process: alone, or beside other tasks of a job array.
-class FolderLock
+const OutputFolder::Kind& SweepFolder()
 {
-public:
-    FolderLock(const fs::path& folder, bool alone)
-        : descriptor_(open((folder / "sweep.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666))
-    {
-        if (descriptor_ < 0) {
-            throw Error(ExitCode::kInput, fmt::format("{}: cannot be written: {}", folder.string(),
-                                                      std::strerror(errno)));
-        }
-        // A file system without locks has to do without.
-        if (flock(descriptor_, (alone ? LOCK_EX : LOCK_SH) | LOCK_NB) != 0 &&
-            errno == EWOULDBLOCK) {
-            close(descriptor_);
-            throw Error(ExitCode::kUsage,
-                        fmt::format("{}: another sweep is at work in this folder: wait for it, or "
-                                    "give another --out",
-                                    folder.string()));
-        }
-    }
-    ~FolderLock() { close(descriptor_); }
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
-
-private:
-    int descriptor_;
-};
+    static const OutputFolder::Kind kind = {
+        "sweep",
+        {"plan.json", "table.csv", "table.json", "report.html", "sweep.png", "slurm/job.sh"}};
+    return kind;
+}
 
 /// The plan that the options name, with nothing in it checked against the model yet.
 Plan MakePlan(const SweepOptions& o)
@@ -114,24 +93,24 @@ Plan MakePlan(const SweepOptions& o)
     return plan;
 }
 
-void Prepare(const Plan& plan)
+void CheckFolder(const fs::path& out)
 {
-    std::error_code error;
-    if (fs::exists(plan.out) && !fs::is_directory(plan.out)) {
+    if (fs::exists(out) && !fs::is_directory(out))
         throw Error(ExitCode::kUsage,
-                    fmt::format("{}: is a file, expected a folder", plan.out.string()));
+                    fmt::format("{}: is a file, expected a folder", out.string()));
+}
+
+/// All that the sweep reads.
+std::vector<fs::path> InputsOf(const fs::path& what, const std::vector<Case>& cases,
+                               const Fingerprints& fingerprints)
+{
+    std::set<fs::path> files;
+    if (!fs::is_directory(what)) files.insert(what);
+    for (const auto& c : cases) {
+        const auto read = fingerprints.FilesOf(c);
+        files.insert(read.begin(), read.end());
     }
-    // Other people's files stay what they are.
-    if (fs::exists(plan.out / "result.json")) {
-        throw Error(ExitCode::kUsage, fmt::format("{}: holds the result of a run: give a folder of "
-                                                  "its own to the sweep with --out",
-                                                  plan.out.string()));
-    }
-    fs::create_directories(plan.out / "cases", error);
-    if (error) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: cannot be created: {}", plan.out.string(), error.message()));
-    }
+    return {files.begin(), files.end()};
 }
 
 /// The cases still to be run.
@@ -141,27 +120,18 @@ std::vector<const Case*> Remaining(const Plan& plan, const std::vector<Case>& ca
     std::vector<const Case*> remaining;
     for (const auto& c : cases) {
         const auto record = ReadRecord(plan.out / c.folder, c);
-        const bool done =
-            record && record->inputs == fingerprints.Of(c) &&
-            (record->exitCode == 0 || !retryFailed) &&
-            (record->exitCode != 0 || fs::exists(plan.out / c.folder / "result.json"));
+        const bool done = record && record->inputs == fingerprints.Of(c) &&
+                          (record->exitCode == 0 || !retryFailed) &&
+                          (record->exitCode != 0 || ReadResult(plan.out / c.folder));
         if (!done) remaining.push_back(&c);
     }
     return remaining;
 }
 
-/// Writes table and report and says how it went.
-void Report(const Table& table, const fs::path& shown)
+/// Says how it went and writes table and report.
+/// @return kOk, kCasesFailed, or kInput when something could not be written
+ExitCode Report(const Table& table, OutputFolder& folder, const fs::path& shown)
 {
-    const fs::path& out = table.plan.out;
-    WriteWhole(out / "table.csv", table.ToCsv());
-    WriteWhole(
-        out / "table.json",
-        table.ToJson().dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
-            "\n");
-    SaveSweepPicture(table, out / "sweep.png");
-    WriteWhole(out / "report.html", SweepPage(table));
-
     const int failed = table.Count(Row::Status::kFailed);
     Print("{} cases: {} ok, {} failed, {} missing\n", table.rows.size(),
           table.Count(Row::Status::kOk), failed, table.Count(Row::Status::kMissing));
@@ -172,8 +142,17 @@ void Report(const Table& table, const fs::path& shown)
         Print("  {} {}: {}\n", row.aCase.number, row.aCase.name, row.reason);
     }
     if (listed > kMostListed) Print("  and {} more: see table.csv\n", listed - kMostListed);
+    FlushOutput();
+    folder.Put("table.csv", table.ToCsv());
+    folder.Put("table.json", ToText(table.ToJson(), 2) + "\n");
+    folder.Put("report.html", SweepPage(table));
+    folder.Put("sweep.png", DrawSweep(table).Png());
+    if (const std::string dropped = folder.Dropped(); !dropped.empty())
+        throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
     Print("Table:  {}\nReport: {}\n", (shown / "table.csv").string(),
           (shown / "report.html").string());
+    return table.Count(Row::Status::kOk) == std::ssize(table.rows) ? ExitCode::kOk
+                                                                   : ExitCode::kCasesFailed;
 }
 
 std::string ShellWord(const fs::path& path)
@@ -265,12 +244,11 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
         fs::is_directory(o.what) ? o.what : plan.out.lexically_proximate(fs::current_path());
 
     if (o.collect) {
-        const Table table = Collect(plan, Expand(plan));
-        Report(table, out);
-        return table.Count(Row::Status::kOk) == std::ssize(table.rows) ? ExitCode::kOk
-                                                                       : ExitCode::kCasesFailed;
+        OutputFolder folder(plan.out, SweepFolder(), OutputFolder::Use::kWithoutLock, {});
+        return Report(Collect(plan, Expand(plan)), folder, out);
     }
 
+    const fs::path what = fs::absolute(o.what);
     std::error_code error;
     fs::current_path(plan.base, error);
     if (error) {
@@ -296,8 +274,13 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
         return ExitCode::kOk;
     }
 
-    Prepare(plan);
-    const FolderLock lock(plan.out, !o.task);
+    const SlurmJob job{program,       plan.base,   plan.out,       o.chunk, o.jobs.value_or(1),
+                       o.retryFailed, o.partition, o.sbatchOptions};
+    if (o.slurm) job.Check();
+    CheckFolder(plan.out);
+    using Use = OutputFolder::Use;
+    OutputFolder folder(plan.out, SweepFolder(), o.task ? Use::kBesideOthers : Use::kAlone,
+                        InputsOf(what, cases, fingerprints));
     Runner runner({program, plan.model, plan.out, o.jobs.value_or(o.task ? 1 : CpuCount())},
                   fingerprints, stop);
     if (o.task) {
@@ -305,23 +288,21 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
         return stop ? ExitCode::kInterrupted : failed > 0 ? ExitCode::kCasesFailed : ExitCode::kOk;
     }
 
-    WriteWhole(plan.out / "plan.json", ToJson(plan).dump(2) + "\n");
+    folder.Write("plan.json", ToJson(plan).dump(2) + "\n");
     if (const int strangers = AdoptEarlierCases(plan.out, cases)) {
         Print("{} folders in {} belong to an earlier plan and are left as they are\n", strangers,
               (out / "cases").string());
     }
     const auto remaining = Remaining(plan, cases, fingerprints, o.retryFailed);
     if (o.slurm && !remaining.empty()) {
-        const SlurmJob job{program,       plan.base,   plan.out,       o.chunk, o.jobs.value_or(1),
-                           o.retryFailed, o.partition, o.sbatchOptions};
         fs::create_directories(plan.out / "slurm");
-        const fs::path script = plan.out / "slurm" / "job.sh";
-        WriteWhole(script, job.Script(remaining));
+        folder.Write("slurm/job.sh", job.Script(remaining));
         if (o.dryRun)
             Print("{} cases to be run; the script is {}\n", remaining.size(),
                   (out / "slurm" / "job.sh").string());
         else
-            Print("{} cases submitted as job {}\n", remaining.size(), Submit(script));
+            Print("{} cases submitted as job {}\n", remaining.size(),
+                  Submit(plan.out / "slurm" / "job.sh"));
         Print("Collect what has been run, at any time: amisim sweep --collect {}\n",
               ShellWord(out));
         return ExitCode::kOk;
@@ -332,14 +313,10 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
     }
     FlushOutput();
     runner.Run(remaining);
-    const Table table = Collect(plan, cases);
-    Report(table, out);
-    if (stop) {
-        Print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
-        return ExitCode::kInterrupted;
-    }
-    return table.Count(Row::Status::kOk) == std::ssize(table.rows) ? ExitCode::kOk
-                                                                   : ExitCode::kCasesFailed;
+    const ExitCode code = Report(Collect(plan, cases), folder, out);
+    if (!stop) return code;
+    Print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
+    return ExitCode::kInterrupted;
 }
 
 }  // namespace amisim

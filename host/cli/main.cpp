@@ -96,6 +96,11 @@ int main(int argc, char** argv)
     action.sa_flags = static_cast<int>(SA_RESETHAND);  // the second Ctrl-C ends the program at once
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    // A file that grows past the limit set for files is one that cannot be written. A handler,
+    // other than ignoring, is not handed on to the programs that are started.
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGXFSZ, &action, nullptr);
     try {
         const auto program = std::filesystem::read_symlink("/proc/self/exe");
         ExitCode code = ExitCode::kOk;

@@ -128,6 +128,8 @@ ModelSource ResolveModelSource(const std::filesystem::path& model, const std::st
     source.notes = resolved.notes;
     source.name = resolved.rootName;
     source.library = std::filesystem::absolute(resolved.library);
+    source.files = {model, source.library};
+    if (resolved.ami) source.files.push_back(resolved.ami->path);
     return source;
 }
 

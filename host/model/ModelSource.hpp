@@ -19,6 +19,7 @@ struct ModelSource
     std::vector<std::pair<std::string, std::string>>
         settings;                    // inputs by dotted path, as they are sent
     std::vector<std::string> notes;  // oddities of its files that do not keep it from running
+    std::vector<std::filesystem::path> files;  // it was resolved from, the library among them
 
     /// The value sent for the parameter of this name, if any.
     std::optional<std::string> Setting(const std::string& parameter) const;

@@ -10,8 +10,8 @@
 #include <string_view>
 
 #include "host/Error.hpp"
+#include "host/base/Files.hpp"
 #include "host/output/Font.hpp"
-#include "host/output/WaveWriter.hpp"
 
 namespace amisim {
 namespace {
@@ -284,7 +284,7 @@ void Canvas::TextUpwards(int x, int y, std::string_view text, Colour colour, int
            [&](int i, int j, double opacity) { Put(x + j, bottom - i, colour, opacity); });
 }
 
-void Canvas::Save(const std::filesystem::path& path) const
+std::string Canvas::Png() const
 {
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -295,11 +295,15 @@ void Canvas::Save(const std::filesystem::path& path) const
     std::string bytes(size, '\0');
     if (!png_image_write_to_memory(&image, bytes.data(), &size, 0, pixels_.data(), 0, nullptr)) {
         throw Error(ExitCode::kInternal,
-                    fmt::format("{}: cannot be encoded: {}", path.string(), image.message));
+                    fmt::format("a picture cannot be encoded: {}", image.message));
     }
-    OutputFile file(path);
-    file.Write(std::string_view(bytes).substr(0, size));
-    file.Close();
+    bytes.resize(size);
+    return bytes;
+}
+
+void Canvas::Save(const std::filesystem::path& path) const
+{
+    WriteWhole(path, Png());
 }
 
 }  // namespace amisim

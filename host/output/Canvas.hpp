@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -69,6 +70,8 @@ public:
     int Width() const { return width_; }
     int Height() const { return height_; }
 
+    /// The picture as the bytes of a PNG file.
+    std::string Png() const;
     /// @throws Error (kInput) when the file cannot be written
     void Save(const std::filesystem::path& path) const;
 

@@ -10,12 +10,9 @@
 
 #include "host/output/EyeDensity.hpp"
 #include "host/output/Npy.hpp"
-#include "host/output/WaveWriter.hpp"
 
 namespace amisim {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Rows of a table, collected and then written; without any row there is no file.
 class Table
@@ -29,12 +26,9 @@ public:
          ...);
         rows_ += '\n';
     }
-    void Save(const fs::path& path, const std::string& names) const
+    void Save(const PutFile& put, const std::string& file, const std::string& names) const
     {
-        if (rows_.empty()) return;
-        OutputFile file(path);
-        file.Write(names + "\n" + rows_);
-        file.Close();
+        if (!rows_.empty()) put(file, names + "\n" + rows_);
     }
 
 private:
@@ -55,16 +49,17 @@ void AddContours(Table& table, const char* eye, const std::vector<Contour>& cont
     }
 }
 
-void WriteTrend(const Trend& trend, const std::string& quantity, const fs::path& path)
+void WriteTrend(const Trend& trend, const std::string& quantity, const std::string& file,
+                const PutFile& put)
 {
     Table table;
     for (std::size_t i = 0; i < trend.bit.size(); ++i)
         table.Row(trend.bit[i], trend.mean[i], trend.least[i], trend.greatest[i]);
-    table.Save(path, fmt::format("bit,mean_{0},least_{0},greatest_{0}", quantity));
+    table.Save(put, file, fmt::format("bit,mean_{0},least_{0},greatest_{0}", quantity));
 }
 
 /// The occupied rows, the lowest voltage first, as unsigned numbers of 32 bits.
-void WriteDensity(const VoltageHistogram& density, const fs::path& path)
+void WriteDensity(const VoltageHistogram& density, const std::string& file, const PutFile& put)
 {
     const auto [first, last] = OccupiedRows(density);
     if (first == last) return;
@@ -75,16 +70,15 @@ void WriteDensity(const VoltageHistogram& density, const fs::path& path)
             counts.push_back(static_cast<std::uint32_t>(std::min(density.At(c, r), kMost)));
         }
     }
-    OutputFile file(path);
-    file.Write(NpyHeader("<u4", {static_cast<std::int64_t>(last - first),
-                                 static_cast<std::int64_t>(density.Columns())}));
-    file.Write({reinterpret_cast<const char*>(counts.data()), counts.size() * sizeof counts[0]});
-    file.Close();
+    std::string bytes = NpyHeader("<u4", {static_cast<std::int64_t>(last - first),
+                                          static_cast<std::int64_t>(density.Columns())});
+    bytes.append(reinterpret_cast<const char*>(counts.data()), counts.size() * sizeof counts[0]);
+    put(file, bytes);
 }
 
 }  // namespace
 
-void WriteCurves(const RunResult& result, const fs::path& folder)
+void WriteCurves(const RunResult& result, const PutFile& put)
 {
     Table bathtubs, contours;
     const auto add = [&](const std::optional<EyeFindings>& eye, const char* name) {
@@ -95,23 +89,23 @@ void WriteCurves(const RunResult& result, const fs::path& folder)
     };
     add(result.eye, "output");
     add(result.inputEye, "input");
-    bathtubs.Save(folder / "bathtub.csv", "eye,axis,position,counted_ratio,extrapolated_ratio");
-    contours.Save(folder / "contours.csv", "eye,ber,extrapolated,phase_ui,high_v,low_v");
-    if (result.eye) WriteDensity(result.eye->density, folder / "eye.npy");
-    if (result.inputEye) WriteDensity(result.inputEye->density, folder / "eye-input.npy");
+    bathtubs.Save(put, "bathtub.csv", "eye,axis,position,counted_ratio,extrapolated_ratio");
+    contours.Save(put, "contours.csv", "eye,ber,extrapolated,phase_ui,high_v,low_v");
+    if (result.eye) WriteDensity(result.eye->density, "eye.npy", put);
+    if (result.inputEye) WriteDensity(result.inputEye->density, "eye-input.npy", put);
 
     const ClockFindings& clock = result.clock;
-    WriteTrend(clock.tie, "ui", folder / "tie.csv");
-    WriteTrend(clock.period, "ppm", folder / "unit_interval.csv");
+    WriteTrend(clock.tie, "ui", "tie.csv", put);
+    WriteTrend(clock.period, "ppm", "unit_interval.csv", put);
     Table histogram, spectrum;
     for (std::size_t i = 0; i < clock.tieHistogram.counts.size(); ++i) {
         histogram.Row(clock.tieHistogram.first + static_cast<double>(i) * clock.tieHistogram.step,
                       clock.tieHistogram.counts[i]);
     }
-    histogram.Save(folder / "tie_histogram.csv", "tie_ui,count");
+    histogram.Save(put, "tie_histogram.csv", "tie_ui,count");
     for (std::size_t i = 0; i < clock.tieSpectrum.frequency.size(); ++i)
         spectrum.Row(clock.tieSpectrum.frequency[i], clock.tieSpectrum.amplitude[i]);
-    spectrum.Save(folder / "tie_spectrum.csv", "frequency_hz,amplitude_ui");
+    spectrum.Save(put, "tie_spectrum.csv", "frequency_hz,amplitude_ui");
 }
 
 }  // namespace amisim

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <filesystem>
-
+#include "host/output/PutFile.hpp"
 #include "host/output/RunResult.hpp"
 
 namespace amisim {
@@ -9,7 +8,6 @@ namespace amisim {
 /// Writes the curves that were found: the densities as .npy, the others as .csv, each with a line
 /// of column names. There is no file of what was not found. Numbers are written with as many digits
 /// as it takes to read the same ones back, unknown ones as "nan".
-/// @throws Error (kInput) when a file cannot be written
-void WriteCurves(const RunResult& result, const std::filesystem::path& folder);
+void WriteCurves(const RunResult& result, const PutFile& put);
 
 }  // namespace amisim

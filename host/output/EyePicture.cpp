@@ -21,7 +21,7 @@ using plot::kFaint, plot::kInk, plot::kPaper;
 
 }  // namespace
 
-void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::path& path) const
+Canvas EyePicture::Draw(const VoltageHistogram& histogram) const
 {
     const EyeDensity density(histogram);
     const ColourMap map({{0.035, 0.04, 0.10},
@@ -140,7 +140,7 @@ void EyePicture::Save(const VoltageHistogram& histogram, const std::filesystem::
         canvas.Text(bar + 21, y - 3, decade == 0 ? "1" : fmt::format("1e-{}", decade), kInk, 1);
     }
     canvas.Text(bar + 7, kTop + kPlotHeight + 12, "density", kFaint, 1, Canvas::Align::kCentre);
-    canvas.Save(path);
+    return canvas;
 }
 
 }  // namespace amisim

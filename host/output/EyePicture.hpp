@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <vector>
 
 #include "host/analysis/Findings.hpp"
@@ -19,8 +18,7 @@ struct EyePicture
            right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
     std::vector<Contour> contours;
 
-    /// @throws Error (kInput) when the file cannot be written
-    void Save(const VoltageHistogram& density, const std::filesystem::path& path) const;
+    Canvas Draw(const VoltageHistogram& density) const;
 };
 
 }  // namespace amisim

@@ -123,8 +123,7 @@ void LinePlot::Draw(Canvas& canvas, int top, int height) const
     panel.Name(across, upwards, 104, 36);
 }
 
-void SavePlots(const std::vector<LinePlot>& plots, const Heading& heading,
-               const std::filesystem::path& path)
+Canvas DrawPlots(const std::vector<LinePlot>& plots, const Heading& heading)
 {
     const int each = plots.size() == 1 ? 500 : 360;
     Canvas canvas(kWidth, Heading::kHeight + each * static_cast<int>(plots.size()), kPaper);
@@ -134,7 +133,7 @@ void SavePlots(const std::vector<LinePlot>& plots, const Heading& heading,
         plot.Draw(canvas, top, each);
         top += each;
     }
-    canvas.Save(path);
+    return canvas;
 }
 
 }  // namespace amisim::plot

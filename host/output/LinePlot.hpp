@@ -52,8 +52,6 @@ private:
 };
 
 /// Draws plots under each other, beneath a heading.
-/// @throws Error (kInput) when the file cannot be written
-void SavePlots(const std::vector<LinePlot>& plots, const Heading& heading,
-               const std::filesystem::path& path);
+Canvas DrawPlots(const std::vector<LinePlot>& plots, const Heading& heading);
 
 }  // namespace amisim::plot

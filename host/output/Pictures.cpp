@@ -13,7 +13,6 @@
 namespace amisim {
 namespace {
 
-namespace fs = std::filesystem;
 using plot::Curve;
 using plot::LinePlot;
 using plot::Scale;
@@ -30,9 +29,10 @@ std::vector<double> Scaled(const std::vector<double>& values, double factor, dou
 class Pictures
 {
 public:
-    Pictures(const RunResult& result, const RunOptions& options, const std::string& model)
+    Pictures(const RunResult& result, const RunOptions& options, const std::string& model,
+             const PutFile& put)
         : result_(result),
-          folder_(options.out),
+          put_(put),
           model_(model),
           signal_(Describe(options.signal)),
           rate_(fmt::format("{:g} Gbit/s", options.signal.bitRate * 1e-9))
@@ -61,7 +61,7 @@ private:
         picture.left = eye.left;
         picture.right = eye.right;
         picture.contours = eye.contours;
-        picture.Save(eye.density, folder_ / name);
+        put_(name, picture.Draw(eye.density).Png());
     }
 
     void SaveBathtub(Bathtub EyeFindings::*which, const char* name) const
@@ -91,8 +91,9 @@ private:
         if (plot.curves.empty()) return;
         plot.from = std::pow(10, std::floor(std::log10(std::max(least, kLowestRatio))));
         plot.title = time ? "Time bathtub at 0 V" : "Voltage bathtub";
-        plot::SavePlots({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"},
-                        folder_ / name);
+        put_(name,
+             plot::DrawPlots({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"})
+                 .Png());
     }
 
     void SaveClock() const
@@ -136,7 +137,7 @@ private:
                                     ? ""
                                     : fmt::format(", TIE {:.4f} UI rms, {:.4f} UI peak to peak",
                                                   clock.tieRms, clock.tiePeakToPeak);
-        plot::SavePlots(plots, {model_, signal_, rate_ + rms}, folder_ / "tie.png");
+        put_("tie.png", plot::DrawPlots(plots, {model_, signal_, rate_ + rms}).Png());
     }
 
     void SaveAdaptation() const
@@ -175,22 +176,23 @@ private:
             plot->shaded = locking;
         }
         const auto final = result_.adaptation->Level();
-        plot::SavePlots(
-            {levels, openings},
-            {model_, signal_, fmt::format("{}, {} measurements, level {}", rate_, number, *final)},
-            folder_ / "adaptation.png");
+        const std::string numbers =
+            fmt::format("{}, {} measurements, level {}", rate_, number, *final);
+        put_("adaptation.png",
+             plot::DrawPlots({levels, openings}, {model_, signal_, numbers}).Png());
     }
 
     const RunResult& result_;
-    fs::path folder_;
+    const PutFile& put_;
     std::string model_, signal_, rate_;
 };
 
 }  // namespace
 
-void SavePictures(const RunResult& result, const RunOptions& options, const std::string& model)
+void SavePictures(const RunResult& result, const RunOptions& options, const std::string& model,
+                  const PutFile& put)
 {
-    Pictures(result, options, model).Save();
+    Pictures(result, options, model, put).Save();
 }
 
 }  // namespace amisim

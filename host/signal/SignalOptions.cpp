@@ -16,6 +16,14 @@ void SignalOptions::FindBitRate()
     findBitRate = false;
 }
 
+std::vector<std::filesystem::path> SignalOptions::Files() const
+{
+    std::vector<std::filesystem::path> files = {pattern, touchstone, impulse, step, wave};
+    for (const auto* list : {&fext, &next}) files.insert(files.end(), list->begin(), list->end());
+    std::erase(files, "");
+    return files;
+}
+
 void SignalOptions::Check() const
 {
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };

@@ -64,6 +64,9 @@ struct SignalOptions
     /// time is made use of. @throws Error (kInput) when there is none to be found
     void FindBitRate();
 
+    /// All files that are read for it.
+    std::vector<std::filesystem::path> Files() const;
+
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;
 

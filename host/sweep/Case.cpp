@@ -1,14 +1,14 @@
 #include "host/sweep/Case.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <fstream>
 
 #include "host/Error.hpp"
-#include "host/output/WaveWriter.hpp"
+#include "host/base/Files.hpp"
+#include "host/output/WriteResults.hpp"
 
 namespace amisim {
 namespace {
@@ -31,22 +31,23 @@ std::string Safe(const std::string& value)
 
 void AppendFixed(const Plan& plan, std::vector<std::string>& arguments)
 {
-    const auto sets = [&](const std::vector<Setting>& list) {
-        return std::any_of(list.begin(), list.end(), [](const Setting& s) {
-            return !s.isParameter && s.name == "save-wave";
-        });
-    };
-    // Waveforms of hundreds of cases fill a disk: only where asked for.
-    if (!sets(plan.fixed) && !sets(plan.axes)) {
-        const auto& given = plan.options;
-        if (std::none_of(given.begin(), given.end(),
-                         [](const auto& a) { return a.starts_with("--save-wave"); }))
-            arguments.emplace_back("--save-wave=none");
-    }
     for (const auto& setting : plan.fixed) {
         for (const auto& value : setting.values) setting.AppendTo(arguments, value);
     }
     arguments.insert(arguments.end(), plan.options.begin(), plan.options.end());
+}
+
+std::vector<fs::path> NamedFiles(const Case& aCase)
+{
+    std::vector<fs::path> files;
+    for (const auto& argument : aCase.arguments) {
+        const std::size_t equals = argument.find('=');
+        const std::string value =
+            equals == std::string::npos ? argument : argument.substr(equals + 1);
+        std::error_code error;
+        if (fs::is_regular_file(value, error)) files.emplace_back(value);
+    }
+    return files;
 }
 
 }  // namespace
@@ -104,33 +105,26 @@ const std::string& Fingerprints::Hash(const fs::path& path)
     return entry->second;
 }
 
+std::vector<fs::path> Fingerprints::FilesOf(const Case& aCase) const
+{
+    std::vector<fs::path> files = NamedFiles(aCase);
+    for (const auto& [what, path] : modelFiles_) files.push_back(path);
+    return files;
+}
+
 Inputs Fingerprints::Of(const Case& aCase)
 {
     Inputs inputs;
     for (const auto& [what, path] : modelFiles_) inputs[what] = Hash(path);
-    for (const auto& argument : aCase.arguments) {
-        const std::size_t equals = argument.find('=');
-        const std::string value =
-            equals == std::string::npos ? argument : argument.substr(equals + 1);
-        std::error_code error;
-        if (fs::is_regular_file(value, error)) inputs[value] = Hash(value);
-    }
+    for (const auto& path : NamedFiles(aCase)) inputs[path.string()] = Hash(path);
     return inputs;
 }
 
-void WriteWhole(const fs::path& path, const std::string& text)
+const OutputFolder::Kind& CaseFolder()
 {
-    fs::path part = path;
-    part += fmt::format(".{}.part", getpid());
-    OutputFile file(part);
-    file.Write(text);
-    file.Close();
-    std::error_code error;
-    fs::rename(part, path, error);
-    if (error) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: cannot be written: {}", path.string(), error.message()));
-    }
+    static const OutputFolder::Kind kind = {RunFolder().name,
+                                            {"result.json", "case.json", "run.log"}};
+    return kind;
 }
 
 void CaseRecord::Write(const fs::path& caseFolder, const Case& aCase) const
@@ -138,8 +132,8 @@ void CaseRecord::Write(const fs::path& caseFolder, const Case& aCase) const
     const Json json = {{"case", aCase.number}, {"name", aCase.name},      {"arguments", arguments},
                        {"inputs", inputs},     {"exit_code", exitCode},   {"reason", reason},
                        {"seconds", seconds},   {"amisim", AMISIM_VERSION}};
-    WriteWhole(caseFolder / "case.json",
-               json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    OutputFolder(caseFolder, CaseFolder(), OutputFolder::Use::kAlone, {})
+        .Write("case.json", json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", true);
 }
 
 std::optional<CaseRecord> ReadRecord(const fs::path& caseFolder, const Case& aCase)
@@ -154,6 +148,15 @@ std::optional<CaseRecord> ReadRecord(const fs::path& caseFolder, const Case& aCa
     } catch (const Json::exception&) {
         return std::nullopt;
     }
+}
+
+std::optional<Json> ReadResult(const fs::path& caseFolder)
+{
+    constexpr std::size_t kMostBytes = 1 << 26;
+    const auto text = ReadRegularFile(caseFolder / "result.json", kMostBytes);
+    Json result = Json::parse(text.value_or(""), nullptr, false);
+    if (!result.is_object() || !result.contains("bits")) return std::nullopt;
+    return result;
 }
 
 int AdoptEarlierCases(const fs::path& sweepFolder, const std::vector<Case>& cases)

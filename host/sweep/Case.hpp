@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/output/OutputFolder.hpp"
 #include "host/sweep/Plan.hpp"
 
 namespace amisim {
@@ -37,6 +38,8 @@ public:
     {
     }
     Inputs Of(const Case& aCase);
+    /// The files themselves.
+    std::vector<std::filesystem::path> FilesOf(const Case& aCase) const;
 
 private:
     const std::string& Hash(const std::filesystem::path& path);
@@ -44,6 +47,9 @@ private:
     std::vector<std::pair<std::string, std::filesystem::path>> modelFiles_;
     std::map<std::filesystem::path, std::string> known_;
 };
+
+/// What a sweep itself writes into a case's folder, and what tells how the run there ended.
+const OutputFolder::Kind& CaseFolder();
 
 /// How a case ended. It stands as case.json in the case's folder, put there in one step once the
 /// run has ended: without it the case has not been run, or was killed while it was.
@@ -61,12 +67,12 @@ struct CaseRecord
 /// The record in the folder, if there is one that belongs to a run with these arguments.
 std::optional<CaseRecord> ReadRecord(const std::filesystem::path& caseFolder, const Case& aCase);
 
+/// The result of the run in the folder; nothing where result.json is missing, empty or broken.
+std::optional<nlohmann::ordered_json> ReadResult(const std::filesystem::path& caseFolder);
+
 /// Moves what earlier plans have run in this folder to where the cases with the same arguments
 /// stand now: a longer axis shifts the numbers of the cases.
 /// @return how many folders belong to no case of this plan
 int AdoptEarlierCases(const std::filesystem::path& sweepFolder, const std::vector<Case>& cases);
-
-/// Puts the text into the file in one step: readers see the old one or the new one.
-void WriteWhole(const std::filesystem::path& path, const std::string& text);
 
 }  // namespace amisim

@@ -42,11 +42,11 @@ std::string OneLine(std::string text)
     std::string line;
     for (const char c : text) {
         if (c != '\n')
-            line += static_cast<unsigned char>(c) < 32 ? ' ' : c;
+            line += c;
         else if (!line.empty() && line.back() != ' ')
             line += line.back() == ':' ? " " : "; ";
     }
-    return line;
+    return base::ErrorLine(line);
 }
 
 /// Why the run failed: what result.json says, else what the program printed last.
@@ -55,9 +55,8 @@ std::string Reason(const fs::path& folder, int status)
     if (WIFSIGNALED(status))
         return fmt::format("amisim run was killed by signal {}", WTERMSIG(status));
     std::string said;
-    std::ifstream file(folder / "result.json");
-    const auto result = nlohmann::json::parse(file, nullptr, false);
-    if (result.is_object() && result.contains("failure") && result["failure"].is_object()) {
+    const auto result = ReadResult(folder).value_or(nlohmann::ordered_json::object());
+    if (result.contains("failure") && result["failure"].is_object()) {
         const auto& failure = result["failure"];
         said = fmt::format("the model {} in {}", failure.value("reason", "failed"),
                            failure.value("phase", "the run"));
@@ -72,14 +71,25 @@ std::string Reason(const fs::path& folder, int status)
     return OneLine(fmt::format("exit code {}: {}", WEXITSTATUS(status), said));
 }
 
+/// Clears the case's folder of what must not be taken for the outcome of the run to come.
+/// @return the descriptor of a new run.log
+int Prepare(const fs::path& folder, const std::vector<fs::path>& inputs)
+{
+    OutputFolder output(folder, CaseFolder(), OutputFolder::Use::kAlone, inputs);
+    output.RemoveAll();
+    errno = output.Claim("run.log");
+    const int log = errno == 0 ? CreateFile(folder / "run.log", O_APPEND) : -1;
+    if (log >= 0) return log;
+    throw Error(ExitCode::kInput, fmt::format("{}: cannot be written: {}",
+                                              (folder / "run.log").string(), std::strerror(errno)));
+}
+
 }  // namespace
 
 Runner::Running Runner::Start(const Case& aCase) const
 {
     const fs::path folder = settings_.folder / aCase.folder;
-    fs::create_directories(folder);
-    // The record first: what stands there must not be taken for the outcome of this run.
-    for (const char* name : {"case.json", "result.json"}) fs::remove(folder / name);
+    const int log = Prepare(folder, fingerprints_.FilesOf(aCase));
 
     std::vector<std::string> texts = {"amisim", "run", settings_.model};
     texts.insert(texts.end(), aCase.arguments.begin(), aCase.arguments.end());
@@ -88,12 +98,6 @@ Runner::Running Runner::Start(const Case& aCase) const
     for (auto& text : texts) arguments.push_back(text.data());
     arguments.push_back(nullptr);
 
-    const fs::path path = folder / "run.log";
-    const int log = CreateFile(path, O_APPEND);
-    if (log < 0) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: cannot be written: {}", path.string(), std::strerror(errno)));
-    }
     const pid_t self = getpid();
     const pid_t pid = fork();
     if (pid == 0) BecomeRun(self, settings_.program.c_str(), arguments.data(), log);

@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <set>
+#include <string_view>
 
 #include "host/Error.hpp"
 
@@ -21,6 +23,25 @@ std::string Quoted(const std::string& text)
             quoted += c;
     }
     return quoted + "'";
+}
+
+void SlurmJob::Check() const
+{
+    const auto check = [](std::string_view what, const std::string& text, char also = 0) {
+        const bool fits = std::ranges::none_of(text, [also](char c) {
+            return (c >= 0 && c < ' ') || c == 0x7f || (also != 0 && c == also);
+        });
+        if (fits) return;
+        throw Error(ExitCode::kUsage,
+                    fmt::format("{} '{}': a control character{} cannot stand in a job script: give "
+                                "another name",
+                                what, text, also ? " or a quotation mark" : ""));
+    };
+    check("amisim's path", program.string());
+    check("the folder of the sweep", folder.string(), '"');
+    check("the folder that the sweep's paths start from", base.string(), '"');
+    check("--partition", partition);
+    for (const auto& o : options) check("--sbatch-option", o);
 }
 
 std::string SlurmJob::Array(const std::vector<const Case*>& cases) const

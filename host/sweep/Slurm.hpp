@@ -20,9 +20,12 @@ struct SlurmJob
     std::string partition;             // empty: the cluster's default
     std::vector<std::string> options;  // further ones of sbatch, such as "--mem=2G"
 
+    /// @throws Error (kUsage) for a path or an option that cannot stand in a script: a line end
+    ///         would begin a command of its own
+    void Check() const;
     /// The task numbers that hold these cases, as sbatch's --array takes them: "1-4,7".
     std::string Array(const std::vector<const Case*>& cases) const;
-    /// The script to submit.
+    /// The script to submit, of a job that has been checked.
     std::string Script(const std::vector<const Case*>& cases) const;
 };
 

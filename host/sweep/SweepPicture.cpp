@@ -20,7 +20,7 @@ std::string Titled(const Metric& metric)
     return *metric.unit ? fmt::format("{}, {}", metric.title, metric.unit) : metric.title;
 }
 
-void SaveCurves(const Table& table, const std::filesystem::path& path)
+Canvas DrawCurves(const Table& table)
 {
     const Setting& axis = table.plan.axes[0];
     std::vector<plot::LinePlot> plots;
@@ -36,7 +36,7 @@ void SaveCurves(const Table& table, const std::filesystem::path& path)
         one.curves.push_back(std::move(curve));
         plots.push_back(std::move(one));
     }
-    plot::SavePlots(plots, {DescribeGrid(table.plan), DescribeFixed(table.plan), ""}, path);
+    return plot::DrawPlots(plots, {DescribeGrid(table.plan), DescribeFixed(table.plan), ""});
 }
 
 /// Maps under each other: for each metric one for each panel of the layout.
@@ -59,7 +59,7 @@ public:
     {
     }
 
-    void Save(const std::filesystem::path& path)
+    const Canvas& Draw()
     {
         canvas_.Text(kMargin, 16, DescribeGrid(table_.plan), kInk, 2);
         canvas_.Text(kMargin, 42, DescribeFixed(table_.plan), kFaint, 2);
@@ -77,7 +77,7 @@ public:
                 top += panelHeight_;
             }
         }
-        canvas_.Save(path);
+        return canvas_;
     }
 
 private:
@@ -234,12 +234,9 @@ std::string DescribeFixed(const Plan& plan)
     return text;
 }
 
-void SaveSweepPicture(const Table& table, const std::filesystem::path& path)
+Canvas DrawSweep(const Table& table)
 {
-    if (table.plan.axes.size() == 1)
-        SaveCurves(table, path);
-    else
-        Maps(table).Save(path);
+    return table.plan.axes.size() == 1 ? DrawCurves(table) : Maps(table).Draw();
 }
 
 }  // namespace amisim

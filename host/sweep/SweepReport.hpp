@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/output/Canvas.hpp"
 #include "host/sweep/Table.hpp"
 
 namespace amisim {
@@ -9,9 +10,8 @@ namespace amisim {
 /// table.
 std::string SweepPage(const Table& table);
 
-/// The same maps, or the curves where there is but one axis, as sweep.png.
-/// @throws Error (kInput) when the file cannot be written
-void SaveSweepPicture(const Table& table, const std::filesystem::path& path);
+/// The same maps, or the curves where there is but one axis, for sweep.png.
+Canvas DrawSweep(const Table& table);
 
 /// "EQ_Level (32 values) by loss (3 values)"
 std::string DescribeGrid(const Plan& plan);

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <fstream>
+#include <cstring>
 
 namespace amisim {
 namespace {
@@ -30,12 +30,12 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
     row.status = record->exitCode == 0 ? Row::Status::kOk : Row::Status::kFailed;
     row.reason = record->reason;
     row.seconds = record->seconds;
-    std::ifstream file(folder / "result.json");
-    const Json result = Json::parse(file, nullptr, false);
-    if (!result.is_object()) {
+    const auto found = ReadResult(folder);
+    if (!found) {
         if (row.status == Row::Status::kOk) row.status = Row::Status::kMissing;
         return row;
     }
+    const Json& result = *found;
     if (result.contains("eye")) {
         row.eyeHeight = Member<double>(result["eye"], "height_v");
         row.eyeWidth = Member<double>(result["eye"], "width_ui");
@@ -47,10 +47,21 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
     return row;
 }
 
+bool IsNumber(std::string_view text)
+{
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
+    double number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc{} && end == text.data() + text.size();
+}
+
+/// A text that a spreadsheet would take for a formula begins with an apostrophe, which makes it a
+/// text there.
 std::string CsvCell(const std::string& text)
 {
-    if (text.find_first_of(",\"\n\r") == std::string::npos) return text;
-    std::string quoted = "\"";
+    const bool formula = !text.empty() && std::strchr("=+-@\t\r", text[0]) && !IsNumber(text);
+    if (!formula && text.find_first_of(",\"\n\r") == std::string::npos) return text;
+    std::string quoted = formula ? "\"'" : "\"";
     for (const char c : text) quoted.append(c == '"' ? 2 : 1, c);
     return quoted + "\"";
 }

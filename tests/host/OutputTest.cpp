@@ -61,6 +61,12 @@ protected:
             full_.adaptation->measurements.push_back({12, {}, 4, 8, 1, lock});
     }
 
+    std::unique_ptr<OutputFolder> Folder() const
+    {
+        return std::make_unique<OutputFolder>(options_.out, RunFolder(), OutputFolder::Use::kAlone,
+                                              std::vector<fs::path>{});
+    }
+
     TemporaryFolder folder_;
     RunOptions options_;
     ModelSource model_;
@@ -71,8 +77,8 @@ TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
 {
     RunResult empty;
     empty.failure = {ExitCode::kModelCrash, "AMI_Init", "crashed", "</script>\xff"};
-    WriteResults(empty, options_, model_);
-    EXPECT_EQ(empty.files, (std::vector<std::string>{"report.html", "result.json"}));
+    WriteResults(empty, options_, model_, *Folder());
+    EXPECT_EQ(empty.files, (std::vector<std::string>{"result.json", "report.html"}));
     const auto json = nlohmann::json::parse(Read("result.json"));
     EXPECT_EQ(json["schema"], kResultSchema);
     EXPECT_EQ(json["failure"]["phase"], "AMI_Init");
@@ -81,7 +87,6 @@ TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
         EXPECT_EQ(json.at(member), nullptr) << member;
     EXPECT_EQ(json["eye"].at("height_v"), nullptr);
     EXPECT_EQ(json["clock"].at("settled_at_bit"), nullptr);
-    EXPECT_FALSE(fs::exists("result.json.tmp"));
     // The model's text must not end the script that holds the page's data.
     const std::string page = Read("report.html");
     EXPECT_NE(page.find("\\u003c/script>"), std::string::npos);
@@ -104,7 +109,7 @@ TEST_F(OutputTest, WhatWasFoundIsInTheJson)
 
 TEST_F(OutputTest, CurvesAreWrittenToTheLastDigit)
 {
-    WriteCurves(full_, options_.out);
+    WriteCurves(full_, &Save);
     EXPECT_EQ(
         Read("tie.csv"),
         "bit,mean_ui,least_ui,greatest_ui\n10,0.5,0.4,0.6\n30,0.30000000000000004,0.25,0.35\n");
@@ -125,7 +130,7 @@ TEST_F(OutputTest, CurvesAreWrittenToTheLastDigit)
 
 TEST_F(OutputTest, TheDensityIsAnArrayThatNumPyReads)
 {
-    WriteCurves(full_, options_.out);
+    WriteCurves(full_, &Save);
     const std::string file = Read("eye.npy");
     const auto density = ToJson(full_, options_, model_)["eye"]["density"];
     const auto rows = density["voltages"].get<std::size_t>();
@@ -166,13 +171,14 @@ TEST_F(OutputTest, TheTableShowsOpeningsBeforeAndAfter)
 
 TEST_F(OutputTest, AnEarlierRunsFilesAreRemovedAndOthersAreNot)
 {
-    WriteResults(full_, options_, model_);
+    WriteResults(full_, options_, model_, *Folder());
+    EXPECT_EQ(nlohmann::json::parse(Read("result.json"))["files"], full_.files);
     for (const char* name :
          {"eye.png", "eye-input.png", "bathtub-time.png", "bathtub-voltage.png", "tie.png",
           "adaptation.png", "tie_histogram.csv", "unit_interval.csv", "eye-input.npy"})
         EXPECT_TRUE(fs::exists(name)) << name;
     Save("mine.txt", "kept");
-    RemoveResults(options_.out);
+    Folder()->RemoveAll();
     ASSERT_EQ(std::distance(fs::directory_iterator("."), {}), 1);
     EXPECT_EQ(Read("mine.txt"), "kept");
 }

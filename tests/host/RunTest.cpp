@@ -135,7 +135,7 @@ TEST_F(RunTest, AFaultyModelIsNamedWithItsPhaseAndWhatItDidBeforeIsKept)
              Case{"close 0", 6, "AMI_Close", "returned 0", "", 5000},
          }) {
         SCOPED_TRACE(c.mode);
-        EXPECT_EQ(RunModel(c.mode, "--call-limit 1"), c.code) << output_;
+        EXPECT_EQ(RunModel(c.mode, "--call-limit 1 --save-wave npy"), c.code) << output_;
         for (const char* text : {c.phase, c.reason, c.text})
             EXPECT_TRUE(Says(text)) << text << " in\n" << output_;
         EXPECT_FALSE(Says("\x1b")) << "no terminal obeys a model";
@@ -227,7 +227,7 @@ TEST_F(RunTest, WhatAModelPutsInTheHostsWayIsNeitherWrittenThroughNorRead)
 {
     Save("victim", "the user's");
     for (const char* mode : {"plant fifo", "plant victim", "plant /dev/zero"}) {
-        EXPECT_EQ(RunModel(mode, "--time-limit 20"), 0) << output_;
+        EXPECT_EQ(RunModel(mode, "--time-limit 20 --save-wave npy"), 0) << output_;
         EXPECT_EQ(Read("victim"), "the user's");
         for (const std::string file : {"report.html", "eye.png", "tie.csv", "wave.npy", "clock.csv",
                                        "model.log", "result.json"})
@@ -259,7 +259,7 @@ TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
 
 TEST_F(RunTest, TheTimeLimitEndsTheRun)
 {
-    EXPECT_EQ(RunModel("pass", "--bits 1000000000 --time-limit 1 --save-wave none"), 7);
+    EXPECT_EQ(RunModel("pass", "--bits 1000000000 --time-limit 1"), 7);
     EXPECT_GT(Result()["bits"], 0);
     EXPECT_EQ(Result()["errors"], 0);
 }

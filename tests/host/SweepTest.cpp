@@ -19,7 +19,7 @@ constexpr const char* kDefinitions = R"((Model
     (GetWave_Exists (Usage Info) (Type Boolean) (Value True)))
   (Model_Specific
     (Level (Usage In) (Type Integer) (Range 0 0 31))
-    (Mode (Usage In) (Type String) (List "pass" "invert" "hang" "wave 0"))
+    (Mode (Usage In) (Type String) (List "pass" "invert" "hang" "wave 0" "=1+1"))
     (Seen (Usage Out) (Type Integer) (Value 0))))
 )";
 
@@ -84,7 +84,14 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
     }
     fs::create_directory("idle");
     Save("idle/plan.json", R"({"base": "", "model": "", "fixed": [], "options": [], "axes": []})");
+    ASSERT_EQ(Amisim("run model.ami --bits 1000 --out run"), 0);
+    fs::create_directory("theirs");
+    Save("theirs/table.csv", "mine");
     const std::pair<const char*, const char*> lines[] = {
+        {"model.ami --grid Level=1 --out theirs", "theirs: table.csv is in the way: no sweep has"},
+        {"model.ami --grid Level=1 --out run", "run: holds what a run has written"},
+        {"model.ami --grid Level=1 --out theirs -- --wave theirs/table.csv",
+         "theirs/table.csv: is read by this sweep"},
         {"model.ami --grid Level", "--grid Level: expected NAME=VALUES"},
         {"model.ami --grid Level=1 -- --no-such 1", "options of amisim run: The following"},
         {"model.ami --grid Level=1 -- -p Level=2", "Level is among the options of amisim run too"},
@@ -100,6 +107,7 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         EXPECT_NE(Amisim("sweep " + std::string(arguments)), 0);
         EXPECT_TRUE(Says(text)) << output_;
     }
+    EXPECT_EQ(Read("theirs/table.csv"), "mine");
 }
 
 TEST_F(SweepTest, AxesMakeTheGridTheLastOneVaryingFastest)
@@ -123,9 +131,8 @@ TEST_F(SweepTest, AxesMakeTheGridTheLastOneVaryingFastest)
          "[param]\nMode = \"invert\"\n[grid]\nLevel = \"0:1\"\nloss = 0\n");
     ASSERT_EQ(Amisim("sweep plans/p.toml --grid loss=3 -- --seed 7"), 0) << output_;
     const Json record = Json::parse(Read("plans/là/cases/0002-Level=1-loss=3/case.json"));
-    EXPECT_EQ(record["arguments"],
-              Json({"--save-wave=none", "--bits=1000", "--ppm=-0.5", "-p", "Mode=invert", "--seed",
-                    "7", "-p", "Level=1", "--loss=3"}));
+    EXPECT_EQ(record["arguments"], Json({"--bits=1000", "--ppm=-0.5", "-p", "Mode=invert", "--seed",
+                                         "7", "-p", "Level=1", "--loss=3"}));
     EXPECT_NE(Read("plans/là/cases/0002-Level=1-loss=3/run.log").find("inverted"),
               std::string::npos);
 }
@@ -163,6 +170,10 @@ TEST_F(SweepTest, WhatHasBeenRunIsNotRunAgainUnlessItFailedAndThatIsAskedFor)
     const std::string run = " -- --bits 2000 --ppm 0";
     const std::string one = "model.ami --grid 'Mode=wave 0' --grid loss=0" + run;
     check("the same", "model.ami " + grid + run, 0, "4 of 4 cases have been run before");
+    for (const char* broken : {"", "{\"bits\": ", "[]"}) {
+        Save("sweep/" + row["folder"].get<std::string>() + "/result.json", broken);
+        check("a broken result", "sweep", 1, "4 cases: 2 ok, 2 failed, 0 missing");
+    }
     check("in its folder", "sweep --retry-failed", 2, "4 cases: 2 ok, 2 failed");
     check("a longer axis moves cases along", "model.ami " + grid + ",3" + run, 2, "3 ok, 3 failed");
     EXPECT_EQ(Table()["cases"][3]["folder"], "cases/0004-Mode=wave_0-loss=0");
@@ -283,6 +294,23 @@ TEST_F(SweepTest, OfSeveralModelsInAnIbsOneIsNamed)
     EXPECT_TRUE(Says("model cannot be an axis")) << output_;
 }
 
+TEST_F(SweepTest, NoNameOrValueBecomesACommandOrAFormula)
+{
+    Save("plan.toml", "model = \"model.ami\"\nout = \"x\\ntouch pwned\"\n[grid]\nLevel = 1\n");
+    for (const char* arguments :
+         {"plan.toml", "plan.toml --out y --partition 'a\ntouch pwned'",
+          "plan.toml --out y --sbatch-option '--mem=1\ntouch pwned'", "plan.toml --out 'a\"b'"}) {
+        EXPECT_EQ(Amisim("sweep --slurm --dry-run " + std::string(arguments)), 2) << arguments;
+        EXPECT_TRUE(Says("cannot stand in a job script")) << output_;
+        EXPECT_FALSE(fs::exists("y")) << "nothing is begun";
+    }
+    ASSERT_EQ(Amisim("sweep model.ami -g Mode==1+1 -g ppm=-5,5 -g Level=+3 -- --bits 1000"), 0)
+        << output_;
+    const std::string table = Read("sweep/table.csv");
+    for (const char* line : {"\n1,\"'=1+1\",-5,+3,", "\n2,\"'=1+1\",5,+3,"})
+        EXPECT_NE(table.find(line), std::string::npos) << table;
+}
+
 TEST_F(SweepTest, TwoResultsStandSideBySide)
 {
     ASSERT_EQ(Sweep("--grid Mode=pass,invert --grid loss=0,6"), 0) << output_;
@@ -292,6 +320,14 @@ TEST_F(SweepTest, TwoResultsStandSideBySide)
     EXPECT_FALSE(Says("signal.prbs")) << output_;
     const std::string page = Read("c.html");
     EXPECT_NE(page.find("<img src=\"data:image/png;base64,iVBORw0KGgo"), std::string::npos);
+    ASSERT_EQ(Amisim(pair + "--html c.html"), 0) << "its own page may be replaced";
+    Save("mine.html", "mine");
+    for (const char* theirs : {"mine.html", "sweep/report.html", "model.ami"}) {
+        const std::string before = Read(theirs);
+        EXPECT_EQ(Amisim(pair + "--html " + theirs), 3);
+        EXPECT_TRUE(Says(std::string(theirs) + ": is in the way")) << output_;
+        EXPECT_EQ(Read(theirs), before);
+    }
     ASSERT_EQ(Amisim(pair + "--json"), 0);
     const Json json = Json::parse(output_);
     EXPECT_EQ(json["settings"]["signal.loss_db"], Json({{"a", 0.0}, {"b", 6.0}}));

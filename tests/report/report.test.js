@@ -17,7 +17,7 @@ const folder = mkdtempSync(join(tmpdir(), "amisim-report-"));
 mkdirSync(pictures, {recursive: true});
 
 function run(name, code, ...options) {
-  const done = spawnSync(amisim, ["run", ...options, "--save-wave", "none", "--out", join(folder, name)], {encoding: "utf8"});
+  const done = spawnSync(amisim, ["run", ...options, "--out", join(folder, name)], {encoding: "utf8"});
   assert.equal(done.status, code, done.stdout + done.stderr);
   return join(folder, name);
 }

@@ -185,6 +185,10 @@ EXPORT long AMI_Init(double* impulse, long, long, double sampleInterval, double 
     g_interval = sampleInterval;
     g_bit = bitTime;
     if (std::strncmp(g_mode, "init ", 5) == 0) Fault(g_mode + 5);
+    if (Is("log")) {
+        if (std::FILE* log = std::fopen("Adapt.txt", "a"))
+            std::fputs("a line\n", log), std::fclose(log);
+    }
     if (std::strncmp(g_mode, "plant ", 6) == 0) Plant(g_mode + 6);
     if (Is("init overrun")) {
         for (long i = 0; i < 1 << 24; ++i) impulse[i] = 0;
