@@ -35,12 +35,13 @@ std::string FirstMissing(const std::set<std::string>& wanted, const std::set<std
 /// Holds one string against the .ami.
 void TryParametersOut(const Task& task, const std::string& text, const char* function)
 {
-    ibis::AmiNode tree;
-    try {
-        tree = ibis::ParseAmiTree(text, "AMI_parameters_out");
-    } catch (const ibis::FileError& error) {
-        throw Broken(function, fmt::format("returned no parameter tree: {}", error.what()));
+    ibis::Findings findings("AMI_parameters_out");
+    const ibis::AmiTree parsed = ibis::ParseAmiTree(text, findings);
+    if (parsed.fault) {
+        throw Broken(function, fmt::format("returned no parameter tree: AMI_parameters_out:{}: {}",
+                                           parsed.fault->place.line, parsed.fault->text));
     }
+    const ibis::AmiNode& tree = parsed.root;
     Require(tree.name == task.root, function, "returned a tree with root '{}' instead of '{}'",
             tree.name, task.root);
     const std::set<std::string> declared(task.outputs.begin(), task.outputs.end());
