@@ -107,7 +107,8 @@ void CsvPoints::FindLayout(const Sample& sample, const WaveReading& reading)
             heading.Add(*line);
         } else if (columns[0] > 0) {  // keys and values beside the numbers
             format_.Split(*line, fields_);
-            if (columns[0] >= fields_.size() || fields_[0].empty()) continue;
+            if (columns[0] >= fields_.size() || fields_[0].empty() || fields_[columns[0]].empty())
+                continue;
             heading.Add(std::string_view(fields_[0].data(), fields_[columns[0]].data()));
         }
     }

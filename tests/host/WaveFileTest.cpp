@@ -208,6 +208,8 @@ TEST(WaveFile, NamesTheLineThatIsWrong)
     };
     for (const Case& c : {
              Case{"t,v\n0,1\n1,x\n", "w.csv:3: expected a time and a voltage, found \"1,x\""},
+             Case{"a,,0,1\n,,1,2\nb,,,2\n",
+                  "w.csv:3: expected a time and a voltage in column 4, found \"b,,,2\""},
              Case{"0,1\n1\n2,1", "w.csv:2: expected a time and a voltage, found \"1\""},
              Case{
                  "0,1\n1,2\n2,",
