@@ -13,8 +13,9 @@ struct CheckedFiles
     bool unreadable = false;              ///< a file that was asked for could not be read
 };
 
-/// Reads and checks IBIS files (.ibs, .pkg, .ebd, .ims, .emd), .ami files and libraries, and what an .ibs
-/// names: package files, .ami files and libraries. Each file is checked once, whoever names it.
+/// Reads and checks IBIS files (.ibs, .pkg, .ebd, .ims, .emd), .ami files and libraries, and what
+/// an .ibs names: package files, .ami files and libraries. Each file is checked once, whoever names
+/// it.
 CheckedFiles CheckFilesAndCompanions(const std::vector<std::filesystem::path>& files);
 
 }  // namespace amisim

@@ -50,9 +50,13 @@ void AddFileCheckOptions(CLI::App& check, FileCheckOptions& o)
         ->delimiter(',')
         ->allow_extra_args(false)
         ->type_name("N,...");
-    check.add_option("--baseline", o.baseline, "Leave out what this file, written by --json, holds already")
+    check
+        .add_option("--baseline", o.baseline,
+                    "Leave out what this file, written by --json, holds already")
         ->type_name("FILE");
-    check.add_option("--explain", o.explain, "Explain a rule by its number; all of them (all); or the grammar (grammar)")
+    check
+        .add_option("--explain", o.explain,
+                    "Explain a rule by its number; all of them (all); or the grammar (grammar)")
         ->type_name("N|all|grammar");
 }
 
@@ -64,12 +68,14 @@ void Explain(const std::string& what)
     }
     const std::size_t start = what.starts_with("IB") ? 2 : 0;
     int number = 0;
-    const auto [end, error] = std::from_chars(what.data() + start, what.data() + what.size(), number);
+    const auto [end, error] =
+        std::from_chars(what.data() + start, what.data() + what.size(), number);
     const ibis::Rule* const rule =
         error == std::errc() && end == what.data() + what.size() ? ibis::FindRule(number) : nullptr;
     if (!rule) {
-        throw Error(ExitCode::kUsage,
-                    fmt::format("--explain {}: expected the number of a rule, all or grammar", what));
+        throw Error(
+            ExitCode::kUsage,
+            fmt::format("--explain {}: expected the number of a rule, all or grammar", what));
     }
     Print("{}", Explained(*rule));
 }

@@ -23,7 +23,8 @@ struct FileCheckOptions
 void AddFileCheckOptions(CLI::App& check, FileCheckOptions& options);
 
 /// Reads and checks the files with all that they name, and prints what is found.
-/// @return kOk, kWarnings with --strict, kCheckFailed for errors, kInput for a file that cannot be read
+/// @return kOk, kWarnings with --strict, kCheckFailed for errors, kInput for a file that cannot be
+/// read
 ExitCode CheckFiles(const FileCheckOptions& options);
 
 /// Prints a rule, all rules or the grammar. @throws Error (kUsage) for a number that no rule has

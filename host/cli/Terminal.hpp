@@ -17,7 +17,8 @@ inline constexpr std::size_t kLongestPrinted = 2000;
 /// the progress lines, whose escape sequences are meant and which quote nothing.
 void PrintTo(std::FILE* stream, std::string_view text);
 
-/// To standard output, a text whose escape sequences are meant: what it quotes has been made printable.
+/// To standard output, a text whose escape sequences are meant: what it quotes has been made
+/// printable.
 void PrintPrepared(std::string_view text);
 
 /// To standard output.
