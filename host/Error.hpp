@@ -20,6 +20,7 @@ enum class ExitCode : int {
     kTimeLimit = 7,
     kInterrupted = 8,
     kCasesFailed = 9,  // of a sweep
+    kWarnings = 10,    // found by a check, with --strict
     kCheckFailed = 11  // a model or a file does not keep what it must
 };
 

@@ -5,15 +5,16 @@
 #include <utility>
 
 #include "ibis/Beside.hpp"
+#include "ibis/ElfFile.hpp"
 #include "ibis/FileError.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/findings/Findings.hpp"
+#include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 #include "ibis/records/Companions.hpp"
 #include "ibis/records/Executables.hpp"
-#include "ibis/rules/AlgorithmicRules.hpp"
 #include "ibis/rules/CheckFile.hpp"
 
 namespace amisim {
@@ -161,7 +162,17 @@ private:
 
     void CheckLibraryFile(const fs::path& path)
     {
-        Try(path, [&](Findings& findings) { ibis::CheckLibrary(path, findings); });
+        Try(path, [&](Findings& findings) {
+            const ibis::ElfFile library = ibis::ReadElfFile(path);
+            const ibis::Rule& rule = ibis::RuleOf(805);
+            if (library.kind == ibis::ElfFile::Kind::Other) {
+                findings.Add(rule, {}, "the file is no library of Linux or Windows");
+            } else if (library.kind == ibis::ElfFile::Kind::Elf && !library.Exports("AMI_Init")) {
+                findings.Add(rule, {},
+                             fmt::format("a {} that exports no AMI_Init", library.Description()),
+                             "export the function with C linkage");
+            }
+        });
     }
 
     std::set<fs::path> seen_;

@@ -7,22 +7,30 @@ namespace {
 
 constexpr const char* kFooter = R"(
 Examples:
+  amisim check retimer.ibs
+  amisim check models/*.ibs --json > known.json
+  amisim check models/*.ibs --baseline known.json --strict
+  amisim check --explain 508
   amisim check --run retimer.ibs
   amisim check --run Retimer_RX_RT.so --level 5 --json
   amisim check --run retimer.ibs --only block-split --seed 7
 
-Exit codes: 0 the contract is kept, 11 it is not, otherwise those of `amisim run`.
+Exit codes:
+  0 no errors, or the contract is kept     10 warnings, with --strict
+  11 errors, or the contract is broken     otherwise those of amisim run
 )";
 
 }  // namespace
 
 CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& o)
 {
-    auto* check = app.add_subcommand("check", "Check a model");
+    auto* check = app.add_subcommand(
+        "check", "Check IBIS files and what they name; or try a model's functions");
     check->footer(kFooter);
-    check->add_flag("--json", o.json, "As JSON");
-    check->add_option("--model", o.modelName, "The [Model], where an .ibs has several")
+    check->add_flag("--json", o.files.json, "As JSON");
+    check->add_option("--model", o.modelName, "The [Model] to --run, where an .ibs has several")
         ->type_name("NAME");
+    AddFileCheckOptions(*check, o.files);
     AddContractOptions(*check, o.contract);
     return check;
 }
@@ -30,11 +38,20 @@ CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& o)
 ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& program,
                   const std::atomic<bool>& stop)
 {
-    if (options.contract.model.empty())
-        throw Error(ExitCode::kUsage, "check: expected --run MODEL");
+    if (!options.files.explain.empty()) {
+        Explain(options.files.explain);
+        return ExitCode::kOk;
+    }
+    if (options.contract.model.empty()) {
+        if (options.files.files.empty())
+            throw Error(ExitCode::kUsage, "check: expected files, --run MODEL or --explain N");
+        return CheckFiles(options.files);
+    }
+    if (!options.files.files.empty())
+        throw Error(ExitCode::kUsage, "check: files and --run MODEL are two commands");
     contract::ContractOptions contract = options.contract;
     contract.modelName = options.modelName;
-    return CheckContract(contract, options.json, program, stop);
+    return CheckContract(contract, options.files.json, program, stop);
 }
 
 }  // namespace amisim

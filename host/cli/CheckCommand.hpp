@@ -6,21 +6,22 @@
 #include <string>
 
 #include "host/Error.hpp"
+#include "host/cli/CheckFiles.hpp"
 #include "host/contract/Contract.hpp"
 
 namespace amisim {
 
 struct CheckOptions
 {
+    FileCheckOptions files;
     contract::ContractOptions contract;
     std::string modelName;
-    bool json = false;
 };
 
 /// Defines `amisim check`.
 CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& options);
 
-/// Tries a model and shows what was found on standard output.
+/// Checks files, or tries a model, and shows what was found on standard output.
 /// @param program  amisim itself, for the model's process
 /// @throws Error  for a file that cannot be used
 ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& program,
