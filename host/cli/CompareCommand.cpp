@@ -9,6 +9,7 @@
 #include <set>
 
 #include "host/base/Files.hpp"
+#include "host/base/ParseJson.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/sweep/Case.hpp"
 #include "host/sweep/Html.hpp"
@@ -44,7 +45,7 @@ Result Read(const fs::path& given)
                     fmt::format("{}: expected the output folder of amisim run, or its result.json",
                                 given.string()));
     }
-    Result result{path.parent_path(), given.string(), Json::parse(file, nullptr, false)};
+    Result result{path.parent_path(), given.string(), ParseJson<Json>(file)};
     if (!result.json.is_object() || !result.json.contains("eye") || !result.json.contains("bits")) {
         throw Error(ExitCode::kInput,
                     fmt::format("{}: is not a result of amisim run: expected its result.json",

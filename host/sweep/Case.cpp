@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <sstream>
 
 #include "host/Error.hpp"
 #include "host/base/Files.hpp"
 #include "host/output/WriteResults.hpp"
+#include "host/base/ParseJson.hpp"
 
 namespace amisim {
 namespace {
@@ -139,7 +141,7 @@ void CaseRecord::Write(const fs::path& caseFolder, const Case& aCase) const
 std::optional<CaseRecord> ReadRecord(const fs::path& caseFolder, const Case& aCase)
 {
     std::ifstream file(caseFolder / "case.json");
-    const Json json = Json::parse(file, nullptr, false);
+    const Json json = ParseJson<Json>(file);
     try {
         CaseRecord record{json.at("arguments"), json.at("inputs"), json.at("exit_code"),
                           json.at("reason"), json.at("seconds")};
@@ -154,7 +156,8 @@ std::optional<Json> ReadResult(const fs::path& caseFolder)
 {
     constexpr std::size_t kMostBytes = 1 << 26;
     const auto text = ReadRegularFile(caseFolder / "result.json", kMostBytes);
-    Json result = Json::parse(text.value_or(""), nullptr, false);
+    std::istringstream stream(text.value_or(""));
+    Json result = ParseJson<Json>(stream);
     if (!result.is_object() || !result.contains("bits")) return std::nullopt;
     return result;
 }
@@ -176,7 +179,7 @@ int AdoptEarlierCases(const fs::path& sweepFolder, const std::vector<Case>& case
     int left = 0;
     for (const auto& path : strangers) {
         std::ifstream file(path / "case.json");
-        const Json json = Json::parse(file, nullptr, false);
+        const Json json = ParseJson<Json>(file);
         const auto arguments = json.is_object() && json.contains("arguments")
                                    ? json["arguments"].get<std::vector<std::string>>()
                                    : std::vector<std::string>{};

@@ -8,6 +8,8 @@
 
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <string_view>
 
 #include "host/Error.hpp"
 #include "host/sweep/Plan.hpp"
@@ -58,6 +60,36 @@ std::string ShowLetters(std::string_view hidden)
     return text;
 }
 
+/// The line of a name with more parts than any plan has, such as a.a.a.a; what walks through tables
+/// calls itself for each of them.
+std::optional<int> LineOfEndlessName(std::string_view text)
+{
+    constexpr int kMostDots = 100;
+    int line = 1, dots = 0;
+    char quote = '\0';
+    bool remark = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\n') {
+            ++line;
+            dots = 0;
+            quote = '\0';
+            remark = false;
+        } else if (remark || (quote != '\0' && c != quote)) {
+            if (quote == '"' && c == '\\' && i + 1 < text.size() && text[i + 1] != '\n') ++i;
+        } else if (c == '"' || c == '\'') {
+            quote = quote == '\0' ? c : '\0';
+        } else if (c == '#') {
+            remark = true;
+        } else if (std::string_view(",=[]{}").find(c) != std::string_view::npos) {
+            dots = 0;
+        } else if (c == '.' && ++dots > kMostDots) {
+            return line;
+        }
+    }
+    return std::nullopt;
+}
+
 class Reader
 {
 public:
@@ -71,6 +103,12 @@ public:
                                                       std::generic_category().message(errno)));
         }
         const std::string text{std::istreambuf_iterator<char>(file), {}};
+        if (const auto line = LineOfEndlessName(text)) {
+            throw Error(ExitCode::kUsage,
+                        fmt::format("{}:{}: a name has more than 100 parts: expected one such as "
+                                    "EQ_Level or param.Equaliser.Level",
+                                    path_.string(), *line));
+        }
         try {
             const toml::table root = toml::parse(HideLetters(text), path_.string());
             return Interpret(root);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 
+
 namespace amisim {
 namespace {
 

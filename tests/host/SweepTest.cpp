@@ -43,6 +43,9 @@ protected:
 
 TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
 {
+    std::string endless = "[grid]\na";
+    for (int i = 0; i < 500'000; ++i) endless += " . a";
+    endless += " = 1\n";
     const std::pair<const char*, const char*> plans[] = {
         {"[grid]\nloss = 3 3\n", "plan.toml:3: "},
         {"[grid]\nloss = [6, \"ten\"]\n", "plan.toml:3: --loss: Value ten not in range"},
@@ -66,6 +69,7 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         {"[run]\nbits = 9\nignore-bits = 9\n[grid]\nLevel = 1\n",
          "case Level=1: --ignore-bits 9 leaves nothing of --bits 9"},
         {"[run]\nwave = \"w.csv\"\n[grid]\nLevel = 1\n", "w.csv: there is no such file"},
+        {endless.c_str(), "plan.toml:3: a name has more than 100 parts"},
         {"[gird]\n", "plan.toml:2: gird is not known here: expected model, out, [run]"},
         {"run = 3\n", "plan.toml:2: expected a section [run]"},
         {"out = 3\n", "plan.toml:2: out: expected a text in quotes"},
@@ -76,7 +80,7 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         {"[grid]\n\"日é\" = 5\n", "plan.toml:3: 日é is neither an option"},
     };
     for (const auto& [plan, text] : plans) {
-        SCOPED_TRACE(plan);
+        SCOPED_TRACE(std::string(plan, strnlen(plan, 80)));
         Save("plan.toml", "model = \"model.ami\"\n" + std::string(plan));
         EXPECT_EQ(Amisim("sweep plan.toml"), 2);
         EXPECT_TRUE(Says(text)) << output_;
@@ -333,7 +337,9 @@ TEST_F(SweepTest, TwoResultsStandSideBySide)
     EXPECT_EQ(json["settings"]["signal.loss_db"], Json({{"a", 0.0}, {"b", 6.0}}));
     EXPECT_NEAR(json["results"]["Eye height, mV"]["a"], 0.8, 1e-3);
     Save("other.json", "{\"bits\": 3}");
-    for (const char* other : {"other.json", "model.ami", "sweep", "none"}) {
+    const std::string deep(2'000'000, '[');
+    Save("deep.json", "{\"bits\": 3, \"eye\": " + deep + std::string(deep.size(), ']') + "}");
+    for (const char* other : {"other.json", "deep.json", "model.ami", "sweep", "none"}) {
         EXPECT_EQ(Amisim("compare sweep/cases/0001-* " + std::string(other)), 3);
         EXPECT_TRUE(Says(std::string("amisim: ") + other + ": ")) << output_;
     }
