@@ -142,6 +142,8 @@ std::vector<Row> Rows()
         Specific(828, "(p (Usage Out) (Type Tap) (Usage In))", Error, "a second Usage in param"),
         Specific(829, In("Integer", "(List 0 1) (Label \"off\" \"on\")"), Note,
                  "holds an unknown list 'Label'; did you mean Labels?"),
+        Specific(829, In("Integer", "(List 0 1) (ListTip \"off\" \"on\")"), Note,
+                 "'ListTip' in parameter 'p' is read as List_Tip"),
         Specific(829, "(p (usage Out) (Type Integer))", Note, "'usage' in parameter 'p' is read"),
         Specific(830, "(\"p q\" (Usage Out) (Type Integer))", Warning, "found \"p q\""),
         Specific(830, "(p+q (Usage Out) (Type Integer))", Warning, "found 'p+q'"),

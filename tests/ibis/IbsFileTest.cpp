@@ -115,6 +115,7 @@ TEST(ResolveModel, FindsTheLibraryFromAnyOfTheFiles)
         {"sub/rx.ami", "", "sub/rx.so", "root"},
         {"sub/rx.so", "", "sub/rx.so", "root"},
         {"foo.ami", "", "libfoo.so", "foo_root"},
+        {"libfoo.so", "", "libfoo.so", "foo_root"},
         {"alone.so", "", "alone.so", "alone"},
         {"two.ibs", "Fast",
          "two.ibs:24: model 'Fast' has no Executable line for 64-bit Linux, only for "
