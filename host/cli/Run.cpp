@@ -234,7 +234,8 @@ private:
 ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomic<bool>& stop)
 {
     options.Check();
-    const ModelSource model = ResolveModelSource(options.model, options.modelName, options.parameters);
+    const ModelSource model =
+        ResolveModelSource(options.model, options.modelName, options.parameters);
     std::vector<fs::path> inputs = options.signal.Files();
     inputs.insert(inputs.end(), model.files.begin(), model.files.end());
     OutputFolder folder(options.out, RunFolder(), OutputFolder::Use::kAlone, inputs);

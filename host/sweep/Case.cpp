@@ -9,8 +9,8 @@
 
 #include "host/Error.hpp"
 #include "host/base/Files.hpp"
-#include "host/output/WriteResults.hpp"
 #include "host/base/ParseJson.hpp"
+#include "host/output/WriteResults.hpp"
 
 namespace amisim {
 namespace {

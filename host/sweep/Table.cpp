@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstring>
 
-
 namespace amisim {
 namespace {
 
