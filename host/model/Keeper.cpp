@@ -95,6 +95,8 @@ void EnterBox(bool namespaces)
     BoxRequest request;
     if (recv(kLifeline, &request, sizeof request, 0) != sizeof request) _exit(127);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
+    // Outside of namespaces the keeper outlives its host for as long as it takes to end the rest.
+    if (!namespaces) prctl(PR_SET_PDEATHSIG, 0);
     sigset_t mask, before;
     sigemptyset(&mask);
     sigaddset(&mask, SIGCHLD);

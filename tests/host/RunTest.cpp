@@ -167,6 +167,17 @@ TEST_F(RunTest, NothingThatAModelDoesToItsProcessStaysBehind)
     }
 }
 
+TEST_F(RunTest, NothingOutlivesAHostThatIsKilled)
+{
+    for (const std::string box : {"", " --box plain", " --box off"}) {
+        // Killed by its own shell once the model has left what is to end with it.
+        Shell("rm -rf out; " AMISIM_PROGRAM " run " TEST_MODEL " -p 'Mode=meddle hang'" + box +
+              " & until grep -q 'left a child' out/model.log || ! kill -0 $!; do sleep 0.1; done; "
+              "kill -9 $!");
+        EXPECT_EQ(Shell("flock -w 20 out/alive true"), 0) << box;
+    }
+}
+
 TEST_F(RunTest, ABoxKeepsAModelFromWhatItIsToBeKeptFrom)
 {
     // Not below /tmp, where a model may write.
