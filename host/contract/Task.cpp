@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/Error.hpp"
+#include "host/model/ModelSource.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"
 
@@ -40,7 +41,7 @@ std::size_t LastChoice(const ibis::AmiParameter& parameter)
         case ibis::Format::Range:
         case ibis::Format::Increment:
         case ibis::Format::Steps:
-            return 3;
+            return std::min<std::size_t>(parameter.values.size(), 3);
         case ibis::Format::List:
         case ibis::Format::Corner:
             return parameter.values.size();
@@ -158,6 +159,20 @@ private:
     std::vector<std::size_t> inputs_;
 };
 
+/// What hosts say themselves where a model asks for it, as defaults.
+void AddOwn(ibis::AmiFile& file, const std::filesystem::path& library)
+{
+    ibis::Overrides own;
+    AddOwnSettings(file, library, own);
+    for (auto& parameter : file.parameters) {
+        for (const auto& [name, value] : own) {
+            if (file.FindReserved(name) != &parameter) continue;
+            parameter.defaultValue = value;
+            parameter.statedDefault = value;
+        }
+    }
+}
+
 void AddDefinitions(Task& task, ibis::AmiFile file)
 {
     task.hasAmi = true;
@@ -208,7 +223,10 @@ Task MakeTask(const std::filesystem::path& model, const std::string& name)
         task.platform = resolved.platform;
         task.root = resolved.rootName;
         task.parameters = fmt::format("({})", task.root);
-        if (resolved.ami) AddDefinitions(task, std::move(*resolved.ami));
+        if (resolved.ami) {
+            AddOwn(*resolved.ami, task.library);
+            AddDefinitions(task, std::move(*resolved.ami));
+        }
         return task;
     } catch (const ibis::FileError& error) {
         throw Error(ExitCode::kInput, error.what());

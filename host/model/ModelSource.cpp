@@ -48,22 +48,6 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
     return result;
 }
 
-/// What the standard has the simulator say, where the model asks for it and the user says nothing:
-/// the library's folder, and a name for this instance.
-void AddOwn(const ibis::AmiFile& ami, const std::filesystem::path& library,
-            ibis::Overrides& overrides)
-{
-    const std::string folder = library.parent_path().string();
-    for (const auto& [name, value] : {std::pair{"DLL_Path", folder}, {"DLL_ID", ami.rootName}}) {
-        const ibis::AmiParameter* parameter = ami.FindReserved(name);
-        const bool said = std::ranges::any_of(
-            overrides, [&](const auto& one) { return ami.Find(one.first) == parameter; });
-        if (parameter && parameter->IsInput() && !said && ibis::Admitted(*parameter, value) &&
-            value.find('"') == value.npos)
-            overrides.emplace_back(name, value);
-    }
-}
-
 ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
 {
     ModelSource source;
@@ -88,6 +72,20 @@ ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& ove
 }
 
 }  // namespace
+
+void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& library,
+                    ibis::Overrides& overrides)
+{
+    const std::string folder = library.parent_path().string();
+    for (const auto& [name, value] : {std::pair{"DLL_Path", folder}, {"DLL_ID", ami.rootName}}) {
+        const ibis::AmiParameter* parameter = ami.FindReserved(name);
+        const bool said = std::ranges::any_of(
+            overrides, [&](const auto& one) { return ami.Find(one.first) == parameter; });
+        if (parameter && parameter->IsInput() && !said && ibis::Admitted(*parameter, value) &&
+            value.find('"') == value.npos)
+            overrides.emplace_back(name, value);
+    }
+}
 
 std::optional<std::string> ModelSource::Setting(const std::string& parameter) const
 {
@@ -116,7 +114,7 @@ ModelSource ResolveModelSource(const std::filesystem::path& model, const std::st
     ModelSource source;
     if (resolved.ami) {
         try {
-            AddOwn(*resolved.ami, resolved.library, pairs);
+            AddOwnSettings(*resolved.ami, resolved.library, pairs);
             source = WithDefinitions(*resolved.ami, pairs);
         } catch (const ibis::FileError& error) {
             throw Error(ExitCode::kUsage, error.what());

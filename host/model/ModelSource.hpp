@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "ibis/ami/ParameterString.hpp"
+
 namespace amisim {
 
 /// A model as the user named it, resolved to what running it takes.
@@ -24,6 +26,11 @@ struct ModelSource
     /// The value sent for the parameter of this name, if any.
     std::optional<std::string> Setting(const std::string& parameter) const;
 };
+
+/// Adds what the standard has the simulator say, where the model asks for it and the user says
+/// nothing: the library's folder (DLL_Path), and a name for this instance (DLL_ID).
+void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& library,
+                    ibis::Overrides& overrides);
 
 /// Finds the shared library and builds the parameter string.
 /// @param model      an .ibs, .ami or .so file

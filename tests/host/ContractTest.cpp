@@ -205,6 +205,14 @@ TEST_F(ContractTest, LibrariesAreHeldAgainstTheirFiles)
     EXPECT_EQ(foreign.Code(), ExitCode::kModelLoad);
 }
 
+TEST_F(ContractTest, WhatTheStandardHasTheHostSayIsSaid)
+{
+    Place(CONTRACT_MODEL, "False", "True", "(DLL_Path (Usage In) (Type String))");
+    ContractOptions options{"Contract.ami"};
+    options.level = 1;
+    EXPECT_EQ(With(Try("", options), Outcome::kFailed), Names{});
+}
+
 TEST_F(ContractTest, AHangEndsItsOwnCheckOnly)
 {
     Place();
