@@ -86,16 +86,21 @@ std::string InOtherCase(const fs::path& file, std::string_view name)
 void CompanionsExist(const IbisFile& file, Report& report)
 {
     std::set<std::string_view> told;
-    for (const Companion& one : CompanionsOf(file)) {
+    const std::vector<Companion> all = CompanionsOf(file);
+    // Text files are often handed on before the libraries are built.
+    const bool hasLibrary = std::any_of(all.begin(), all.end(), [](const Companion& one) {
+        return one.kind == Companion::Kind::Library && one.path;
+    });
+    for (const Companion& one : all) {
         const bool ami = one.kind == Companion::Kind::Ami;
         if ((!ami && one.kind != Companion::Kind::Library) || one.path ||
             !told.insert(one.name.Text()).second) {
             continue;
         }
-        const Severity severity = !HasCompanions(file)  ? Note
-                                  : ami                 ? Error
-                                  : one.forThisPlatform ? Warning
-                                                        : Note;
+        const Severity severity = !HasCompanions(file)                ? Note
+                                  : ami                               ? Error
+                                  : one.forThisPlatform && hasLibrary ? Warning
+                                                                      : Note;
         const std::string other = InOtherCase(file.document.path, one.name.Text());
         report.Say(severity, one.name.Place(),
                    fmt::format("{} {} is not beside the file", Name(one.kind), one.name.Text()),
@@ -347,9 +352,9 @@ const Check<IbisFile> kFileChecks[] = {
       Error,
       {},
       "The .ami file and the libraries stand beside the file, case exact",
-      "The model cannot be run otherwise. A library for another platform is noted only. So is "
-      "everything where nothing that the file names stands beside it: the file came alone then, "
-      "and nobody has forgotten anything.",
+      "The model cannot be run otherwise. A library is noted only where it is for another "
+      "platform or none is there yet. So is everything where nothing that the file names stands "
+      "beside it: the file came alone then, and nobody has forgotten anything.",
       "a file delivered without its library"},
      CompanionsExist},
     {{805,
