@@ -1,18 +1,21 @@
-// Any text as an .ibs file: a file with models, or one line that says what is wrong.
-
-#include "ibis/IbsFile.hpp"
+// Any text as an .ibs file: it is read to its end and every rule is tried on it.
 
 #include "fuzz/Fuzz.hpp"
+#include "ibis/ChooseModel.hpp"
+#include "ibis/rules/CheckFile.hpp"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     ReadOrExplain<ibis::FileError>("fuzz.ibs", [text = Text(data, size)] {
-        const ibis::IbsFile file = ibis::ParseIbsText(text, "fuzz.ibs");
-        for (const ibis::AlgorithmicModel& model : file.models) {
-            Require(!model.executables.empty(), "an algorithmic model has something to run");
-            static_cast<void>(model.ForThisPlatform());
+        ibis::Findings findings("fuzz.ibs");
+        const ibis::IbisFile file = ibis::ParseIbisText(std::string(text), "fuzz.ibs", findings);
+        ibis::CheckFile(file, findings);
+        for (const ibis::Finding& finding : findings.Take()) {
+            Require(!finding.text.empty() && finding.Line().find('\n') == std::string::npos,
+                    "one line");
+            Require(finding.place.line <= file.document.lines, "within the file");
         }
-        static_cast<void>(file.Choose(""));
+        static_cast<void>(ibis::ChooseModel(file, ""));
     });
     return 0;
 }

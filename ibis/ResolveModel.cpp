@@ -1,6 +1,7 @@
 #include "ibis/ResolveModel.hpp"
 
-#include "ibis/IbsFile.hpp"
+#include "ibis/Beside.hpp"
+#include "ibis/ChooseModel.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/ami/TreeRules.hpp"
@@ -17,40 +18,14 @@ bool Exists(const fs::path& file)
     return fs::exists(file, error);
 }
 
-/// The file of this name beside another one, or beside what that one leads to as a link.
-std::optional<fs::path> Beside(const fs::path& file, const fs::path& name)
-{
-    std::error_code error;
-    for (const fs::path& folder : {file.parent_path(), fs::canonical(file, error).parent_path()}) {
-        if (Exists(folder / name)) {
-            return folder / name;
-        }
-    }
-    return std::nullopt;
-}
-
-const Executable& ExecutableIn(const AlgorithmicModel& model, const fs::path& ibs)
-{
-    const Executable* executable = model.ForThisPlatform();
-    if (!executable) {
-        std::vector<std::string> platforms;
-        for (const Executable& one : model.executables) {
-            platforms.push_back(one.platform);
-        }
-        throw FileError(
-            ibs, model.line,
-            fmt::format("model '{}' has no Executable line for 64-bit Linux, only for {}",
-                        model.name, Joined(platforms, ", ")));
-    }
-    return *executable;
-}
-
 /// A file that the .ibs names must be there; the message leads back to the line that names it.
-fs::path Named(const fs::path& file, const fs::path& ibs, int line)
+fs::path Named(const Word& file, const fs::path& ibs)
 {
-    const auto found = Beside(ibs, file.lexically_relative(ibs.parent_path()));
+    const auto found = Beside(ibs, file.Text());
     if (!found) {
-        throw FileError(ibs, line, fmt::format("names {}, which does not exist", file.string()));
+        throw FileError(ibs, file.Line(),
+                        fmt::format("names {}, which does not exist",
+                                    (ibs.parent_path() / file.Text()).string()));
     }
     return *found;
 }
@@ -107,11 +82,11 @@ struct Files
 
 Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrary)
 {
-    const IbsFile ibs = ReadIbsFile(path);
-    const AlgorithmicModel& model = ibs.Choose(modelName);
-    const Executable& executable = ExecutableIn(model, path);
-    return {needsLibrary ? Named(executable.library, path, executable.line) : fs::path(),
-            Named(executable.ami, path, executable.line), model.name, executable.platform};
+    Findings findings(path.string());  // for amisim check to tell
+    const IbisFile ibs = ReadIbisFile(path, findings);
+    const ChosenModel model = ChooseModel(ibs, modelName);
+    return {needsLibrary ? Named(model.line.library, path) : fs::path(),
+            Named(model.line.ami, path), model.name, model.line.platform.String()};
 }
 
 Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)

@@ -1,11 +1,11 @@
-#include "ibis/IbsFile.hpp"
+#include "ibis/ResolveModel.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <utility>
 
-#include "ibis/ResolveModel.hpp"
+#include "ibis/ChooseModel.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "tests/ibis/Support.hpp"
 
@@ -45,42 +45,37 @@ Executable Windows_64 fast.dll fast.ami
 [Model] never read
 )";
 
-TEST(IbsFile, FindsAlgorithmicModelsAndTheirUsers)
+ChosenModel Chosen(const char* text, const char* path, const char* name = "")
 {
-    const IbsFile file = ParseIbsText(kTwo, "some/two.ibs");
-    EXPECT_EQ(file.components, (std::vector<std::string>{"Left", "Right"}));
-    ASSERT_EQ(file.models.size(), 2U);
-    const AlgorithmicModel& slow = file.models[0];
-    EXPECT_EQ(slow.name, "Slow");
-    EXPECT_EQ(slow.modelType, "I/O");
-    EXPECT_EQ(slow.components, std::vector<std::string>{"Right"});
-    ASSERT_EQ(slow.executables.size(), 3U);
-    EXPECT_EQ(slow.ForThisPlatform()->library, "some/sub/rx.so");
-    EXPECT_EQ(slow.ForThisPlatform()->line, 20);
-    EXPECT_EQ(file.models[1].ForThisPlatform(), nullptr);
+    Findings findings(path);
+    return ChooseModel(ParseIbisText(text, path, findings), name);
+}
 
-    EXPECT_EQ(&file.Choose(""), &slow);  // the only one that runs here
-    EXPECT_EQ(&file.Choose("Fast"), &file.models[1]);
-    EXPECT_EQ(MessageOf([&] { file.Choose("fast"); }),
+TEST(ChooseModel, TakesTheOneThatRunsHere)
+{
+    EXPECT_EQ(Chosen(kTwo, "some/two.ibs").name, "Slow");
+    EXPECT_EQ(MessageOf([&] { Chosen(kTwo, "some/two.ibs", "fast"); }),
               "some/two.ibs: no model 'fast' with an [Algorithmic Model]; there are Slow, Fast");
 }
 
-TEST(IbsFile, NamesWhatIsWrong)
+TEST(ChooseModel, NamesWhatIsWrong)
 {
     const std::pair<const char*, const char*> rows[] = {
         {"", "m.ibs: expected the keyword [IBIS Ver]; this is no .ibs file"},
-        {"[Algorithmic Model]", "m.ibs:1: expected [Algorithmic Model] within a [Model]"},
+        {"[Algorithmic Model]", "m.ibs: no [Model] has an [Algorithmic Model] section"},
         {"[Model] a\n[Algorithmic Model]\nExecutable Linux_gcc_64 a.so",
-         "m.ibs:3: expected Executable, platform, library and .ami file in [Algorithmic Model]"},
+         "m.ibs:2: expected Executable, platform, library and .ami file in the [Algorithmic Model] "
+         "of "
+         "'a'"},
         {"[IBIS Ver] 7.0\n[Model] a", "m.ibs: no [Model] has an [Algorithmic Model] section"},
         {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Windows_64 a b",
-         "m.ibs: no Executable line for 64-bit Linux; models: a"},
+         "m.ibs:2: model 'a' has no Executable line for 64-bit Linux, only for Windows_64"},
         {"[IBIS Ver] 7.0\n[Model] a\n[Algorithmic Model]\nExecutable Linux_64 a b\n"
          "[Model] b\n[Algorithmic Model]\nExecutable Linux_64 a b",
          "m.ibs: several models to choose from, name one with --model: a, b"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(MessageOf([&] { ParseIbsText(row.first, "m.ibs").Choose(""); }), row.second);
+        EXPECT_EQ(MessageOf([&] { Chosen(row.first, "m.ibs"); }), row.second);
     }
 }
 
