@@ -97,7 +97,8 @@ void CheckLimits(const AmiParameter& p, const ReservedParameter& row, Findings& 
 void CheckVersionAndSide(const AmiParameter& p, const ReservedParameter& row, Version version,
                          AmiDirection direction, Findings& findings)
 {
-    if (version != 0 && row.since > version) {
+    // AMI_Version "5.0" is written by makers whose files are of 5.0 but for it.
+    if (version != 0 && row.since > version && p.name != "AMI_Version") {
         const Severity severity = row.gravest == Severity::Note ? Severity::Note : Severity::Error;
         findings.Add(rules::kReservedVersion, severity, p.place,
                      fmt::format("{} belongs to versions from {} on; AMI_Version says {}", p.name,
