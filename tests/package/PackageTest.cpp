@@ -78,15 +78,15 @@ TEST(AmiFile, HasTheLibrarysDefaultsAndOnlyValuesItTakes)
 
 TEST(IbsFile, DescribesADifferentialInputAndIsSilentWhenChecked)
 {
-    const std::filesystem::path path = PACKAGE_FOLDER "/retimer.ibs";
+    const std::filesystem::path path = BUILT_PACKAGE "/retimer.ibs";
     ibis::Findings findings(path.string());
     const ibis::IbisFile file = ibis::ReadIbisFile(path, findings);
     ibis::CheckFile(file, findings);
     for (const ibis::Finding& finding : findings.Take()) ADD_FAILURE() << finding.Line();
     const ibis::ResolvedModel model = ibis::ResolveModel(path);
     EXPECT_EQ(file.FindModel(model.modelName)->type, ibis::ModelType::Input);
-    EXPECT_EQ(model.ami->path, PACKAGE_FOLDER "/Retimer_RX_RT.ami");
-    EXPECT_EQ(model.library, PACKAGE_FOLDER "/Retimer_RX_RT.so");
+    EXPECT_EQ(model.ami->path, BUILT_PACKAGE "/Retimer_RX_RT.ami");
+    EXPECT_EQ(model.library, RETIMER_LIBRARY);
     ASSERT_EQ(file.components.size(), 1U);
     EXPECT_EQ(file.components[0].diffPins.size(), 1U);
 }
