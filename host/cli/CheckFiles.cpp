@@ -41,15 +41,15 @@ ExitCode CodeFor(const CheckedFiles& checked, const FindingCounts& counts, bool 
 void AddFileCheckOptions(CLI::App& check, FileCheckOptions& o)
 {
     check.add_option("files", o.files, "Files to check: .ibs, .pkg, .ebd, .ims, .emd, .ami, .so")
-        ->type_name("FILE...");
+        ->type_name("FILE");
     auto* sarif = check.add_flag("--sarif", o.sarif, "As SARIF 2.1.0, for code review tools");
     auto* github = check.add_flag("--github", o.github, "As workflow commands that mark lines");
     sarif->excludes(github);
     check.add_flag("--strict", o.strict, "Exit code 10 where there are warnings");
-    check.add_option("--off", o.off, "Numbers of rules to leave out")
+    check.add_option("--off", o.off, "Numbers of rules to leave out, with commas between them")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->type_name("N,...");
+        ->type_name("N");
     check
         .add_option("--baseline", o.baseline,
                     "Leave out what this file, written by --json, holds already")

@@ -2,18 +2,10 @@
 
 #include <algorithm>
 
+#include "base/Printable.hpp"
+
 namespace ibis {
 namespace {
-
-/// What a finding quotes is somebody else's text: it must not tear the line apart or speak to a
-/// terminal.
-std::string OneLine(std::string text)
-{
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }, ' ');
-    return text;
-}
 
 std::string Sentence(const std::string& text)
 {
@@ -57,8 +49,8 @@ void Findings::Add(const Rule& rule, Severity severity, Place place, std::string
         return;
     }
     last_[rule.number] = all_.size();
-    all_.push_back({rule.number, severity, file_, place, OneLine(std::move(text)),
-                    OneLine(std::move(remedy))});
+    all_.push_back({rule.number, severity, file_, place, base::ErrorLine(text),
+                    base::ErrorLine(remedy)});
 }
 
 void Findings::Count(const Rule& rule, Severity severity, std::string_view key, Place place,
