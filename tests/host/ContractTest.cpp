@@ -69,7 +69,7 @@ struct Fault
     const char* impulse = "False";  // Init_Returns_Impulse
     const char* more = "";          // in the .ami
 
-    friend void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.fault; }
+    friend void PrintTo(const Fault& one, std::ostream* out) { *out << one.fault; }
 };
 
 class FaultTest : public ContractTest, public testing::WithParamInterface<Fault>

@@ -99,15 +99,14 @@ TEST(ParameterString, HoldsNoValueBetweenThoseThatTheFileAllows)
         {"Rate", "2.25"},
         {"Gain", "0.900001"},
     };
-    for (const auto& [name, value] : rows) {
-        EXPECT_NE(MessageOf([&] {
-                      ParameterString(Model(), {{name, value}});
-                  }),
-                  "")
-            << name << " = " << value;
+    const auto refusal = [](const auto& row) {
+        return MessageOf([&] { ParameterString(Model(), {{row.first, row.second}}); });
+    };
+    for (const auto& row : rows) {
+        EXPECT_NE(refusal(row), "") << row.first << " = " << row.second;
     }
-    for (const auto& [name, value] : {std::pair{"taps.1", "0.2500000001"}, {"Rate", "1.75"}}) {
-        EXPECT_EQ(MessageOf([&] { ParameterString(Model(), {{name, value}}); }), "");
+    for (const auto& row : {std::pair{"taps.1", "0.2500000001"}, {"Rate", "1.75"}}) {
+        EXPECT_EQ(refusal(row), "");
     }
 }
 
