@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -148,14 +149,18 @@ void Reach()
     tell("pair", socketpair(AF_UNIX, SOCK_STREAM, 0, pair) == 0);
 }
 
-/// Writes the wave on and on, also when it is the host's turn.
+std::atomic<bool> g_closed{false};
+std::thread g_scribbler;
+
+/// Writes the wave on and on, also when it is the host's turn, until AMI_Close: what it writes to
+/// is not there any longer after that.
 void Scribble(double* wave, long size)
 {
-    std::thread([wave, size] {
-        for (double value = 1;; value = value > 1e300 ? 1 : value * 1e10) {
+    g_scribbler = std::thread([wave, size] {
+        for (double value = 1; !g_closed; value = value > 1e300 ? 1 : value * 1e10) {
             for (long i = 0; i < size; ++i) static_cast<volatile double*>(wave)[i] = value;
         }
-    }).detach();
+    });
 }
 
 /// Puts FIFOs, or links to something else, where the host will write or look for a log.
@@ -249,6 +254,8 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
 
 EXPORT long AMI_Close(void*)
 {
+    g_closed = true;
+    if (g_scribbler.joinable()) g_scribbler.join();
     if (std::strncmp(g_mode, "close ", 6) == 0) Fault(g_mode + 6);
     return Is("close 0") ? 0 : 1;
 }
