@@ -373,20 +373,16 @@ const Check<IbisFile> kFileChecks[] = {
 
 const RuleSet& AlgorithmicRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        AppendRules(kFileChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             TryAll(kFileChecks, file, file, findings);
             for (const Model& model : file.models) {
                 if (model.algorithmic) {
                     TryAll(kChecks, model, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kChecks, kFileChecks);
     return set;
 }
 

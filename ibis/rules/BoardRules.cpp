@@ -357,16 +357,13 @@ const Check<Board> kChecks[] = {
 
 const RuleSet& BoardRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Section* const section : file.boards) {
                 TryAll(kChecks, ReadBoard(*section), file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

@@ -234,20 +234,16 @@ const Check<ModelAtRest> kRestChecks[] = {
 
 const RuleSet& BufferRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kModelChecks, made.rules);
-        AppendRules(kRestChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryAll(kModelChecks, model, file, findings);
                 if (const auto atRest = ModelAtRest::Of(model)) {
                     TryAll(kRestChecks, *atRest, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kModelChecks, kRestChecks);
     return set;
 }
 

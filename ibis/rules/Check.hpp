@@ -89,12 +89,20 @@ struct RuleSet
     void (*run)(const IbisFile&, Findings&) = nullptr;
 };
 
-template <class Record, std::size_t count>
-void AppendRules(const Check<Record> (&checks)[count], std::vector<const Rule*>& rules)
+/// The set of all rules in some tables, and the function that tries them.
+template <class... Records, std::size_t... counts>
+RuleSet MakeRuleSet(void (*run)(const IbisFile&, Findings&),
+                    const Check<Records> (&... checks)[counts])
 {
-    for (const Check<Record>& check : checks) {
-        rules.push_back(&check.rule);
-    }
+    RuleSet set;
+    set.run = run;
+    const auto append = [&set](const auto& table) {
+        for (const auto& check : table) {
+            set.rules.push_back(&check.rule);
+        }
+    };
+    (append(checks), ...);
+    return set;
 }
 
 }  // namespace ibis

@@ -477,18 +477,14 @@ const Check<IbisFile> kFileChecks[] = {
 
 const RuleSet& ComponentRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kFileChecks, made.rules);
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             TryAll(kFileChecks, file, file, findings);
             for (const Component& component : file.components) {
                 TryAll(kChecks, component, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kFileChecks, kChecks);
     return set;
 }
 

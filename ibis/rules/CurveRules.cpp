@@ -215,19 +215,16 @@ void TryOnTables(const Section& under, std::string_view owner, const IbisFile& f
 
 const RuleSet& CurveRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryOnTables(*model.section, model.name, file, findings);
             }
             for (const Section* submodel : file.submodels) {
                 TryOnTables(*submodel, submodel->argument, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

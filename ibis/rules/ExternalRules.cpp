@@ -356,16 +356,13 @@ const Check<External> kChecks[] = {
 
 const RuleSet& ExternalRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const External& external : ExternalsOf(file)) {
                 TryAll(kChecks, external, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

@@ -228,14 +228,9 @@ const Check<IbisFile> kChecks[] = {
 
 const RuleSet& HeaderRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
-            TryAll(kChecks, file, file, findings);
-        };
-        return made;
-    }();
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) { TryAll(kChecks, file, file, findings); },
+        kChecks);
     return set;
 }
 

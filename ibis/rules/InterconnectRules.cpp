@@ -345,11 +345,8 @@ const Check<Section> kModuleChecks[] = {
 
 const RuleSet& InterconnectRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        AppendRules(kModuleChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Section* const section : file.interconnectSets) {
                 TryAll(kChecks, ReadInterconnectSet(*section), file, findings);
             }
@@ -360,9 +357,8 @@ const RuleSet& InterconnectRules()
             for (const Section* const section : file.emds) {
                 TryAll(kModuleChecks, *section, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks, kModuleChecks);
     return set;
 }
 

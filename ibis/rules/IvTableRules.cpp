@@ -343,18 +343,15 @@ const Check<IvTable> kChecks[] = {
 
 const RuleSet& IvTableRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 for (const IvTable& table : IvTablesOf(model)) {
                     TryAll(kChecks, table, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

@@ -368,18 +368,14 @@ const Check<IbisFile> kFileChecks[] = {
 
 const RuleSet& ModelRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        AppendRules(kFileChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryAll(kChecks, model, file, findings);
             }
             TryAll(kFileChecks, file, file, findings);
-        };
-        return made;
-    }();
+        },
+        kChecks, kFileChecks);
     return set;
 }
 

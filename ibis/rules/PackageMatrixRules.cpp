@@ -389,16 +389,13 @@ const Check<PackageModel> kChecks[] = {
 
 const RuleSet& PackageMatrixRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Section* const section : file.packageModels) {
                 TryAll(kChecks, ReadPackageModel(*section), file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

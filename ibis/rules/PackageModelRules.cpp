@@ -253,20 +253,16 @@ const Check<Component> kComponentChecks[] = {
 
 const RuleSet& PackageModelRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        AppendRules(kComponentChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Section* const section : file.packageModels) {
                 TryAll(kChecks, ReadPackageModel(*section), file, findings);
             }
             for (const Component& component : file.components) {
                 TryAll(kComponentChecks, component, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks, kComponentChecks);
     return set;
 }
 

@@ -434,16 +434,13 @@ const Check<Component> kChecks[] = {
 
 const RuleSet& PinTableRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Component& component : file.components) {
                 TryAll(kChecks, component, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kChecks);
     return set;
 }
 

@@ -287,11 +287,8 @@ const Check<Model> kModelChecks[] = {
 
 const RuleSet& RampRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kEdgeChecks, made.rules);
-        AppendRules(kModelChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 if (model.ramp) {
                     TryAll(kModelChecks, model, file, findings);
@@ -299,9 +296,8 @@ const RuleSet& RampRules()
                     TryAll(kEdgeChecks, Edge{&model, &model.ramp->falling, false}, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kEdgeChecks, kModelChecks);
     return set;
 }
 

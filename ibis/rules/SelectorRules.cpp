@@ -160,18 +160,14 @@ const Check<IbisFile> kFileChecks[] = {
 
 const RuleSet& SelectorRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kFileChecks, made.rules);
-        AppendRules(kChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             TryAll(kFileChecks, file, file, findings);
             for (const ModelSelector& selector : file.selectors) {
                 TryAll(kChecks, selector, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kFileChecks, kChecks);
     return set;
 }
 

@@ -431,12 +431,8 @@ const Check<IbisFile> kFileChecks[] = {
 
 const RuleSet& SubmodelRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kModelChecks, made.rules);
-        AppendRules(kSubmodelChecks, made.rules);
-        AppendRules(kFileChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryAll(kModelChecks, model, file, findings);
             }
@@ -444,9 +440,8 @@ const RuleSet& SubmodelRules()
                 TryAll(kSubmodelChecks, *submodel, file, findings);
             }
             TryAll(kFileChecks, file, file, findings);
-        };
-        return made;
-    }();
+        },
+        kModelChecks, kSubmodelChecks, kFileChecks);
     return set;
 }
 

@@ -133,12 +133,8 @@ const Check<Component> kComponentChecks[] = {
 
 const RuleSet& TestDataRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kDataChecks, made.rules);
-        AppendRules(kLoadChecks, made.rules);
-        AppendRules(kComponentChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Section* data : file.testData) {
                 TryAll(kDataChecks, *data, file, findings);
             }
@@ -148,9 +144,8 @@ const RuleSet& TestDataRules()
             for (const Component& component : file.components) {
                 TryAll(kComponentChecks, component, file, findings);
             }
-        };
-        return made;
-    }();
+        },
+        kDataChecks, kLoadChecks, kComponentChecks);
     return set;
 }
 

@@ -332,20 +332,16 @@ const Check<Model> kModelChecks[] = {
 
 const RuleSet& WaveformRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kTableChecks, made.rules);
-        AppendRules(kModelChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryAll(kModelChecks, model, file, findings);
                 for (const Waveform& waveform : model.waveforms) {
                     TryAll(kTableChecks, ModelWaveform{&model, &waveform}, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kTableChecks, kModelChecks);
     return set;
 }
 

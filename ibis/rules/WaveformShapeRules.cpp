@@ -312,19 +312,15 @@ void TryOnModel(const Model& model, const IbisFile& file, Findings& findings)
 
 const RuleSet& WaveformShapeRules()
 {
-    static const RuleSet set = [] {
-        RuleSet made;
-        AppendRules(kShapeChecks, made.rules);
-        AppendRules(kRestChecks, made.rules);
-        made.run = [](const IbisFile& file, Findings& findings) {
+    static const RuleSet set = MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 if (!model.waveforms.empty()) {
                     TryOnModel(model, file, findings);
                 }
             }
-        };
-        return made;
-    }();
+        },
+        kShapeChecks, kRestChecks);
     return set;
 }
 
