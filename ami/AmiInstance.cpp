@@ -62,7 +62,9 @@ bool AmiInstance::RunBlock(double* pWave, size_t iSamples)
 {
     model.Announce(pWave, iSamples);
     bool bOk = true;
-    for (size_t i = 0; i < iSamples && bOk; ++i) {
+    for (size_t i = 0; i < iSamples; ++i) {
+        i += model.RunAtRest(pWave + i, iSamples - i);
+        if (i == iSamples) break;
         m_waveIn[0] = pWave[i];
         bOk = model.Run();
         if (!bOk) break;

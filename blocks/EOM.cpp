@@ -1,7 +1,6 @@
 #include "blocks/EOM.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -63,29 +62,24 @@ bool EOM::Run()
         m_bLogExists = true;
     }
 
-    const double dSine = ClockSine[0];
+    const double dSine = Oscillator ? 0.0 : ClockSine[0];
     const int iStart = Start[0];
     const int iClock = Clock[0];
-    // Set once per firing: where two phase clocks fall together, the second search starts from the
-    // threshold where the first one stopped. A new Scale reaches it one firing later.
-    double dThreshold = -Scale;
+    const double dThreshold = -Scale;  // a new Scale reaches it one firing later
 
     if (iStart == 1 && PrevStart == 0) Begin();
     if (Count < EOMNbits) EyeReady[0] = 0;
     if (Measuring == 0) {
-        if (!PhasesUnread) ClearPhaseOutputs();
+        if (!Oscillator) ClearPhaseOutputs();
     } else {
         if (iClock == 1 && PrevClock == 0 && ++Count >= EOMNbits) Complete();
 
-        // Strictly rising, unlike the quarter-period shifter's test.
-        const bool bRising = dSine - PrevClockSine > 0.0;
-        Phase = bRising ? std::asin(dSine) : dPi - std::asin(dSine);
-        const std::uint64_t iLevels = UpdatePhaseClocks();
-        const double dSignal = Signal[0];
-        for (std::uint64_t iFalling = PrevPhaseClocks & ~iLevels; iFalling;
-             iFalling &= iFalling - 1)
-            CountSample(std::countr_zero(iFalling), dSignal, dThreshold);
-        PrevPhaseClocks = iLevels;
+        if (Oscillator) {
+            Measure(Oscillator->GetState(), Signal[0], dThreshold);
+        } else {
+            SetPhase(dSine, PrevClockSine);
+            CountFalling(UpdatePhaseClocks(), Signal[0], dThreshold);
+        }
     }
 
     MinOpening[0] = MinOpeningValue;
@@ -179,11 +173,24 @@ void EOM::SetScale(double dScale)
 {
     Scale = dScale;
     for (int b = 1; b <= Bins; ++b) m_thresholds[b] = (2 * b) * Scale * dPerBin - Scale;
+    m_dBinsPerUnit = 0.5 * Bins / Scale;
+}
+
+std::uint64_t EOM::AskSines(const Vantor::VCO::State& oscillator)
+{
+    SetPhase(Oscillator->SineAt(oscillator.Theta), Oscillator->SineAt(oscillator.PreviousTheta));
+    return PhaseClockLevels();
+}
+
+void EOM::SetPhase(double dSine, double dPreviousSine)
+{
+    // Strictly rising, unlike the quarter-period shifter's test.
+    const bool bRising = dSine - dPreviousSine > 0.0;
+    Phase = bRising ? std::asin(dSine) : dPi - std::asin(dSine);
 }
 
 std::uint64_t EOM::UpdatePhaseClocks()
 {
-    if (PhasesUnread) return PhaseClockLevels();
     std::uint64_t iLevels = 0;
     for (int k = 0; k < Bins; ++k) {
         const auto i = static_cast<size_t>(k);
@@ -215,20 +222,6 @@ std::uint64_t EOM::PhaseClockLevels() const
     const std::uint64_t iFromMinusPi = passed([](double d) { return d >= -dPi; }, -dPi);
     const std::uint64_t iFromMinusTwoPi = passed([](double d) { return d >= -2 * dPi; }, -2 * dPi);
     return (iNotNegative & ~iAbovePi) | (iFromMinusTwoPi & ~iFromMinusPi);
-}
-
-void EOM::CountSample(int iPhase, double dSignal, double& dThreshold)
-{
-    // The lowest bin whose upper threshold the signal does not exceed; bin 0 ends at dThreshold.
-    int b = 0;
-    if (dSignal > dThreshold) {
-        const double dGuess = (dSignal + Scale) * (0.5 * Bins) / Scale;
-        b = dGuess >= Bins ? Bins : dGuess >= 1 ? static_cast<int>(dGuess) : 1;
-        while (b > 1 && !(dSignal > m_thresholds[b - 1])) --b;
-        while (b < Bins && dSignal > m_thresholds[b]) ++b;
-        dThreshold = m_thresholds[b];
-    }
-    Hist[iPhase][b < Bins ? b : Bins - 1] += 1.0;
 }
 
 void EOM::ClearPhaseOutputs()

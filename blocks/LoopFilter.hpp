@@ -33,6 +33,14 @@ public:
     bool Initialize() override;
     bool Run() override;
 
+    struct Voltages
+    {
+        double C1, C2;
+    };
+
+    /// The voltages after a step from these, with the pump current of the latest firing.
+    Voltages After(Voltages voltages) const;
+
 private:
     /// Products of the constants, in the equation's grouping; they change with the parameters only.
     struct Coefficients
@@ -73,8 +81,17 @@ inline bool LoopFilter::Run()
     if (!bSameParameters) UpdateCoefficients();
     if (!bSameParameters || m_pump.Ipump != Ipump) UpdatePumpTerms();
 
-    const double a = VC1;
-    const double b = VC2;
+    const Voltages voltages = After({VC1, VC2});
+    VC1 = voltages.C1;
+    VC2 = voltages.C2;
+    Output = VC2;
+    return true;
+}
+
+inline LoopFilter::Voltages LoopFilter::After(Voltages voltages) const
+{
+    const double a = voltages.C1;
+    const double b = voltages.C2;
     const Coefficients& k = m_k;
     const PumpTerms& i = m_pump;
     const double q = -k.C1C2 * b - i.C1C1IR - k.C1C1 * a - k.C2C1 * a - k.C2C2 * b - i.ITC1 -
@@ -83,8 +100,5 @@ inline bool LoopFilter::Run()
     const double p = k.C1C2 * a + k.C1C1 * a + k.C1C2 * b + k.C2C2 * b - i.C1C2RI + i.ITC1 +
                      i.ITC2 - k.C2C2Decay * b + i.C2DecayIC1R + k.C1DecayC2 * a + k.C2C2Decay * a -
                      k.C1DecayC2 * b;
-    VC2 = -q / k.SumSquared;
-    VC1 = p / k.SumSquared;
-    Output = VC2;
-    return true;
+    return {p / k.SumSquared, -q / k.SumSquared};
 }

@@ -60,7 +60,7 @@ bool Retimer_RX_RT::Setup()
     bOk &= EomStart.Setup();
     bOk &= EyeRequestHold.Fields.Setup();
     Eom1.EOMNbits = EOMNbits;
-    Eom1.PhasesUnread = !FireEverything;
+    Eom1.Oscillator = FireEverything ? nullptr : &Cdr.VCO;
     bOk &= Eom1.Setup();
     Adapt1.DFEAdapt = 0;
     Adapt1.CTLEAdapt = CTLEAdapt;
@@ -93,6 +93,7 @@ bool Retimer_RX_RT::Initialize()
     if (!m_stores.Bind(net, !FireEverything)) return false;
 
     m_bFirstFiring = true;
+    m_bAtRest = false;
     bool bOk = ClockTimes1.Initialize();
     if (FireEverything)
         for (Vantor::TimeResponseFIR& response : Ctle.EqResponse) bOk &= response.Initialize();

@@ -87,6 +87,12 @@ public:
 
     /// One sample. False when a block failed; all others have fired nevertheless.
     bool Run() override;
+
+    /// What Run would do for the first of these samples, for as long as the clock stands still, the
+    /// data make no transition and the equaliser has worked ahead: the outputs take their place and
+    /// no clock edge falls among them. Tells how many; 0 where the next one needs Run. The samples
+    /// must be the ones announced.
+    size_t RunAtRest(double* pWave, size_t iSamples);
     bool Finalize() override;
 
     /// Tells which samples the next firings will find at WaveIn, so that the equaliser can work
@@ -124,9 +130,10 @@ private:
     bool RunTaps();
     bool RunSineForks();
     bool RunSkippedQuarterPeriod();
+    bool IsSettled();
 
     TokenStores m_stores;
     Vantor::FirBank m_bank;
-    int m_iAwake = 0;  ///< firings to come in which the clocked blocks are not at rest
     bool m_bFirstFiring = true;
+    bool m_bAtRest = false;  ///< the clocked blocks have nothing to do until the clock moves
 };

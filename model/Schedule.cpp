@@ -5,27 +5,19 @@
 // firing them again would change nothing. They are passed over:
 //
 //   constants and what hangs on them    after the first firing
-//   the clocked blocks, taps and level  while the clock stands still, but for a few firings after
-//                                       a rising edge
-//   the VCO's sine and its copies       while nobody looks: the eye monitor at rest, no transition
+//   the clocked blocks, taps and level  while the clock stands still and all of them are settled
+//   the VCO's sine and its copies       while nobody looks: without a transition of the data
 //   the detector and its converters     without a transition of the data
 //   forks                               always: what they would copy stands there already
 //
 // A firing that failed is followed by a full one, since a block that fails says so every time.
+//
+// What is left then is one loop: oscillator, equaliser, sum, filter (RunAtRest).
 
 #include <algorithm>
+#include <span>
 
 #include "model/Retimer_RX_RT.hpp"
-
-namespace {
-
-/// Firings until the clocked blocks are at rest. A rising edge may complete an eye measurement,
-/// whose result reaches Adapt one firing later and Adapt's answer the eye monitor after another;
-/// by then both tokens of the delayed start are the same. A falling edge is only remembered.
-constexpr int AwakeAfterRisingEdge = 3;
-constexpr int AwakeAfterFallingEdge = 1;
-
-}  // namespace
 
 bool Retimer_RX_RT::Run()
 {
@@ -40,17 +32,13 @@ bool Retimer_RX_RT::Run()
     const int iPreviousClock = Cdr.VCO.Clock[0];
     bOk &= Cdr.VCO.Run();
     const int iClock = Cdr.VCO.Clock[0];
-    if (bEverything || iClock > iPreviousClock)
-        m_iAwake = AwakeAfterRisingEdge;
-    else if (iClock < iPreviousClock)
-        m_iAwake = std::max(m_iAwake, AwakeAfterFallingEdge);
-    const bool bAwake = m_iAwake > 0;
-    const bool bEyeWatched = bAwake || Eom1.Measuring;
-    if (bEyeWatched) bOk &= RunSineForks();
-    if (bEverything) bOk &= Cdr.Phase.RunQuarterPeriod();
+    const bool bAwake = !m_bAtRest || iClock != iPreviousClock;
+    if (bEverything) {
+        bOk &= RunSineForks();
+        bOk &= Cdr.Phase.RunQuarterPeriod();
+    }
 
     if (bAwake) {
-        --m_iAwake;
         bOk &= RunFork(ClockFork);
         bOk &= RunFork(Dfe.Line.DfeClockFork);
         bOk &= AdaptStart.Run();
@@ -71,7 +59,7 @@ bool Retimer_RX_RT::Run()
     bOk &= Dfe.Line.DfeSum.Run();
     bOk &= RunFork(Dfe.Line.DfeFork);
     bOk &= RunFork(EqualizedFork);
-    if (bEyeWatched) bOk &= Eom1.Run();
+    if (bAwake || Eom1.Measuring) bOk &= Eom1.Run();
     if (bAwake) {
         Eom1.Start.Advance();
         bOk &= EyeRequestToDouble.Run();
@@ -98,8 +86,57 @@ bool Retimer_RX_RT::Run()
 
     NetOut.CopyToken(WaveOut);
     NetClock.CopyToken(ClockOut);
-    if (!bOk) m_iAwake = AwakeAfterRisingEdge;
+    m_bAtRest = bOk && !bEverything && IsSettled();
     return bOk;
+}
+
+size_t Retimer_RX_RT::RunAtRest(double* pWave, size_t iSamples)
+{
+    const Vantor::TimeResponseFIR* const selected = m_bAtRest ? Ctle.GetSelected() : nullptr;
+    if (!selected) return 0;
+    const std::span<const double> ahead = m_bank.GetAhead(selected->Taps);
+    iSamples = std::min(iSamples, ahead.size());
+
+    // In registers, not in the blocks: each sample waits for the voltages of the one before.
+    Vantor::VCO::State oscillator = Cdr.VCO.GetState();
+    LoopFilter::Voltages voltages{Cdr.Filter.VC1, Cdr.Filter.VC2};
+    const bool bClock = Cdr.VCO.Clock[0] == 1;
+    const bool bMeasuring = Eom1.Measuring != 0;
+    double feedback[DecisionFeedback::NumberOfTaps];
+    for (size_t k = 0; k < DecisionFeedback::NumberOfTaps; ++k)
+        feedback[k] = Dfe.Line.DfeSum.Subtracted[k][0];
+    double& dEqualised = Dfe.Line.DfeSum.Output[0];
+    const double& dOutput =
+        OutputSelect.Mux.Inputs[static_cast<size_t>(OutputSelect.Control[0])][0];
+
+    size_t i = 0;
+    for (; i < iSamples; ++i) {
+        const Vantor::VCO::State next = Cdr.VCO.After(oscillator, voltages.C2);
+        if (Vantor::CosineIsPositive(next.Theta) != bClock) break;
+        double dSum = ahead[i];
+        for (const double dTap : feedback) dSum -= dTap;
+        if (Cdr.Phase.Detector.SeesTransition(dSum)) break;
+        if (bMeasuring) Eom1.Measure(next, dSum);
+        voltages = Cdr.Filter.After(voltages);
+        oscillator = next;
+        dEqualised = dSum;
+        pWave[i] = dOutput;
+    }
+    m_bank.Skip(i);
+    Cdr.VCO.SetState(oscillator);
+    Cdr.Filter.VC1 = voltages.C1;
+    Cdr.Filter.VC2 = Cdr.FilterOutput[0] = voltages.C2;
+    ClockTimes1.Skip(i);
+    return i;
+}
+
+/// Whether the clocked blocks, fired again while the clock stands still, would answer as they just
+/// did: the two answers that are heard a firing late, the eye monitor's by Adapt and the delayed
+/// start by the eye monitor, have been heard. Adapt reads the rest of the measurement only when
+/// EyeReady rises.
+inline bool Retimer_RX_RT::IsSettled()
+{
+    return Adapt1.PrevEyeReady == Eom1.EyeReady[0] && Eom1.PrevStart == EomStart.Value;
 }
 
 inline bool Retimer_RX_RT::RunResponses()

@@ -34,6 +34,9 @@ public:
         return true;
     }
 
+    /// Passes over firings in which the clock stands still.
+    void Skip(std::uint64_t iFirings) { m_iFiring += iFirings; }
+
 private:
     int m_iPreviousClock = -1;
     std::uint64_t m_iFiring = 0;

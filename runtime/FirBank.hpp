@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <span>
 
 #include "runtime/InnerProducts.hpp"
 
@@ -38,6 +39,16 @@ public:
         if (pTaps != m_pComputedTaps || m_iNewest >= m_iComputed) Compute(pTaps, iTaps);
         return m_pOutputs.get()[m_iNewest - m_iComputedFrom];
     }
+
+    /// The outputs of this filter that are computed already, those of the samples to come.
+    std::span<const double> GetAhead(const double* pTaps) const
+    {
+        if (pTaps != m_pComputedTaps || m_iNewest >= m_iComputed) return {};
+        return {m_pOutputs.get() + (m_iNewest + 1 - m_iComputedFrom), m_iComputed - m_iNewest - 1};
+    }
+
+    /// Takes this many of the samples that GetAhead has given outputs for.
+    void Skip(size_t iSamples) { m_iNewest += iSamples; }
 
     void Finalize();
 

@@ -8,8 +8,8 @@ namespace Vantor {
 
 bool VCO::Initialize()
 {
-    m_dPhase = InitialPhase;
-    m_iFiring = 0;
+    m_state.Phase = InitialPhase;
+    m_state.Firing = 0;
     if (SampleInterval <= 0) {
         DFErrorHandler::PostError(this, "SampleInterval must be a positive number.");
         return false;

@@ -32,40 +32,59 @@ public:
     /// A firing then finds the clock from the phase alone. Needs an Amplitude of 1.
     bool SineOnRequest = false;
 
+    /// What a firing changes.
+    struct State
+    {
+        double Phase = 0.0;  ///< radians
+        double Theta = 0.0;
+        double PreviousTheta = 0.0;
+        std::uint64_t Firing = 0;  ///< the next one's number
+    };
+
     /// Restarts the phase, then checks SampleInterval.
     bool Initialize() override;
 
     bool Run() override
     {
-        constexpr double dTwoPi = 6.283185307179586;
-        m_dPreviousTheta = m_dTheta;
-        m_dPhase = m_dPhase + Control[0] * ((dTwoPi * Sensitivity) * SampleInterval);
-        m_dTheta =
-            static_cast<double>(m_iFiring) * (SampleInterval * (dTwoPi * FreeRunningFrequency)) +
-            m_dPhase;
+        m_state = After(m_state, Control[0]);
         if (SineOnRequest) {
-            Clock[0] = CosineIsPositive(m_dTheta);
+            Clock[0] = CosineIsPositive(m_state.Theta);
         } else {
             WriteSine();
             Clock[0] = Sine[0] > 0.0;
         }
-        ++m_iFiring;
         return true;
     }
 
+    /// The state after a firing with this control voltage.
+    State After(const State& state, double dControl) const
+    {
+        constexpr double dTwoPi = 6.283185307179586;
+        State next;
+        next.Phase = state.Phase + dControl * ((dTwoPi * Sensitivity) * SampleInterval);
+        next.Theta =
+            static_cast<double>(state.Firing) * (SampleInterval * (dTwoPi * FreeRunningFrequency)) +
+            next.Phase;
+        next.PreviousTheta = state.Theta;
+        next.Firing = state.Firing + 1;
+        return next;
+    }
+
+    const State& GetState() const { return m_state; }
+
+    /// Goes on from a state that After has given, the clock being what it was.
+    void SetState(const State& state) { m_state = state; }
+
     /// Writes the sine of the latest firing.
-    void WriteSine() { Sine[0] = SineAt(m_dTheta); }
+    void WriteSine() { Sine[0] = SineAt(m_state.Theta); }
 
     /// The sine of the firing before the latest one.
-    double PreviousSine() const { return SineAt(m_dPreviousTheta); }
+    double PreviousSine() const { return SineAt(m_state.PreviousTheta); }
 
-private:
     double SineAt(double dTheta) const;
 
-    double m_dPhase = 0.0;
-    std::uint64_t m_iFiring = 0;
-    double m_dTheta = 0.0;
-    double m_dPreviousTheta = 0.0;
+private:
+    State m_state;
 };
 
 }  // namespace Vantor

@@ -20,7 +20,7 @@ double Boundary(Awkward& random)
 }
 
 /// Measures with one kind of sine and one of signal.
-void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnread)
+void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bOscillator)
 {
     const TemporaryFolder folder;
     const auto plain = std::make_unique<literal::EyeMonitor>();
@@ -28,7 +28,7 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
     const literal::Eye& eye = plain->eye;
     Awkward random{10};
     int iClock = 0, iStart = 0, iReady = 7, iRange = 0, iHEO = 0, iVEO = 0, iOpening = 0;
-    double dSignal = 0.0, dSine = 0.0, sines[64];
+    double dSignal = 0.0, dSine = 0.0, sines[64], dTurn = 0.0;
     int clocks[64];
     std::string log;
     ASSERT_TRUE(eom->Setup());
@@ -39,7 +39,14 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
         Attach(eom->PhaseSines[k], sines[k], eom->PhaseClocks[k], clocks[k]);
     plain->eyeReady = iReady;
     plain->bits = eom->EOMNbits = iBits;
-    eom->PhasesUnread = bUnread;
+    Vantor::VCO oscillator;  // turns by as many radians as it has volts
+    Attach(oscillator.Control, dTurn, oscillator.Clock, iClock);
+    oscillator.FreeRunningFrequency = 0.0;
+    oscillator.SampleInterval = 1.0;
+    oscillator.Sensitivity = 0.15915494309189535;
+    oscillator.SineOnRequest = true;
+    ASSERT_TRUE(oscillator.Initialize());
+    if (bOscillator) eom->Oscillator = &oscillator;
     ASSERT_TRUE(eom->Initialize());
     for (int n = 0; n < 4000; ++n) {
         const double s = plain->scale,
@@ -48,13 +55,17 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
         const int iStep = n / 20 % 2 == 0 ? 123 : iSignal == 1 ? -63 : -61;  // 60 or 59 bins open
         const double kindsOfSignal[] = {2 * s * random(), iStep * s / 64, iStep * s / 64, dStep - s,
                                         s * std::sin(0.145 * n)};
-        dSine = kindsOfSine[iSine];
+        const double kindsOfTurn[] = {0.3, 2.9, static_cast<double>(random.Below(90)) * 0.05};
+        dTurn = kindsOfTurn[iSine];
+        ASSERT_TRUE(oscillator.Run());
+        dSine = bOscillator ? oscillator.SineAt(oscillator.GetState().Theta) : kindsOfSine[iSine];
         dSignal = kindsOfSignal[iSignal];
         iClock = random.Below(20) == 0 ? 2 : dSine > 0.0;
         iStart = n == 9 || random.Below(iBits > 1000 ? 4000 : 300) == 0
                      ? static_cast<int>(1 + random.Below(2))
                      : 0;
         const bool bCounts = plain->fire(iClock, dSignal, dSine, iStart, log);
+        if (bOscillator) dSine = 77.0;  // not read
         ASSERT_TRUE(eom->Run());
         ASSERT_EQ(
             (std::array{iReady, iRange, iHEO, iVEO, iOpening}),
@@ -65,7 +76,7 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
         for (size_t k = 0; k < 64; ++k) {
             const int iLevel = plain->phaseClock[k];
             ASSERT_EQ(static_cast<int>(eom->PrevPhaseClocks >> k & 1), iLevel) << n;
-            if (bUnread) continue;
+            if (bOscillator) continue;
             ASSERT_TRUE(Same(sines[k], bCounts ? plain->phaseSine[k] : 0.0)) << n;
             ASSERT_EQ(clocks[k], bCounts ? iLevel : 0) << n;
         }
@@ -73,15 +84,15 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bUnre
     EXPECT_EQ(FileText("EOM.txt"), log);
 }
 
-TEST(EOM, MeasuresAsDescribedWhetherItsPhasesAreReadOrNot)
+TEST(EOM, MeasuresAsDescribedFromItsSineOrItsOscillator)
 {
     for (const int iBits : {-3, 1, 20, 200, 1500})
         for (const size_t iSine : {0U, 1U, 2U})
             for (const size_t iSignal : {0U, 1U, 2U, 3U, 4U})
-                for (const bool bUnread : {false, true}) {
+                for (const bool bOscillator : {false, true}) {
                     SCOPED_TRACE(testing::Message()
-                                 << iBits << ' ' << iSine << ' ' << iSignal << ' ' << bUnread);
-                    CompareWithPlainMonitor(iBits, iSine, iSignal, bUnread);
+                                 << iBits << ' ' << iSine << ' ' << iSignal << ' ' << bOscillator);
+                    CompareWithPlainMonitor(iBits, iSine, iSignal, bOscillator);
                 }
 }
 

@@ -43,8 +43,8 @@ struct Seen
 };
 
 /// The plain way where no kernel is given.
-Seen Watch(const Settings& s, const Vantor::InnerProductsVariant* pKernel,
-           const std::vector<double>& wave, const std::vector<size_t>& blocks)
+Seen Watch(const Settings& s, const Vantor::InnerProductsVariant* pKernel, std::vector<double> wave,
+           const std::vector<size_t>& blocks)
 {
     const TemporaryFolder folder;
     const auto rx = std::make_unique<Retimer_RX_RT>();
@@ -68,6 +68,9 @@ Seen Watch(const Settings& s, const Vantor::InnerProductsVariant* pKernel,
             const size_t iEnd = std::min(i + blocks[iBlock % blocks.size()], wave.size());
             rx->Announce(wave.data() + i, iEnd - i);
             for (bool bOk = true; bOk && i < iEnd; ++i) {  // as the entry point does
+                for (size_t n = rx->RunAtRest(&wave[i], iEnd - i); n > 0; --n)
+                    seen.numbers.insert(seen.numbers.end(), {wave[i++], -1.0, 1.0});
+                if (i == iEnd) break;
                 dIn = wave[i];
                 bOk = rx->Run();
                 seen.numbers.insert(seen.numbers.end(), {dOut, dClock, bOk ? 1.0 : 0.0});
