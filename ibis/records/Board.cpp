@@ -15,15 +15,6 @@ BoardPath ReadPath(const Section& section)
     return path;
 }
 
-Board::Part ReadPart(std::span<const Word> row)
-{
-    Board::Part part{row[0], row.size() > 1 ? row[1] : Word(), {}};
-    for (size_t i = 2; i < row.size(); ++i) {
-        part.component.append(i > 2 ? " " : "").append(row[i].Text());
-    }
-    return part;
-}
-
 }  // namespace
 
 Board ReadBoard(const Section& section)

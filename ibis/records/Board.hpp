@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "ibis/records/Part.hpp"
 #include "ibis/records/StubPath.hpp"
 
 namespace ibis {
@@ -29,13 +30,7 @@ struct Board
     };
     std::vector<Pin> pins;  ///< rows of [Pin List]
     std::vector<BoardPath> paths;
-    /// A row of [Reference Designator Map]: the component's name is the rest of its line.
-    struct Part
-    {
-        Word designator, file;
-        std::string component;
-    };
-    std::vector<Part> parts;
+    std::vector<Part> parts;  ///< rows of [Reference Designator Map]
 
     std::unordered_map<std::string_view, std::size_t> pinsByName, partsByName;
 };

@@ -55,6 +55,12 @@ void ReadOutermost(const Section& section, IbisFile& file)
             break;
         case Key::BeginEmd:
             file.emds.push_back(&section);
+            for (const Section* const set : section.Children(Key::EmdSet)) {
+                file.emdSets.push_back(set);
+            }
+            break;
+        case Key::EmdSet:
+            file.emdSets.push_back(&section);
             break;
         default:
             break;

@@ -31,7 +31,7 @@ struct IbisFile
     std::vector<ModelSelector> selectors;
     std::vector<Model> models;
     std::vector<const Section*> submodels, packageModels, externalCircuits, testData, testLoads,
-        boards, interconnectSets, emds;
+        boards, interconnectSets, emds, emdSets;
     std::shared_ptr<Neighbours> neighbours;  ///< what stands beside it, read when asked for
 
     Version GetVersion() const { return document.version; }

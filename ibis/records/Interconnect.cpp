@@ -1,6 +1,7 @@
 #include "ibis/records/Interconnect.hpp"
 
 #include "ibis/reader/Grammar.hpp"
+#include "ibis/records/IbisFile.hpp"
 
 namespace ibis {
 namespace {
@@ -40,10 +41,31 @@ Interconnect ReadInterconnect(const Section& section)
 InterconnectSet ReadInterconnectSet(const Section& section)
 {
     InterconnectSet set{&section, section.argument, section.place, {}};
-    for (const Section* const model : section.Children(Key::InterconnectModel)) {
-        set.models.push_back(ReadInterconnect(*model));
+    for (const Section& child : section.children) {
+        if (child.Is(Key::InterconnectModel) || child.Is(Key::EmdModel)) {
+            set.models.push_back(ReadInterconnect(child));
+        }
     }
     return set;
+}
+
+std::optional<InterconnectSet> FindSet(const IbisFile& file, std::span<const Word> row)
+{
+    const bool here = row.size() < 2 || row[1] == "NA";
+    const IbisFile* const holder = here              ? &file
+                                   : file.neighbours ? file.neighbours->Read(row[1].Text())
+                                                     : nullptr;
+    if (!holder) {
+        return std::nullopt;
+    }
+    for (const auto* const sets : {&holder->interconnectSets, &holder->emdSets}) {
+        for (const Section* const set : *sets) {
+            if (set->argument == row[0].Text()) {
+                return ReadInterconnectSet(*set);
+            }
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace ibis

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
 #include "ibis/records/Section.hpp"
 
 namespace ibis {
+
+struct IbisFile;
 
 /// A terminal line of an [Interconnect Model] or [EMD Model]: "3 Pin_I/O pin_name A1
 /// Aggressor_Only".
@@ -30,7 +34,7 @@ struct Interconnect
 
 Interconnect ReadInterconnect(const Section& section);
 
-/// An [Interconnect Model Set].
+/// An [Interconnect Model Set] or [EMD Set].
 struct InterconnectSet
 {
     const Section* section = nullptr;
@@ -40,5 +44,9 @@ struct InterconnectSet
 };
 
 InterconnectSet ReadInterconnectSet(const Section& section);
+
+/// The set that a row of [Interconnect Model Group] or [EMD Group] names: of this file, or of one
+/// beside it.
+std::optional<InterconnectSet> FindSet(const IbisFile& file, std::span<const Word> row);
 
 }  // namespace ibis

@@ -6,6 +6,7 @@
 #include "ibis/ElfFile.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
+#include "ibis/UndefinedSymbols.hpp"
 #include "ibis/ami/AmiFile.hpp"
 #include "ibis/physics/DcBuffer.hpp"
 #include "ibis/reader/Grammar.hpp"
@@ -171,7 +172,13 @@ std::string FaultOf(const fs::path& path, const ExecutableLine& line, const fs::
                                line.ami.Text(), parameter);
         }
     }
-    return "";
+    const auto undefined = UndefinedSymbols(library, path);
+    return undefined.empty()
+               ? ""
+               : fmt::format("needs {}{}, which no library that it asks for defines", undefined[0],
+                             undefined.size() > 1
+                                 ? fmt::format(" and {} more symbols", undefined.size() - 1)
+                                 : "");
 }
 
 /// What our own platform's loader will ask of the system.
@@ -360,7 +367,8 @@ const Check<IbisFile> kFileChecks[] = {
     {{805,
       Warning,
       {},
-      "A library is what its line says and exports what the .ami promises",
+      "A library is what its line says, exports what the .ami promises, and needs no symbols that "
+      "nobody defines",
       "The simulator cannot load it otherwise.",
       "a 32-bit library in a line of 64"},
      LibrariesAreWhatTheLinesSay},

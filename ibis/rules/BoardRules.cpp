@@ -5,7 +5,7 @@
 #include "ibis/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/Board.hpp"
-#include "ibis/records/Companions.hpp"
+#include "ibis/rules/PartCheck.hpp"
 #include "ibis/rules/RuleSets.hpp"
 #include "ibis/rules/Units.hpp"
 
@@ -119,45 +119,14 @@ void PathsAreWellFormed(const Board& board, Report& report)
     }
 }
 
-/// A component, or a board as a part of another one, by the file that holds it.
-class PartPins
-{
-public:
-    PartPins(const IbisFile& file, std::string_view component)
-    {
-        for (const Component& one : file.components) {
-            names_.push_back(std::string(one.name));
-            component_ = one.name == component ? &one : component_;
-        }
-        for (const Section* const one : file.boards) {
-            names_.push_back(std::string(one->argument));
-            if (one->argument == component) {
-                board_ = ReadBoard(*one);
-            }
-        }
-    }
-
-    bool IsKnown() const { return component_ || board_.section; }
-    bool Has(std::string_view pin) const
-    {
-        return component_ ? component_->FindPin(pin) != nullptr : board_.pinsByName.contains(pin);
-    }
-    const std::vector<std::string>& Names() const { return names_; }
-
-private:
-    const Component* component_ = nullptr;
-    Board board_;
-    std::vector<std::string> names_;
-};
-
 /// The pins that the nodes of all paths name, by the index of their part; designators that there
 /// are not are reported.
 std::vector<std::vector<Word>> PinsOfParts(const Board& board, Report& report)
 {
     std::vector<std::vector<Word>> pins(board.parts.size());
     std::vector<std::string> known;
-    for (const Board::Part& part : board.parts) {
-        known.push_back(part.designator.String());
+    for (const Part& part : board.parts) {
+        known.push_back(part.name.String());
     }
     for (const BoardPath& path : board.paths) {
         for (const PathElement& element : path.elements) {
@@ -182,44 +151,11 @@ std::vector<std::vector<Word>> PinsOfParts(const Board& board, Report& report)
     return pins;
 }
 
-void PartIsKnown(const Board::Part& part, const std::vector<Word>& nodes, Report& report)
-{
-    const IbisFile& own = report.file;
-    const bool here = part.file == own.document.path.filename().string();
-    const IbisFile* const file = here             ? &own
-                                 : own.neighbours ? own.neighbours->Read(part.file.Text())
-                                                  : nullptr;
-    if (!file) {
-        report.Say(HasCompanions(own) ? Error : Note, part.file.Place(),
-                   fmt::format("{} of {} is not beside the file", part.file.Text(),
-                               part.designator.Text()),
-                   "deliver it with the file");
-        return;
-    }
-    const PartPins pins(*file, part.component);
-    if (!pins.IsKnown()) {
-        const std::string nearest = NearestName(part.component, pins.Names());
-        report.Say(
-            part.designator.Place(),
-            fmt::format("{} has no component '{}'", part.file.Text(), part.component),
-            nearest.empty() ? "name one that it has" : fmt::format("did you mean '{}'?", nearest));
-        return;
-    }
-    for (const Word& node : nodes) {
-        if (const auto pin = node.Text().substr(node.Text().find('.') + 1); !pins.Has(pin)) {
-            report.Count(
-                part.designator.Text(), node.Place(),
-                fmt::format("'{}' of {} has no pin {}", part.component, part.file.Text(), pin),
-                "name one of its pins");
-        }
-    }
-}
-
 void PartsAreKnown(const Board& board, Report& report)
 {
     const auto pins = PinsOfParts(board, report);
     for (size_t part = 0; part < board.parts.size(); ++part) {
-        PartIsKnown(board.parts[part], pins[part], report);
+        CheckPart(board.parts[part], pins[part], Error, report);
     }
 }
 

@@ -96,7 +96,7 @@ RuleSet MakeRuleSet(void (*run)(const IbisFile&, Findings&),
 {
     RuleSet set;
     set.run = run;
-    const auto append = [&set](const auto& table) {
+    [[maybe_unused]] const auto append = [&set](const auto& table) {
         for (const auto& check : table) {
             set.rules.push_back(&check.rule);
         }

@@ -6,11 +6,13 @@ namespace ibis {
 namespace {
 
 constexpr const RuleSet& (*kSets[])() = {
-    HeaderRules,   ComponentRules,    PinTableRules,    ReferenceRules,     SelectorRules,
-    ModelRules,    ModelValueRules,   ModelTypeRules,   CurveRules,         IvTableRules,
-    BufferRules,   RampRules,         WaveformRules,    WaveformShapeRules, SpecRules,
-    SubmodelRules, ExternalRules,     TestDataRules,    PackageModelRules,  PackageMatrixRules,
-    BoardRules,    InterconnectRules, AlgorithmicRules,
+    HeaderRules,        ComponentRules,   PinTableRules,      PairRules,
+    ReferenceRules,     SelectorRules,    ModelRules,         ModelValueRules,
+    ModelTypeRules,     CurveRules,       IvTableRules,       BufferRules,
+    RampRules,          WaveformRules,    WaveformShapeRules, SpecRules,
+    SubmodelRules,      ExternalRules,    TestDataRules,      PackageModelRules,
+    PackageMatrixRules, BoardRules,       InterconnectRules,  InterconnectGroupRules,
+    ModuleRules,        AlgorithmicRules,
 };
 
 }  // namespace

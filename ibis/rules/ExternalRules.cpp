@@ -7,6 +7,7 @@
 #include "ibis/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
+#include "ibis/records/Companions.hpp"
 #include "ibis/rules/RuleSets.hpp"
 
 /// [External Model] and [External Circuit]: what another language describes (IBIS 7.2 chapter 6).
@@ -124,21 +125,6 @@ bool IsWhole(const Setting& corner)
 bool Exists(const Setting& corner, const IbisFile& file)
 {
     return Beside(file.document.path, corner.words[2].String()).has_value();
-}
-
-/// Whether anything that the file names stands beside it; looked for once.
-bool HasCompanions(const IbisFile& file)
-{
-    std::optional<bool>& known = file.neighbours->hasCompanions;
-    if (!known) {
-        const auto externals = ExternalsOf(file);
-        known = std::any_of(externals.begin(), externals.end(), [&](const External& one) {
-            return std::any_of(
-                one.section->settings.begin(), one.section->settings.end(),
-                [&](const Setting& corner) { return IsWhole(corner) && Exists(corner, file); });
-        });
-    }
-    return *known;
 }
 
 /// What is not there where its neighbours are was forgotten; a file that came alone may be looked
@@ -291,14 +277,38 @@ void DigitalPortsAreConverted(const External& external, Report& report)
     }
 }
 
+/// A converter's number that is stated as a parameter's name.
+bool UsesParameter(const External& external, std::string_view name)
+{
+    return std::any_of(
+        external.section->settings.begin(), external.section->settings.end(),
+        [name](const Setting& setting) {
+            return (setting.known->name == "D_to_A" || setting.known->name == "A_to_D") &&
+                   std::any_of(setting.words.begin(), setting.words.end(),
+                               [name](const Word& word) { return word == name; });
+        });
+}
+
+/// Parameters may be listed without values; what has a = has one.
 void ParametersHaveValues(const External& external, Report& report)
 {
+    std::set<std::string_view> converters;
     for (const Setting& setting : external.section->settings) {
-        if (setting.known->name == "Converter_Parameters" && setting.words.size() == 2) {
-            report.Say(setting.Place(),
-                       fmt::format("Converter_Parameters {} of {} has no value",
-                                   setting.words[1].Text(), external.Name()),
-                       "write name = value");
+        const bool converter = setting.known->name == "Converter_Parameters";
+        if (!(converter || setting.known->name == "Parameters") || !setting.First()) {
+            continue;
+        }
+        const Word& name = setting.words[1];
+        const std::string of =
+            fmt::format("{} {} of {}", setting.known->name, name.Text(), external.Name());
+        if (setting.words.back().Text().ends_with('=') ||
+            (converter && setting.words.size() == 2)) {
+            report.Say(setting.Place(), of + " has no value", "write name = value");
+        } else if (converter && !converters.insert(name.Text()).second) {
+            report.Say(setting.Place(), of + " is stated again", "state each once");
+        } else if (converter && !UsesParameter(external, name.Text())) {
+            report.Say(Note, setting.Place(), of + " stands in no D_to_A or A_to_D",
+                       "name it there in place of a number");
         }
     }
 }
@@ -344,8 +354,9 @@ const Check<External> kChecks[] = {
       "A circuit in SPICE sees voltages alone: D_to_A makes them from logic levels, A_to_D back.",
       "D_to_A D_drive in A_gnd 0.0 3.3 0 0 Typ"},
      DigitalPortsAreConverted},
-    {{654, Warning, Since(60), "Converter_Parameters have values",
-      "They stand for numbers in D_to_A and A_to_D.", "Converter_Parameters VHIGH"},
+    {{654, Warning, Since(41),
+      "Parameters and Converter_Parameters are name = value, and converters use the latter",
+      "Converter_Parameters stand for numbers in D_to_A and A_to_D.", "Converter_Parameters VHIGH"},
      ParametersHaveValues},
     {{655, Warning, Since(41), "The subcircuit has as many nodes as there are Ports",
       "They are connected by their order.", "six Ports, .subckt with five nodes"},

@@ -11,7 +11,7 @@
 #include "ibis/records/Interconnect.hpp"
 #include "ibis/rules/RuleSets.hpp"
 
-/// [Interconnect Model Set] with its models and terminals, and [Begin EMD].
+/// [Interconnect Model Set] with its models and terminals.
 namespace ibis {
 namespace {
 
@@ -170,51 +170,6 @@ void AllTerminalsAreWellFormed(const InterconnectSet& set, Report& report)
     }
 }
 
-/// The set that a row of [Interconnect Model Group] names, or null.
-const Section* FindSet(const IbisFile& file, std::span<const Word> row)
-{
-    const bool here = row.size() < 2 || row[1] == "NA";
-    const IbisFile* const holder = here              ? &file
-                                   : file.neighbours ? file.neighbours->Read(row[1].Text())
-                                                     : nullptr;
-    if (!holder) {
-        return nullptr;
-    }
-    const auto found =
-        std::find_if(holder->interconnectSets.begin(), holder->interconnectSets.end(),
-                     [&](const Section* set) { return set->argument == row[0].Text(); });
-    return found == holder->interconnectSets.end() ? nullptr : *found;
-}
-
-void TerminalsAreOfTheComponent(const Component& component, Report& report)
-{
-    std::set<std::string_view> signals;
-    for (const Pin& pin : component.pins) {
-        signals.insert(pin.signal.Text());
-    }
-    for (const Section* const group : component.section->Children(Key::InterconnectModelGroup)) {
-        for (size_t i = 0; i < group->rows.size(); ++i) {
-            const Section* const section = FindSet(report.file, group->rows[i]);
-            const InterconnectSet set = section ? ReadInterconnectSet(*section) : InterconnectSet{};
-            for (const Interconnect& model : set.models) {
-                for (const Terminal& terminal : model.terminals) {
-                    const bool pin = terminal.qualifier == "pin_name";
-                    const bool known = pin ? component.FindPin(terminal.entry.Text()) != nullptr
-                                           : signals.contains(terminal.entry.Text());
-                    if ((pin || terminal.qualifier == "signal_name") && terminal.entry && !known) {
-                        report.Count(
-                            fmt::format("{}/{}", group->place.line, i), group->rows[i][0].Place(),
-                            fmt::format("set '{}' has a terminal at {} {}, which '{}' has not",
-                                        set.name, pin ? "pin" : "signal", terminal.entry.Text(),
-                                        component.name),
-                            "name the set of this component");
-                    }
-                }
-            }
-        }
-    }
-}
-
 void TerminalsMakeSense(const InterconnectSet& set, Report& report)
 {
     for (const Interconnect& model : set.models) {
@@ -255,42 +210,6 @@ void UnusedPortsAreOfTouchstone(const InterconnectSet& set, Report& report)
     }
 }
 
-void ModuleIsComplete(const Section& emd, Report& report)
-{
-    const Section* const count = emd.Child(Key::NumberOfEmdPins);
-    const Section* const pins = emd.Child(Key::EmdPinList);
-    for (const auto& [section, key] :
-         {std::pair(count, Key::NumberOfEmdPins), std::pair(pins, Key::EmdPinList)}) {
-        if (!section) {
-            report.Say(
-                emd.place,
-                fmt::format("[Begin EMD] '{}' has no [{}]", emd.argument, KeywordOf(key).name),
-                "add it");
-        }
-    }
-    if (count && pins && ValueOf(count->argument) != static_cast<double>(pins->rows.size())) {
-        report.Say(count->place,
-                   fmt::format("[Number Of EMD Pins] of '{}' is {}, [EMD Pin List] has {}",
-                               emd.argument, count->argument, pins->rows.size()),
-                   "write the number of rows");
-    }
-    std::set<std::string_view> parts;
-    const Section* const known = emd.Child(Key::EmdParts);
-    for (size_t i = 0; known && i < known->rows.size(); ++i) {
-        parts.insert(known->rows[i][0].Text());
-    }
-    const Section* const used = emd.Child(Key::EmdDesignatorList);
-    for (size_t i = 0; known && used && i < used->rows.size(); ++i) {
-        const auto row = used->rows[i];
-        if (row.size() > 1 && !parts.contains(row[1].Text())) {
-            report.Count(emd.argument, row[1].Place(),
-                         fmt::format("{} is of the part '{}', which is not in [EMD Parts]",
-                                     row[0].Text(), row[1].Text()),
-                         "add it there");
-        }
-    }
-}
-
 const Check<InterconnectSet> kChecks[] = {
     {{750, Error, Since(70),
       "[Interconnect Model Set] and [Interconnect Model] are closed, a set has at least one model, "
@@ -318,7 +237,8 @@ const Check<InterconnectSet> kChecks[] = {
       Warning,
       {},
       "Only signals are Aggressor_Only, and each side of a pin is connected once",
-      "Two terminals at one place short-circuit the file's ports.",
+      "Two terminals at one place short-circuit the file's ports. That a group of sets has two "
+      "models for a pin, or none for some pins, is a note.",
       "two lines Pin_I/O pin_name A1"},
      TerminalsMakeSense},
     {{754,
@@ -330,17 +250,6 @@ const Check<InterconnectSet> kChecks[] = {
      UnusedPortsAreOfTouchstone},
 };
 
-constexpr size_t kTerminals = 2;  ///< row of the rule that holds for components as well
-
-const Check<Section> kModuleChecks[] = {
-    {{760, Note, Since(71),
-      "A module, its groups and sets are closed; its pins are counted, its designators are of "
-      "known "
-      "parts",
-      "Nets end at pins of parts that nobody knows otherwise.", "[Begin EMD] without [End EMD]"},
-     ModuleIsComplete},
-};
-
 }  // namespace
 
 const RuleSet& InterconnectRules()
@@ -350,15 +259,8 @@ const RuleSet& InterconnectRules()
             for (const Section* const section : file.interconnectSets) {
                 TryAll(kChecks, ReadInterconnectSet(*section), file, findings);
             }
-            for (const Component& component : file.components) {
-                Report report(kChecks[kTerminals].rule, file, findings);
-                TerminalsAreOfTheComponent(component, report);
-            }
-            for (const Section* const section : file.emds) {
-                TryAll(kModuleChecks, *section, file, findings);
-            }
         },
-        kChecks, kModuleChecks);
+        kChecks);
     return set;
 }
 

@@ -5,53 +5,14 @@
 #include "ibis/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
+#include "ibis/rules/PinTables.hpp"
 #include "ibis/rules/RuleSets.hpp"
 
-/// The tables of a component that refer to its pins: mapping, pairs, series elements, repeaters,
-/// clocks.
+/// The tables of a component that refer to its pins: mapping, series elements, repeaters, clocks.
 namespace ibis {
 namespace {
 
 using enum Severity;
-
-/// The rows of one of a component's tables, if it has it.
-template <class Function>
-void ForRows(const Component& component, Key key, Function function)
-{
-    if (const Section* const section = component.section->Child(key)) {
-        for (size_t i = 0; i < section->rows.size(); ++i) {
-            function(section->rows[i]);
-        }
-    }
-}
-
-/// True for a pin of the component; otherwise it is reported, once for each table.
-bool IsPin(const Component& component, const Word& word, const char* table, Report& report)
-{
-    if (component.FindPin(word.Text())) {
-        return true;
-    }
-    report.Count(fmt::format("{}/{}", component.place.line, table), word.Place(),
-                 fmt::format("[{}] of '{}' names the pin {}, which is not in [Pin]", table,
-                             component.name, word.Text()),
-                 "name a pin of the component");
-    return false;
-}
-
-/// A model that may stand behind a pin, itself or through the first row of a selector.
-const Model* ModelOf(const IbisFile& file, const Pin* pin)
-{
-    if (!pin) {
-        return nullptr;
-    }
-    if (const Model* model = file.FindModel(pin->model.Text())) {
-        return model;
-    }
-    const ModelSelector* const selector = file.FindSelector(pin->model.Text());
-    return selector && !selector->section->rows.empty()
-               ? file.FindModel(selector->section->rows[0][0].Text())
-               : nullptr;
-}
 
 void MappingNamesEachPinOnce(const Component& component, Report& report)
 {
@@ -185,90 +146,6 @@ void SupplyTablesFit(const Component& component, Report& report)
     }
 }
 
-void PairsAreOfDifferentPins(const Component& component, Report& report)
-{
-    std::map<std::string_view, int> lines;
-    for (const DiffPin& pair : component.diffPins) {
-        if (!IsPin(component, pair.pin, "Diff Pin", report) || !pair.inverting ||
-            !IsPin(component, pair.inverting, "Diff Pin", report)) {
-            continue;
-        }
-        if (pair.pin == pair.inverting.Text()) {
-            report.Say(pair.pin.Place(),
-                       fmt::format("[Diff Pin] of '{}' pairs pin {} with itself", component.name,
-                                   pair.pin.Text()),
-                       "name the inverting pin");
-            continue;
-        }
-        for (const Word& pin : {pair.pin, pair.inverting}) {
-            const auto [first, isNew] = lines.try_emplace(pin.Text(), pin.Line());
-            if (!isNew) {
-                report.Say(pin.Place(),
-                           fmt::format("pin {} of '{}' is in two pairs; the first is in line {}",
-                                       pin.Text(), component.name, first->second),
-                           "pair each pin once");
-            }
-        }
-    }
-}
-
-void PairNumbersFit(const Component& component, Report& report)
-{
-    const std::string key = std::to_string(component.place.line);
-    for (const DiffPin& pair : component.diffPins) {
-        const double vdiff = ValueOf(pair.vdiff.Text());
-        const Model* const model = ModelOf(report.file, component.FindPin(pair.pin.Text()));
-        if (vdiff < 0) {
-            report.Count(key + "/negative", pair.vdiff.Place(),
-                         fmt::format("vdiff of pin {} of '{}' is {}, expected 0 V or more",
-                                     pair.pin.Text(), component.name, pair.vdiff.Text()),
-                         "write the threshold between the two inputs");
-        } else if (std::isnan(vdiff) && model && model->Traits().receives) {
-            report.Count(key + "/na", pair.vdiff.Place(),
-                         fmt::format("vdiff of input pin {} of '{}' is {}", pair.pin.Text(),
-                                     component.name, pair.vdiff.Text()),
-                         "write the threshold in volts; NA is for outputs");
-        }
-        const double typ = ValueOf(pair.delayTyp.Text()), min = ValueOf(pair.delayMin.Text()),
-                     max = ValueOf(pair.delayMax.Text());
-        if (min > max || min > typ || typ > max ||
-            (std::isnan(typ) && !(std::isnan(min) && std::isnan(max)))) {
-            report.Count(key + "/delay", pair.delayTyp.Place(),
-                         fmt::format("tdelay of pin {} of '{}' has typ {}, min {}, max {}",
-                                     pair.pin.Text(), component.name, pair.delayTyp.Text(),
-                                     pair.delayMin.Text(), pair.delayMax.Text()),
-                         "min is the least and max the greatest; typ is given where they are");
-        }
-    }
-}
-
-void PairsAreOfOneKind(const Component& component, Report& report)
-{
-    for (const DiffPin& pair : component.diffPins) {
-        const Pin* const pin = component.FindPin(pair.pin.Text());
-        const Pin* const inverting = component.FindPin(pair.inverting.Text());
-        if (!pin || !inverting || pin == inverting) {
-            continue;
-        }
-        const Model* const a = ModelOf(report.file, pin);
-        const Model* const b = ModelOf(report.file, inverting);
-        const auto isSupply = [](const Pin* one) {
-            return IsReservedModelName(one->model.Text()) && one->model != "CIRCUITCALL";
-        };
-        const bool directions = a && b && a->type != ModelType::Unknown &&
-                                b->type != ModelType::Unknown &&
-                                (a->Traits().receives != b->Traits().receives ||
-                                 a->Traits().drives != b->Traits().drives);
-        if (isSupply(pin) || isSupply(inverting) || directions) {
-            report.Count(std::to_string(component.place.line), pair.pin.Place(),
-                         fmt::format("[Diff Pin] of '{}' pairs pin {} ({}) with pin {} ({})",
-                                     component.name, pin->name.Text(), pin->model.Text(),
-                                     inverting->name.Text(), inverting->model.Text()),
-                         "give both pins models of the same direction");
-        }
-    }
-}
-
 void SeriesPinsFit(const Component& component, Report& report)
 {
     ForRows(component, Key::SeriesPinMapping, [&](std::span<const Word> row) {
@@ -396,18 +273,6 @@ const Check<Component> kChecks[] = {
       "They tell which pads belong to which supply.",
       "[Bus Label] VDD1 VDDX where no pin has VDDX"},
      SupplyTablesFit},
-    {{230, Error, Since(20),
-      "[Diff Pin] has 4 or 6 columns and pairs two different pins, each once",
-      "The pair cannot be found otherwise.", "1 99 NA NA where there is no pin 99"},
-     PairsAreOfDifferentPins},
-    {{231, Warning, Since(20),
-      "In [Diff Pin] vdiff is 0 V or more, given for inputs, and tdelay is ordered",
-      "An input pair without threshold has none to decide by.", "1 2 NA NA NA NA of an Input"},
-     PairNumbersFit},
-    {{232, Warning, Since(20), "The two pins of a pair have models of the same direction",
-      "A pair of an input and an output is a slip of the table.",
-      "a pair of a pin of BUF and a pin of NC"},
-     PairsAreOfOneKind},
     {{234, Error, Since(30),
       "[Series Pin Mapping] names pins of the component and models of type Series or Series_switch",
       "The element connects nothing otherwise.", "1 99 SW where there is no pin 99"},

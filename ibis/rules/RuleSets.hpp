@@ -9,6 +9,7 @@ const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what el
                                ///< first component
 const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
 const RuleSet& PinTableRules();   ///< 220-239: the tables that refer to pins
+const RuleSet& PairRules();       ///< 230-233: [Diff Pin]
 const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by name
 const RuleSet& SelectorRules();   ///< 300-302: model selectors
 const RuleSet& ModelRules();  ///< 303-312, 328: names, types, thresholds, timing loads of models
@@ -27,7 +28,9 @@ const RuleSet& TestDataRules();       ///< 660-670: [Test Data], [Test Load], em
 const RuleSet& PackageModelRules();   ///< 700-710: package models with their pins
 const RuleSet& PackageMatrixRules();  ///< 704-711: their matrices
 const RuleSet& BoardRules();          ///< 740-745: board descriptions
-const RuleSet& InterconnectRules();   ///< 750-761: interconnect model sets and module descriptions
-const RuleSet& AlgorithmicRules();    ///< 800-809: [Algorithmic Model]
+const RuleSet& InterconnectRules();   ///< 750-754: interconnect model sets
+const RuleSet& InterconnectGroupRules();  ///< 752, 753: the sets that a component uses
+const RuleSet& ModuleRules();             ///< 760, 761: module descriptions
+const RuleSet& AlgorithmicRules();        ///< 800-809: [Algorithmic Model]
 
 }  // namespace ibis

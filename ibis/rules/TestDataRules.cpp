@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
@@ -94,17 +95,61 @@ void TestLoadFits(const Section& load, Report& report)
     }
 }
 
-void EmissionPinsExist(const Component& component, Report& report)
+/// Pins of [Pin EMI] are the component's, and the domains that they are of the same as those of
+/// [Pin Domain EMI].
+void CheckEmissionPins(const Component& component, const Section& emission, Report& report)
 {
-    const Section* const emission = component.section->Child(Key::BeginEmiComponent);
-    const Section* const pins = emission ? emission->Child(Key::PinEmi) : nullptr;
+    std::set<std::string_view> used;
+    const Section* const pins = emission.Child(Key::PinEmi);
     for (size_t i = 0; pins && i < pins->rows.size(); ++i) {
-        const Word& pin = pins->rows[i][0];
-        if (!component.FindPin(pin.Text())) {
-            report.Count(std::to_string(pins->place.line), pin.Place(),
+        const auto row = pins->rows[i];
+        if (!component.FindPin(row[0].Text())) {
+            report.Count(std::to_string(pins->place.line), row[0].Place(),
                          fmt::format("[Pin EMI] of '{}' names the pin {}, which is not in [Pin]",
-                                     component.name, pin.Text()),
+                                     component.name, row[0].Text()),
                          "name a pin of the component");
+        }
+        used.insert(row.size() > 1 ? row[1].Text() : "NA");
+    }
+    const Section* const domains = emission.Child(Key::PinDomainEmi);
+    for (size_t i = 0; pins && domains && i < domains->rows.size(); ++i) {
+        const Word& domain = domains->rows[i][0];
+        if (!used.contains(domain.Text())) {
+            report.Count(Note, std::to_string(domains->place.line), domain.Place(),
+                         fmt::format("[Pin Domain EMI] of '{}' has the domain {}, which no pin of "
+                                     "[Pin EMI] is of",
+                                     component.name, domain.Text()),
+                         "name a domain of its pins");
+        }
+    }
+}
+
+void CheckEmissionWord(const Section& emission, const char* name,
+                       const std::vector<std::string>& known, Report& report)
+{
+    const Word word = emission.WordOf(name);
+    const bool isKnown = std::any_of(known.begin(), known.end(), [&](const std::string& one) {
+        return Lowercase(one) == Lowercase(word.Text());
+    });
+    if (word && !isKnown) {
+        report.Say(Note, word.Place(),
+                   fmt::format("{} of [{}] is '{}'", name, emission.keyword->name, word.Text()),
+                   "write one of " + Joined(known, ", "));
+    }
+}
+
+void EmissionsAreWellFormed(const IbisFile& file, Report& report)
+{
+    for (const Component& component : file.components) {
+        if (const Section* const emission = component.section->Child(Key::BeginEmiComponent)) {
+            CheckEmissionPins(component, *emission, report);
+            CheckEmissionWord(*emission, "Domain", {"Digital", "Analog", "Digital_analog"}, report);
+        }
+    }
+    for (const Model& model : file.models) {
+        if (const Section* const emission = model.section->Child(Key::BeginEmiModel)) {
+            CheckEmissionWord(*emission, "Model_emi_type", {"Ferrite", "Not_a_ferrite"}, report);
+            CheckEmissionWord(*emission, "Model_Domain", {"Digital", "Analog"}, report);
         }
     }
 }
@@ -121,12 +166,15 @@ const Check<Section> kLoadChecks[] = {
       "It is the network that [Test Data] were taken with.", "Td = 1ns without Zo"},
      TestLoadFits},
 };
-const Check<Component> kComponentChecks[] = {
+const Check<IbisFile> kFileChecks[] = {
     {{670, Warning, Since(50),
-      "[Begin EMI Component] and [Begin EMI Model] are closed and name pins that there are",
-      "Otherwise what follows is taken for a part of them.",
+      "[Begin EMI Component] and [Begin EMI Model] are closed and name pins, domains and types "
+      "that "
+      "there are",
+      "Otherwise what follows is taken for a part of them. That a domain or type is unknown is a "
+      "note.",
       "[Begin EMI Component] without its end"},
-     EmissionPinsExist},
+     EmissionsAreWellFormed},
 };
 
 }  // namespace
@@ -141,11 +189,9 @@ const RuleSet& TestDataRules()
             for (const Section* load : file.testLoads) {
                 TryAll(kLoadChecks, *load, file, findings);
             }
-            for (const Component& component : file.components) {
-                TryAll(kComponentChecks, component, file, findings);
-            }
+            TryAll(kFileChecks, file, file, findings);
         },
-        kDataChecks, kLoadChecks, kComponentChecks);
+        kDataChecks, kLoadChecks, kFileChecks);
     return set;
 }
 

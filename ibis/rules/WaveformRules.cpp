@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/rules/RuleSets.hpp"
 #include "ibis/rules/Units.hpp"
@@ -40,6 +41,22 @@ void HasFewRows(const ModelWaveform& table, Report& report)
         report.Say(table.waveform->curve->At(most),
                    fmt::format("{} has {} rows, at most {} are allowed", table.Name(), count, most),
                    "keep those where the curve bends");
+    }
+}
+
+/// Said where the first waveform beyond the limit begins.
+void HasFewTables(const Model& model, const IbisFile& file, Findings& findings)
+{
+    constexpr std::size_t kMost = 100;
+    std::size_t counts[2] = {};
+    for (const Waveform& waveform : model.waveforms) {
+        if (++counts[waveform.rising ? 1 : 0] == kMost + 1) {
+            Report(RuleOf(501), file, findings)
+                .Say(Warning, waveform.section->place,
+                     fmt::format("'{}' has more than {} tables of [{}]", model.name, kMost,
+                                 waveform.curve->title),
+                     "keep those into the loads that the part is used with");
+        }
     }
 }
 
@@ -279,8 +296,11 @@ const Check<ModelWaveform> kTableChecks[] = {
       "Without its load a waveform tells nothing about the buffer.",
       "[Rising Waveform] without V_fixture"},
      HasFixture},
-    {{501, Error, Since(20), "A waveform has at most 1000 rows (100 before version 4.0)",
-      "Simulators size their tables by the limit.", "5000 rows straight from a simulator"},
+    {{501, Error, Since(20),
+      "A waveform has at most 1000 rows (100 before version 4.0), and a model at most 100 of a "
+      "kind",
+      "Simulators size their tables by the limit. Too many tables are a warning.",
+      "5000 rows straight from a simulator"},
      HasFewRows},
     {{502, Error, Since(20),
       "A waveform has at least two rows, and two numbers in each column used",
@@ -336,6 +356,7 @@ const RuleSet& WaveformRules()
         [](const IbisFile& file, Findings& findings) {
             for (const Model& model : file.models) {
                 TryAll(kModelChecks, model, file, findings);
+                HasFewTables(model, file, findings);
                 for (const Waveform& waveform : model.waveforms) {
                     TryAll(kTableChecks, ModelWaveform{&model, &waveform}, file, findings);
                 }

@@ -1,3 +1,4 @@
+#include "ibis/TextFile.hpp"
 #include "tests/ibis/rules/GoodFiles.hpp"
 #include "tests/ibis/rules/RuleCases.hpp"
 
@@ -56,6 +57,7 @@ std::vector<RuleCase> AlgorithmicCases()
         {805, "AMI", {{"Linux", "Windows"}}, Warning, "where the line says Windows", good},
         {805, "AMI", {}, Warning, "is cut off or damaged", WithLibrary(GoodLibrary().substr(0, 100))},
         {805, "AMI", {}, Warning, "model.so does not export AMI_Resolve, though model.ami has Resolve_Exists True", WithPromise("Resolve_Exists")},
+        {805, "AMI", {}, Warning, "model.so needs DefinedByNobody, which no library that it asks for defines", {{"model.so", ReadWholeFile(RULES_UNFINISHED)}}},
         {806, "AMI", {{"Model_type Input\nVinl = 0.8V\nVinh = 2.0V", "Model_type Terminator"}}, Warning, "'BUF' is of type Terminator"},
         {807, "AMI", {{"Model_type Input", "Model_type I/O"}}, Warning, "does not tell which of its directions"},
         {807, "AMI", {{"Executable ", "Executable_Tx "}}, Warning, "is of type Input and has an Executable_Tx line"},

@@ -36,6 +36,18 @@ std::vector<RuleCase> ExternalCases()
         {653, "I/O_diff", {{"-200m 200m Typ", "-200m 200m Slow"}}, Error, "the corner 'Slow'"},
         {653, "I/O_diff", {{"D_drive drive", "D_drive input"}}, Warning, "the port input"},
         {654, "I/O_diff", {{"Ports", "Converter_Parameters VHIGH\nPorts"}}, Warning, "no value"},
+        {654, "I/O_diff", {{"Ports", "Parameters slew =\nPorts"}}, Warning, "Parameters slew of"},
+        {654,
+         "I/O_diff",
+         {{"0.0 3.3", "0.0 VHIGH"},
+          {"Ports", "Converter_Parameters VHIGH = 3.3\nConverter_Parameters VHIGH=3.6\nPorts"}},
+         Warning,
+         "VHIGH of [External Model] of 'BUF' is stated again"},
+        {654,
+         "I/O_diff",
+         {{"Ports", "Converter_Parameters VHIGH = 3.3\nPorts"}},
+         Note,
+         "VHIGH of [External Model] of 'BUF' stands in no D_to_A"},
         {655, "I/O_diff", {{" enable\n", "\n"}}, Warning, "has 5 ports, pair in buffer.sp has 6"},
         {660, "rich", {{"Test_load LOAD", "Test_load LINE"}}, Error, "'LINE', which is no [Test"},
         {660, "rich", {{"Driver_model BUF", "Driver_model BUS"}}, Error, "did you mean BUF?"},
@@ -50,6 +62,8 @@ std::vector<RuleCase> ExternalCases()
         {661, "rich", {{"Test_load_type Single", "Test_load_type Two"}}, Error, "'Two_ended'"},
         {670, "rich", {{"[End EMI Component]\n", ""}}, Warning, "is not closed"},
         {670, "rich", {{"1 CORE 1.0", "9 CORE 1.0"}}, Warning, "the pin 9"},
+        {670, "rich", {{"1 CORE 1.0", "1 NA 1.0"}}, Note, "the domain CORE, which no pin of"},
+        {670, "rich", {{"Domain Digital", "Domain CORE"}}, Note, "Domain of [Begin EMI Comp"},
     };
     for (RuleCase& one : cases) {
         one.companions = GoodCompanions(one.good);

@@ -4,6 +4,7 @@
 
 #include "ibis/TextFile.hpp"
 #include "ibis/records/Model.hpp"
+#include "tests/ibis/rules/RealisticFiles.hpp"
 #include "tests/ibis/rules/RichFile.hpp"
 
 namespace ibis {
@@ -259,6 +260,15 @@ std::string GoodFile(std::string_view kind)
             GoodModel("Open_sink") + DriverTables(TraitsOf(ModelTypeOf("Open_sink")));
         return RichFile(GoodFile("I/O"), stage.replace(stage.find("BUF"), 3, "STAGE"));
     }
+    if (kind == "realistic Series_switch") {
+        return header + kComponent + GoodSeriesPins("Series_switch") + GoodModel("Input") +
+               kClamps + RealisticSwitch() + "[End]\n";
+    }
+    if (kind.starts_with("realistic ")) {
+        const std::string_view type = kind.substr(kind.find(' ') + 1);
+        return header + kComponent + GoodModel(type) +
+               RealisticTables(TraitsOf(ModelTypeOf(type))) + "[End]\n";
+    }
     if (kind == "Series" || kind == "Series_switch") {
         return header + kComponent + GoodSeriesPins(kind) + GoodModel("Input") + kClamps +
                GoodSeriesModel(kind) + "[End]\n";
@@ -328,7 +338,13 @@ const std::vector<std::string_view>& GoodKinds()
                                                      "ims",
                                                      "grouped",
                                                      "emd",
-                                                     "AMI"};
+                                                     "AMI",
+                                                     "realistic Input",
+                                                     "realistic I/O",
+                                                     "realistic 3-state",
+                                                     "realistic Open_drain",
+                                                     "realistic Output_ECL",
+                                                     "realistic Series_switch"};
     return kinds;
 }
 

@@ -9,8 +9,8 @@ namespace ibis {
 
 /// A small file of which no rule has anything to say but notes on companions that are not beside
 /// it: for each model type its name ("I/O"), and "pkg", "ebd", "ims", "emd"; "AMI" is an input with
-/// an [Algorithmic Model], "packaged" and "grouped" components with a [Package Model] and an
-/// [Interconnect Model Group].
+/// an [Algorithmic Model], "realistic I/O" and its like have computed tables, "packaged" and
+/// "grouped" components with a [Package Model] and an [Interconnect Model Group].
 std::string GoodFile(std::string_view kind);
 
 /// The files that a good file names: name and content.

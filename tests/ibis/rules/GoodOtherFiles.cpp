@@ -101,10 +101,10 @@ Number_of_terminals = 3
 [Interconnect Model] CIRCUIT
 File_IBIS-ISS net.iss NET
 Number_of_terminals = 4
-1 Pin_I/O pin_name 1
-2 Buffer_I/O pin_name 1
-3 Pin_Rail signal_name VDD
-4 Buffer_Rail signal_name VDD
+1 Pin_I/O pin_name 1 Aggressor_Only
+2 Buffer_I/O pin_name 1 Aggressor_Only
+3 Pad_Rail pad_name 2
+4 Buffer_Rail bus_label VDD
 [End Interconnect Model]
 [End Interconnect Model Set]
 )";
@@ -118,6 +118,7 @@ std::string GoodModule()
 [EMD Pin List] signal_name signal_type bus_label
 A1 DATA
 A2 VSS GND
+[End EMD Pin List]
 [EMD Parts]
 PART part.ibs Part
 [End EMD Parts]
@@ -127,6 +128,10 @@ U1 PART
 [Designator Pin List] signal_name
 U1.1 DATA
 U1.3 VSS
+[End Designator Pin List]
+[Voltage List] typ min max
+VSS 0.0 0.0 0.0
+[End Voltage List]
 [EMD Group] GROUP
 SET NA
 [End EMD Group]

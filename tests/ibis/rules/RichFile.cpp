@@ -11,7 +11,7 @@ Signal_pin 4
 Port_map pad 4
 [End Circuit Call]
 [Begin EMI Component]
-Domain CORE
+Domain Digital
 Cpd = 6.4pF
 [Pin EMI] domain_name clock_div
 1 CORE 1.0

@@ -38,5 +38,6 @@ std::vector<RuleCase> PackageModelCases();
 std::vector<RuleCase> BoardCases();
 std::vector<RuleCase> InterconnectCases();
 std::vector<RuleCase> AlgorithmicCases();
+std::vector<RuleCase> RealisticCases();
 
 }  // namespace ibis

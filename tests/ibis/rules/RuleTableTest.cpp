@@ -35,7 +35,7 @@ std::vector<RuleCase> AllCases()
     for (const auto& cases :
          {SyntaxCases, HeaderCases, ComponentCases, SelectorCases, ModelCases, ModelTypeCases,
           CurveCases, RampCases, WaveformCases, SpecCases, ExternalCases, PackageModelCases,
-          BoardCases, InterconnectCases, AlgorithmicCases}) {
+          BoardCases, InterconnectCases, AlgorithmicCases, RealisticCases}) {
         const auto some = cases();
         all.insert(all.end(), some.begin(), some.end());
     }

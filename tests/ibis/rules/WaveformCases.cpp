@@ -49,6 +49,15 @@ std::string Steps(int rows, double step)
     return text;
 }
 
+std::string Repeated(const std::string& text, int times)
+{
+    std::string all;
+    for (int i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
+
 std::string Current(const std::string& rows)
 {
     return std::string(kEnd) + "[Composite Current]\n" + rows;
@@ -69,6 +78,11 @@ std::vector<RuleCase> WaveformCases()
          {{"7.0", "3.2"}, {kLowerRows, Steps(100, 1e-6)}},
          Error,
          "has 101 rows, at most 100"},
+        {501,
+         "I/O",
+         {{kUpperRising, Repeated(kUpperRising, 100)}},
+         Warning,
+         "'BUF' has more than 100 tables of [Rising Waveform]"},
         {502, "I/O", {{kLowerRows, "0n 0 0 0\n"}}, Error, "has 1 row, expected at least 2"},
         {502, "I/O", {{kLowerRows, "0n 0 0 NA\n2n 2.2 NA NA\n"}}, Error, "column min of [Rising"},
         {503, "I/O", {{kMiddle, "0.2n 0.7 NA NA\n"}}, Error, "goes back from 0.5 ns to 0.2 ns"},

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "ibis/records/Section.hpp"
+
+namespace ibis {
+
+struct IbisFile;
+
+/// A row of [Reference Designator Map] or [EMD Parts]: the component's name is the rest of its
+/// line.
+struct Part
+{
+    Word name, file;
+    std::string component;
+};
+
+Part ReadPart(std::span<const Word> row);
+
+/// The file that holds a part: this one itself, or one beside it; null where it is not there.
+const IbisFile* FileOf(const Part& part, const IbisFile& own);
+
+/// The pins of a component, or of a board or module that is a part of another one.
+class PartPins
+{
+public:
+    PartPins(const IbisFile& file, std::string_view component);
+
+    bool IsKnown() const { return isKnown_; }
+    bool Has(std::string_view pin) const { return pins_.contains(pin); }
+    /// All that could have been named in the file.
+    const std::vector<std::string>& Names() const { return names_; }
+
+private:
+    bool isKnown_ = false;
+    std::unordered_set<std::string_view> pins_;
+    std::vector<std::string> names_;
+};
+
+}  // namespace ibis
