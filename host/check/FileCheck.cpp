@@ -4,7 +4,6 @@
 #include <set>
 #include <utility>
 
-#include "ibis/Beside.hpp"
 #include "ibis/ElfFile.hpp"
 #include "ibis/FileError.hpp"
 #include "ibis/TextFile.hpp"
@@ -123,7 +122,7 @@ private:
             ibis::AmiContext context{file.GetVersion(), DirectionOf(model), {}, {}};
             if (!file.components.empty()) context.repeater = repeaters.contains(model.name);
             for (const ibis::ExecutableLine& line : ibis::ExecutablesOf(model)) {
-                if (const auto ami = ibis::Beside(file.document.path, line.ami.Text()))
+                if (const auto ami = file.Beside(line.ami.Text()))
                     contexts_.try_emplace(fs::weakly_canonical(*ami), context);
             }
         }

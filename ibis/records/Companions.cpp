@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "ibis/Beside.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/Executables.hpp"
 
@@ -48,15 +47,14 @@ public:
 private:
     void Add(Kind kind, const Word& name, bool forThisPlatform = true)
     {
-        all_.push_back({kind, name, Beside(file_.document.path, name.Text()), forThisPlatform});
+        all_.push_back({kind, name, file_.Beside(name.Text()), forThisPlatform});
     }
 
     void OfComponent(const Section& component)
     {
         const Section* const package = component.Child(Key::PackageModel);
         if (package && !package->arguments.empty() && !PackageModelIn(file_, package->argument)) {
-            const IbisFile* const found =
-                file_.neighbours ? file_.neighbours->FindPackageFile(package->argument) : nullptr;
+            const IbisFile* const found = file_.neighbours->FindPackageFile(package->argument);
             all_.push_back({Kind::PackageModel, package->arguments[0],
                             found ? std::optional(found->document.path) : std::nullopt, true});
         }
@@ -152,18 +150,13 @@ std::vector<Companion> CompanionsOf(const IbisFile& file)
 
 bool HasCompanions(const IbisFile& file)
 {
-    const auto find = [&] {
+    std::optional<bool>& known = file.neighbours->hasCompanions;
+    if (!known) {
         const auto all = CompanionsOf(file);
-        return std::any_of(all.begin(), all.end(),
-                           [](const Companion& one) { return one.path.has_value(); });
-    };
-    if (!file.neighbours) {
-        return find();
+        known = std::any_of(all.begin(), all.end(),
+                            [](const Companion& one) { return one.path.has_value(); });
     }
-    if (!file.neighbours->hasCompanions) {
-        file.neighbours->hasCompanions = find();
-    }
-    return *file.neighbours->hasCompanions;
+    return *known;
 }
 
 std::vector<Word> FilesNamed(const Section& interconnect, const Word& name)

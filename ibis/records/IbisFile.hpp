@@ -32,9 +32,15 @@ struct IbisFile
     std::vector<Model> models;
     std::vector<const Section*> submodels, packageModels, externalCircuits, testData, testLoads,
         boards, interconnectSets, emds, emdSets;
-    std::shared_ptr<Neighbours> neighbours;  ///< what stands beside it, read when asked for
+    std::shared_ptr<Neighbours> neighbours;  ///< never null; what stands beside it, read when
+                                             ///< asked for
 
     Version GetVersion() const { return document.version; }
+    /// The file of a name that stands in it.
+    std::optional<std::filesystem::path> Beside(std::string_view name) const
+    {
+        return neighbours->files.Find(name);
+    }
     /// The folder that the files it names stand in.
     std::filesystem::path Folder() const { return document.path.parent_path(); }
 

@@ -52,9 +52,7 @@ InterconnectSet ReadInterconnectSet(const Section& section)
 std::optional<InterconnectSet> FindSet(const IbisFile& file, std::span<const Word> row)
 {
     const bool here = row.size() < 2 || row[1] == "NA";
-    const IbisFile* const holder = here              ? &file
-                                   : file.neighbours ? file.neighbours->Read(row[1].Text())
-                                                     : nullptr;
+    const IbisFile* const holder = here ? &file : file.neighbours->Read(row[1].Text());
     if (!holder) {
         return std::nullopt;
     }

@@ -2,25 +2,28 @@
 
 #include <algorithm>
 
-#include "ibis/Beside.hpp"
 #include "ibis/TextFile.hpp"
 #include "ibis/records/IbisFile.hpp"
 
 namespace ibis {
 namespace fs = std::filesystem;
 
-const IbisFile* Neighbours::Read(const fs::path& name)
+const IbisFile* Neighbours::Read(std::string_view name)
 {
-    const auto [entry, isNew] = read_.try_emplace(name);
-    const auto path = isNew ? Beside(file_, name) : std::nullopt;
-    if (path) {
-        try {
-            Findings ofItsOwn(path->string());
-            entry->second = std::make_shared<const IbisFile>(ReadIbisFile(*path, ofItsOwn));
-        } catch (const FileError&) {  // as good as missing
-        }
+    if (const auto known = read_.find(name); known != read_.end()) {
+        return known->second.get();
     }
-    return entry->second.get();
+    const auto path = files.Find(name);
+    if (!path) {
+        return nullptr;
+    }
+    auto& file = read_[std::string(name)];
+    try {
+        Findings ofItsOwn(path->string());
+        file = std::make_shared<const IbisFile>(ReadIbisFile(*path, ofItsOwn));
+    } catch (const FileError&) {  // as good as missing
+    }
+    return file.get();
 }
 
 const std::vector<fs::path>& Neighbours::PackageFiles()
@@ -28,10 +31,8 @@ const std::vector<fs::path>& Neighbours::PackageFiles()
     if (!packageFiles_) {
         packageFiles_.emplace();
         std::error_code error;
-        const fs::path target = fs::canonical(file_, error);
-        const fs::path own = fs::absolute(file_, error);
-        for (const fs::path& folder : {own.parent_path(), target.parent_path()}) {
-            for (const auto& entry : fs::directory_iterator(folder, error)) {
+        for (const fs::path& folder : files.Folders()) {
+            for (const auto& entry : fs::directory_iterator(folder.empty() ? "." : folder, error)) {
                 if (Lowercase(entry.path().extension().string()) == ".pkg") {
                     packageFiles_->push_back(entry.path());
                 }
@@ -45,7 +46,7 @@ const std::vector<fs::path>& Neighbours::PackageFiles()
 const IbisFile* Neighbours::FindPackageFile(std::string_view name)
 {
     for (const fs::path& path : PackageFiles()) {
-        const IbisFile* const file = Read(path);
+        const IbisFile* const file = Read(path.filename().native());
         if (file && PackageModelIn(*file, name)) {
             return file;
         }
@@ -66,8 +67,7 @@ const Section* FindPackageModel(const IbisFile& file, std::string_view name)
     if (const Section* const own = PackageModelIn(file, name)) {
         return own;
     }
-    const IbisFile* const other =
-        file.neighbours ? file.neighbours->FindPackageFile(name) : nullptr;
+    const IbisFile* const other = file.neighbours->FindPackageFile(name);
     return other ? PackageModelIn(*other, name) : nullptr;
 }
 

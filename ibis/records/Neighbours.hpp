@@ -1,11 +1,15 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
+
+#include "ibis/Beside.hpp"
 
 namespace ibis {
 
@@ -17,10 +21,12 @@ struct Section;
 class Neighbours
 {
 public:
-    explicit Neighbours(std::filesystem::path file) : file_(std::move(file)) {}
+    explicit Neighbours(std::filesystem::path file) : files(std::move(file)) {}
+
+    FilesBeside files;
 
     /// The IBIS file of this name, or null if it is not there or cannot be read.
-    const IbisFile* Read(const std::filesystem::path& name);
+    const IbisFile* Read(std::string_view name);
 
     /// The first .pkg file with a [Define Package Model] of this name, or null.
     const IbisFile* FindPackageFile(std::string_view name);
@@ -32,8 +38,7 @@ public:
 private:
     const std::vector<std::filesystem::path>& PackageFiles();
 
-    std::filesystem::path file_;
-    std::map<std::filesystem::path, std::shared_ptr<const IbisFile>> read_;
+    std::map<std::string, std::shared_ptr<const IbisFile>, std::less<>> read_;
     std::optional<std::vector<std::filesystem::path>> packageFiles_;
 };
 

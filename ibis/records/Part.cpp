@@ -16,10 +16,9 @@ Part ReadPart(std::span<const Word> row)
 
 const IbisFile* FileOf(const Part& part, const IbisFile& own)
 {
-    if (part.file == own.document.path.filename().string()) {
-        return &own;
-    }
-    return own.neighbours ? own.neighbours->Read(part.file.Text()) : nullptr;
+    return part.file == own.document.path.filename().native()
+               ? &own
+               : own.neighbours->Read(part.file.Text());
 }
 
 PartPins::PartPins(const IbisFile& file, std::string_view component)

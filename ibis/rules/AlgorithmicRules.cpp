@@ -2,7 +2,6 @@
 #include <map>
 #include <set>
 
-#include "ibis/Beside.hpp"
 #include "ibis/ElfFile.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
@@ -68,20 +67,6 @@ void PlatformsAreWellFormed(const Model& model, Report& report)
     }
 }
 
-/// A file whose name differs in nothing but case: on Linux another one.
-std::string InOtherCase(const fs::path& file, std::string_view name)
-{
-    std::error_code error;
-    const fs::path wanted = fs::absolute(file, error).parent_path() / name;
-    const std::string lower = Lowercase(wanted.filename().string());
-    for (const auto& entry : fs::directory_iterator(wanted.parent_path(), error)) {
-        if (Lowercase(entry.path().filename().string()) == lower) {
-            return entry.path().filename().string();
-        }
-    }
-    return "";
-}
-
 /// A file that came alone, as from a web page, is told once what does not stand beside it, and
 /// without blame.
 void CompanionsExist(const IbisFile& file, Report& report)
@@ -102,7 +87,7 @@ void CompanionsExist(const IbisFile& file, Report& report)
                                   : ami                               ? Error
                                   : one.forThisPlatform && hasLibrary ? Warning
                                                                       : Note;
-        const std::string other = InOtherCase(file.document.path, one.name.Text());
+        const std::string other = file.neighbours->files.InOtherCase(one.name.Text());
         report.Say(severity, one.name.Place(),
                    fmt::format("{} {} is not beside the file", Name(one.kind), one.name.Text()),
                    other.empty() ? "deliver it with the file"
@@ -137,9 +122,9 @@ void LinesAgree(const Model& model, Report& report)
 }
 
 /// The .ami, as far as it is there and can be read.
-std::optional<AmiFile> AmiBeside(const fs::path& ibs, const ExecutableLine& line)
+std::optional<AmiFile> AmiBeside(const IbisFile& ibs, const ExecutableLine& line)
 {
-    const auto path = Beside(ibs, line.ami.Text());
+    const auto path = ibs.Beside(line.ami.Text());
     Findings ofAmi("");  // those are told where the .ami itself is checked
     try {
         return path ? std::optional(ReadAmiFile(*path, ofAmi)) : std::nullopt;
@@ -154,7 +139,7 @@ bool Promises(const std::optional<AmiFile>& ami, std::string_view parameter)
 }
 
 /// What is wrong with a library for its line, or "".
-std::string FaultOf(const fs::path& path, const ExecutableLine& line, const fs::path& ibs)
+std::string FaultOf(const fs::path& path, const ExecutableLine& line, const IbisFile& ibs)
 {
     const ElfFile library = ReadElfFile(path);
     const std::string mismatch = PlatformMismatch(library, line.platform.Text());
@@ -199,12 +184,12 @@ void LibrariesAreWhatTheLinesSay(const IbisFile& file, Report& report)
     std::set<std::pair<std::string_view, std::string_view>> tried;
     for (const Model& model : file.models) {
         for (const ExecutableLine& line : ExecutablesOf(model)) {
-            const auto path = Beside(file.document.path, line.library.Text());
+            const auto path = file.Beside(line.library.Text());
             if (!path || !tried.emplace(line.library.Text(), line.platform.Text()).second) {
                 continue;
             }
             try {
-                const std::string fault = FaultOf(*path, line, file.document.path);
+                const std::string fault = FaultOf(*path, line, file);
                 if (!fault.empty()) {
                     report.Say(line.library.Place(),
                                fmt::format("{} {}", line.library.Text(), fault),
@@ -290,7 +275,7 @@ void CheckDriver(const Model& model, Report& report)
 void AnaloguePartFits(const Model& model, Report& report)
 {
     const auto lines = ExecutablesOf(model);
-    const auto ami = lines.empty() ? std::nullopt : AmiBeside(report.file.document.path, lines[0]);
+    const auto ami = lines.empty() ? std::nullopt : AmiBeside(report.file, lines[0]);
     if (model.external || model.Traits().differential || (ami && ami->Reserved("Ts4file"))) {
         return;
     }

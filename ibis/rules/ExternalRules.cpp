@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <set>
 
-#include "ibis/Beside.hpp"
 #include "ibis/CircuitFile.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
@@ -124,7 +123,7 @@ bool IsWhole(const Setting& corner)
 
 bool Exists(const Setting& corner, const IbisFile& file)
 {
-    return Beside(file.document.path, corner.words[2].String()).has_value();
+    return file.Beside(corner.words[2].Text()).has_value();
 }
 
 /// What is not there where its neighbours are was forgotten; a file that came alone may be looked
@@ -321,7 +320,7 @@ void CircuitHasThePorts(const External& external, Report& report)
     }
     for (const Setting& corner : external.section->settings) {
         const auto path = corner.known->name == "Corner" && corner.words.size() == 4
-                              ? Beside(report.file.document.path, corner.words[2].String())
+                              ? report.file.Beside(corner.words[2].Text())
                               : std::nullopt;
         const auto nodes = path ? SubcircuitNodes(*path, corner.words[3].Text()) : std::nullopt;
         if (nodes && ports > 0 && static_cast<size_t>(*nodes) != ports) {

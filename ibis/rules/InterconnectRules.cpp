@@ -2,7 +2,6 @@
 #include <array>
 #include <set>
 
-#include "ibis/Beside.hpp"
 #include "ibis/CircuitFile.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/reader/Grammar.hpp"
@@ -47,7 +46,7 @@ std::optional<int> TerminalsOf(const Setting& line, const std::filesystem::path&
 
 void FileFits(const Interconnect& model, const Setting& line, const Word& name, Report& report)
 {
-    const auto path = Beside(report.file.document.path, name.Text());
+    const auto path = report.file.Beside(name.Text());
     if (!path) {
         report.Say(HasCompanions(report.file) ? Error : Note, name.Place(),
                    fmt::format("{} of '{}' is not beside the file", name.Text(), model.name),
