@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <numbers>
@@ -14,6 +15,9 @@ namespace {
 
 /// Held before the bits that count: the first unit interval that counts may begin before them.
 constexpr int kLeadBits = 3;
+
+/// Bits at both ends of a run whose unit interval is not whole.
+constexpr std::int64_t kEndBits = 4;
 
 EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
 {
@@ -76,6 +80,7 @@ Analyses::Analyses(const Settings& settings)
     : settings_(settings),
       ignoreSamples_(static_cast<double>(settings.ignoreBits * settings.samplesPerBit)),
       frame_(settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit),
+      look_(settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit),
       output_(EyeSettings(settings)),
       input_(EyeSettings(settings)),
       clock_({settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit,
@@ -87,6 +92,7 @@ void Analyses::Add(std::span<const double> input, std::span<const double> output
                    std::span<const double> clockTimes)
 {
     frame_.Add(clockTimes);
+    look_.Add(clockTimes, output.size());
     end_ += static_cast<double>(output.size());
     if (!ideal_) clock_.Add(frame_.Edges());
     if (!holding_) {
@@ -144,12 +150,31 @@ void Analyses::Release()
         MakeIdealEdges(end_);
         idealNext_ = first;
     }
+    input_.Expect(AmplitudeOf(heldInput_));
+    output_.Expect(AmplitudeOf(heldOutput_));
     shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to);
     const Edges edges = std::move(heldEdges_);
     heldEdges_ = {};
     Feed(heldInput_, heldOutput_, edges);
     heldInput_ = {};
     heldOutput_ = {};
+}
+
+/// That 99 % of the held samples that count stay within, of so many whatever the size of the
+/// blocks.
+double Analyses::AmplitudeOf(std::vector<double> held) const
+{
+    const double counted = std::max(0.0, ignoreSamples_ - heldFrom_);
+    const double bits = static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    held.resize(std::min(held.size(), static_cast<std::size_t>(counted + bits)));
+    held.erase(held.begin(), held.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                counted, static_cast<double>(held.size()))));
+    std::erase_if(held, [](double v) { return !std::isfinite(v); });
+    if (held.empty()) return 0;
+    for (double& v : held) v = std::abs(v);
+    const auto place = held.begin() + std::ssize(held) * 99 / 100;
+    std::ranges::nth_element(held, place);
+    return *place;
 }
 
 Analyses::Findings Analyses::Find()
@@ -163,12 +188,20 @@ Analyses::Findings Analyses::Find()
     found.clock.filled = frame_.Filled();
     found.clock.backward = frame_.Backward();
     found.clock.ideal = ideal_;
-    if (const auto& bits = DecisionsOf(output_).bits) {
-        found.comparison = {bits->Compared(),     bits->Errors(), bits->Unaligned(),
-                            bits->Realignments(), bits->Delay(),  bits->Inverted()};
+    found.clock.looksLike = look_.Remark();
+    const auto bits = static_cast<std::int64_t>(std::max(0.0, end_ - ignoreSamples_) /
+                                                settings_.sentUnitInterval);
+    const std::int64_t missing = bits - output_.UnitIntervals();
+    if (missing > kEndBits) found.clock.missing = missing;
+    if (const auto& compared = DecisionsOf(output_).bits) {
+        found.comparison = {compared->Compared(),     compared->Errors(), compared->Unaligned(),
+                            compared->Realignments(), compared->Delay(),  compared->Inverted()};
     }
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);
+    const double sentUnitInterval = settings_.sentUnitInterval * settings_.sampleInterval;
+    found.verdict = Judge(output_, found.eye, found.clock, found.comparison, bits,
+                          settings_.sent ? std::optional(sentUnitInterval) : std::nullopt);
     Remark(found);
     return found;
 }
@@ -176,10 +209,13 @@ Analyses::Findings Analyses::Find()
 void Analyses::Remark(Findings& found) const
 {
     auto& notes = found.notes;
-    if (ideal_ && end_ > 0) {
+    if (end_ > 0 && !found.verdict.reason.empty())
+        notes.push_back(fmt::format("{}: {}", Name(found.verdict.lock), found.verdict.reason));
+    if (!found.clock.looksLike.empty() && found.verdict.lock != Lock::kNotLocked) {
         notes.push_back(
-            "the model returned no clock times: an ideal clock is used, at the transmitter's bit "
-            "rate and centred on the output's eye");
+            fmt::format("the clock times {}: expected seconds since the first sample "
+                        "of the run, one for each bit",
+                        found.clock.looksLike));
     }
     if (ideal_ && frame_.Times() > 0) {
         notes.push_back(fmt::format("its first clock times came after bit {} and are left out",
@@ -191,7 +227,8 @@ void Analyses::Remark(Findings& found) const
             "are left out",
             found.clock.backward));
     }
-    if (found.clock.settledAtBit > static_cast<double>(settings_.ignoreBits)) {
+    if (found.verdict.lock == Lock::kLocked &&
+        found.clock.settledAtBit > static_cast<double>(settings_.ignoreBits)) {
         notes.push_back(fmt::format(
             "the clock settled at bit {:.0f}, after the {} that are not counted: results hold "
             "some of its settling (--ignore-bits)",
@@ -201,29 +238,27 @@ void Analyses::Remark(Findings& found) const
         notes.push_back(
             "the output switches where data are sampled, as a slicer's does: its levels are taken "
             "a quarter of a unit interval later");
-    } else if (output_.CrossesAtSampling()) {
-        notes.push_back(
-            "the signal crosses 0 V where data are sampled: the clock has not locked, or rests in "
-            "a wrong place as it may without any noise or frequency offset (--noise, --ppm)");
-    }
-    if (found.comparison && found.comparison->compared == 0 && found.eye) {
-        notes.push_back(
-            "the sent pattern was not found in the received bits: no errors could be counted");
     }
     if (found.comparison && found.comparison->inverted)
         notes.push_back("the received bits are inverted");
-    if (found.comparison && found.comparison->realignments > 0) {
-        notes.push_back(
-            fmt::format("the clock slipped: the pattern had to be aligned anew {} times",
-                        found.comparison->realignments));
-    }
     if (output_.NotFinite() > 0) {
         notes.push_back(fmt::format(
             "{} output samples are NaN or infinite, the first of them sample {}; they are taken "
             "as 0 V",
             output_.NotFinite(), output_.FirstNotFinite()));
     }
-    if (found.eye) RemarkOpenings(*found.eye, notes);
+    const auto remarkWild = [&](const char* where, const EyeAnalysis& eye) {
+        const WildSamples& wild = eye.Wild();
+        if (wild.count == 0) return;
+        notes.push_back(fmt::format(
+            "far beyond all others: {} {} sample{}, the first sample {} with {:.4g} V; taken as "
+            "{:.3g} V",
+            wild.count, where, wild.count == 1 ? "" : "s", wild.first, wild.firstVoltage,
+            std::copysign(wild.takenAs, wild.firstVoltage)));
+    };
+    remarkWild("output", output_);
+    remarkWild("input", input_);
+    if (found.eye && found.verdict.lock != Lock::kNoSignal) RemarkOpenings(*found.eye, notes);
 }
 
 }  // namespace amisim

@@ -8,8 +8,10 @@
 
 #include "host/analysis/ClockAnalysis.hpp"
 #include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/ClockLook.hpp"
 #include "host/analysis/EyeAnalysis.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Verdict.hpp"
 
 namespace amisim {
 
@@ -47,6 +49,7 @@ public:
         std::optional<EyeFindings> eye, inputEye;  // absent when no unit interval was counted
         std::optional<BitComparison> comparison;
         ClockFindings clock;
+        Verdict verdict;
         std::vector<std::string> notes;
     };
     /// Ends the analyses; nothing may be added afterwards.
@@ -57,11 +60,13 @@ private:
     void Feed(std::span<const double> input, std::span<const double> output, const Edges& edges);
     void MakeIdealEdges(double upTo);
     void Release();
+    double AmplitudeOf(std::vector<double> held) const;
     void Remark(Findings& found) const;
 
     Settings settings_;
     double ignoreSamples_;
     ClockFrame frame_;
+    ClockLook look_;
     EyeAnalysis output_, input_;
     ClockAnalysis clock_;
     double end_ = 0;  // samples that have come

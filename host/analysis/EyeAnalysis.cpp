@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "host/analysis/Findings.hpp"
 
@@ -14,6 +15,13 @@ constexpr std::size_t kColumnRows = 4096;  // at the other phases
 // Samples kept at most while no clock edge comes, in bits: a model whose clock stands still must
 // not make the host hold the waveform.
 constexpr std::int64_t kKeptBits = 64;
+
+constexpr double kWildFactor = 8;  // over what was expected
+// More wild samples than these, and than one in so many, are the signal itself.
+constexpr std::int64_t kFewWild = 64, kWildPart = 1000;
+
+// A slicer's output switches this near to where data are sampled, UI, in this part of all cases.
+constexpr double kSlicedWithin = 0.125, kSlicedPart = 0.9;
 
 EyeAnalysis::Decisions DecisionsAt(double offset, const BitHistory* sent)
 {
@@ -44,16 +52,8 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     // max passes over NaN; the sum does not.
     double sum = 0;
     for (const double sample : wave) sum += sample;
-    if (!std::isfinite(sum) || !std::isfinite(greatest)) {
-        greatest = 0;
-        for (std::size_t i = old; i < wave_.size(); ++i) {
-            if (!std::isfinite(wave_[i])) {
-                if (notFinite_++ == 0) firstNotFinite_ = waveStart_ + static_cast<std::int64_t>(i);
-                wave_[i] = 0;
-            }
-            greatest = std::max(greatest, std::abs(wave_[i]));
-        }
-    }
+    if (!std::isfinite(sum) || !std::isfinite(greatest)) greatest = TakeNotFinite(old);
+    if (greatest >= wildFrom_) greatest = TakeWild(old);
     const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
     const auto ignored = static_cast<double>(settings_.ignoreSamples);
     if (end > ignored) {
@@ -61,7 +61,9 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
                                             &atSampling_.wrong, &later_.levels, &later_.wrong}) {
             histogram->Fit(greatest);
         }
-        if (twoLevels_ && end - static_cast<double>(wave.size()) >= ignored) SeekLevels(wave);
+        const auto counted =
+            static_cast<std::size_t>(std::min(end - ignored, static_cast<double>(wave.size())));
+        if (twoLevels_) SeekLevels(wave.last(counted));
     }
 
     // A unit interval is complete when the sample after the later instant of decision, which may
@@ -84,6 +86,48 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     wave_.erase(wave_.begin(), wave_.begin() + static_cast<std::ptrdiff_t>(std::min<std::int64_t>(
                                                    from - waveStart_, std::ssize(wave_))));
     waveStart_ = std::min(from, static_cast<std::int64_t>(end));
+}
+
+/// Of the samples from number `from` of wave_ on; returns the greatest magnitude.
+double EyeAnalysis::TakeNotFinite(std::size_t from)
+{
+    double greatest = 0;
+    for (std::size_t i = from; i < wave_.size(); ++i) {
+        if (!std::isfinite(wave_[i])) {
+            if (notFinite_++ == 0) firstNotFinite_ = waveStart_ + static_cast<std::int64_t>(i);
+            wave_[i] = 0;
+        }
+        greatest = std::max(greatest, std::abs(wave_[i]));
+    }
+    return greatest;
+}
+
+void EyeAnalysis::Expect(double amplitude)
+{
+    if (!(amplitude > 0 && kWildFactor * amplitude < VoltageHistogram::kMost / 2)) return;
+    wildFrom_ = kWildFactor * amplitude;
+    wild_.takenAs = 2 * amplitude;
+}
+
+/// As TakeNotFinite.
+double EyeAnalysis::TakeWild(std::size_t from)
+{
+    double greatest = 0;
+    for (std::size_t i = from; i < wave_.size(); ++i) {
+        const std::int64_t number = waveStart_ + static_cast<std::int64_t>(i);
+        const std::int64_t counted = number - settings_.ignoreSamples;
+        if (std::abs(wave_[i]) >= wildFrom_) {
+            if (counted >= 0 && wild_.count++ == 0) {
+                wild_.first = number;
+                wild_.firstVoltage = wave_[i];
+            }
+            wave_[i] = std::copysign(wild_.takenAs, wave_[i]);
+            if (wild_.count > kFewWild && kWildPart * wild_.count > counted)
+                wildFrom_ = wild_.takenAs = VoltageHistogram::kMost / 2;
+        }
+        greatest = std::max(greatest, std::abs(wave_[i]));
+    }
+    return greatest;
 }
 
 void EyeAnalysis::SeekLevels(std::span<const double> wave)
@@ -201,15 +245,31 @@ void EyeAnalysis::AddInterval(double begin, double end)
     joinedAt_ = end;
 }
 
-bool EyeAnalysis::CrossesAtSampling() const
+std::optional<std::complex<double>> EyeAnalysis::MeanCrossing() const
 {
-    std::uint64_t nearClock = 0, all = 0;
+    std::complex<double> sum = 0;
+    double all = 0;
+    for (std::size_t i = 0; i < kCrossingBins; ++i) {
+        const auto count = static_cast<double>(lastBefore_[i] + firstAfter_[i]);
+        if (count == 0) continue;
+        const double phase = (static_cast<double>(i) + 0.5) / kCrossingBins - 0.5;
+        sum += std::polar(count, 2 * std::numbers::pi * phase);
+        all += count;
+    }
+    return all > 0 ? std::optional(sum / all) : std::nullopt;
+}
+
+bool EyeAnalysis::IsSliced() const
+{
+    if (!twoLevels_) return false;
+    std::uint64_t near = 0, all = 0;
     for (std::size_t i = 0; i < kCrossingBins; ++i) {
         const std::uint64_t count = lastBefore_[i] + firstAfter_[i];
+        const std::size_t fromSampling = std::min(i, kCrossingBins - 1 - i);
         all += count;
-        if (i >= kCrossingBins / 4 && i < kCrossingBins * 3 / 4) nearClock += count;
+        if (static_cast<double>(fromSampling) < kSlicedWithin * kCrossingBins) near += count;
     }
-    return 2 * nearClock < all;
+    return static_cast<double>(near) > kSlicedPart * static_cast<double>(all);
 }
 
 double EyeAnalysis::TransitionDensity() const

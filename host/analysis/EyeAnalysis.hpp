@@ -1,5 +1,6 @@
 #pragma once
 
+#include <complex>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -7,6 +8,7 @@
 
 #include "host/analysis/BitComparer.hpp"
 #include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/Findings.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
 
 namespace amisim {
@@ -31,6 +33,11 @@ public:
     /// list for the same block). Samples after the last edge are kept until the next one is known.
     void Add(std::span<const double> wave, std::span<const ClockFrame::Edge> edges);
     void Finish();
+
+    /// Tells how far the signal goes, V: from now on a sample of eight times that is a wild one,
+    /// and taken as twice that. Should such samples turn out to be no exception, they are the
+    /// signal and taken as they are, from then on.
+    void Expect(double amplitude);
 
     static constexpr std::size_t kColumns = 256;  // phases a unit interval
     static constexpr std::size_t kDensityRows = 512;
@@ -69,19 +76,25 @@ public:
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
 
-    /// True when most crossings of 0 V come nearer to the sampling instant than to the clock edges:
-    /// either the signal is a slicer's output, or the clock has not locked.
-    bool CrossesAtSampling() const;
-    /// True when that is so and the signal has two levels only, like a slicer's decisions.
-    bool IsSliced() const { return twoLevels_ && CrossesAtSampling(); }
+    /// Mean over the crossings of 0 V of e^(2 pi i phase), phase 0 being the clock edge: 1 in
+    /// magnitude where all have the same phase, 0 where they are spread evenly as those of a signal
+    /// with another clock. Nothing where nothing crosses.
+    std::optional<std::complex<double>> MeanCrossing() const;
+
+    /// True when the signal has two levels only and switches where data are sampled, like a
+    /// slicer's decisions.
+    bool IsSliced() const;
 
     double TransitionDensity() const;  // transitions per unit interval
 
     std::int64_t UnitIntervals() const { return intervals_; }  // counted
     std::int64_t NotFinite() const { return notFinite_; }      // samples taken as 0 V
     std::int64_t FirstNotFinite() const { return firstNotFinite_; }
+    const WildSamples& Wild() const { return wild_; }
 
 private:
+    double TakeNotFinite(std::size_t from);
+    double TakeWild(std::size_t from);
     void SeekLevels(std::span<const double> wave);
     void AddInterval(double begin, double end);
     double ValueAt(double time) const;  // of the waveform, straight between samples
@@ -116,6 +129,8 @@ private:
     bool twoLevels_ = true;
     double low_ = 0, high_ = 0;  // the levels while there are but two; equal until the second one
     std::int64_t intervals_ = 0, notFinite_ = 0, firstNotFinite_ = -1;
+    WildSamples wild_{.takenAs = VoltageHistogram::kMost / 2};
+    double wildFrom_ = VoltageHistogram::kMost / 2;  // V
 };
 
 }  // namespace amisim

@@ -112,6 +112,18 @@ Sides LevelSides(const EyeAnalysis::Decisions& at, double trials)
         [&](std::size_t r) { return of(r, r < middle); });
 }
 
+/// What is left between both sides when at most so many events of each may reach further in; never
+/// more than half of a side's, however rare they are.
+Opening CountedOpening(const Sides& sides, double events)
+{
+    const auto edge = [&](const Tail& tail) {
+        return tail.Reach(std::min(events, tail.Total() / 2));
+    };
+    if (sides.low.tail.Total() == 0 || sides.high.tail.Total() == 0) return {};
+    const Opening opening{edge(sides.high.tail), edge(sides.low.tail)};
+    return opening.high > opening.low ? opening : Opening{};
+}
+
 /// Median of each value and its two neighbours on either side, then a running mean of three: a
 /// column's fit that went astray leaves no spike.
 std::vector<double> Smoothed(const std::vector<double>& values)
@@ -213,17 +225,20 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     found.notFinite = eye.NotFinite();
     found.firstNotFinite = eye.FirstNotFinite();
     found.transitionDensity = eye.TransitionDensity();
-    found.vertical = InnerOpening(decisions.levels, 0, kEyeProbability);
+    found.wild = eye.Wild();
+    const Sides levels = LevelSides(decisions, trials);
+    found.vertical = CountedOpening(levels, kEyeProbability * trials);
     const Sides time = TimeSides(eye);
     const double allowed = kEyeProbability * time.low.tail.Trials();
     const auto width = [&](const Tail& tail) {
         return tail.Total() > allowed ? std::abs(tail.Reach(allowed) - 0.5) : 0.5;
     };
-    found.left = width(time.low.tail);
-    found.right = width(time.high.tail);
+    if (eye.MeanCrossing()) {
+        found.left = width(time.low.tail);
+        found.right = width(time.high.tail);
+    }
     if (found.sliced) return found;
 
-    const Sides levels = LevelSides(eye.AtSampling(), trials);
     found.time = time.MakeBathtub(0, 1, kTimePoints);
     const auto greatest = [&] {
         std::size_t row = 0;

@@ -15,7 +15,7 @@ namespace amisim {
 // name says otherwise. A value that is not known is NaN in a list. docs/analysis.md has the
 // formulas.
 
-/// Part of the samples, and crossings per unit interval, left out of the eye's height and width.
+/// Part of the unit intervals that may be wrong on either side of the eye's height and width.
 inline constexpr double kEyeProbability = 1e-3;
 
 inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
@@ -66,17 +66,35 @@ struct Jitter
     double ber = 1e-12;
 };
 
+/// Where the eye is open at the sampling instant. Closed: both 0.
+struct Opening
+{
+    double high = 0, low = 0;  // V, inner edges
+    double Height() const { return high - low; }
+};
+
+/// Samples that stand out of the signal so far that they are no part of it, and would leave no room
+/// for the rest of it in any picture.
+struct WildSamples
+{
+    std::int64_t count = 0, first = -1;  // the first one's number
+    double firstVoltage = 0;             // V
+    double takenAs = 0;                  // V, with the sample's sign
+};
+
 /// An eye in the clock's frame.
 struct EyeFindings
 {
-    VoltageHistogram density{1, 4};  // columns: phases; as EyeAnalysis::Density
-    Opening vertical;                // V, at the sampling phase, at kEyeProbability
-    double left = 0, right = 0;      // UI from the sampling phase, at kEyeProbability
-    double shift = 0;                // UI that the clock was moved by to centre the eye
-    double sampledAt = 0.5;          // phase
-    bool sliced = false;             // two levels only: no heights worth the name
-    std::int64_t unitIntervals = 0;  // counted
+    VoltageHistogram density{1, 4};            // columns: phases; as EyeAnalysis::Density
+    Opening vertical;                          // V, at the sampling phase, at kEyeProbability
+    double left = kUnknown, right = kUnknown;  // UI from the sampling phase, at kEyeProbability;
+                                               // unknown where nothing crosses 0 V
+    double shift = 0;                          // UI that the clock was moved by to centre the eye
+    double sampledAt = 0.5;                    // phase
+    bool sliced = false;                       // two levels only: no heights worth the name
+    std::int64_t unitIntervals = 0;            // counted
     std::int64_t notFinite = 0, firstNotFinite = -1;  // samples taken as 0 V
+    WildSamples wild;
     std::vector<OpeningAt> openings;
     std::vector<Contour> contours;
     Bathtub time, voltage;
@@ -125,6 +143,8 @@ struct Spectrum
 struct ClockFindings
 {
     std::int64_t times = 0, filled = 0, backward = 0;
+    std::int64_t missing = 0;        // bits that count and have no clock edge
+    std::string looksLike;           // what is wrong with times that are none; "" where nothing is
     double unitInterval = kUnknown;  // s: slope of the straight line through the counted edges
     double ppm = kUnknown;           // bit rate's distance from the nominal one
     bool ideal = false;              // the model returned no times: an ideal clock was used instead

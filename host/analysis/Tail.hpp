@@ -35,7 +35,7 @@ public:
 
     /// The outermost place that fewer than ten events reach is the last that counting can tell.
     static constexpr double kFewest = 10;
-    bool Counts(double errorRatio) const { return errorRatio * trials_ >= kFewest; }
+    bool Counts(double errorRatio) const { return errorRatio * trials_ >= kFewest - 0.5; }
 
     /// Fits a Gaussian to the tail, as a straight line on the Q scale: where Q^-1(ratio / weight)
     /// is plotted against x, a Gaussian of that weight gives a straight line with slope 1 / sigma

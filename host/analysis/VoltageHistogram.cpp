@@ -39,39 +39,4 @@ void VoltageHistogram::Fit(double magnitude)
     }
 }
 
-namespace {
-
-/// Distance from 0 V, in bins, within which at most `allowed` counts lie on one side; in the bin
-/// where that is passed, counts are taken as evenly spread.
-template <typename At>
-double Depth(std::size_t bins, double allowed, At at)
-{
-    double sum = 0;
-    for (std::size_t i = 0; i < bins; ++i) {
-        const double count = static_cast<double>(at(i));
-        if (count > 0 && sum + count > allowed)
-            return static_cast<double>(i) + (allowed - sum) / count;
-        sum += count;
-    }
-    return 0;
-}
-
-}  // namespace
-
-Opening InnerOpening(const VoltageHistogram& histogram, std::size_t column, double probability)
-{
-    const std::size_t middle = histogram.Rows() / 2;
-    const auto above = [&](std::size_t i) { return histogram.At(column, middle + i); };
-    const auto below = [&](std::size_t i) { return histogram.At(column, middle - 1 - i); };
-    double highs = 0, lows = 0;
-    for (std::size_t i = 0; i < middle; ++i) {
-        highs += static_cast<double>(above(i));
-        lows += static_cast<double>(below(i));
-    }
-    if (highs == 0 || lows == 0) return {};
-    const double bin = histogram.BinHeight();
-    return {bin * Depth(middle, probability * highs, above),
-            -bin * Depth(middle, probability * lows, below)};
-}
-
 }  // namespace amisim

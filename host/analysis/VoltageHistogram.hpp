@@ -15,8 +15,9 @@ public:
     /// @param rows  bins a column, a multiple of 4
     VoltageHistogram(std::size_t columns, std::size_t rows);
 
-    /// Makes room for voltages up to this magnitude. Call it before Count.
+    /// Makes room for voltages up to this magnitude, kMost at most. Call it before Count.
     void Fit(double magnitude);
+    static constexpr double kMost = 0x1p50;  // V
 
     void Count(std::size_t column, double voltage)
     {
@@ -44,14 +45,5 @@ private:
     double scale_ = 0;  // rows per volt
     std::vector<std::uint64_t> counts_;
 };
-
-/// The opening between the voltages above and below 0 V in one column: the part `probability` of
-/// either side that comes nearest to 0 V is left out. Zero when either side is empty.
-struct Opening
-{
-    double high = 0, low = 0;  // V, inner edges
-    double Height() const { return high > low ? high - low : 0; }
-};
-Opening InnerOpening(const VoltageHistogram& histogram, std::size_t column, double probability);
 
 }  // namespace amisim

@@ -132,6 +132,8 @@ std::vector<Line> Results(const Result& a, const Result& b)
     };
     const Json x = outcome(a), y = outcome(b);
     lines.push_back({"Outcome", Text(x), Text(y), "", x, y});
+    const Json p = value(a, "/verdict"), q = value(b, "/verdict");
+    lines.push_back({"Verdict", Text(p), Text(q), "", p, q});
     for (const auto& shown : kShown) {
         Line line{shown.name, "-", "-", "", value(a, shown.pointer), value(b, shown.pointer)};
         const auto text = [&](const Json& v, const char* format) {

@@ -44,6 +44,12 @@ public:
           signal_(options.signal, 10 * options.blockBits + Analyses::kHeldBits)
     {
         result_.notes = model_.notes;
+        if (model.leastSamplesPerBit && options.signal.samplesPerBit < *model.leastSamplesPerBit) {
+            result_.notes.push_back(fmt::format(
+                "the model asks for {} samples per bit or more: with {} its own measurements, and "
+                "what it adapts by them, go astray",
+                *model.leastSamplesPerBit, options.signal.samplesPerBit));
+        }
         result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
         result_.channelGrade = signal_.Grade();
         result_.bitTime = options.signal.BitTime();
@@ -201,6 +207,7 @@ private:
         result_.inputEye = std::move(found.inputEye);
         result_.comparison = found.comparison;
         result_.clock = std::move(found.clock);
+        if (result_.bits > 0) result_.lock = found.verdict.lock;
         result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
         result_.adaptation = ReadAdaptLog(folder_.Path() / "Adapt.txt");
         if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();

@@ -135,6 +135,8 @@ ExitCode Report(const Table& table, OutputFolder& folder, const fs::path& shown)
     const int failed = table.Count(Row::Status::kFailed);
     Print("{} cases: {} ok, {} failed, {} missing\n", table.rows.size(),
           table.Count(Row::Status::kOk), failed, table.Count(Row::Status::kMissing));
+    if (const std::string unranked = table.Unranked(); !unranked.empty())
+        Print("  not ranked: {}\n", unranked);
     constexpr int kMostListed = 20;
     int listed = 0;
     for (const auto& row : table.rows) {

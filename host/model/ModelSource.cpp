@@ -60,6 +60,8 @@ ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& ove
     }
     if (const auto bits = ami.Reserved("Ignore_Bits"))
         source.ignoreBits = ParseNumber<std::int64_t>(*bits);
+    if (const ibis::AmiParameter* least = ami.Find("Least_Samples_Per_Bit"))
+        source.leastSamplesPerBit = ParseNumber<std::int64_t>(least->defaultValue);
     for (const auto& parameter : ami.parameters) {
         if (!parameter.IsInput()) continue;
         std::string value = parameter.defaultValue;

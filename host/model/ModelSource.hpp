@@ -18,6 +18,8 @@ struct ModelSource
     std::string name;                        // root of its parameter string
     std::string parameters;                  // what AMI_Init is handed
     std::optional<std::int64_t> ignoreBits;  // the model's own Ignore_Bits
+    // Its own Least_Samples_Per_Bit, which is no parameter of the standard's.
+    std::optional<std::int64_t> leastSamplesPerBit;
     std::vector<std::pair<std::string, std::string>>
         settings;                    // inputs by dotted path, as they are sent
     std::vector<std::string> notes;  // oddities of its files that do not keep it from running

@@ -53,13 +53,16 @@ private:
     void SaveEye(const EyeFindings& eye, const char* side, const char* name) const
     {
         EyePicture picture;
-        picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
-                           fmt::format("{}, {} UI, eye {:.1f} mV x {:.3f} UI at {}", rate_,
-                                       eye.unitIntervals, eye.vertical.Height() * 1000,
-                                       eye.left + eye.right, ShortRatio(kEyeProbability))};
         picture.opening = eye.sliced ? Opening{} : eye.vertical;
-        picture.left = eye.left;
-        picture.right = eye.right;
+        std::string size = "never crosses 0 V";
+        if (std::isfinite(eye.left + eye.right)) {
+            picture.left = eye.left;
+            picture.right = eye.right;
+            size = fmt::format("eye {:.1f} mV x {:.3f} UI at {}", eye.vertical.Height() * 1000,
+                               eye.left + eye.right, ShortRatio(kEyeProbability));
+        }
+        picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
+                           fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
         picture.contours = eye.contours;
         put_(name, picture.Draw(eye.density).Png());
     }

@@ -33,17 +33,18 @@ Json FitJson(const std::optional<TailFit>& fit)
 Json EyeJson(const EyeFindings& eye)
 {
     Json json = {{"height_v", eye.vertical.Height()},
-                 {"width_ui", eye.left + eye.right},
+                 {"width_ui", OrNull(eye.left + eye.right)},
                  {"high_v", eye.vertical.high},
                  {"low_v", eye.vertical.low},
-                 {"left_ui", eye.left},
-                 {"right_ui", eye.right},
+                 {"left_ui", OrNull(eye.left)},
+                 {"right_ui", OrNull(eye.right)},
                  {"probability", kEyeProbability},
                  {"unit_intervals", eye.unitIntervals},
                  {"sampled_at_ui", eye.sampledAt},
                  {"shift_ui", eye.shift},
                  {"sliced", eye.sliced},
                  {"not_finite_samples", eye.notFinite},
+                 {"wild_samples", eye.wild.count},
                  {"transition_density", OrNull(eye.transitionDensity)}};
     json["openings"] = Json::array();
     for (const OpeningAt& opening : eye.openings) {
@@ -81,6 +82,7 @@ Json ClockJson(const ClockFindings& clock)
     Json json = {{"times", clock.times},
                  {"filled", clock.filled},
                  {"backward", clock.backward},
+                 {"missing", clock.missing},
                  {"ideal", clock.ideal},
                  {"settled_at_bit", OrNull(clock.settledAtBit)},
                  {"tie_rms_ui", OrNull(clock.tieRms)},
@@ -128,6 +130,7 @@ Json ToJson(const RunResult& r, const RunOptions& options, const ModelSource& mo
                            {"reason", r.failure->reason},
                            {"text", r.failure->printed}};
     }
+    json["verdict"] = r.lock ? Json(Name(*r.lock)) : Json(nullptr);
     json["bits"] = r.bits;
     json["ignored_bits"] = r.ignoredBits;
     const bool compared = r.comparison && r.comparison->compared > 0;

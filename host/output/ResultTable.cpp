@@ -56,6 +56,7 @@ std::string ToTable(const RunResult& r, const RunOptions& options)
     const auto row = [&](std::string_view name, const std::string& value) {
         text += fmt::format("  {:<26} {}\n", name, value);
     };
+    if (r.lock) row("Verdict", Name(*r.lock));
     row("Equalisation level", r.eqLevel ? std::to_string(*r.eqLevel) : kNone);
     if (r.adaptation) {
         row("Eye measurements asked for",
@@ -66,6 +67,7 @@ std::string ToTable(const RunResult& r, const RunOptions& options)
     }
     row("Bits", fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
                             Grouped(r.ignoredBits)));
+    if (r.clock.missing > 0) row("Bits without a clock", Grouped(r.clock.missing));
     row("Recovered unit interval",
         std::isnan(r.clock.unitInterval)
             ? kNone
@@ -73,7 +75,7 @@ std::string ToTable(const RunResult& r, const RunOptions& options)
     if (!std::isnan(r.clock.settledAtBit))
         row("Clock settled at bit", Grouped(std::llround(r.clock.settledAtBit)));
     row("Eye height", r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : kNone);
-    row("Eye width", r.eye ? fmt::format("{:.3f} UI", r.eye->left + r.eye->right) : kNone);
+    row("Eye width", r.eye ? Value(r.eye->left + r.eye->right, false, 3, "UI") : kNone);
     if (r.comparison && r.comparison->compared > 0) {
         row("Bit errors", fmt::format("{} in {}", Grouped(r.comparison->errors),
                                       Grouped(r.comparison->compared)));

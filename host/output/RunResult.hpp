@@ -8,6 +8,7 @@
 #include "host/Error.hpp"
 #include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Verdict.hpp"
 #include "host/channel/ChannelGrade.hpp"
 #include "host/model/Box.hpp"
 
@@ -34,7 +35,8 @@ struct RunResult
     std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
     ClockFindings clock;
-    double bitTime = 0;  // s, nominal
+    std::optional<Lock> lock;  // absent when the model returned no bits
+    double bitTime = 0;        // s, nominal
 
     std::optional<int> eqLevel;
     std::optional<AdaptLog> adaptation;  // absent when the model writes none

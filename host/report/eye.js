@@ -131,7 +131,7 @@ function eyeSection() {
   const figures = eyes.map(([title, eye, curves]) => eyeFigure(title, eye, curves,
     `${grouped(eye.unit_intervals)} unit intervals. White bars: ` +
     (eye.sliced ? "the width" : `height ${fixed(eye.height_v * 1000, 1)} mV and width`) +
-    ` ${fixed(eye.width_ui, 3)} UI at a probability of ${ratio(eye.probability)}.` +
+    ` ${eye.width_ui === null ? "–" : fixed(eye.width_ui, 3)} UI at a probability of ${ratio(eye.probability)}.` +
     (eye.shift_ui ? ` The clock is moved by ${fixed(eye.shift_ui, 3)} UI to centre the eye.` : "")));
   return section("Eye", element("p", {}, "In the recovered clock's own frame, data sampled half a unit interval after each clock time. " +
     "Brightness is the logarithm of how often the trace passed; lines surround where data may be sampled at the bit error ratio named."),

@@ -23,10 +23,16 @@ function verdict() {
       text ? element("pre", {}, text) : null);
   }
   if (result.bits === 0) return box("bad", "The model returned no bits.");
-  if (result.clock.times === 0 && !result.clock.ideal) return box("bad", "No clock times, so no eye and no bit errors.");
+  const errors = result.errors === null ? "" : ` ${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`;
+  if (result.verdict !== "locked" && !result.clock.ideal)
+    return box("bad", `${sentence(result.messages.find((note) => note.startsWith(`${result.verdict}: `)) ?? result.verdict)}.${errors}`);
   if (result.errors === null) return box("", "Bit errors were not counted: nothing was known of what was sent, or it was not found.");
   if (result.errors > 0) return box("bad", `${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`);
   return box("good", `No bit errors in ${grouped(result.compared_bits)} bits.`);
+}
+
+function sentence(text) {
+  return text.charAt(0).toUpperCase() + text.slice(1);
 }
 
 function tiles() {
@@ -38,7 +44,7 @@ function tiles() {
   if (eye.height_v !== null) {
     const at = ` at ${ratio(eye.probability)}`;
     tile("Eye height", fixed(eye.height_v * 1000, 0), `mV${at}`, lowest && remark(lowest.height_v === null ? null : `${fixed(lowest.height_v * 1000, 0)} mV`, lowest.height_extrapolated));
-    tile("Eye width", fixed(eye.width_ui, 3), `UI${at}`, lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated));
+    if (eye.width_ui !== null) tile("Eye width", fixed(eye.width_ui, 3), `UI${at}`, lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated));
   }
   if (result.errors !== null) {
     tile("Bit errors", grouped(result.errors), null, `in ${grouped(result.compared_bits)} bits`);
@@ -108,6 +114,7 @@ function settingsSection() {
     ["Compared", grouped(result.compared_bits)],
     alignment ? ["Delay of the bits", `${grouped(alignment.delay_bits)}${alignment.inverted ? ", inverted" : ""}`] : null,
     alignment ? ["Realignments", `${grouped(alignment.realignments)}, ${grouped(alignment.unaligned_bits)} bits not aligned`] : null,
+    result.clock.missing > 0 ? ["Bits without a clock", grouped(result.clock.missing)] : null,
     ["Clock times", result.clock.ideal ? "none: an ideal clock stands in" : `${grouped(result.clock.times)}, ${grouped(result.clock.filled)} filled in`],
     ["Time", `${digits(speed.seconds, 3)} s, ${digits(speed.model_seconds, 3)} s of it in the model`],
     ["Speed", `${grouped(speed.bits_per_s)} bits/s, ${digits(speed.ns_per_sample, 3)} ns a sample`],

@@ -57,6 +57,13 @@ std::optional<std::vector<std::string>> Range(std::string_view text, const std::
                                 "start:stop or start:step:stop, such as 0:2:10 or 10:-2:0",
                                 where, text, start, stop, step));
     }
+    if (parts.size() == 3 && start != stop && std::abs(step) > std::abs(stop - start)) {
+        throw Error(ExitCode::kUsage,
+                    fmt::format("{}: {} is {} alone: a range is start:step:stop; for steps of {} "
+                                "from {} to {} write {}:{}:{}",
+                                where, text, parts[0], parts[2], parts[0], parts[1], parts[0],
+                                parts[2], parts[1]));
+    }
     const double last = std::floor((stop - start) / step * (1 + 1e-12) + 1e-9);
     if (last >= kMostValues) {
         throw Error(ExitCode::kUsage,

@@ -45,6 +45,8 @@ private:
         Add("<p>{} cases: {} ok", table_.rows.size(), table_.Count(Row::Status::kOk));
         if (failed > 0) Add(", <span class=\"alarm\">{} failed</span>", failed);
         if (missing > 0) Add(", {} not run yet", missing);
+        if (const std::string unranked = table_.Unranked(); !unranked.empty())
+            Add("; not ranked, marked <span class=\"alarm\">!</span>: {}", Escaped(unranked));
         Add("; {:.0f} s of runs. <a href=\"table.csv\">table.csv</a>, "
             "<a href=\"table.json\">table.json</a>, <a href=\"sweep.png\">sweep.png</a></p>\n",
             seconds);
@@ -118,14 +120,20 @@ private:
     {
         const auto value = metric.Of(row);
         const bool failed = row.status == Row::Status::kFailed;
-        const std::string title = Escaped(row.aCase.name + (failed  ? ": " + row.reason
-                                                            : value ? ": " + Exact(metric, *value)
-                                                                    : ": no result"));
+        const bool unranked = row.status == Row::Status::kOk && !row.ranked;
+        const std::string title = Escaped(fmt::format("{}: {}", row.aCase.name,
+                                                      failed     ? row.reason
+                                                      : unranked ? row.verdict
+                                                      : value    ? Exact(metric, *value)
+                                                                 : "no result"));
         if (row.status == Row::Status::kMissing) {
             Add("<td class=\"none\" title=\"{}: not run yet\">–</td>", Escaped(row.aCase.name));
         } else if (!value || failed) {
             Add("<td class=\"{}\"><a href=\"{}\" title=\"{}\">{}</a></td>",
-                failed ? "failed" : "none", Target(row), title, failed ? "✕" : "–");
+                failed || unranked ? "failed" : "none", Target(row), title,
+                failed     ? "✕"
+                : unranked ? "!"
+                           : "–");
         } else {
             const Colour colour = scale.At(*value);
             Add("<td style=\"background:{};color:{}\"><a href=\"{}\" title=\"{}\">{}</a></td>",
@@ -227,8 +235,10 @@ private:
             Number(row.eqLevel ? fmt::format("{}", *row.eqLevel) : "");
             const bool ran = row.status != Row::Status::kMissing;
             Number(ran ? fmt::format("{:.1f}", row.seconds) : "");
+            const bool locked = row.ranked || row.status != Row::Status::kOk;
             Add("<td{}>{}</td></tr>\n",
-                row.status == Row::Status::kFailed ? " class=\"alarm\"" : "", Name(row.status));
+                row.status == Row::Status::kFailed || !locked ? " class=\"alarm\"" : "",
+                locked ? Name(row.status) : row.verdict);
         }
         Add("</tbody></table></div>\n");
     }

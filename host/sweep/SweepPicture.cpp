@@ -176,6 +176,7 @@ private:
         canvas_.Rectangle(x, y, cellWidth_ - gap, kCellHeight - 2, background);
         const std::string text = value                                ? metric.text(*value)
                                  : row.status == Row::Status::kFailed ? "x"
+                                 : row.status == Row::Status::kOk     ? "!"
                                                                       : "-";
         // The largest letters in which all values fit; none rather than some that nobody can read.
         for (const int size : {2, 1}) {

@@ -6,6 +6,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <map>
+
+#include "host/analysis/Verdict.hpp"
 
 namespace amisim {
 namespace {
@@ -44,6 +47,8 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
     row.errors = Member<std::int64_t>(result, "errors");
     row.comparedBits = Member<std::int64_t>(result, "compared_bits");
     row.eqLevel = Member<std::int64_t>(result, "eq_level");
+    if (result.contains("verdict") && result["verdict"].is_string())
+        row.verdict = result["verdict"].get<std::string>();
     return row;
 }
 
@@ -116,8 +121,29 @@ const std::vector<Metric>& Metrics()
 Table Collect(const Plan& plan, const std::vector<Case>& cases)
 {
     Table table{plan, {}};
-    for (const auto& c : cases) table.rows.push_back(Look(plan.out, c));
+    bool clockless = true;  // a model that has no clock is as good as the ideal one shows it
+    for (const auto& c : cases) {
+        table.rows.push_back(Look(plan.out, c));
+        const Row& row = table.rows.back();
+        clockless &= row.status != Row::Status::kOk || row.verdict == Name(Lock::kNoClock);
+    }
+    for (Row& row : table.rows) {
+        row.ranked = row.status == Row::Status::kOk &&
+                     (row.verdict == Name(Lock::kLocked) || clockless || row.verdict.empty());
+    }
     return table;
+}
+
+std::string Table::Unranked() const
+{
+    std::map<std::string, int> counts;
+    for (const Row& row : rows) {
+        if (row.status == Row::Status::kOk && !row.ranked) ++counts[row.verdict];
+    }
+    std::string text;
+    for (const auto& [verdict, count] : counts)
+        text += fmt::format("{}{} {}", text.empty() ? "" : ", ", count, verdict);
+    return text;
 }
 
 int Table::Count(Row::Status status) const
@@ -132,7 +158,7 @@ std::string Table::ToCsv() const
     for (const auto& axis : plan.axes) text += fmt::format(",{}", CsvCell(axis.name));
     text +=
         ",eye_height_v,eye_width_ui,errors,compared_bits,bit_error_ratio,eq_level,seconds,status,"
-        "reason,folder\n";
+        "verdict,reason,folder\n";
     for (const auto& row : rows) {
         text += std::to_string(row.aCase.number);
         for (const auto& value : row.aCase.values) text += fmt::format(",{}", CsvCell(value));
@@ -142,7 +168,7 @@ std::string Table::ToCsv() const
         add(row.eyeHeight), add(row.eyeWidth), add(row.errors), add(row.comparedBits);
         add(row.bitErrorRatio), add(row.eqLevel);
         text += row.status == Row::Status::kMissing ? "," : fmt::format(",{:.3f}", row.seconds);
-        text += fmt::format(",{},{},{}\n", Name(row.status), CsvCell(row.reason),
+        text += fmt::format(",{},{},{},{}\n", Name(row.status), row.verdict, CsvCell(row.reason),
                             CsvCell(row.aCase.folder));
     }
     return text;
@@ -171,6 +197,7 @@ Json Table::ToJson() const
                          {"eq_level", OrNull(row.eqLevel)},
                          {"seconds", ran ? Json(row.seconds) : Json(nullptr)},
                          {"status", Name(row.status)},
+                         {"verdict", row.verdict.empty() ? Json(nullptr) : Json(row.verdict)},
                          {"reason", row.reason},
                          {"folder", row.aCase.folder}});
     }

@@ -18,7 +18,9 @@ struct Row
 
     Case aCase;
     Status status = Status::kMissing;
-    std::string reason;  // of a failure
+    std::string reason;   // of a failure
+    std::string verdict;  // as result.json has it; "" where the run had none
+    bool ranked = false;  // its numbers compare with those of the others
     double seconds = 0;
     // Each absent where the run could not tell.
     std::optional<double> eyeHeight, eyeWidth, bitErrorRatio;  // V, UI
@@ -35,10 +37,10 @@ struct Metric
     std::string (*text)(double value);               // short, for a cell
     bool counts;  // bit errors: none is good, and the scale is logarithmic
 
-    /// The value of a case that ended well; what a failed one found until then misleads on a map.
+    /// The value of a case that ended well and has locked; what others found misleads on a map.
     std::optional<double> Of(const Row& row) const
     {
-        return row.status == Row::Status::kOk ? value(row) : std::nullopt;
+        return row.ranked ? value(row) : std::nullopt;
     }
 };
 const std::vector<Metric>& Metrics();
@@ -50,6 +52,9 @@ struct Table
     std::vector<Row> rows;  // one for each case, in order
 
     int Count(Row::Status status) const;
+    /// Cases that ended well, but have not locked and so are not ranked: "3 not locked, 1 no
+    /// signal", "" for none.
+    std::string Unranked() const;
     std::string ToCsv() const;
     nlohmann::ordered_json ToJson() const;
 };

@@ -113,9 +113,11 @@ TEST(EyeEvaluation, ExtrapolatesAKnownNoiseToRatiosThatWereNotCounted)
     bench.bits = 400000;
     bench.noise = 0.02;
     const auto found = bench.Run();
-    const double counted = kAmplitude - bench.noise * InverseQ(1e-3);
+    const double counted = kAmplitude - bench.noise * InverseQ(2e-3);
     EXPECT_NEAR(found.eye->vertical.high, counted, 0.05 * bench.noise);
     EXPECT_NEAR(found.eye->vertical.low, -counted, 0.05 * bench.noise);
+    EXPECT_EQ(found.eye->openings[0].ber, kEyeProbability);
+    EXPECT_EQ(found.eye->openings[0].height, found.eye->vertical.Height());
     for (const OpeningAt& opening : found.eye->openings) {
         const double expected = 2 * (kAmplitude - bench.noise * InverseQ(2 * opening.ber));
         EXPECT_NEAR(opening.height, expected, 0.3 * bench.noise) << opening.ber;

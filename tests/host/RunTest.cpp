@@ -268,6 +268,64 @@ TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
     EXPECT_LT(fs::file_size("out/model.log"), 1'100'000u);
 }
 
+TEST_F(RunTest, WhatHasNoClockOrSignalIsNotCalledGood)
+{
+    struct Case
+    {
+        const char *mode, *verdict, *says;
+        int counted;  // bits, nearly: of the 4900
+        bool width;
+    };
+    for (const Case& c : {
+             Case{"pass", "locked", "", 4900, true},
+             Case{"drop", "locked", "", 4900, true},
+             Case{"clock early", "locked", "", 4900, true},
+             Case{"no clock", "no clock", "an ideal clock is used", 4900, true},
+             Case{"clock ends", "no clock", "have no clock", 412, true},
+             Case{"clock far ahead", "no clock", "1701 of the 4900 bits", 3200, true},
+             Case{"clock in samples", "no clock", "as if they were sample numbers", 0, false},
+             Case{"clock in ps", "no clock", "as if they were in picoseconds", 0, false},
+             Case{"clock by block", "no clock", "as if they were relative to the block", 156, true},
+             Case{"clock twice", "not locked", "come at 2 times the bit rate", 4900, true},
+             Case{"clock between", "not locked", "crosses 0 V where data are sampled", 4900, true},
+             Case{"fast", "not locked", "the clock slipped", 4900, true},
+             Case{"zeros", "no signal", "it stays at 0 V", 4900, false},
+             Case{"constant", "no signal", "it stays at 0.25 V", 4900, false},
+             Case{"offset", "no signal", "it stays between 0.594 and 1.41 V", 4900, false},
+         }) {
+        SCOPED_TRACE(c.mode);
+        EXPECT_EQ(RunModel(c.mode), 0) << output_;
+        EXPECT_TRUE(Says(std::string("Verdict                    ") + c.verdict)) << output_;
+        EXPECT_TRUE(Says(c.says)) << output_;
+        const auto result = Result();
+        EXPECT_EQ(result["verdict"], c.verdict);
+        EXPECT_NEAR(result["clock"]["missing"], 4900 - c.counted, 2);
+        EXPECT_EQ(result["eye"]["width_ui"].is_number(), c.width);
+    }
+}
+
+TEST_F(RunTest, AWildSampleChangesNothing)
+{
+    ASSERT_EQ(RunModel("pass", "--noise 0.01"), 0) << output_;
+    const auto tame = Result();
+    for (const char* mode : {"wild 1e3", "wild -1e9", "wild 1e308"}) {
+        ASSERT_EQ(RunModel(mode, "--noise 0.01"), 0) << output_;
+        const auto wild = Result();
+        EXPECT_TRUE(Says("far beyond all others: 1 output sample, the first sample 32773 with"));
+        EXPECT_EQ(wild["eye"]["wild_samples"], 1);
+        EXPECT_NEAR(wild["eye"]["height_v"], tame["eye"]["height_v"], 1e-4);
+        EXPECT_EQ(wild["errors"], 0);
+        EXPECT_EQ(wild["verdict"], "locked");
+    }
+    // What is so all the time is the signal.
+    ASSERT_EQ(RunModel("louder"), 0) << output_;
+    EXPECT_NEAR(Result()["eye"]["high_v"], 0.4, 0.02);
+    EXPECT_LT(Result()["eye"]["wild_samples"], 200);
+    EXPECT_GT(Result()["eye"]["density"]["voltages"].get<double>() *
+                  Result()["eye"]["density"]["step_v"].get<double>(),
+              39);
+}
+
 TEST_F(RunTest, TheTimeLimitEndsTheRun)
 {
     EXPECT_EQ(RunModel("pass", "--bits 1000000000 --time-limit 1"), 7);

@@ -19,7 +19,7 @@ constexpr const char* kDefinitions = R"((Model
     (GetWave_Exists (Usage Info) (Type Boolean) (Value True)))
   (Model_Specific
     (Level (Usage In) (Type Integer) (Range 0 0 31))
-    (Mode (Usage In) (Type String) (List "pass" "invert" "hang" "wave 0" "=1+1"))
+    (Mode (Usage In) (Type String) (List "pass" "invert" "no clock" "zeros" "clock twice" "hang" "wave 0" "=1+1"))
     (Seen (Usage Out) (Type Integer) (Value 0))))
 )";
 
@@ -55,6 +55,9 @@ TEST_F(SweepTest, APlanThatCannotBeUsedIsNamedWithItsLineAndARemedy)
         {"[grid]\nLevel = \"31:0\"\n",
          "plan.toml:3: 31:0 never gets from 31 to 0 in steps "
          "of 1: expected start:stop or start:step:stop"},
+        {"[grid]\nLevel = \"0:31:2\"\n",
+         "plan.toml:3: 0:31:2 is 0 alone: a range is start:step:stop; for steps of 2 from 0 to 31 "
+         "write 0:2:31"},
         {"[grid]\nLevel = \"0:0:3\"\n", "never gets from 0 to 3 in steps of 0"},
         {"[grid]\nLevel = \"0:40\"\n", "plan.toml:3: model.ami:6: Level = 32: expected"},
         {"[grid]\nLevel = \"1,,2\"\n", "plan.toml:3: an empty value"},
@@ -313,6 +316,24 @@ TEST_F(SweepTest, NoNameOrValueBecomesACommandOrAFormula)
     const std::string table = Read("sweep/table.csv");
     for (const char* line : {"\n1,\"'=1+1\",-5,+3,", "\n2,\"'=1+1\",5,+3,"})
         EXPECT_NE(table.find(line), std::string::npos) << table;
+}
+
+TEST_F(SweepTest, WhatHasNotLockedIsNotRanked)
+{
+    ASSERT_EQ(Sweep("--grid 'Mode=pass,clock twice,no clock,zeros' --grid loss=0,6"), 0) << output_;
+    EXPECT_TRUE(Says("not ranked: 2 no clock, 2 no signal, 2 not locked")) << output_;
+    const std::string page = Read("sweep/report.html");
+    for (const auto& row : Table()["cases"]) {
+        const std::string name = "Mode=" + row["axes"]["Mode"].get<std::string>() +
+                                 ", loss=" + std::to_string(row["axes"]["loss"].get<int>());
+        const bool marked = page.find("title=\"" + name + ": " + row["verdict"].get<std::string>() +
+                                      "\">!<") != std::string::npos;
+        EXPECT_EQ(marked, row["verdict"] != "locked") << name;
+        EXPECT_EQ(row["verdict"] == "locked", row["axes"]["Mode"] == "pass");
+    }
+    // A model that never has a clock is as good as the ideal one shows it.
+    ASSERT_EQ(Sweep("--grid 'Mode=no clock' --grid loss=0,6 --out clockless"), 0) << output_;
+    EXPECT_FALSE(Says("not ranked")) << output_;
 }
 
 TEST_F(SweepTest, TwoResultsStandSideBySide)

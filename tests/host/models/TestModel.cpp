@@ -210,6 +210,7 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
         Fault(Is("meddle hang") ? "hang" : g_mode);
         if (Is("wave 0")) return 0;
         if (Is("nan")) wave[5] = std::numeric_limits<double>::quiet_NaN();
+        if (double volts; std::sscanf(g_mode, "wild %lf", &volts) == 1) wave[5] = volts;
         if (Is("trace")) BeTraced();
         if (Is("scribble")) Scribble(wave, size);
         if (Is("wave overrun")) {
@@ -226,7 +227,7 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
     const double end = static_cast<double>(g_samples += size) * g_interval;
     // "drop": a list that is short of every 50th clock; "fast": a clock at another rate, which
     // slips.
-    const double step = Is("fast") ? g_bit * 0.9995 : g_bit;
+    const double step = Is("fast") ? g_bit * 0.9995 : Is("clock twice") ? g_bit / 2 : g_bit;
     long count = 0;
     if (double time; g_calls == 1 && std::sscanf(g_mode, "clock %lf", &time) == 1) {
         clockTimes[count++] = time;
@@ -239,10 +240,23 @@ EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, voi
     if (Is("overrun")) {
         for (long i = 0; i < 2 * size / 64 + 100; ++i) clockTimes[i] = 0;
     }
-    if (Is("no clock")) count = 0;
+    if (Is("no clock") || (Is("clock ends") && end > 512 * g_bit)) count = 0;
+    for (long i = 0; i < count; ++i) {
+        double& time = clockTimes[i];
+        if (Is("clock in samples")) time /= g_interval;
+        if (Is("clock in ps")) time *= 1e12;
+        if (Is("clock by block")) time -= end - static_cast<double>(size) * g_interval;
+        if (Is("clock far ahead")) time += 1800 * g_bit;
+        if (Is("clock early")) time += 0.7 * g_bit;
+        if (Is("clock between")) time += g_bit / 2;
+    }
     if (!Is("no terminator") && !Is("overrun")) clockTimes[count] = -1;
     for (long i = 0; i < size; ++i) {
         if (Is("invert")) wave[i] = -wave[i];
+        if (Is("zeros")) wave[i] = 0;
+        if (Is("louder") && g_samples > 3000 * 64) wave[i] *= 50;  // from the middle on
+        if (Is("constant")) wave[i] = 0.25;
+        if (Is("offset")) wave[i] += 1;
         if (Is("slice")) {  // decides where data are sampled and holds the decision
             static double decision;
             if ((g_samples - size + i) % 64 == 32) decision = wave[i] > 0 ? 1 : -1;

@@ -1,0 +1,98 @@
+#include "host/analysis/Verdict.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <numbers>
+
+namespace amisim {
+namespace {
+
+constexpr double kMostMissing = 0.01;    // of the bits that count
+constexpr double kMostUnaligned = 0.1;   // of the bits that count
+constexpr double kOtherRate = 0.02;      // relative: no transmitter is so far off
+constexpr double kSpread = 0.1;          // mean crossing's magnitude: of even spread but for chance
+constexpr double kNearSampling = 0.125;  // UI
+
+std::string NeverCrossing(const VoltageHistogram& density)
+{
+    std::size_t low = density.Rows(), high = 0;
+    for (std::size_t column = 0; column < density.Columns(); ++column) {
+        for (std::size_t row = 0; row < density.Rows(); ++row) {
+            if (density.At(column, row) == 0) continue;
+            low = std::min(low, row);
+            high = std::max(high, row);
+        }
+    }
+    const double from = density.Edge(low), to = density.Edge(high) + density.BinHeight();
+    const std::string where = high > low  ? fmt::format("between {:.3g} and {:.3g} V", from, to)
+                              : from == 0 ? "at 0 V"
+                                          : fmt::format("at {:.3g} V", from);
+    return fmt::format("the output never crosses 0 V: it stays {}", where);
+}
+
+/// "" where there is nothing against it.
+std::string AgainstLock(const EyeAnalysis& output, const std::optional<EyeFindings>& eye,
+                        const ClockFindings& clock, const std::optional<BitComparison>& comparison,
+                        std::optional<double> sentUnitInterval)
+{
+    if (!clock.looksLike.empty()) return "the clock times " + clock.looksLike;
+    if (sentUnitInterval && std::abs(clock.unitInterval / *sentUnitInterval - 1) > kOtherRate) {
+        return fmt::format("the clock runs at {:.4g} times the bit rate",
+                           *sentUnitInterval / clock.unitInterval);
+    }
+    if (comparison) {
+        const auto all = static_cast<double>(comparison->compared + comparison->unaligned);
+        if (comparison->realignments > 0) {
+            return fmt::format("the clock slipped: the pattern had to be aligned anew {} time{}",
+                               comparison->realignments, comparison->realignments == 1 ? "" : "s");
+        }
+        if (static_cast<double>(comparison->unaligned) > kMostUnaligned * all) {
+            return fmt::format(
+                "the sent pattern was not found in {} of {} received bits, where no errors could "
+                "be counted",
+                comparison->unaligned, comparison->compared + comparison->unaligned);
+        }
+    }
+    const std::complex<double> crossing = output.MeanCrossing().value();
+    if (std::abs(crossing) < kSpread) {
+        return "the output crosses 0 V at any phase of the clock: they have nothing to do with "
+               "each other, or the eye is closed";
+    }
+    const double fromSampling = 0.5 - std::abs(std::arg(crossing)) / (2 * std::numbers::pi);
+    if (fromSampling < kNearSampling && !eye->sliced && eye->vertical.Height() == 0) {
+        return "the output crosses 0 V where data are sampled: the clock rests in a wrong place, "
+               "as it may without any noise or frequency offset (--noise, --ppm)";
+    }
+    return "";
+}
+
+}  // namespace
+
+const char* Name(Lock lock)
+{
+    constexpr const char* kNames[] = {"locked", "not locked", "no clock", "no signal"};
+    return kNames[static_cast<int>(lock)];
+}
+
+Verdict Judge(const EyeAnalysis& output, const std::optional<EyeFindings>& eye,
+              const ClockFindings& clock, const std::optional<BitComparison>& comparison,
+              std::int64_t bits, std::optional<double> sentUnitInterval)
+{
+    if (eye && !output.MeanCrossing()) return {Lock::kNoSignal, NeverCrossing(eye->density)};
+    if (clock.ideal) {
+        return {Lock::kNoClock,
+                "the model returned no clock times: an ideal clock is used, at the transmitter's "
+                "bit rate and centred on the output's eye"};
+    }
+    if (!eye || static_cast<double>(clock.missing) > kMostMissing * static_cast<double>(bits)) {
+        return {Lock::kNoClock,
+                fmt::format("{} of the {} bits that count have no clock", clock.missing, bits)};
+    }
+    const std::string against = AgainstLock(output, eye, clock, comparison, sentUnitInterval);
+    return {against.empty() ? Lock::kLocked : Lock::kNotLocked, against};
+}
+
+}  // namespace amisim
