@@ -11,6 +11,7 @@
 
 #include <malloc.h>
 
+#include "ami/EntryPoints.hpp"
 #include "model/Retimer_RX_RT.hpp"
 
 namespace {
@@ -95,6 +96,30 @@ void BlockSize(benchmark::State& state)
     Measure(state, bench, static_cast<size_t>(state.range(0)));
 }
 BENCHMARK(BlockSize)->Arg(1)->Arg(8)->Arg(64)->Arg(1024)->Arg(65536);
+
+/// As a simulator calls it.
+void GetWave(benchmark::State& state)
+{
+    const auto iBlock = static_cast<size_t>(state.range(0));
+    char parameters[] = "(Retimer_RX_RT (CTLEAdapt 0))", *message = nullptr;
+    void* memory = nullptr;
+    const double dBitTime = 9.7e-11;
+    AMI_Init(nullptr, 0, 0, dBitTime / 64, dBitTime, parameters, nullptr, &memory, &message);
+    std::vector<double> wave(iBlock), times(iBlock / 64 + 1);
+    std::mt19937 random(1);
+    size_t i = 0;
+    double dLevel = 0.4, y = 0;
+    for (auto _ : state) {
+        for (double& sample : wave) {
+            if (i++ % 64 == 0) dLevel = random() & 1 ? 0.4 : -0.4;
+            sample = y += (dLevel - y) / 16;
+        }
+        AMI_GetWave(wave.data(), static_cast<long>(iBlock), times.data(), nullptr, memory);
+    }
+    CountSamples(state, iBlock);
+    AMI_Close(memory);
+}
+BENCHMARK(GetWave)->Arg(1)->Arg(8)->Arg(64)->Arg(1024);
 
 void SamplesPerBit(benchmark::State& state)
 {
