@@ -36,7 +36,7 @@ void ReadOutermost(const Section& section, IbisFile& file)
             file.submodels.push_back(&section);
             break;
         case Key::DefinePackageModel:
-            file.packageModels.push_back(&section);
+            file.packageModels.push_back(ReadPackageModel(section));
             break;
         case Key::ExternalCircuit:
             file.externalCircuits.push_back(&section);

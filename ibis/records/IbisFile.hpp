@@ -11,6 +11,7 @@
 #include "ibis/records/Component.hpp"
 #include "ibis/records/Model.hpp"
 #include "ibis/records/Neighbours.hpp"
+#include "ibis/records/PackageModel.hpp"
 
 namespace ibis {
 
@@ -30,8 +31,9 @@ struct IbisFile
     std::vector<Component> components;
     std::vector<ModelSelector> selectors;
     std::vector<Model> models;
-    std::vector<const Section*> submodels, packageModels, externalCircuits, testData, testLoads,
-        boards, interconnectSets, emds, emdSets;
+    std::vector<PackageModel> packageModels;
+    std::vector<const Section*> submodels, externalCircuits, testData, testLoads, boards,
+        interconnectSets, emds, emdSets;
     std::shared_ptr<Neighbours> neighbours;  ///< never null; what stands beside it, read when
                                              ///< asked for
 

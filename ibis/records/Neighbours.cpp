@@ -54,17 +54,17 @@ const IbisFile* Neighbours::FindPackageFile(std::string_view name)
     return nullptr;
 }
 
-const Section* PackageModelIn(const IbisFile& file, std::string_view name)
+const PackageModel* PackageModelIn(const IbisFile& file, std::string_view name)
 {
     const auto found =
         std::find_if(file.packageModels.begin(), file.packageModels.end(),
-                     [name](const Section* section) { return section->argument == name; });
-    return found == file.packageModels.end() ? nullptr : *found;
+                     [name](const PackageModel& model) { return model.name == name; });
+    return found == file.packageModels.end() ? nullptr : &*found;
 }
 
-const Section* FindPackageModel(const IbisFile& file, std::string_view name)
+const PackageModel* FindPackageModel(const IbisFile& file, std::string_view name)
 {
-    if (const Section* const own = PackageModelIn(file, name)) {
+    if (const PackageModel* const own = PackageModelIn(file, name)) {
         return own;
     }
     const IbisFile* const other = file.neighbours->FindPackageFile(name);

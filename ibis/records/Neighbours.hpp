@@ -14,7 +14,7 @@
 namespace ibis {
 
 struct IbisFile;
-struct Section;
+struct PackageModel;
 
 /// The files that stand beside one file (or beside what it leads to as a link). Each is read when
 /// it is first asked for, and once; what is wrong with it is its own affair.
@@ -43,10 +43,10 @@ private:
 };
 
 /// The [Define Package Model] of this name in a file, or null.
-const Section* PackageModelIn(const IbisFile& file, std::string_view name);
+const PackageModel* PackageModelIn(const IbisFile& file, std::string_view name);
 
 /// The same in the file itself, else in any .pkg beside it, or null.
-/// The section lives as long as the file.
-const Section* FindPackageModel(const IbisFile& file, std::string_view name);
+/// It lives as long as the file.
+const PackageModel* FindPackageModel(const IbisFile& file, std::string_view name);
 
 }  // namespace ibis

@@ -6,12 +6,15 @@ namespace ibis {
 namespace {
 
 constexpr const RuleSet& (*kSets[])() = {
-    HeaderRules,        ComponentRules,   PinTableRules,      PairRules,
-    ReferenceRules,     SelectorRules,    ModelRules,         ModelValueRules,
-    ModelTypeRules,     CurveRules,       IvTableRules,       BufferRules,
-    RampRules,          WaveformRules,    WaveformShapeRules, SpecRules,
-    SubmodelRules,      ExternalRules,    TestDataRules,      PackageModelRules,
-    PackageMatrixRules, BoardRules,       InterconnectRules,  InterconnectGroupRules,
+    HeaderRules,        ComponentRules,     PinTableRules,
+    PairRules,          ReferenceRules,     SelectorRules,
+    ModelRules,         ModelValueRules,    ModelTypeRules,
+    SeriesRules,        CurveRules,         IvTableRules,
+    BufferRules,        RampRules,          WaveformRules,
+    WaveformShapeRules, SpecRules,          SubmodelRules,
+    ScheduleRules,      ExternalRules,      TestDataRules,
+    PackageModelRules,  PackageMatrixRules, PackagePhysicsRules,
+    BoardRules,         InterconnectRules,  InterconnectGroupRules,
     ModuleRules,        AlgorithmicRules,
 };
 

@@ -178,14 +178,12 @@ bool IsMerged(const PackageModel& model, std::string_view pin)
 void PinsAreThoseOfTheComponent(const Component& component, Report& report)
 {
     const Section* const named = component.section->Child(Key::PackageModel);
-    const Section* const section = named ? FindPackageModel(report.file, named->argument) : nullptr;
-    if (!section) {
+    const PackageModel* const found =
+        named ? FindPackageModel(report.file, named->argument) : nullptr;
+    if (!found || found->pins.empty()) {
         return;
     }
-    const PackageModel model = ReadPackageModel(*section);
-    if (model.pins.empty()) {
-        return;
-    }
+    const PackageModel& model = *found;
     std::vector<std::string_view> missing;
     for (const Pin& pin : component.pins) {
         if (model.FindPin(pin.name.Text()) < 0 && !IsMerged(model, pin.name.Text())) {
@@ -255,8 +253,8 @@ const RuleSet& PackageModelRules()
 {
     static const RuleSet set = MakeRuleSet(
         [](const IbisFile& file, Findings& findings) {
-            for (const Section* const section : file.packageModels) {
-                TryAll(kChecks, ReadPackageModel(*section), file, findings);
+            for (const PackageModel& model : file.packageModels) {
+                TryAll(kChecks, model, file, findings);
             }
             for (const Component& component : file.components) {
                 TryAll(kComponentChecks, component, file, findings);
