@@ -41,7 +41,8 @@ bool FirBank::Initialize(size_t iMostTaps, const InnerProductsVariant& kernel)
     m_iStride = m_iHistory + Slack + Stretch + 2 * iMostLanes;
     m_iNewest = m_iHistory - 1;
     m_iKnown = m_iHistory;
-    return m_pWindow.Allocate(kernel.Lanes * m_iStride) &&
+    m_dLargest = 0.0;
+    return m_tail.Initialize(iMostTaps) && m_pWindow.Allocate(kernel.Lanes * m_iStride) &&
            m_pOutputs.Allocate(Stretch + 2 * iMostLanes);
 }
 
@@ -64,6 +65,7 @@ void FirBank::Extend(double dSample)
         }
         m_iNewest -= iMoved;
         m_iKnown -= iMoved;
+        m_dLargest = GetLargestMagnitude(m_pWindow.get(), m_iKnown, 0.0);
     }
     m_iComputed = 0;
     const size_t iAhead = std::min(m_iAnnounced, Stretch);
@@ -82,6 +84,7 @@ void FirBank::Append(const double* pSamples, size_t iSamples)
         std::memcpy(m_pWindow.get() + r * m_iStride + m_iKnown + r, pSamples,
                     iSamples * sizeof(double));
     m_iKnown += iSamples;
+    m_dLargest = GetLargestMagnitude(pSamples, iSamples, m_dLargest);
 }
 
 void FirBank::Compute(const double* pTaps, size_t iTaps)
@@ -91,14 +94,30 @@ void FirBank::Compute(const double* pTaps, size_t iTaps)
     m_iComputedFrom = m_iNewest / iLanes * iLanes;
     m_iComputed = std::min(m_iKnown, m_iNewest + Stretch);
     const size_t iOutputs = (m_iComputed - m_iComputedFrom + iLanes - 1) / iLanes * iLanes;
-    m_pKernel->Function(pTaps, iTaps, m_pWindow.get(), m_iStride, m_iComputedFrom, m_pOutputs.get(),
-                        iOutputs);
+    m_tail.SetTaps(pTaps, iTaps);
+    for (size_t i = 0; i < iOutputs; i += m_pKernel->Tile)
+        ComputeTile(pTaps, m_iComputedFrom + i, m_pOutputs.get() + i,
+                    std::min(m_pKernel->Tile, iOutputs - i));
+}
+
+void FirBank::ComputeTile(const double* pTaps, size_t iFirst, double* pOutputs, size_t iOutputs)
+{
+    std::fill_n(pOutputs, iOutputs, 0.0);
+    // At first as if the outputs were as large as the samples, then as far as they need.
+    size_t iDone = 0, iNeeded = m_tail.GetNeeded(0, m_dLargest, m_dLargest);
+    while (iDone < iNeeded) {
+        m_pKernel->Function(pTaps + iDone, iNeeded - iDone, m_pWindow.get(), m_iStride,
+                            iFirst - iDone, pOutputs, iOutputs);
+        iDone = iNeeded;
+        iNeeded = m_tail.GetNeeded(iDone, m_dLargest, GetLeastMagnitude(pOutputs, iOutputs));
+    }
 }
 
 void FirBank::Finalize()
 {
     m_pWindow.reset();
     m_pOutputs.reset();
+    m_tail.Finalize();
     Announce(nullptr, 0);
     m_pComputedTaps = nullptr;
 }

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "runtime/InnerProducts.hpp"
+#include "runtime/TailBounds.hpp"
 
 namespace Vantor {
 
@@ -78,6 +79,7 @@ private:
     void Extend(double dSample);
     void Append(const double* pSamples, size_t iSamples);
     void Compute(const double* pTaps, size_t iTaps);
+    void ComputeTile(const double* pTaps, size_t iFirst, double* pOutputs, size_t iOutputs);
 
     const InnerProductsVariant* m_pKernel = nullptr;
     Doubles m_pWindow;      ///< history, newest sample and samples known ahead, a copy per lane
@@ -91,6 +93,9 @@ private:
     const double* m_pComputedTaps = nullptr;
     size_t m_iComputedFrom = 0;
     size_t m_iComputed = 0;  ///< where in the window the computed outputs end
+    TailBounds m_tail;
+    double m_dLargest =
+        0.0;  ///< no sample in the window is larger; infinite where one is not finite
 };
 
 }  // namespace Vantor

@@ -34,9 +34,9 @@ bool Always()
 }  // namespace
 
 const InnerProductsVariant InnerProductsVariants[NumberOfInnerProductsVariants] = {
-    {"AVX-512", 8, InnerProductsAvx512, HasAvx512},
-    {"AVX2", 4, InnerProductsAvx2, HasAvx2},
-    {"x86-64", 2, InnerProductsBaseline, Always},
+    {"AVX-512", 8, 128, InnerProductsAvx512, HasAvx512},
+    {"AVX2", 4, 32, InnerProductsAvx2, HasAvx2},
+    {"x86-64", 2, 16, InnerProductsBaseline, Always},
 };
 
 const InnerProductsVariant& SelectInnerProducts()

@@ -16,7 +16,8 @@ template <size_t Registers>
                                               const double* pSamples, size_t iStride,
                                               double* pOutputs)
 {
-    Lanes sums[Registers] = {};
+    Lanes sums[Registers];
+    for (size_t k = 0; k < Registers; ++k) sums[k] = reinterpret_cast<Lanes*>(pOutputs)[k];
     for (size_t j = 0; j < iTaps; j += KERNEL_LANES) {
         const size_t iRest = iTaps - j < KERNEL_LANES ? iTaps - j : KERNEL_LANES;
         for (size_t r = 0; r < iRest; ++r) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "runtime/FirBank.hpp"
+#include "runtime/TailBounds.hpp"
 #include "tests/runtime/Support.hpp"
 
 namespace {
@@ -72,16 +73,17 @@ TEST(FIR, FiltersTheInterpolatedSignal)
     }
 }
 
-TEST(InnerProducts, WriteTheirOutputsAndNothingPastThem)
+TEST(InnerProducts, AddToTheirOutputsAndToNothingPastThem)
 {
-    alignas(64) double samples[1024] = {}, outputs[1024];
-    const double dTap = 1.0;
+    alignas(64) double samples[1024], outputs[1024];
+    std::fill_n(samples, 1024, 1.0);
+    const double dTap = 2.0;
     for (const InnerProductsVariant& variant : InnerProductsVariants) {
         for (size_t n = 0; n <= 1000 && variant.IsSupported(); n += variant.Lanes) {
             std::fill_n(outputs, 1024, 77.0);
             variant.Function(&dTap, 1, samples, 0, 8, outputs, n);
             ASSERT_EQ(std::count(outputs + n, outputs + 1024, 77.0), 1024 - static_cast<long>(n));
-            ASSERT_EQ(std::count(outputs, outputs + n, 0.0), static_cast<long>(n)) << variant.Name;
+            ASSERT_EQ(std::count(outputs, outputs + n, 79.0), static_cast<long>(n)) << variant.Name;
         }
     }
 }
@@ -93,6 +95,72 @@ std::vector<double> Filtered(const std::vector<double>& taps, const std::vector<
     for (size_t k = 0; k < samples.size(); ++k)
         for (size_t j = 0; j < taps.size() && j <= k; ++j) outputs[k] += taps[j] * samples[k - j];
     return outputs;
+}
+
+TEST(TailBounds, EndWhereNoSumCanChangeAnyMore)
+{
+    const double dNan = std::nan(""), dBelow = std::nextafter(0x1p-54, 0.0), dOdd = 1.0 + 0x1p-52;
+    const struct
+    {
+        double dTail, dLargest, dLeast;
+        size_t iNeeded;  // of 8 taps of 1, 8 that stand for the tail, and 5 of 0
+    } table[] = {
+        // clang-format off
+        {0x1p-54, 1.0, 1.0, 16}, {dBelow, 1.0, 1.0, 8}, {-dBelow, 1.0, 1.0, 8},
+        {0x1p-54, 1.0, 1.999, 16}, {0x1p-54, 1.0, 2.0, 8}, {0x1p-54, 0.999, 1.0, 8},
+        {dBelow, dOdd, 1.0, 16}, {1e-300, 1e-20, 1e-307, 16}, {1e-300, 1e-8, 1e-308, 16},
+        {1e-300, 1.0, 0.0, 16}, {1e-300, 1e-30, 0.0, 8}, {1.0, 0.0, 0.0, 8},
+        {0.0, HUGE_VAL, 1.0, 21}, {HUGE_VAL, 1.0, 1.0, 16}, {dNan, 1.0, 1.0, 16},
+        {1e-300, HUGE_VAL, 1.0, 21}, {1.0, 1.0, HUGE_VAL, 8},
+        // clang-format on
+    };
+    TailBounds tail;
+    ASSERT_TRUE(tail.Initialize(21));
+    std::vector<double> kept[std::size(table)];  // a filter is known by where its taps stand
+    for (size_t i = 0; i < std::size(table); ++i) {
+        kept[i].resize(21);
+        std::fill_n(kept[i].begin(), 8, 1.0);
+        kept[i][8 + i % 8] = table[i].dTail;
+        tail.SetTaps(kept[i].data(), 21);
+        EXPECT_EQ(tail.GetNeeded(8, table[i].dLargest, table[i].dLeast), table[i].iNeeded) << i;
+    }
+    const double numbers[] = {3.0, dNan, -2.0, -HUGE_VAL, 2.5};
+    EXPECT_EQ(GetLeastMagnitude(numbers, 5), 2.0);
+    EXPECT_EQ(GetLeastMagnitude(numbers + 4, 1), 2.5);
+    EXPECT_EQ(GetLargestMagnitude(numbers, 1, 1.0), 3.0);
+    EXPECT_EQ(GetLargestMagnitude(numbers + 2, 1, 2.25), 2.25);
+    EXPECT_EQ(GetLargestMagnitude(numbers + 1, 2, 1.0), HUGE_VAL);
+}
+
+/// Outputs at or next to powers of two, and taps at or next to a quarter of their last place.
+TEST(FirBank, LeavesOutNoTapThatMatters)
+{
+    Awkward random{1000000};
+    const double next[] = {1.0, 1.0 - 0x1p-53, 1.0 + 0x1p-52};
+    const auto sign = [&] { return random.Below(2) ? 1.0 : -1.0; };
+    FirBank bank;
+    for (const InnerProductsVariant& variant : InnerProductsVariants) {
+        for (int iRound = 0; iRound < 500 && variant.IsSupported(); ++iRound) {
+            std::vector<double> taps(9 + random.Below(80)), signal(400);
+            taps[0] = 1.0;
+            const double dTail =
+                next[random.Below(3)] * std::exp2(-52.0 - static_cast<double>(random.Below(4)));
+            for (size_t j = 8; j < taps.size(); ++j)
+                taps[j] = sign() * (j % 16 < 8 ? dTail : dTail / 4);
+            const double dSample = next[random.Below(3)] *
+                                   std::exp2(-1074.0 / 8 * static_cast<double>(random.Below(9)));
+            for (double& sample : signal)
+                sample = sign() * (iRound % 2 == 0 ? dSample : dSample * (2 + random()));
+            const std::vector<double> expected = Filtered(taps, signal);
+            ASSERT_TRUE(bank.Initialize(taps.size(), variant));
+            bank.Announce(signal.data(), signal.size());
+            for (size_t i = 0; i < signal.size(); ++i) {
+                bank.Push(signal[i]);
+                ASSERT_TRUE(Same(bank.Output(taps.data(), taps.size()), expected[i]))
+                    << variant.Name << ", round " << iRound << ", sample " << i;
+            }
+        }
+    }
 }
 
 TEST(FirBank, AgreesWithTheScalarLoopWhateverIsAnnounced)
