@@ -4,6 +4,7 @@
 
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/Executables.hpp"
+#include "ibis/records/External.hpp"
 
 namespace ibis {
 namespace {
@@ -76,9 +77,9 @@ private:
 
     void OfCorners(const Section& circuit)
     {
-        for (const Setting& setting : circuit.settings) {
-            if (setting.known->name == "Corner" && setting.words.size() > 2) {
-                Add(Kind::Circuit, setting.words[2]);
+        for (const External::Corner& corner : ReadExternal(circuit).corners) {
+            if (corner.file) {
+                Add(Kind::Circuit, corner.file);
             }
         }
     }

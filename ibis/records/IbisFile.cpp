@@ -33,7 +33,7 @@ void ReadOutermost(const Section& section, IbisFile& file)
             break;
         case Key::Submodel:
             file.submodelsByName.try_emplace(section.argument, file.submodels.size());
-            file.submodels.push_back(&section);
+            file.submodels.push_back(ReadSubmodel(section));
             break;
         case Key::DefinePackageModel:
             file.packageModels.push_back(ReadPackageModel(section));
@@ -79,10 +79,9 @@ const ModelSelector* IbisFile::FindSelector(std::string_view name) const
     return Find(selectors, selectorsByName, name);
 }
 
-const Section* IbisFile::FindSubmodel(std::string_view name) const
+const Submodel* IbisFile::FindSubmodel(std::string_view name) const
 {
-    const auto found = submodelsByName.find(name);
-    return found == submodelsByName.end() ? nullptr : submodels[found->second];
+    return Find(submodels, submodelsByName, name);
 }
 
 IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings)

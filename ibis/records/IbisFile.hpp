@@ -12,6 +12,7 @@
 #include "ibis/records/Model.hpp"
 #include "ibis/records/Neighbours.hpp"
 #include "ibis/records/PackageModel.hpp"
+#include "ibis/records/Submodel.hpp"
 
 namespace ibis {
 
@@ -32,8 +33,9 @@ struct IbisFile
     std::vector<ModelSelector> selectors;
     std::vector<Model> models;
     std::vector<PackageModel> packageModels;
-    std::vector<const Section*> submodels, externalCircuits, testData, testLoads, boards,
-        interconnectSets, emds, emdSets;
+    std::vector<Submodel> submodels;
+    std::vector<const Section*> externalCircuits, testData, testLoads, boards, interconnectSets,
+        emds, emdSets;
     std::shared_ptr<Neighbours> neighbours;  ///< never null; what stands beside it, read when
                                              ///< asked for
 
@@ -49,7 +51,7 @@ struct IbisFile
     /// The first of this name, or null; case counts, as in the standard.
     const Model* FindModel(std::string_view name) const;
     const ModelSelector* FindSelector(std::string_view name) const;
-    const Section* FindSubmodel(std::string_view name) const;
+    const Submodel* FindSubmodel(std::string_view name) const;
 
     IbisFile() = default;
     IbisFile(IbisFile&&) = default;

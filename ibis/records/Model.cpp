@@ -152,6 +152,12 @@ void ReadChildren(const Section& section, Model& model)
         }
     }
     model.schedule = ReadSchedule(section.Child(Key::DriverSchedule));
+    const Section* const added = section.Child(Key::AddSubmodel);
+    for (size_t i = 0; added && i < added->rows.size(); ++i) {
+        if (const auto row = added->rows[i]; row.size() == 2) {
+            model.submodels.push_back({row[0], row[1]});
+        }
+    }
     model.external = section.Child(Key::ExternalModel);
     model.algorithmic = section.Child(Key::AlgorithmicModel);
 }

@@ -106,6 +106,12 @@ struct ScheduledDriver
     Word delays[4];  ///< Rise_on_dly, Rise_off_dly, Fall_on_dly, Fall_off_dly as written
 };
 
+/// A row of [Add Submodel]; what has another number of words is not listed.
+struct AddedSubmodel
+{
+    Word name, mode;
+};
+
 /// A [Model] with its numbers and tables. The rest is in its section.
 struct Model
 {
@@ -126,6 +132,7 @@ struct Model
     std::optional<Ramp> ramp;
     std::vector<Waveform> waveforms;  ///< in file order
     std::vector<ScheduledDriver> schedule;
+    std::vector<AddedSubmodel> submodels;
     const Section* external = nullptr;     ///< its [External Model]
     const Section* algorithmic = nullptr;  ///< its [Algorithmic Model]
 

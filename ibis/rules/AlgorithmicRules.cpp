@@ -247,7 +247,7 @@ double Follows(const DcBuffer& buffer, double low, double high)
 void CheckReceiver(const Model& model, Report& report)
 {
     const double supply = model.voltageRange.at.typ;
-    if (std::isnan(supply) || model.Traits().ecl || model.section->Child(Key::AddSubmodel)) {
+    if (std::isnan(supply) || model.Traits().ecl || !model.submodels.empty()) {
         return;
     }
     const double follows = Follows(DcBuffer(model, Corner::Typ), 0.25 * supply, 0.5 * supply);

@@ -220,8 +220,8 @@ const RuleSet& CurveRules()
             for (const Model& model : file.models) {
                 TryOnTables(*model.section, model.name, file, findings);
             }
-            for (const Section* submodel : file.submodels) {
-                TryOnTables(*submodel, submodel->argument, file, findings);
+            for (const Submodel& submodel : file.submodels) {
+                TryOnTables(*submodel.section, submodel.name, file, findings);
             }
         },
         kChecks);

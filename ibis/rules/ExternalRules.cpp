@@ -7,6 +7,7 @@
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
 #include "ibis/records/Companions.hpp"
+#include "ibis/records/External.hpp"
 #include "ibis/rules/RuleSets.hpp"
 
 /// [External Model] and [External Circuit]: what another language describes (IBIS 7.2 chapter 6).
@@ -15,48 +16,18 @@ namespace {
 
 using enum Severity;
 
-/// One of the two keywords.
-struct External
+/// One of the two keywords, with the name that findings give it.
+struct NamedExternal
 {
-    const Section* section = nullptr;
+    External record;
     const Model* model = nullptr;  ///< null: an [External Circuit]
 
     std::string Name() const
     {
         return model ? fmt::format("[External Model] of '{}'", model->name)
-                     : fmt::format("[External Circuit] '{}'", section->argument);
-    }
-    std::string Language() const { return Lowercase(section->WordOf("Language").Text()); }
-    /// It has no digital ports of its own: converters stand between.
-    bool IsAnalogue() const
-    {
-        return Language() == "spice" || Language() == "ibis-iss" || Language().ends_with("-a(ms)");
-    }
-    std::vector<Word> Values(std::string_view setting) const
-    {
-        std::vector<Word> words;
-        for (const Setting& one : section->settings) {
-            if (one.known->name == setting) {
-                words.insert(words.end(), one.Values().begin(), one.Values().end());
-            }
-        }
-        return words;
+                     : fmt::format("[External Circuit] '{}'", record.section->argument);
     }
 };
-
-std::vector<External> ExternalsOf(const IbisFile& file)
-{
-    std::vector<External> externals;
-    for (const Model& model : file.models) {
-        if (model.external) {
-            externals.push_back({model.external, &model});
-        }
-    }
-    for (const Section* circuit : file.externalCircuits) {
-        externals.push_back({circuit, nullptr});
-    }
-    return externals;
-}
 
 bool IsCorner(const Word& word)
 {
@@ -64,98 +35,85 @@ bool IsCorner(const Word& word)
     return lower == "typ" || lower == "min" || lower == "max";
 }
 
-void LanguageIsKnown(const External& external, Report& report)
+void LanguageIsKnown(const NamedExternal& external, Report& report)
 {
-    const Setting* const language = external.section->Find("Language");
+    const Setting* const language = external.record.section->Find("Language");
     if (!language) {
-        report.Say(external.section->place, external.Name() + " has no Language",
+        report.Say(external.record.section->place, external.Name() + " has no Language",
                    "write Language and its name as the first line");
         return;
     }
     const std::vector<std::string> known{"SPICE",      "VHDL-AMS",      "Verilog-AMS",
                                          "VHDL-A(MS)", "Verilog-A(MS)", "IBIS-ISS"};
     const bool isKnown = std::any_of(known.begin(), known.end(), [&](const std::string& name) {
-        return Lowercase(name) == external.Language();
+        return Lowercase(name) == external.record.language;
     });
     if (!isKnown && language->First()) {
         report.Say(language->Place(),
                    fmt::format("Language of {} is '{}'", external.Name(), language->First().Text()),
                    "write one of " + Joined(known, ", "));
-    } else if (external.Language() == "ibis-iss") {
+    } else if (external.record.language == "ibis-iss") {
         report.SayIfNewer(Since(60), language->Place(), "Language IBIS-ISS");
     }
-    if (&external.section->settings.front() != language) {
+    if (&external.record.section->settings.front() != language) {
         report.Say(Warning, language->Place(),
                    fmt::format("Language of {} is not its first line", external.Name()),
                    "move it up: it tells how to read the others");
     }
 }
 
-void CornersAreNamed(const External& external, Report& report)
+void CornersAreNamed(const NamedExternal& external, Report& report)
 {
     std::set<std::string> seen;
-    for (const Setting& corner : external.section->settings) {
-        if (corner.known->name != "Corner" || corner.words.size() < 4) {
-            continue;
-        }
-        if (!IsCorner(corner.words[1])) {
+    for (const External::Corner& corner : external.record.corners) {
+        if (!IsCorner(corner.name)) {
             report.Say(
-                corner.words[1].Place(),
-                fmt::format("Corner of {} is named '{}'", external.Name(), corner.words[1].Text()),
+                corner.name.Place(),
+                fmt::format("Corner of {} is named '{}'", external.Name(), corner.name.Text()),
                 "write Typ, Min or Max");
-        } else if (!seen.insert(Lowercase(corner.words[1].Text())).second) {
-            report.Say(corner.words[1].Place(),
-                       fmt::format("Corner {} of {} is stated again", corner.words[1].Text(),
-                                   external.Name()),
-                       "state each corner once");
+        } else if (!seen.insert(Lowercase(corner.name.Text())).second) {
+            report.Say(
+                corner.name.Place(),
+                fmt::format("Corner {} of {} is stated again", corner.name.Text(), external.Name()),
+                "state each corner once");
         }
     }
     if (!seen.contains("typ")) {
-        report.Say(external.section->place, external.Name() + " has no Corner Typ",
+        report.Say(external.record.section->place, external.Name() + " has no Corner Typ",
                    "write Corner Typ, the file's name and the circuit's");
     }
 }
 
-bool IsWhole(const Setting& corner)
-{
-    return corner.known->name == "Corner" && corner.words.size() == 4;
-}
-
-bool Exists(const Setting& corner, const IbisFile& file)
-{
-    return file.Beside(corner.words[2].Text()).has_value();
-}
-
 /// What is not there where its neighbours are was forgotten; a file that came alone may be looked
 /// at alone.
-void CornerFilesExist(const External& external, Report& report)
+void CornerFilesExist(const NamedExternal& external, Report& report)
 {
-    for (const Setting& corner : external.section->settings) {
-        if (IsWhole(corner) && !Exists(corner, report.file)) {
-            report.Count(HasCompanions(report.file) ? Error : Note, corner.words[2].Text(),
-                         corner.words[2].Place(),
+    for (const External::Corner& corner : external.record.corners) {
+        if (corner.file && !report.file.Beside(corner.file.Text())) {
+            report.Count(HasCompanions(report.file) ? Error : Note, corner.file.Text(),
+                         corner.file.Place(),
                          fmt::format("{}, which {} names, does not stand beside the file",
-                                     corner.words[2].Text(), external.Name()),
+                                     corner.file.Text(), external.Name()),
                          "deliver it with the file, in the spelling that is written here");
         }
     }
 }
 
-void CornersFit(const External& external, Report& report)
+void CornersFit(const NamedExternal& external, Report& report)
 {
     CornersAreNamed(external, report);
     CornerFilesExist(external, report);
 }
 
-void PortsFit(const External& external, Report& report)
+void PortsFit(const NamedExternal& external, Report& report)
 {
     static const std::vector<std::string> kReserved{
         "A_puref",  "A_pdref",      "A_pcref",      "A_gcref",   "A_signal",
         "A_extref", "A_gnd",        "A_pos",        "A_neg",     "D_drive",
         "D_enable", "A_signal_pos", "A_signal_neg", "D_receive", "D_switch"};
-    const std::vector<Word> ports = external.Values("Ports");
+    const std::vector<Word>& ports = external.record.ports;
     if (ports.empty()) {
-        report.Say(external.section->place, external.Name() + " has no Ports",
+        report.Say(external.record.section->place, external.Name() + " has no Ports",
                    "list the circuit's ports in its order");
     }
     std::set<std::string_view> seen;
@@ -178,88 +136,67 @@ void PortsFit(const External& external, Report& report)
     }
 }
 
-/// A row of D_to_A or A_to_D with the places of its columns.
-struct Converter
+std::string NameOf(const External::Converter& converter, const NamedExternal& external)
 {
-    const External& external;
-    const Setting& setting;
-    bool toAnalogue;
-
-    size_t Corner() const { return toAnalogue ? 8 : 6; }
-    std::string Name() const
-    {
-        return fmt::format("{} {} of {}", setting.known->name, setting.words[1].Text(),
-                           external.Name());
-    }
-};
+    return fmt::format("{} {} of {}", converter.keyword, converter.port.Text(), external.Name());
+}
 
 /// Numbers, or names of Converter_Parameters.
-void CheckConverterNumbers(const Converter& converter, Report& report)
+void CheckConverterNumbers(const NamedExternal& external, const External::Converter& converter,
+                           Report& report)
 {
-    const auto parameters = converter.external.Values("Converter_Parameters");
-    for (size_t i = 4; i < converter.Corner(); ++i) {
-        const Word& word = converter.setting.words[i];
-        const bool isParameter =
-            std::any_of(parameters.begin(), parameters.end(),
-                        [&](const Word& parameter) { return parameter == word.Text(); });
+    static constexpr const char* kNames[] = {"vlow", "vhigh", "trise", "tfall"};
+    for (size_t i = 0; i < converter.numbers.size(); ++i) {
+        const Word& word = converter.numbers[i];
         const double value = ValueOf(word.Text());
-        if ((std::isnan(value) && !isParameter) || (i >= 6 && value <= 0)) {
+        if ((std::isnan(value) && !external.record.converterParameters.contains(word.Text())) ||
+            (i >= 2 && value <= 0)) {
             report.Say(word.Place(),
-                       fmt::format("{} has '{}' as its {}", converter.Name(), word.Text(),
-                                   i == 4   ? "vlow"
-                                   : i == 5 ? "vhigh"
-                                   : i == 6 ? "trise"
-                                            : "tfall"),
-                       i < 6 ? "write a voltage, or name one of Converter_Parameters"
+                       fmt::format("{} has '{}' as its {}", NameOf(converter, external),
+                                   word.Text(), kNames[i]),
+                       i < 2 ? "write a voltage, or name one of Converter_Parameters"
                              : "write a time above 0");
             return;
         }
     }
-    const double low = ValueOf(converter.setting.words[4].Text());
-    const double high = ValueOf(converter.setting.words[5].Text());
+    const double low = ValueOf(converter.numbers[0].Text());
+    const double high = ValueOf(converter.numbers[1].Text());
     if (low >= high) {
-        report.Say(converter.toAnalogue ? Warning : Error, converter.setting.Place(),
-                   fmt::format("{} has vlow {:g} V and vhigh {:g} V", converter.Name(), low, high),
+        report.Say(converter.ToAnalogue() ? Warning : Error, converter.place,
+                   fmt::format("{} has vlow {:g} V and vhigh {:g} V", NameOf(converter, external),
+                               low, high),
                    "vlow is the lower of the two");
     }
 }
 
-void CheckConverter(const Converter& converter, Report& report)
+void CheckConverter(const NamedExternal& external, const External::Converter& converter,
+                    Report& report)
 {
-    const auto& words = converter.setting.words;
-    const auto ports = converter.external.Values("Ports");
-    for (size_t i = 2; i < 4; ++i) {
-        const bool known = words[i] == "A_gnd" || words[i] == "0" ||
-                           std::any_of(ports.begin(), ports.end(),
-                                       [&](const Word& port) { return port == words[i].Text(); });
-        if (!known) {
-            report.Say(Warning, words[i].Place(),
+    for (const Word& port : {converter.from, converter.to}) {
+        if (port != "A_gnd" && port != "0" && !external.record.portNames.contains(port.Text())) {
+            report.Say(Warning, port.Place(),
                        fmt::format("{} names the port {}, which is not among its Ports",
-                                   converter.Name(), words[i].Text()),
+                                   NameOf(converter, external), port.Text()),
                        "name one of Ports, or A_gnd");
         }
     }
-    if (!IsCorner(words[converter.Corner()])) {
-        report.Say(words[converter.Corner()].Place(),
-                   fmt::format("{} has the corner '{}'", converter.Name(),
-                               words[converter.Corner()].Text()),
+    if (!IsCorner(converter.corner)) {
+        report.Say(converter.corner.Place(),
+                   fmt::format("{} has the corner '{}'", NameOf(converter, external),
+                               converter.corner.Text()),
                    "write Typ, Min or Max");
     }
-    CheckConverterNumbers(converter, report);
+    CheckConverterNumbers(external, converter, report);
 }
 
-void DigitalPortsAreConverted(const External& external, Report& report)
+void DigitalPortsAreConverted(const NamedExternal& external, Report& report)
 {
     std::set<std::string_view> converted;
-    for (const Setting& setting : external.section->settings) {
-        const bool toAnalogue = setting.known->name == "D_to_A";
-        if ((toAnalogue || setting.known->name == "A_to_D") &&
-            setting.words.size() >= (toAnalogue ? 9U : 7U)) {
-            converted.insert(setting.words[1].Text());
-            CheckConverter({external, setting, toAnalogue}, report);
-        }
+    for (const External::Converter& converter : external.record.converters) {
+        converted.insert(converter.port.Text());
+        CheckConverter(external, converter, report);
     }
-    if (!external.model || !external.IsAnalogue()) {
+    if (!external.model || !external.record.IsAnalogue()) {
         return;
     }
     const TypeTraits& type = external.model->Traits();
@@ -267,7 +204,8 @@ void DigitalPortsAreConverted(const External& external, Report& report)
                                                   {"D_enable", type.enables, "D_to_A"},
                                                   {"D_receive", type.receives, "A_to_D"}}) {
         if (needed && !converted.contains(port)) {
-            report.Say(type.drives && converted.empty() ? Error : Warning, external.section->place,
+            report.Say(type.drives && converted.empty() ? Error : Warning,
+                       external.record.section->place,
                        fmt::format("{} has no {} {}, which a model of type {} needs",
                                    external.Name(), converter, port, type.name),
                        "tell how the circuit is driven, enabled and observed");
@@ -276,23 +214,24 @@ void DigitalPortsAreConverted(const External& external, Report& report)
     }
 }
 
-/// A converter's number that is stated as a parameter's name.
-bool UsesParameter(const External& external, std::string_view name)
+/// Words that stand for numbers of converters.
+std::set<std::string_view> UsedParameters(const External& external)
 {
-    return std::any_of(
-        external.section->settings.begin(), external.section->settings.end(),
-        [name](const Setting& setting) {
-            return (setting.known->name == "D_to_A" || setting.known->name == "A_to_D") &&
-                   std::any_of(setting.words.begin(), setting.words.end(),
-                               [name](const Word& word) { return word == name; });
-        });
+    std::set<std::string_view> used;
+    for (const External::Converter& converter : external.converters) {
+        for (const Word& number : converter.numbers) {
+            used.insert(number.Text());
+        }
+    }
+    return used;
 }
 
 /// Parameters may be listed without values; what has a = has one.
-void ParametersHaveValues(const External& external, Report& report)
+void ParametersHaveValues(const NamedExternal& external, Report& report)
 {
+    const std::set<std::string_view> used = UsedParameters(external.record);
     std::set<std::string_view> converters;
-    for (const Setting& setting : external.section->settings) {
+    for (const Setting& setting : external.record.section->settings) {
         const bool converter = setting.known->name == "Converter_Parameters";
         if (!(converter || setting.known->name == "Parameters") || !setting.First()) {
             continue;
@@ -305,34 +244,33 @@ void ParametersHaveValues(const External& external, Report& report)
             report.Say(setting.Place(), of + " has no value", "write name = value");
         } else if (converter && !converters.insert(name.Text()).second) {
             report.Say(setting.Place(), of + " is stated again", "state each once");
-        } else if (converter && !UsesParameter(external, name.Text())) {
+        } else if (converter && !used.contains(name.Text())) {
             report.Say(Note, setting.Place(), of + " stands in no D_to_A or A_to_D",
                        "name it there in place of a number");
         }
     }
 }
 
-void CircuitHasThePorts(const External& external, Report& report)
+void CircuitHasThePorts(const NamedExternal& external, Report& report)
 {
-    const auto ports = external.Values("Ports").size();
-    if (external.Language() != "spice" && external.Language() != "ibis-iss") {
+    const External& record = external.record;
+    if (record.ports.empty() || (record.language != "spice" && record.language != "ibis-iss")) {
         return;
     }
-    for (const Setting& corner : external.section->settings) {
-        const auto path = corner.known->name == "Corner" && corner.words.size() == 4
-                              ? report.file.Beside(corner.words[2].Text())
-                              : std::nullopt;
-        const auto nodes = path ? SubcircuitNodes(*path, corner.words[3].Text()) : std::nullopt;
-        if (nodes && ports > 0 && static_cast<size_t>(*nodes) != ports) {
-            report.Say(corner.Place(),
-                       fmt::format("{} has {} ports, {} in {} has {} nodes", external.Name(), ports,
-                                   corner.words[3].Text(), corner.words[2].Text(), *nodes),
-                       "list one port for each node, in their order");
+    for (const External::Corner& corner : record.corners) {
+        const auto path = report.file.Beside(corner.file.Text());
+        const auto nodes = path ? SubcircuitNodes(*path, corner.circuit.Text()) : std::nullopt;
+        if (nodes && static_cast<size_t>(*nodes) != record.ports.size()) {
+            report.Say(
+                corner.name.Place(),
+                fmt::format("{} has {} ports, {} in {} has {} nodes", external.Name(),
+                            record.ports.size(), corner.circuit.Text(), corner.file.Text(), *nodes),
+                "list one port for each node, in their order");
         }
     }
 }
 
-const Check<External> kChecks[] = {
+const Check<NamedExternal> kChecks[] = {
     {{650, Error, Since(41),
       "[External Model] and [External Circuit] are closed and state a known Language first",
       "The languages are SPICE, VHDL-AMS, Verilog-AMS, VHDL-A(MS), Verilog-A(MS) and, from version "
@@ -368,8 +306,14 @@ const RuleSet& ExternalRules()
 {
     static const RuleSet set = MakeRuleSet(
         [](const IbisFile& file, Findings& findings) {
-            for (const External& external : ExternalsOf(file)) {
-                TryAll(kChecks, external, file, findings);
+            for (const Model& model : file.models) {
+                if (model.external) {
+                    TryAll(kChecks, NamedExternal{ReadExternal(*model.external), &model}, file,
+                           findings);
+                }
+            }
+            for (const Section* const circuit : file.externalCircuits) {
+                TryAll(kChecks, NamedExternal{ReadExternal(*circuit)}, file, findings);
             }
         },
         kChecks);

@@ -157,7 +157,7 @@ void PadHasCurrent(const Model& model, Report& report)
     const bool resistors = model.rgnd || model.rpower || model.rac;
     const bool looked = type.receives || type.enables || isTerminator;
     if (!looked || type.differential || model.external || resistors || model.gndClamp ||
-        model.powerClamp || model.section->Child(Key::AddSubmodel) ||
+        model.powerClamp || !model.submodels.empty() ||
         report.file.scheduled.contains(model.name)) {
         return;
     }

@@ -3,44 +3,21 @@
 
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"
-#include "ibis/physics/PiecewiseLinear.hpp"
 #include "ibis/reader/Grammar.hpp"
-#include "ibis/reader/Number.hpp"
 #include "ibis/rules/CornerValues.hpp"
 #include "ibis/rules/RuleSets.hpp"
 #include "ibis/rules/Units.hpp"
 
-/// What models are put together from: submodels, scheduled drivers, series currents.
+/// [Submodel], [Submodel Spec] and [Add Submodel].
 namespace ibis {
 namespace {
 
 using enum Severity;
 
-constexpr const char* kClamp = "dynamic_clamp";
-constexpr const char* kHold = "bus_hold";
-constexpr const char* kFallBack = "fall_back";
-
 bool IsOneOf(std::string_view word, std::initializer_list<const char*> known)
 {
     const std::string lower = Lowercase(word);
     return std::any_of(known.begin(), known.end(), [&](const char* one) { return lower == one; });
-}
-
-std::string TypeOf(const Section& submodel)
-{
-    return Lowercase(submodel.WordOf("Submodel_type").Text());
-}
-
-/// The submodels that a model adds: name and mode.
-template <class Function>
-void ForAdded(const Model& model, Function function)
-{
-    const Section* const added = model.section->Child(Key::AddSubmodel);
-    for (size_t i = 0; added && i < added->rows.size(); ++i) {
-        if (added->rows[i].size() == 2) {
-            function(added->rows[i][0], added->rows[i][1]);
-        }
-    }
 }
 
 void CheckMode(const Model& model, const Word& mode, Report& report)
@@ -67,15 +44,15 @@ std::string NearestSubmodel(const Word& name, const Report& report)
         return {};
     }
     std::vector<std::string> known;
-    for (const Section* submodel : report.file.submodels) {
-        known.emplace_back(submodel->argument);
+    for (const Submodel& submodel : report.file.submodels) {
+        known.emplace_back(submodel.name);
     }
     return NearestName(name.Text(), known);
 }
 
 void AddedSubmodelsExist(const Model& model, Report& report)
 {
-    ForAdded(model, [&](const Word& name, const Word& mode) {
+    for (const auto& [name, mode] : model.submodels) {
         if (!report.file.FindSubmodel(name.Text())) {
             const std::string nearest = NearestSubmodel(name, report);
             report.Say(name.Place(),
@@ -84,150 +61,143 @@ void AddedSubmodelsExist(const Model& model, Report& report)
                        nearest.empty() ? "define it" : fmt::format("did you mean {}?", nearest));
         }
         CheckMode(model, mode, report);
-    });
+    }
 }
 
 /// A trigger that the pad never crosses.
 void TriggersAreWithinTheSupply(const Model& model, Report& report)
 {
     const double low = model.PulldownVolts(Corner::Typ), high = model.PullupVolts(Corner::Typ);
-    ForAdded(model, [&](const Word& name, const Word&) {
-        const Section* const submodel = report.file.FindSubmodel(name.Text());
-        const Section* const spec = submodel ? submodel->Child(Key::SubmodelSpec) : nullptr;
-        for (const char* trigger : {"V_trigger_r", "V_trigger_f"}) {
-            const Triple at = spec ? spec->CornersOf(trigger) : Triple{};
+    for (const AddedSubmodel& added : model.submodels) {
+        const Submodel* const submodel = report.file.FindSubmodel(added.name.Text());
+        if (!submodel) {
+            continue;
+        }
+        for (const auto& [trigger, at] : {std::pair("V_trigger_r", submodel->triggerRising),
+                                          std::pair("V_trigger_f", submodel->triggerFalling)}) {
             if (at.at.typ < low || at.at.typ > high) {
-                report.Count(
-                    fmt::format("{}/{}", name.Text(), trigger), at.place,
-                    fmt::format("{} of [Submodel] '{}' is {}; '{}' swings from {} to {}", trigger,
-                                name.Text(), Volts(at.at.typ), model.name, Volts(low), Volts(high)),
-                    "write a voltage that the pad crosses");
+                report.Count(fmt::format("{}/{}", submodel->name, trigger), at.place,
+                             fmt::format("{} of [Submodel] '{}' is {}; '{}' swings from {} to {}",
+                                         trigger, submodel->name, Volts(at.at.typ), model.name,
+                                         Volts(low), Volts(high)),
+                             "write a voltage that the pad crosses");
             }
         }
-    });
+    }
 }
 
-void SubmodelIsKnown(const Section& submodel, Report& report)
+void SubmodelIsKnown(const Submodel& submodel, Report& report)
 {
-    const Section* const first = report.file.FindSubmodel(submodel.argument);
-    if (first && first != &submodel && !submodel.argument.empty()) {
+    const Submodel* const first = report.file.FindSubmodel(submodel.name);
+    if (first && first != &submodel && !submodel.name.empty()) {
         report.Say(submodel.place,
-                   fmt::format("a second [Submodel] '{}'; the first is in line {}",
-                               submodel.argument, first->place.line),
+                   fmt::format("a second [Submodel] '{}'; the first is in line {}", submodel.name,
+                               first->place.line),
                    "rename the one or the other");
     }
-    const Word type = submodel.WordOf("Submodel_type");
-    if (!IsOneOf(type.Text(), {kClamp, kHold, kFallBack})) {
-        report.Say(
-            type ? type.Place() : submodel.place,
-            type ? fmt::format("Submodel_type of '{}' is '{}'", submodel.argument, type.Text())
-                 : fmt::format("[Submodel] '{}' has no Submodel_type", submodel.argument),
-            "write Dynamic_clamp, Bus_hold or Fall_back");
-    } else if (TypeOf(submodel) == kFallBack) {
+    const Word& type = submodel.typeWord;
+    if (submodel.type == SubmodelType::Unknown) {
+        report.Say(type ? type.Place() : submodel.place,
+                   type ? fmt::format("Submodel_type of '{}' is '{}'", submodel.name, type.Text())
+                        : fmt::format("[Submodel] '{}' has no Submodel_type", submodel.name),
+                   "write Dynamic_clamp, Bus_hold or Fall_back");
+    } else if (submodel.type == SubmodelType::FallBack) {
         report.SayIfNewer(Since(40), type.Place(), "Submodel_type Fall_back");
     }
 }
 
 /// Tables that a submodel of this type does not use.
-void SayUnused(const Section& submodel, std::initializer_list<Key> keys, Report& report)
+void SayUnused(const Submodel& submodel, std::initializer_list<Key> keys, Report& report)
 {
     for (const Key key : keys) {
-        if (const Section* const table = submodel.Child(key)) {
+        if (const Section* const table = submodel.section->Child(key)) {
             report.Say(Warning, table->place,
                        fmt::format("[{}] of [Submodel] '{}' is not used by its type {}",
-                                   KeywordOf(key).name, submodel.argument,
-                                   submodel.WordOf("Submodel_type").Text()),
+                                   KeywordOf(key).name, submodel.name, submodel.typeWord.Text()),
                        "remove it, or correct Submodel_type");
         }
     }
 }
 
-bool HasTrigger(const Section& submodel, const char* name)
-{
-    const Section* const spec = submodel.Child(Key::SubmodelSpec);
-    return spec && spec->Find(name);
-}
-
-void CheckClamp(const Section& submodel, Report& report)
+void CheckClamp(const Submodel& submodel, Report& report)
 {
     SayUnused(submodel,
               {Key::Pulldown, Key::Pullup, Key::Ramp, Key::RisingWaveform, Key::FallingWaveform},
               report);
-    if (!submodel.Child(Key::GndClamp) && !submodel.Child(Key::PowerClamp)) {
+    if (!submodel.section->Child(Key::GndClamp) && !submodel.section->Child(Key::PowerClamp)) {
         report.Say(submodel.place,
                    fmt::format("[Submodel] '{}' of type Dynamic_clamp has neither [GND Clamp] nor "
                                "[POWER Clamp]",
-                               submodel.argument),
+                               submodel.name),
                    "add the clamps");
     }
-    for (const auto& [pulse, clamp, trigger] :
-         {std::tuple{Key::GndPulseTable, Key::GndClamp, "V_trigger_f"},
-          {Key::PowerPulseTable, Key::PowerClamp, "V_trigger_r"}}) {
-        const Section* const table = submodel.Child(pulse);
-        if (table && (!submodel.Child(clamp) || !HasTrigger(submodel, trigger))) {
-            report.Say(
-                Warning, table->place,
-                fmt::format(
-                    "[{}] of [Submodel] '{}' stands without {}", KeywordOf(pulse).name,
-                    submodel.argument,
-                    submodel.Child(clamp) ? trigger : fmt::format("[{}]", KeywordOf(clamp).name)),
-                "add what it shifts and what starts it");
+    for (const auto& [pulse, clamp, trigger, volts] :
+         {std::tuple{Key::GndPulseTable, Key::GndClamp, "V_trigger_f", &submodel.triggerFalling},
+          {Key::PowerPulseTable, Key::PowerClamp, "V_trigger_r", &submodel.triggerRising}}) {
+        const Section* const table = submodel.section->Child(pulse);
+        if (table && (!submodel.section->Child(clamp) || !*volts)) {
+            report.Say(Warning, table->place,
+                       fmt::format("[{}] of [Submodel] '{}' stands without {}",
+                                   KeywordOf(pulse).name, submodel.name,
+                                   submodel.section->Child(clamp)
+                                       ? trigger
+                                       : fmt::format("[{}]", KeywordOf(clamp).name)),
+                       "add what it shifts and what starts it");
         }
     }
 }
 
 /// Of Bus_hold and Fall_back.
-void CheckTriggered(const Section& submodel, Report& report)
+void CheckTriggered(const Submodel& submodel, Report& report)
 {
-    const std::string of = fmt::format("[Submodel] '{}' of type {}", submodel.argument,
-                                       submodel.WordOf("Submodel_type").Text());
+    const std::string of =
+        fmt::format("[Submodel] '{}' of type {}", submodel.name, submodel.typeWord.Text());
     SayUnused(submodel, {Key::GndPulseTable, Key::PowerPulseTable, Key::GndClamp, Key::PowerClamp},
               report);
-    if (!submodel.Child(Key::Pulldown) && !submodel.Child(Key::Pullup)) {
+    if (!submodel.section->Child(Key::Pulldown) && !submodel.section->Child(Key::Pullup)) {
         report.Say(submodel.place, of + " has neither [Pulldown] nor [Pullup]", "add the tables");
     }
-    if (!submodel.Child(Key::Ramp)) {
+    if (!submodel.section->Child(Key::Ramp)) {
         report.Say(submodel.place, of + " has no [Ramp]", "add it");
     }
-    if (!HasTrigger(submodel, "V_trigger_r") && !HasTrigger(submodel, "V_trigger_f")) {
+    if (!submodel.triggerRising && !submodel.triggerFalling) {
         report.Say(submodel.place, of + " has neither V_trigger_r nor V_trigger_f",
                    "state them in [Submodel Spec]");
     }
 }
 
-void SubmodelHasItsTables(const Section& submodel, Report& report)
+void SubmodelHasItsTables(const Submodel& submodel, Report& report)
 {
-    if (TypeOf(submodel) == kClamp) {
+    if (submodel.type == SubmodelType::DynamicClamp) {
         CheckClamp(submodel, report);
-    } else if (IsOneOf(TypeOf(submodel), {kHold, kFallBack})) {
+    } else if (submodel.type != SubmodelType::Unknown) {
         CheckTriggered(submodel, report);
     }
 }
 
-void SubmodelSpecFits(const Section& submodel, Report& report)
+void SubmodelSpecFits(const Submodel& submodel, Report& report)
 {
-    const Section* const spec = submodel.Child(Key::SubmodelSpec);
+    const Section* const spec = submodel.spec;
     for (size_t i = 0; spec && i < spec->settings.size(); ++i) {
         const Setting& setting = spec->settings[i];
         if (TypIsNa(setting.Values())) {
             report.Say(setting.Place(),
                        fmt::format("{} of [Submodel] '{}' is NA as its typical value",
-                                   setting.known->name, submodel.argument),
+                                   setting.known->name, submodel.name),
                        "write the typical value");
         }
     }
-    const Setting* const delay = spec ? spec->Find("Off_delay") : nullptr;
-    if (delay && IsOneOf(TypeOf(submodel), {kClamp, kFallBack})) {
-        report.Say(
-            delay->Place(),
-            fmt::format("Off_delay of [Submodel] '{}' is for Bus_hold only", submodel.argument),
-            "remove it, or correct Submodel_type");
+    if (submodel.offDelay &&
+        (submodel.type == SubmodelType::DynamicClamp || submodel.type == SubmodelType::FallBack)) {
+        report.Say(submodel.offDelay.place,
+                   fmt::format("Off_delay of [Submodel] '{}' is for Bus_hold only", submodel.name),
+                   "remove it, or correct Submodel_type");
     }
 }
 
-void CheckPulse(const Section& submodel, const Curve& pulse, Report& report)
+void CheckPulse(const Submodel& submodel, const Curve& pulse, Report& report)
 {
-    const std::string name = fmt::format("[{}] of [Submodel] '{}'", pulse.title, submodel.argument);
+    const std::string name = fmt::format("[{}] of [Submodel] '{}'", pulse.title, submodel.name);
     const auto& rows = pulse.rows;
     for (size_t i = 1; i < rows.size(); ++i) {
         if (!(rows[i].x > rows[i - 1].x)) {
@@ -255,10 +225,10 @@ void CheckPulse(const Section& submodel, const Curve& pulse, Report& report)
     }
 }
 
-void PulsesAreWhole(const Section& submodel, Report& report)
+void PulsesAreWhole(const Submodel& submodel, Report& report)
 {
     for (const Key key : {Key::GndPulseTable, Key::PowerPulseTable}) {
-        if (const Section* const table = submodel.Child(key)) {
+        if (const Section* const table = submodel.section->Child(key)) {
             CheckPulse(submodel, table->curve, report);
         }
     }
@@ -268,13 +238,14 @@ void SubmodelsAreUsed(const IbisFile& file, Report& report)
 {
     std::unordered_set<std::string_view> used;
     for (const Model& model : file.models) {
-        ForAdded(model, [&](const Word& name, const Word&) { used.insert(name.Text()); });
+        for (const AddedSubmodel& added : model.submodels) {
+            used.insert(added.name.Text());
+        }
     }
-    for (const Section* submodel : file.submodels) {
-        if (!submodel->argument.empty() && !used.contains(submodel->argument)) {
-            report.Count(
-                "", submodel->place,
-                fmt::format("no [Add Submodel] names [Submodel] '{}'", submodel->argument));
+    for (const Submodel& submodel : file.submodels) {
+        if (!submodel.name.empty() && !used.contains(submodel.name)) {
+            report.Count("", submodel.place,
+                         fmt::format("no [Add Submodel] names [Submodel] '{}'", submodel.name));
         }
     }
 }
@@ -285,7 +256,7 @@ const Check<Model> kModelChecks[] = {
      AddedSubmodelsExist},
 };
 
-const Check<Section> kSubmodelChecks[] = {
+const Check<Submodel> kSubmodelChecks[] = {
     {{621, Error, Since(30), "A [Submodel] has a name of its own and a known type",
       "The types are Dynamic_clamp, Bus_hold and Fall_back.", "Submodel_type Bus_keeper"},
      SubmodelIsKnown},
@@ -303,8 +274,8 @@ const Check<Section> kSubmodelChecks[] = {
 
 void SubmodelSpecsFit(const IbisFile& file, Report& report)
 {
-    for (const Section* submodel : file.submodels) {
-        SubmodelSpecFits(*submodel, report);
+    for (const Submodel& submodel : file.submodels) {
+        SubmodelSpecFits(submodel, report);
     }
     for (const Model& model : file.models) {
         TriggersAreWithinTheSupply(model, report);
@@ -331,8 +302,8 @@ const RuleSet& SubmodelRules()
             for (const Model& model : file.models) {
                 TryAll(kModelChecks, model, file, findings);
             }
-            for (const Section* submodel : file.submodels) {
-                TryAll(kSubmodelChecks, *submodel, file, findings);
+            for (const Submodel& submodel : file.submodels) {
+                TryAll(kSubmodelChecks, submodel, file, findings);
             }
             TryAll(kFileChecks, file, file, findings);
         },

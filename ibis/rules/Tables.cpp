@@ -89,8 +89,8 @@ std::optional<Backwards> RunsBackwards(const IvTable& table)
 
 std::optional<ModelAtRest> ModelAtRest::Of(const Model& model)
 {
-    const bool moreAtWork = model.external || model.section->Child(Key::DriverSchedule) ||
-                            model.section->Child(Key::AddSubmodel);
+    const bool moreAtWork =
+        model.external || model.section->Child(Key::DriverSchedule) || !model.submodels.empty();
     if (model.type == ModelType::Unknown || moreAtWork || !ReferencesAreInOrder(model)) {
         return std::nullopt;
     }
