@@ -81,8 +81,7 @@ void FirBank::Extend(double dSample)
 void FirBank::Append(const double* pSamples, size_t iSamples)
 {
     for (size_t r = 0; r < m_pKernel->Lanes; ++r)
-        std::memcpy(m_pWindow.get() + r * m_iStride + m_iKnown + r, pSamples,
-                    iSamples * sizeof(double));
+        std::copy_n(pSamples, iSamples, m_pWindow.get() + r * m_iStride + m_iKnown + r);
     m_iKnown += iSamples;
     m_dLargest = GetLargestMagnitude(pSamples, iSamples, m_dLargest);
 }

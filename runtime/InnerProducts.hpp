@@ -36,7 +36,7 @@ inline constexpr size_t NumberOfInnerProductsVariants = 3;
 inline constexpr size_t MostInnerProductsLanes = 8;
 extern const InnerProductsVariant InnerProductsVariants[NumberOfInnerProductsVariants];
 
-/// The widest variant that this processor runs.
+/// The fastest variant that this processor runs: the widest, with one exception.
 const InnerProductsVariant& SelectInnerProducts();
 
 }  // namespace Vantor
