@@ -29,12 +29,12 @@ public:
             OfCorners(*circuit);
         }
         for (const Section* const board : file_.boards) {
-            OfRows(board->Child(Key::ReferenceDesignatorMap), Kind::Part);
+            OfRows(board->RowsOf(Key::ReferenceDesignatorMap), Kind::Part);
         }
         for (const Section* const emd : file_.emds) {
-            OfRows(emd->Child(Key::EmdParts), Kind::Part);
+            OfRows(emd->RowsOf(Key::EmdParts), Kind::Part);
             for (const Section* const group : emd->Children(Key::EmdGroup)) {
-                OfRows(group, Kind::Interconnect);
+                OfRows(group->rows, Kind::Interconnect);
             }
         }
         for (const Section* const set : file_.interconnectSets) {
@@ -60,7 +60,7 @@ private:
                             found ? std::optional(found->document.path) : std::nullopt, true});
         }
         for (const Section* const group : component.Children(Key::InterconnectModelGroup)) {
-            OfRows(group, Kind::Interconnect);
+            OfRows(group->rows, Kind::Interconnect);
         }
     }
 
@@ -85,10 +85,9 @@ private:
     }
 
     /// Rows of a name, a file and maybe more; NA or the file's own name stand for the file itself.
-    void OfRows(const Section* section, Kind kind)
+    void OfRows(const Rows& rows, Kind kind)
     {
-        for (size_t i = 0; section && i < section->rows.size(); ++i) {
-            const auto row = section->rows[i];
+        for (const auto row : rows) {
             if (row.size() > 1 && row[1] != "NA" &&
                 row[1] != file_.document.path.filename().native()) {
                 Add(kind, row[1]);

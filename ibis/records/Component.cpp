@@ -36,14 +36,12 @@ DiffPin ReadDiffPin(std::span<const Word> row)
 }
 
 template <class Record>
-std::vector<Record> ReadRows(const Section* section, Record (*read)(std::span<const Word>))
+std::vector<Record> ReadRows(const Rows& rows, Record (*read)(std::span<const Word>))
 {
     std::vector<Record> records;
-    if (section) {
-        records.reserve(section->rows.size());
-        for (size_t i = 0; i < section->rows.size(); ++i) {
-            records.push_back(read(section->rows[i]));
-        }
+    records.reserve(rows.size());
+    for (const auto row : rows) {
+        records.push_back(read(row));
     }
     return records;
 }
@@ -70,14 +68,14 @@ Component ReadComponent(const Section& section)
     component.section = &section;
     component.name = section.argument;
     component.place = section.place;
-    component.pins = ReadRows(section.Child(Key::Pin), ReadPin);
+    component.pins = ReadRows(section.RowsOf(Key::Pin), ReadPin);
     component.byName.resize(component.pins.size());
     std::iota(component.byName.begin(), component.byName.end(), 0U);
     std::stable_sort(component.byName.begin(), component.byName.end(),
                      [&](std::uint32_t a, std::uint32_t b) {
                          return component.pins[a].name.Text() < component.pins[b].name.Text();
                      });
-    component.diffPins = ReadRows(section.Child(Key::DiffPin), ReadDiffPin);
+    component.diffPins = ReadRows(section.RowsOf(Key::DiffPin), ReadDiffPin);
     return component;
 }
 

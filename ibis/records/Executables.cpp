@@ -19,6 +19,17 @@ std::vector<ExecutableLine> ExecutablesOf(const Model& model)
     return lines;
 }
 
+std::optional<AmiFile> AmiOf(const IbisFile& file, const ExecutableLine& line)
+{
+    const auto path = file.Beside(line.ami.Text());
+    Findings ofItsOwn("");
+    try {
+        return path ? std::optional(ReadAmiFile(*path, ofItsOwn)) : std::nullopt;
+    } catch (const FileError&) {
+        return std::nullopt;
+    }
+}
+
 bool IsThisPlatform(std::string_view platform)
 {
     const std::string name = Lowercase(platform);

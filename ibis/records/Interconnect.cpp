@@ -32,8 +32,8 @@ Interconnect ReadInterconnect(const Section& section)
         }
     }
     model.terminalCount = section.ValueOf("Number_of_terminals");
-    for (size_t i = 0; i < section.rows.size(); ++i) {
-        model.terminals.push_back(ReadTerminal(section.rows[i]));
+    for (const auto row : section.rows) {
+        model.terminals.push_back(ReadTerminal(row));
     }
     return model;
 }

@@ -109,11 +109,10 @@ void ReadSettings(const Section& section, Model& model)
     model.cCompGndClamp = section.CornersOf("C_comp_gnd_clamp");
 }
 
-std::vector<ScheduledDriver> ReadSchedule(const Section* section)
+std::vector<ScheduledDriver> ReadSchedule(const Rows& rows)
 {
     std::vector<ScheduledDriver> schedule;
-    for (size_t i = 0; section && i < section->rows.size(); ++i) {
-        const auto row = section->rows[i];
+    for (const auto row : rows) {
         ScheduledDriver driver{row[0], {}};
         std::copy_n(row.begin() + 1, std::min<size_t>(row.size() - 1, 4), driver.delays);
         schedule.push_back(driver);
@@ -151,10 +150,9 @@ void ReadChildren(const Section& section, Model& model)
             model.waveforms.push_back(ReadWaveform(child));
         }
     }
-    model.schedule = ReadSchedule(section.Child(Key::DriverSchedule));
-    const Section* const added = section.Child(Key::AddSubmodel);
-    for (size_t i = 0; added && i < added->rows.size(); ++i) {
-        if (const auto row = added->rows[i]; row.size() == 2) {
+    model.schedule = ReadSchedule(section.RowsOf(Key::DriverSchedule));
+    for (const auto row : section.RowsOf(Key::AddSubmodel)) {
+        if (row.size() == 2) {
             model.submodels.push_back({row[0], row[1]});
         }
     }

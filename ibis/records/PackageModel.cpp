@@ -22,8 +22,8 @@ Value NumberUnder(const Section& section, Key key)
 bool HoldsNamesOnly(const Section& pinNumbers, double count)
 {
     size_t words = 0;
-    for (size_t i = 0; i < pinNumbers.rows.size(); ++i) {
-        words += pinNumbers.rows[i].size();
+    for (const auto row : pinNumbers.rows) {
+        words += row.size();
     }
     return words != pinNumbers.rows.size() && static_cast<double>(words) == count;
 }
@@ -32,8 +32,7 @@ void ReadPins(PackageModel& model)
 {
     const Section& listed = *model.pinNumbers;
     const bool namesOnly = HoldsNamesOnly(listed, model.pinCount.value);
-    for (size_t i = 0; i < listed.rows.size(); ++i) {
-        const auto row = listed.rows[i];
+    for (const auto row : listed.rows) {
         if (namesOnly) {
             model.pins.insert(model.pins.end(), row.begin(), row.end());
         } else if (!model.pins.empty() && ContinuesPath(row)) {

@@ -27,9 +27,8 @@ PartPins::PartPins(const IbisFile& file, std::string_view component)
         names_.emplace_back(name);
         if (name == component) {
             isKnown_ = true;
-            const Section* const pins = section.Child(list);
-            for (size_t i = 0; pins && i < pins->rows.size(); ++i) {
-                pins_.insert(pins->rows[i][0].Text());
+            for (const auto row : section.RowsOf(list)) {
+                pins_.insert(row[0].Text());
             }
         }
     };

@@ -34,6 +34,13 @@ const Section* Section::Child(Key key) const
     return found == children.end() ? nullptr : &*found;
 }
 
+const Rows& Section::RowsOf(Key key) const
+{
+    static const Rows none;
+    const Section* const child = Child(key);
+    return child ? child->rows : none;
+}
+
 std::vector<const Section*> Section::Children(Key key) const
 {
     std::vector<const Section*> found;

@@ -58,6 +58,23 @@ public:
         const std::size_t end = row + 1 < starts_.size() ? starts_[row + 1] : words_.size();
         return std::span(words_).subspan(starts_[row], end - starts_[row]);
     }
+    /// For loops over all rows.
+    struct Iterator
+    {
+        const Rows* rows;
+        std::size_t row;
+
+        std::span<const Word> operator*() const { return (*rows)[row]; }
+        Iterator& operator++()
+        {
+            ++row;
+            return *this;
+        }
+        bool operator==(const Iterator& other) const { return row == other.row; }
+    };
+    Iterator begin() const { return {this, 0}; }
+    Iterator end() const { return {this, size()}; }
+
     void Add(std::span<const Word> words)
     {
         starts_.push_back(static_cast<std::uint32_t>(words_.size()));
@@ -165,6 +182,8 @@ struct Section
     const Section* Child(Key key) const;
     std::vector<const Section*> Children(Key key) const;
     const Setting* Find(std::string_view name) const;
+    /// The rows of a child; none where there is no such child.
+    const Rows& RowsOf(Key key) const;
 
     /// The argument's three corners, or of a sub-parameter's.
     Triple ArgumentCorners() const;

@@ -105,4 +105,17 @@ RuleSet MakeRuleSet(void (*run)(const IbisFile&, Findings&),
     return set;
 }
 
+/// The set of one table, tried on each of a file's records of one kind.
+template <auto records, const auto& checks>
+RuleSet MakeRuleSetOf()
+{
+    return MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
+            for (const auto& record : file.*records) {
+                TryAll(checks, record, file, findings);
+            }
+        },
+        checks);
+}
+
 }  // namespace ibis

@@ -6,16 +6,14 @@ namespace ibis {
 namespace {
 
 constexpr const RuleSet& (*kSets[])() = {
-    HeaderRules,        ComponentRules,     PinTableRules,
-    PairRules,          ReferenceRules,     SelectorRules,
-    ModelRules,         ModelValueRules,    ModelTypeRules,
-    SeriesRules,        CurveRules,         IvTableRules,
-    BufferRules,        RampRules,          WaveformRules,
-    WaveformShapeRules, SpecRules,          SubmodelRules,
-    ScheduleRules,      ExternalRules,      TestDataRules,
-    PackageModelRules,  PackageMatrixRules, PackagePhysicsRules,
-    BoardRules,         InterconnectRules,  InterconnectGroupRules,
-    ModuleRules,        AlgorithmicRules,
+    HeaderRules,         ComponentRules, PackageRules,      PinTableRules,
+    PairRules,           ReferenceRules, SelectorRules,     ModelRules,
+    ModelValueRules,     ModelTypeRules, SeriesRules,       CurveRules,
+    IvTableRules,        BufferRules,    RampRules,         WaveformRules,
+    WaveformShapeRules,  SpecRules,      SubmodelRules,     ScheduleRules,
+    ExternalRules,       TestDataRules,  PackageModelRules, PackageMatrixRules,
+    PackagePhysicsRules, BoardRules,     InterconnectRules, InterconnectGroupRules,
+    ModuleRules,         LibraryRules,   AlgorithmicRules,
 };
 
 }  // namespace

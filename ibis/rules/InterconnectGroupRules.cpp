@@ -28,9 +28,7 @@ Names NamesOf(const Component& component)
         names["bus_label"].insert(pin.signal.Text());
     }
     const auto add = [&](Key key, std::string_view qualifier, size_t from, size_t to) {
-        const Section* const table = component.section->Child(key);
-        for (size_t i = 0; table && i < table->rows.size(); ++i) {
-            const auto row = table->rows[i];
+        for (const auto row : component.section->RowsOf(key)) {
             for (size_t column = from; column < std::min(to, row.size()); ++column) {
                 names[qualifier].insert(row[column].Text());
             }
@@ -116,9 +114,9 @@ void TryOnComponent(const Component& component, const IbisFile& file, Findings& 
     Report terminals(RuleOf(752), file, findings), coverage(RuleOf(753), file, findings);
     for (const Section* const group : groups) {
         std::vector<InterconnectSet> sets;
-        for (size_t i = 0; i < group->rows.size(); ++i) {
-            if (auto set = FindSet(file, group->rows[i])) {
-                EntriesAreKnown(component, names, *set, group->rows[i][0], terminals);
+        for (const auto row : group->rows) {
+            if (auto set = FindSet(file, row)) {
+                EntriesAreKnown(component, names, *set, row[0], terminals);
                 sets.push_back(std::move(*set));
             }
         }

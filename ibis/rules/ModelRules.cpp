@@ -316,8 +316,8 @@ public:
                 Mix(word.Text());
             }
         }
-        for (size_t i = 0; i < section.rows.size(); ++i) {
-            for (const Word& word : section.rows[i]) {
+        for (const auto row : section.rows) {
+            for (const Word& word : row) {
                 Mix(word.Text());
             }
         }

@@ -365,13 +365,7 @@ const Check<Model> kChecks[] = {
 
 const RuleSet& ModelValueRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Model& model : file.models) {
-                TryAll(kChecks, model, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::models, kChecks>();
     return set;
 }
 

@@ -62,9 +62,7 @@ void DesignatorsResolve(const Module& module, Report& report)
 
 void VoltagesAreOfSignals(const Module& module, Report& report)
 {
-    const Section* const list = module.section->Child(Key::VoltageList);
-    for (size_t i = 0; list && i < list->rows.size(); ++i) {
-        const auto row = list->rows[i];
+    for (const auto row : module.section->RowsOf(Key::VoltageList)) {
         const bool known = module.signals.contains(row[0].Text());
         if (!known || row.size() < 2 || std::isnan(ValueOf(row[1].Text()))) {
             report.Count(fmt::format("{}/volts", module.name), row[0].Place(),
@@ -79,8 +77,7 @@ void VoltagesAreOfSignals(const Module& module, Report& report)
 void GroupsNameSets(const Module& module, Report& report)
 {
     for (const Section* const group : module.section->Children(Key::EmdGroup)) {
-        for (size_t i = 0; i < group->rows.size(); ++i) {
-            const auto row = group->rows[i];
+        for (const auto row : group->rows) {
             if (!FindSet(report.file, row)) {
                 report.Say(
                     row[0].Place(),
@@ -147,14 +144,13 @@ void ModuleIsComplete(const Module& module, Report& report)
 void TerminalsAreAtPins(const Module& module, Report& report)
 {
     for (const Section* const group : module.section->Children(Key::EmdGroup)) {
-        for (size_t i = 0; i < group->rows.size(); ++i) {
-            const auto set = FindSet(report.file, group->rows[i]);
+        for (const auto row : group->rows) {
+            const auto set = FindSet(report.file, row);
             for (const Interconnect& model : set ? set->models : std::vector<Interconnect>{}) {
                 for (const Terminal& terminal : model.terminals) {
                     if (terminal.qualifier == "pin_name" &&
                         !module.pins.contains(terminal.entry.Text())) {
-                        report.Count(fmt::format("{}/{}", group->place.line, i),
-                                     group->rows[i][0].Place(),
+                        report.Count(fmt::format("set/{}", row[0].Line()), row[0].Place(),
                                      fmt::format("set '{}' has a terminal at pin {}, which is in "
                                                  "neither [EMD Pin List] nor [Designator Pin List] "
                                                  "of '{}'",

@@ -146,13 +146,7 @@ const Check<PackageModel> kChecks[] = {
 
 const RuleSet& PackageMatrixRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const PackageModel& model : file.packageModels) {
-                TryAll(kChecks, model, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::packageModels, kChecks>();
     return set;
 }
 

@@ -165,9 +165,7 @@ void HasSectionsOrMatrices(const PackageModel& model, Report& report)
 /// Pins may be left out where others stand for them.
 bool IsMerged(const PackageModel& model, std::string_view pin)
 {
-    const Section* const merged = model.section->Child(Key::MergedPins);
-    for (size_t i = 0; merged && i < merged->rows.size(); ++i) {
-        const auto row = merged->rows[i];
+    for (const auto row : model.section->RowsOf(Key::MergedPins)) {
         if (std::any_of(row.begin(), row.end(), [pin](const Word& word) { return word == pin; })) {
             return true;
         }

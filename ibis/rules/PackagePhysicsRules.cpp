@@ -235,13 +235,7 @@ const Check<PackageModel> kChecks[] = {
 
 const RuleSet& PackagePhysicsRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const PackageModel& model : file.packageModels) {
-                TryAll(kChecks, model, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::packageModels, kChecks>();
     return set;
 }
 

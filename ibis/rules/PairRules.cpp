@@ -201,13 +201,7 @@ const Check<Component> kChecks[] = {
 
 const RuleSet& PairRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Component& component : file.components) {
-                TryAll(kChecks, component, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::components, kChecks>();
     return set;
 }
 

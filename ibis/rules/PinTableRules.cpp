@@ -17,14 +17,14 @@ using enum Severity;
 void MappingNamesEachPinOnce(const Component& component, Report& report)
 {
     std::set<std::string_view> seen;
-    ForRows(component, Key::PinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::PinMapping)) {
         if (IsPin(component, row[0], "Pin Mapping", report) && !seen.insert(row[0].Text()).second) {
             report.Say(row[0].Place(),
                        fmt::format("pin {} of '{}' stands in [Pin Mapping] twice", row[0].Text(),
                                    component.name),
                        "give each pin one row");
         }
-    });
+    }
     const Section* const section = component.section->Child(Key::PinMapping);
     if (!section) {
         return;
@@ -43,20 +43,20 @@ void MappingNamesEachPinOnce(const Component& component, Report& report)
 std::set<std::string_view> SuppliedLabels(const Component& component)
 {
     std::set<std::string_view> labels;
-    ForRows(component, Key::PinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::PinMapping)) {
         const Pin* const pin = component.FindPin(row[0].Text());
         if (pin && (pin->model == "POWER" || pin->model == "GND")) {
             for (const Word& word : row.subspan(1)) {
                 labels.insert(word.Text());
             }
         }
-    });
+    }
     for (const Key key : {Key::BusLabel, Key::DieSupplyPads}) {
-        ForRows(component, key, [&](std::span<const Word> row) {
+        for (const auto row : component.section->RowsOf(key)) {
             for (const Word& word : row) {
                 labels.insert(word.Text());
             }
-        });
+        }
     }
     return labels;
 }
@@ -64,10 +64,10 @@ std::set<std::string_view> SuppliedLabels(const Component& component)
 void LabelsAreSupplied(const Component& component, Report& report)
 {
     const std::set<std::string_view> supplied = SuppliedLabels(component);
-    ForRows(component, Key::PinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::PinMapping)) {
         const Pin* const pin = component.FindPin(row[0].Text());
         if (!pin || pin->model == "POWER" || pin->model == "GND") {
-            return;
+            continue;
         }
         for (const Word& label : row.subspan(1)) {
             if (label != "NC" && !supplied.contains(label.Text())) {
@@ -79,16 +79,16 @@ void LabelsAreSupplied(const Component& component, Report& report)
                     "give the label to a supply pin, or correct its spelling");
             }
         }
-    });
+    }
 }
 
 /// Column 1 of a supply pin's row is for grounds, column 2 for supplies.
 void SupplyColumnsFit(const Component& component, Report& report)
 {
-    ForRows(component, Key::PinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::PinMapping)) {
         const Pin* const pin = component.FindPin(row[0].Text());
         if (!pin || row.size() < 3) {
-            return;
+            continue;
         }
         const bool ground = pin->model == "GND" && row[1] == "NC" && row[2] != "NC";
         const bool power = pin->model == "POWER" && row[2] == "NC" && row[1] != "NC";
@@ -100,13 +100,13 @@ void SupplyColumnsFit(const Component& component, Report& report)
                             ground ? "pullup_ref" : "pulldown_ref"),
                 ground ? "write grounds under pulldown_ref" : "write supplies under pullup_ref");
         }
-    });
+    }
 }
 
 void LabelsAreShort(const Component& component, Report& report)
 {
     const size_t most = report.file.GetVersion() >= 70 ? 40 : 15;
-    ForRows(component, Key::PinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::PinMapping)) {
         for (const Word& label : row.subspan(1)) {
             if (label.Text().size() > most) {
                 report.Count(std::to_string(component.place.line), label.Place(),
@@ -115,7 +115,7 @@ void LabelsAreShort(const Component& component, Report& report)
                              "choose a shorter label");
             }
         }
-    });
+    }
 }
 
 void SupplyTablesFit(const Component& component, Report& report)
@@ -128,7 +128,7 @@ void SupplyTablesFit(const Component& component, Report& report)
     }
     for (const Key key : {Key::BusLabel, Key::DieSupplyPads}) {
         std::set<std::string_view> seen;
-        ForRows(component, key, [&](std::span<const Word> row) {
+        for (const auto row : component.section->RowsOf(key)) {
             const std::string_view table = KeywordOf(key).name;
             if (!seen.insert(row[0].Text()).second) {
                 report.Say(
@@ -142,16 +142,16 @@ void SupplyTablesFit(const Component& component, Report& report)
                                 table, component.name, row[1].Text()),
                     "name the signal of a supply pin");
             }
-        });
+        }
     }
 }
 
 void SeriesPinsFit(const Component& component, Report& report)
 {
-    ForRows(component, Key::SeriesPinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::SeriesPinMapping)) {
         if (row.size() < 3 || !IsPin(component, row[0], "Series Pin Mapping", report) ||
             !IsPin(component, row[1], "Series Pin Mapping", report)) {
-            return;
+            continue;
         }
         const Model* const model = report.file.FindModel(row[2].Text());
         const bool isSeries =
@@ -167,7 +167,7 @@ void SeriesPinsFit(const Component& component, Report& report)
                                   component.name, row[2].Text()),
                 "name a model of type Series or Series_switch");
         }
-    });
+    }
 }
 
 void SeriesModelsAreNotPins(const Component& component, Report& report)
@@ -187,13 +187,13 @@ void SeriesModelsAreNotPins(const Component& component, Report& report)
 void SwitchGroupsFit(const Component& component, Report& report)
 {
     std::set<std::string_view> groups;
-    ForRows(component, Key::SeriesPinMapping, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::SeriesPinMapping)) {
         if (row.size() > 3) {
             groups.insert(row[3].Text());
         }
-    });
+    }
     std::span<const Word> last;
-    ForRows(component, Key::SeriesSwitchGroups, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::SeriesSwitchGroups)) {
         last = row;
         for (const Word& word : row) {
             if (word != "On" && word != "Off" && word != "/" && !groups.contains(word.Text())) {
@@ -206,7 +206,7 @@ void SwitchGroupsFit(const Component& component, Report& report)
                     "name a function table group of [Series Pin Mapping]");
             }
         }
-    });
+    }
     if (!last.empty() && last.back() != "/") {
         report.Say(last.back().Place(),
                    fmt::format("[Series Switch Groups] of '{}' does not end in /", component.name),
@@ -220,7 +220,7 @@ void RepeaterPinsFit(const Component& component, Report& report)
         return std::any_of(component.diffPins.begin(), component.diffPins.end(),
                            [&](const DiffPin& pair) { return pair.pin == pin.Text(); });
     };
-    ForRows(component, Key::RepeaterPin, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::RepeaterPin)) {
         for (size_t i = 0; i < std::min<size_t>(row.size(), 2); ++i) {
             const Model* const model = ModelOf(report.file, component.FindPin(row[i].Text()));
             const bool fits = model && model->algorithmic &&
@@ -240,16 +240,16 @@ void RepeaterPinsFit(const Component& component, Report& report)
                     "the receiver's pin comes first, the transmitter's second");
             }
         }
-    });
+    }
 }
 
 void ClockPinsFit(const Component& component, Report& report)
 {
-    ForRows(component, Key::ClockPins, [&](std::span<const Word> row) {
+    for (const auto row : component.section->RowsOf(Key::ClockPins)) {
         for (const Word& pin : row.first(std::min<size_t>(row.size(), 2))) {
             IsPin(component, pin, "Clock Pins", report);
         }
-    });
+    }
 }
 
 const Check<Component> kChecks[] = {
@@ -299,13 +299,7 @@ const Check<Component> kChecks[] = {
 
 const RuleSet& PinTableRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Component& component : file.components) {
-                TryAll(kChecks, component, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::components, kChecks>();
     return set;
 }
 

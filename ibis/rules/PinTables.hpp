@@ -1,22 +1,9 @@
 #pragma once
 
-#include <span>
-
 #include "ibis/rules/Check.hpp"
 
 /// What the rules on the tables of a component share.
 namespace ibis {
-
-/// The rows of one of a component's tables, if it has it.
-template <class Function>
-void ForRows(const Component& component, Key key, Function function)
-{
-    if (const Section* const section = component.section->Child(key)) {
-        for (size_t i = 0; i < section->rows.size(); ++i) {
-            function(section->rows[i]);
-        }
-    }
-}
 
 /// True for a pin of the component; otherwise it is reported, once for each table.
 bool IsPin(const Component& component, const Word& word, const char* table, Report& report);

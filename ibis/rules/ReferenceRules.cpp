@@ -37,8 +37,8 @@ void AlternatePackagesFit(const Component& component, Report& report)
                    "name the first of them in [Package Model]");
     }
     std::set<std::string_view> seen;
-    for (size_t i = 0; i < section->rows.size(); ++i) {
-        const Word& name = section->rows[i][0];
+    for (const auto row : section->rows) {
+        const Word& name = row[0];
         if (!seen.insert(name.Text()).second) {
             report.Say(name.Place(),
                        fmt::format("[Alternate Package Models] of '{}' has {} twice",
@@ -52,8 +52,7 @@ void AlternatePackagesFit(const Component& component, Report& report)
 void InterconnectSetsExist(const Component& component, Report& report)
 {
     for (const Section* group : component.section->Children(Key::InterconnectModelGroup)) {
-        for (size_t i = 0; i < group->rows.size(); ++i) {
-            const auto row = group->rows[i];
+        for (const auto row : group->rows) {
             const bool here = row.size() < 2 || row[1] == "NA";
             const bool known = std::any_of(
                 report.file.interconnectSets.begin(), report.file.interconnectSets.end(),
@@ -117,13 +116,7 @@ const Check<Component> kChecks[] = {
 
 const RuleSet& ReferenceRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Component& component : file.components) {
-                TryAll(kChecks, component, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::components, kChecks>();
     return set;
 }
 

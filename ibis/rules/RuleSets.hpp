@@ -7,7 +7,8 @@ namespace ibis {
 
 const RuleSet& HeaderRules();  ///< 150-159: [IBIS Ver], [File Name] and what else stands before the
                                ///< first component
-const RuleSet& ComponentRules();  ///< 200-249: components with their pins and packages
+const RuleSet& ComponentRules();  ///< 200-215: components with their pins
+const RuleSet& PackageRules();    ///< 202-206: [Package]
 const RuleSet& PinTableRules();   ///< 220-239: the tables that refer to pins
 const RuleSet& PairRules();       ///< 230-233: [Diff Pin]
 const RuleSet& ReferenceRules();  ///< 240-243: what a component refers to by name
@@ -34,6 +35,7 @@ const RuleSet& BoardRules();           ///< 740-745: board descriptions
 const RuleSet& InterconnectRules();    ///< 750-754: interconnect model sets
 const RuleSet& InterconnectGroupRules();  ///< 752, 753: the sets that a component uses
 const RuleSet& ModuleRules();             ///< 760, 761: module descriptions
+const RuleSet& LibraryRules();            ///< 803, 805, 809: the files that it names
 const RuleSet& AlgorithmicRules();        ///< 800-809: [Algorithmic Model]
 
 }  // namespace ibis

@@ -36,8 +36,8 @@ void SelectedModelsExist(const ModelSelector& selector, Report& report)
                    "list the models to select from");
     }
     std::set<std::string_view> seen;
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const Word& model = rows[i][0];
+    for (const auto row : rows) {
+        const Word& model = row[0];
         const bool isOther =
             report.file.FindSelector(model.Text()) || report.file.FindSubmodel(model.Text());
         if (!report.file.FindModel(model.Text())) {
@@ -58,13 +58,13 @@ void SelectedModelsAreAlike(const ModelSelector& selector, Report& report)
 {
     const Rows& rows = selector.section->rows;
     const Model* const first = rows.empty() ? nullptr : report.file.FindModel(rows[0][0].Text());
-    for (size_t i = 0; i < rows.size(); ++i) {
-        const Model* const model = report.file.FindModel(rows[i][0].Text());
+    for (const auto row : rows) {
+        const Model* const model = report.file.FindModel(row[0].Text());
         const std::string key = std::to_string(selector.place.line);
-        if (rows[i].size() < 2) {
-            report.Count(key + "/text", rows[i][0].Place(),
+        if (row.size() < 2) {
+            report.Count(key + "/text", row[0].Place(),
                          fmt::format("model '{}' has no description in [Model Selector] '{}'",
-                                     rows[i][0].Text(), selector.name),
+                                     row[0].Text(), selector.name),
                          "say in a few words what the model stands for");
         }
         if (!first || !model || first->type == ModelType::Unknown ||
@@ -73,7 +73,7 @@ void SelectedModelsAreAlike(const ModelSelector& selector, Report& report)
         }
         const TypeTraits &a = first->Traits(), &b = model->Traits();
         if (a.receives != b.receives && a.drives != b.drives) {
-            report.Count(key + "/type", rows[i][0].Place(),
+            report.Count(key + "/type", row[0].Place(),
                          fmt::format("[Model Selector] '{}' offers '{}' ({}) and '{}' ({})",
                                      selector.name, first->name, a.name, model->name, b.name),
                          "select between models of the same direction");
@@ -98,22 +98,22 @@ const Check<ModelSelector> kChecks[] = {
 std::unordered_set<std::string_view> UsedModels(const IbisFile& file)
 {
     std::unordered_set<std::string_view> used;
-    const auto addColumn = [&](const Section* section, size_t column) {
-        for (size_t i = 0; section && i < section->rows.size(); ++i) {
-            if (column < section->rows[i].size()) {
-                used.insert(section->rows[i][column].Text());
+    const auto addColumn = [&](const Rows& rows, size_t column) {
+        for (const auto row : rows) {
+            if (column < row.size()) {
+                used.insert(row[column].Text());
             }
         }
     };
     for (const Component& component : file.components) {
-        addColumn(component.section->Child(Key::Pin), 2);
-        addColumn(component.section->Child(Key::SeriesPinMapping), 2);
+        addColumn(component.section->RowsOf(Key::Pin), 2);
+        addColumn(component.section->RowsOf(Key::SeriesPinMapping), 2);
     }
     for (const ModelSelector& selector : file.selectors) {
-        addColumn(selector.section, 0);
+        addColumn(selector.section->rows, 0);
     }
     for (const Model& model : file.models) {
-        addColumn(model.section->Child(Key::DriverSchedule), 0);
+        addColumn(model.section->RowsOf(Key::DriverSchedule), 0);
     }
     for (const auto* sections : {&file.testData, &file.testLoads}) {
         for (const Section* section : *sections) {

@@ -177,13 +177,7 @@ const Check<Model> kChecks[] = {
 
 const RuleSet& SeriesRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Model& model : file.models) {
-                TryAll(kChecks, model, file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::models, kChecks>();
     return set;
 }
 

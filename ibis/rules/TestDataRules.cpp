@@ -100,22 +100,19 @@ void TestLoadFits(const Section& load, Report& report)
 void CheckEmissionPins(const Component& component, const Section& emission, Report& report)
 {
     std::set<std::string_view> used;
-    const Section* const pins = emission.Child(Key::PinEmi);
-    for (size_t i = 0; pins && i < pins->rows.size(); ++i) {
-        const auto row = pins->rows[i];
+    for (const auto row : emission.RowsOf(Key::PinEmi)) {
         if (!component.FindPin(row[0].Text())) {
-            report.Count(std::to_string(pins->place.line), row[0].Place(),
+            report.Count(fmt::format("{}/pins", emission.place.line), row[0].Place(),
                          fmt::format("[Pin EMI] of '{}' names the pin {}, which is not in [Pin]",
                                      component.name, row[0].Text()),
                          "name a pin of the component");
         }
         used.insert(row.size() > 1 ? row[1].Text() : "NA");
     }
-    const Section* const domains = emission.Child(Key::PinDomainEmi);
-    for (size_t i = 0; pins && domains && i < domains->rows.size(); ++i) {
-        const Word& domain = domains->rows[i][0];
-        if (!used.contains(domain.Text())) {
-            report.Count(Note, std::to_string(domains->place.line), domain.Place(),
+    for (const auto row : emission.RowsOf(Key::PinDomainEmi)) {
+        const Word& domain = row[0];
+        if (emission.Child(Key::PinEmi) && !used.contains(domain.Text())) {
+            report.Count(Note, fmt::format("{}/domains", emission.place.line), domain.Place(),
                          fmt::format("[Pin Domain EMI] of '{}' has the domain {}, which no pin of "
                                      "[Pin EMI] is of",
                                      component.name, domain.Text()),
