@@ -49,8 +49,8 @@ void Findings::Add(const Rule& rule, Severity severity, Place place, std::string
         return;
     }
     last_[rule.number] = all_.size();
-    all_.push_back({rule.number, severity, file_, place, base::ErrorLine(text),
-                    base::ErrorLine(remedy)});
+    all_.push_back(
+        {rule.number, severity, file_, place, base::ErrorLine(text), base::ErrorLine(remedy)});
 }
 
 void Findings::Count(const Rule& rule, Severity severity, std::string_view key, Place place,

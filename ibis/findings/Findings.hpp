@@ -52,6 +52,13 @@ public:
 
     bool Has(int number) const { return ofRule_.contains(number); }
 
+    /// A further finding of the rule would be kept, not only counted.
+    bool Keeps(int number) const
+    {
+        const auto found = ofRule_.find(number);
+        return found == ofRule_.end() || found->second < kMostOfARule;
+    }
+
 private:
     struct Repeats
     {

@@ -54,7 +54,7 @@ private:
     void OfComponent(const Section& component)
     {
         const Section* const package = component.Child(Key::PackageModel);
-        if (package && !package->arguments.empty() && !PackageModelIn(file_, package->argument)) {
+        if (package && !package->arguments.empty() && !file_.FindPackageModel(package->argument)) {
             const IbisFile* const found = file_.neighbours->FindPackageFile(package->argument);
             all_.push_back({Kind::PackageModel, package->arguments[0],
                             found ? std::optional(found->document.path) : std::nullopt, true});

@@ -7,8 +7,8 @@ namespace ibis {
 namespace {
 
 template <class Records>
-auto Find(Records& records, const std::unordered_map<std::string_view, std::size_t>& byName,
-          std::string_view name) -> decltype(&records[0])
+auto FindIn(Records& records, const std::unordered_map<std::string_view, std::size_t>& byName,
+            std::string_view name) -> decltype(&records[0])
 {
     const auto found = byName.find(name);
     return found == byName.end() ? nullptr : &records[found->second];
@@ -16,8 +16,10 @@ auto Find(Records& records, const std::unordered_map<std::string_view, std::size
 
 void ReadOutermost(const Section& section, IbisFile& file)
 {
+    file.othersByName.try_emplace({section.keyword->key, section.argument}, &section);
     switch (section.keyword->key) {
         case Key::Component:
+            file.componentsByName.try_emplace(section.argument, file.components.size());
             file.components.push_back(ReadComponent(section));
             break;
         case Key::ModelSelector:
@@ -36,6 +38,7 @@ void ReadOutermost(const Section& section, IbisFile& file)
             file.submodels.push_back(ReadSubmodel(section));
             break;
         case Key::DefinePackageModel:
+            file.packageModelsByName.try_emplace(section.argument, file.packageModels.size());
             file.packageModels.push_back(ReadPackageModel(section));
             break;
         case Key::ExternalCircuit:
@@ -56,11 +59,8 @@ void ReadOutermost(const Section& section, IbisFile& file)
         case Key::BeginEmd:
             file.emds.push_back(&section);
             for (const Section* const set : section.Children(Key::EmdSet)) {
-                file.emdSets.push_back(set);
+                file.othersByName.try_emplace({Key::EmdSet, set->argument}, set);
             }
-            break;
-        case Key::EmdSet:
-            file.emdSets.push_back(&section);
             break;
         default:
             break;
@@ -69,19 +69,35 @@ void ReadOutermost(const Section& section, IbisFile& file)
 
 }  // namespace
 
+const Component* IbisFile::FindComponent(std::string_view name) const
+{
+    return FindIn(components, componentsByName, name);
+}
+
+const PackageModel* IbisFile::FindPackageModel(std::string_view name) const
+{
+    return FindIn(packageModels, packageModelsByName, name);
+}
+
+const Section* IbisFile::Find(Key key, std::string_view name) const
+{
+    const auto found = othersByName.find({key, name});
+    return found == othersByName.end() ? nullptr : found->second;
+}
+
 const Model* IbisFile::FindModel(std::string_view name) const
 {
-    return Find(models, modelsByName, name);
+    return FindIn(models, modelsByName, name);
 }
 
 const ModelSelector* IbisFile::FindSelector(std::string_view name) const
 {
-    return Find(selectors, selectorsByName, name);
+    return FindIn(selectors, selectorsByName, name);
 }
 
 const Submodel* IbisFile::FindSubmodel(std::string_view name) const
 {
-    return Find(submodels, submodelsByName, name);
+    return FindIn(submodels, submodelsByName, name);
 }
 
 IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings)

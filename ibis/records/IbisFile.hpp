@@ -1,12 +1,15 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "ibis/findings/Findings.hpp"
+#include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/SectionReader.hpp"
 #include "ibis/records/Component.hpp"
 #include "ibis/records/Model.hpp"
@@ -35,7 +38,7 @@ struct IbisFile
     std::vector<PackageModel> packageModels;
     std::vector<Submodel> submodels;
     std::vector<const Section*> externalCircuits, testData, testLoads, boards, interconnectSets,
-        emds, emdSets;
+        emds;
     std::shared_ptr<Neighbours> neighbours;  ///< never null; what stands beside it, read when
                                              ///< asked for
 
@@ -49,16 +52,21 @@ struct IbisFile
     std::filesystem::path Folder() const { return document.path.parent_path(); }
 
     /// The first of this name, or null; case counts, as in the standard.
+    const Component* FindComponent(std::string_view name) const;
     const Model* FindModel(std::string_view name) const;
     const ModelSelector* FindSelector(std::string_view name) const;
     const Submodel* FindSubmodel(std::string_view name) const;
+    const PackageModel* FindPackageModel(std::string_view name) const;
+    /// Of other keywords with a name: [External Circuit], [Test Load], sets, boards, modules.
+    const Section* Find(Key key, std::string_view name) const;
 
     IbisFile() = default;
     IbisFile(IbisFile&&) = default;
     IbisFile& operator=(IbisFile&&) = default;
 
-    std::unordered_map<std::string_view, std::size_t> modelsByName, selectorsByName,
-        submodelsByName;
+    std::unordered_map<std::string_view, std::size_t> componentsByName, modelsByName,
+        selectorsByName, submodelsByName, packageModelsByName;
+    std::map<std::pair<Key, std::string_view>, const Section*> othersByName;
     std::unordered_set<std::string_view> scheduled;  ///< models that a [Driver Schedule] names
 };
 

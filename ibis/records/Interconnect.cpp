@@ -56,11 +56,9 @@ std::optional<InterconnectSet> FindSet(const IbisFile& file, std::span<const Wor
     if (!holder) {
         return std::nullopt;
     }
-    for (const auto* const sets : {&holder->interconnectSets, &holder->emdSets}) {
-        for (const Section* const set : *sets) {
-            if (set->argument == row[0].Text()) {
-                return ReadInterconnectSet(*set);
-            }
+    for (const Key key : {Key::InterconnectModelSet, Key::EmdSet}) {
+        if (const Section* const set = holder->Find(key, row[0].Text())) {
+            return ReadInterconnectSet(*set);
         }
     }
     return std::nullopt;

@@ -47,28 +47,20 @@ const IbisFile* Neighbours::FindPackageFile(std::string_view name)
 {
     for (const fs::path& path : PackageFiles()) {
         const IbisFile* const file = Read(path.filename().native());
-        if (file && PackageModelIn(*file, name)) {
+        if (file && file->FindPackageModel(name)) {
             return file;
         }
     }
     return nullptr;
 }
 
-const PackageModel* PackageModelIn(const IbisFile& file, std::string_view name)
-{
-    const auto found =
-        std::find_if(file.packageModels.begin(), file.packageModels.end(),
-                     [name](const PackageModel& model) { return model.name == name; });
-    return found == file.packageModels.end() ? nullptr : &*found;
-}
-
 const PackageModel* FindPackageModel(const IbisFile& file, std::string_view name)
 {
-    if (const PackageModel* const own = PackageModelIn(file, name)) {
+    if (const PackageModel* const own = file.FindPackageModel(name)) {
         return own;
     }
     const IbisFile* const other = file.neighbours->FindPackageFile(name);
-    return other ? PackageModelIn(*other, name) : nullptr;
+    return other ? other->FindPackageModel(name) : nullptr;
 }
 
 }  // namespace ibis

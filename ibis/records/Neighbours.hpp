@@ -42,10 +42,7 @@ private:
     std::optional<std::vector<std::filesystem::path>> packageFiles_;
 };
 
-/// The [Define Package Model] of this name in a file, or null.
-const PackageModel* PackageModelIn(const IbisFile& file, std::string_view name);
-
-/// The same in the file itself, else in any .pkg beside it, or null.
+/// The [Define Package Model] of this name in the file itself, else in any .pkg beside it, or null.
 /// It lives as long as the file.
 const PackageModel* FindPackageModel(const IbisFile& file, std::string_view name);
 

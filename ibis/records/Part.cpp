@@ -21,26 +21,38 @@ const IbisFile* FileOf(const Part& part, const IbisFile& own)
                : own.neighbours->Read(part.file.Text());
 }
 
-PartPins::PartPins(const IbisFile& file, std::string_view component)
+PartPins::PartPins(const IbisFile& file, std::string_view name)
+    : component_(file.FindComponent(name))
 {
-    const auto consider = [&](std::string_view name, const Section& section, Key list) {
-        names_.emplace_back(name);
-        if (name == component) {
-            isKnown_ = true;
-            for (const auto row : section.RowsOf(list)) {
+    for (const auto& [key, list] : {std::pair(Key::BeginBoardDescription, Key::PinList),
+                                    std::pair(Key::BeginEmd, Key::EmdPinList)}) {
+        const Section* const found = component_ || other_ ? nullptr : file.Find(key, name);
+        if (found) {
+            other_ = found;
+            for (const auto row : found->RowsOf(list)) {
                 pins_.insert(row[0].Text());
             }
         }
-    };
-    for (const Component& one : file.components) {
-        consider(one.name, *one.section, Key::Pin);
     }
-    for (const Section* const board : file.boards) {
-        consider(board->argument, *board, Key::PinList);
+}
+
+bool PartPins::Has(std::string_view pin) const
+{
+    return component_ ? component_->FindPin(pin) != nullptr : pins_.contains(pin);
+}
+
+std::vector<std::string> PartNames(const IbisFile& file)
+{
+    std::vector<std::string> names;
+    for (const Component& component : file.components) {
+        names.emplace_back(component.name);
     }
-    for (const Section* const module : file.emds) {
-        consider(module->argument, *module, Key::EmdPinList);
+    for (const auto* const sections : {&file.boards, &file.emds}) {
+        for (const Section* const section : *sections) {
+            names.emplace_back(section->argument);
+        }
     }
+    return names;
 }
 
 }  // namespace ibis

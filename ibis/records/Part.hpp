@@ -9,6 +9,7 @@
 
 namespace ibis {
 
+struct Component;
 struct IbisFile;
 
 /// A row of [Reference Designator Map] or [EMD Parts]: the component's name is the rest of its
@@ -28,17 +29,18 @@ const IbisFile* FileOf(const Part& part, const IbisFile& own);
 class PartPins
 {
 public:
-    PartPins(const IbisFile& file, std::string_view component);
+    PartPins(const IbisFile& file, std::string_view name);
 
-    bool IsKnown() const { return isKnown_; }
-    bool Has(std::string_view pin) const { return pins_.contains(pin); }
-    /// All that could have been named in the file.
-    const std::vector<std::string>& Names() const { return names_; }
+    bool IsKnown() const { return component_ || other_; }
+    bool Has(std::string_view pin) const;
 
 private:
-    bool isKnown_ = false;
-    std::unordered_set<std::string_view> pins_;
-    std::vector<std::string> names_;
+    const Component* component_ = nullptr;
+    const Section* other_ = nullptr;
+    std::unordered_set<std::string_view> pins_;  ///< of the other
 };
+
+/// All that could be a part of another file's board or module.
+std::vector<std::string> PartNames(const IbisFile& file);
 
 }  // namespace ibis

@@ -124,6 +124,7 @@ void PathsAreWellFormed(const Board& board, Report& report)
 std::vector<std::vector<Word>> PinsOfParts(const Board& board, Report& report)
 {
     std::vector<std::vector<Word>> pins(board.parts.size());
+    std::unordered_set<std::string_view> told;
     std::vector<std::string> known;
     for (const Part& part : board.parts) {
         known.push_back(part.name.String());
@@ -140,7 +141,9 @@ std::vector<std::vector<Word>> PinsOfParts(const Board& board, Report& report)
                 pins[part->second].push_back(element.word);
                 continue;
             }
-            const std::string nearest = NearestName(node.substr(0, dot), known);
+            const bool isNew = told.insert(node.substr(0, dot)).second;
+            const std::string nearest =
+                isNew && report.IsHeard() ? NearestName(node.substr(0, dot), known) : "";
             report.Count(
                 fmt::format("{}/{}", board.name, node.substr(0, dot)), element.word.Place(),
                 fmt::format("{} is not in [Reference Designator Map]", node.substr(0, dot)),

@@ -53,6 +53,9 @@ public:
     /// Another rule has spoken about this file: what may only follow from it is better left unsaid.
     bool Has(int number) const { return findings_.Has(number); }
 
+    /// A further finding would be kept: words that take a search are worth it.
+    bool IsHeard() const { return findings_.Keeps(rule_.number); }
+
     const IbisFile& file;  ///< in which a rule may look other records up
 
 private:

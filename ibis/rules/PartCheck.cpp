@@ -17,7 +17,8 @@ void CheckPart(const Part& part, const std::vector<Word>& pins, Severity severit
     }
     const PartPins known(*file, part.component);
     if (!known.IsKnown()) {
-        const std::string nearest = NearestName(part.component, known.Names());
+        const std::string nearest =
+            report.IsHeard() ? NearestName(part.component, PartNames(*file)) : "";
         report.Say(
             severity, part.name.Place(),
             fmt::format("{} has no component '{}'", part.file.Text(), part.component),

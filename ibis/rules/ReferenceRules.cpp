@@ -54,10 +54,7 @@ void InterconnectSetsExist(const Component& component, Report& report)
     for (const Section* group : component.section->Children(Key::InterconnectModelGroup)) {
         for (const auto row : group->rows) {
             const bool here = row.size() < 2 || row[1] == "NA";
-            const bool known = std::any_of(
-                report.file.interconnectSets.begin(), report.file.interconnectSets.end(),
-                [&](const Section* set) { return set->argument == row[0].Text(); });
-            if (here && !known) {
+            if (here && !report.file.Find(Key::InterconnectModelSet, row[0].Text())) {
                 report.Say(row[0].Place(),
                            fmt::format("[Interconnect Model Group] '{}' names the set '{}', which "
                                        "is not in this file",
@@ -71,11 +68,7 @@ void InterconnectSetsExist(const Component& component, Report& report)
 void CircuitCallsFit(const Component& component, Report& report)
 {
     for (const Section* call : component.section->Children(Key::CircuitCall)) {
-        const auto& circuits = report.file.externalCircuits;
-        const bool known = std::any_of(
-            circuits.begin(), circuits.end(),
-            [&](const Section* circuit) { return circuit->argument == call->argument; });
-        if (!known) {
+        if (!report.file.Find(Key::ExternalCircuit, call->argument)) {
             report.Say(
                 call->place,
                 fmt::format("[Circuit Call] of '{}' names the circuit '{}', which is not defined",

@@ -37,8 +37,8 @@ void CheckModel(const Section& section, const char* name, Report& report)
         return;
     }
     std::vector<std::string> known;
-    for (const Model& one : report.file.models) {
-        known.emplace_back(one.name);
+    for (size_t i = 0; report.IsHeard() && i < report.file.models.size(); ++i) {
+        known.emplace_back(report.file.models[i].name);
     }
     const std::string nearest = NearestName(model.Text(), known);
     report.Say(
@@ -53,16 +53,12 @@ void TestDataFit(const Section& data, Report& report)
     CheckModel(data, "Driver_model", report);
     CheckModel(data, "Driver_model_inv", report);
     const Word load = data.WordOf("Test_load");
-    const auto& loads = report.file.testLoads;
-    const bool known = std::any_of(loads.begin(), loads.end(), [&](const Section* one) {
-        return one->argument == load.Text();
-    });
     for (const char* name : {"Driver_model", "Test_load"}) {
         if (!data.Find(name)) {
             report.Say(data.place, fmt::format("{} has no {}", NameOf(data), name), "name it");
         }
     }
-    if (load && !known) {
+    if (load && !report.file.Find(Key::TestLoad, load.Text())) {
         report.Say(load.Place(),
                    fmt::format("Test_load of {} is '{}', which is no [Test Load]", NameOf(data),
                                load.Text()),
