@@ -1,9 +1,9 @@
 // Any text as the plan of a sweep, as the one kept in the sweep's folder, and as what a model logs.
 
+#include "base/Error.hpp"
 #include "fuzz/Fuzz.hpp"
-#include "host/Error.hpp"
-#include "host/analysis/AdaptLog.hpp"
-#include "host/analysis/EomLog.hpp"
+#include "host/known/AdaptLog.hpp"
+#include "host/known/EomLog.hpp"
 #include "host/sweep/Plan.hpp"
 
 using namespace amisim;

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "base/Error.hpp"
 #include "fuzz/Fuzz.hpp"
-#include "host/Error.hpp"
 #include "host/channel/ResponseFile.hpp"
 #include "host/signal/BitPattern.hpp"
 #include "host/signal/WaveFile.hpp"

@@ -1,7 +1,7 @@
 // Any text as a Touchstone file, the number of ports by its first character: a multi-port, or one
 // line that says what is wrong.
 
-#include "host/channel/Touchstone.hpp"
+#include "touchstone/Touchstone.hpp"
 
 #include "fuzz/Fuzz.hpp"
 #include "ibis/FileError.hpp"

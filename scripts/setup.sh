@@ -28,7 +28,7 @@ if [ ${#missing[@]} -gt 0 ]; then
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 fi
 
-folders=(host/report)
+folders=(host/pages/report)
 [ "$tests" = tests ] && folders+=(tests/report)
 for folder in "${folders[@]}"; do
     # npm notes in node_modules what it has installed.

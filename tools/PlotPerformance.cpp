@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "host/output/Plot.hpp"
+#include "host/pictures/Plot.hpp"
 
 namespace {
 

@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "host/model/AmiModule.hpp"
-#include "host/output/Plot.hpp"
+#include "host/process/AmiModule.hpp"
+#include "host/pictures/Plot.hpp"
 
 namespace {
 

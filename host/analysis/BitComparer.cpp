@@ -41,7 +41,8 @@ bool BitComparer::Seek(Place& best) const
         const std::int64_t first = near_ - delay;
         if (!sent_.Has(first) || !sent_.Has(first + static_cast<std::int64_t>(size) - 1)) continue;
         const std::size_t different = Differences(first);
-        // Of a clock pattern the inverse is the pattern itself, elsewhere: it is not called inverted.
+        // Of a clock pattern the inverse is the pattern itself, elsewhere: it is not called
+        // inverted.
         if (different < best.errors + (best.inverted ? 1 : 0)) best = {first, false, different};
         if (size - different < best.errors) best = {first, true, size - different};
     }

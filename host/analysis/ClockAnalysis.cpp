@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/analysis/TieSpectrum.hpp"
 
 namespace amisim {

@@ -157,10 +157,4 @@ struct ClockFindings
     Spectrum tieSpectrum;
 };
 
-/// One eye that the model measured itself and logged: 64 amplitude rows of 64 phase bins.
-struct LoggedEye
-{
-    std::vector<std::uint32_t> hits;  // row by row, the top (highest voltage) first
-};
-
 }  // namespace amisim

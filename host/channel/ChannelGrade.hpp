@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/channel/SParameters.hpp"
+#include "touchstone/SParameters.hpp"
 
 namespace amisim {
 

@@ -7,10 +7,10 @@
 #include <cmath>
 #include <numeric>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/channel/ChannelSpectrum.hpp"
 #include "host/channel/SlowTail.hpp"
-#include "host/channel/Touchstone.hpp"
+#include "touchstone/Touchstone.hpp"
 
 namespace amisim {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "host/channel/ChannelGrade.hpp"
-#include "host/channel/MixedMode.hpp"
-#include "host/channel/SParameters.hpp"
+#include "touchstone/MixedMode.hpp"
+#include "touchstone/SParameters.hpp"
 
 namespace amisim {
 

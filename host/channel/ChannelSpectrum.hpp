@@ -3,7 +3,7 @@
 #include <complex>
 #include <vector>
 
-#include "host/channel/SParameters.hpp"
+#include "touchstone/SParameters.hpp"
 
 namespace amisim {
 

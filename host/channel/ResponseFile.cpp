@@ -6,8 +6,8 @@
 #include <cmath>
 #include <numeric>
 
-#include "host/Error.hpp"
-#include "host/signal/WavePoints.hpp"
+#include "base/Error.hpp"
+#include "host/files/WavePoints.hpp"
 
 namespace amisim {
 namespace {

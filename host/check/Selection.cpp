@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 namespace {

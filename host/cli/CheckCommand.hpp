@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/cli/CheckFiles.hpp"
 #include "host/contract/Contract.hpp"
 

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <filesystem>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/contract/Contract.hpp"
 
 namespace amisim {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 

@@ -8,11 +8,11 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "host/base/Files.hpp"
-#include "host/base/ParseJson.hpp"
+#include "base/Files.hpp"
+#include "base/ParseJson.hpp"
 #include "host/cli/Terminal.hpp"
+#include "host/pages/Html.hpp"
 #include "host/sweep/Case.hpp"
-#include "host/sweep/Html.hpp"
 
 namespace amisim {
 namespace {

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 

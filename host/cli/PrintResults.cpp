@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "host/cli/Terminal.hpp"
-#include "host/output/ResultTable.hpp"
-#include "host/signal/SignalDescription.hpp"
+#include "host/results/ResultTable.hpp"
+#include "host/results/SignalDescription.hpp"
 
 namespace amisim {
 namespace {
@@ -22,7 +22,8 @@ void PrintFailure(const RunResult::Failure& failure, std::int64_t bits)
 
 }  // namespace
 
-void PrintResults(const RunResult& result, const RunOptions& options, const ModelSource& model)
+void PrintResults(const RunResult& result, const SimulationOptions& options,
+                  const ModelSource& model)
 {
     Print("{}: {}\n{}", model.name, Describe(options.signal),
           result.bits > 0 ? ToTable(result, options) : "");

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "host/cli/Terminal.hpp"
-#include "host/output/OutputFolder.hpp"
-#include "host/output/ResultJson.hpp"
+#include "host/results/OutputFolder.hpp"
+#include "host/results/ResultJson.hpp"
 #include "host/sweep/RunSyntax.hpp"
 #include "host/sweep/Runner.hpp"
 #include "host/sweep/Slurm.hpp"

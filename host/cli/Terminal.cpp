@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 namespace {

@@ -8,12 +8,12 @@
 #include "host/cli/Completion.hpp"
 #include "host/cli/ParamsCommand.hpp"
 #include "host/cli/Run.hpp"
-#include "host/cli/RunCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/contract/ContractWorker.hpp"
-#include "host/model/Keeper.hpp"
-#include "host/model/ModelWorker.hpp"
+#include "host/options/RunCommand.hpp"
+#include "host/process/Keeper.hpp"
+#include "host/process/ModelWorker.hpp"
 
 using namespace amisim;
 

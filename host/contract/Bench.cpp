@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim::contract {
 

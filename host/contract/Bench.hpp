@@ -7,7 +7,7 @@
 
 #include "host/contract/Task.hpp"
 #include "host/contract/Witness.hpp"
-#include "host/model/AmiModule.hpp"
+#include "host/process/AmiModule.hpp"
 #include "host/signal/Random.hpp"
 
 namespace amisim::contract {

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "host/contract/Deviations.hpp"
-#include "host/model/WorkerProcess.hpp"
+#include "host/process/WorkerProcess.hpp"
 #include "ibis/NearestName.hpp"
 
 namespace amisim::contract {

@@ -6,7 +6,7 @@
 
 #include "host/contract/Check.hpp"
 #include "host/contract/GuardedArray.hpp"
-#include "host/model/FaultHandler.hpp"
+#include "host/process/FaultHandler.hpp"
 
 namespace amisim::contract {
 namespace {

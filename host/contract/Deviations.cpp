@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/contract/Check.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/TextFile.hpp"

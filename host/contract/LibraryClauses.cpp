@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/contract/Clauses.hpp"
 #include "ibis/ElfFile.hpp"
 

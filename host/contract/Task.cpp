@@ -6,8 +6,8 @@
 #include <charconv>
 #include <utility>
 
-#include "host/Error.hpp"
-#include "host/model/ModelSource.hpp"
+#include "base/Error.hpp"
+#include "host/process/ModelSource.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "host/Error.hpp"
-#include "host/TextLines.hpp"
+#include "base/Error.hpp"
+#include "base/TextLines.hpp"
 
 namespace amisim {
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "host/signal/WavePoints.hpp"
+#include "host/files/WavePoints.hpp"
 
 namespace amisim {
 

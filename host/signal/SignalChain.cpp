@@ -5,12 +5,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/Error.hpp"
-#include "host/analysis/BitComparer.hpp"
-#include "host/channel/Convolver.hpp"
+#include "base/Error.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
 #include "host/signal/BitPattern.hpp"
+#include "host/signal/Convolver.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/SignalMix.hpp"
 #include "host/signal/WaveFile.hpp"
@@ -103,12 +102,12 @@ ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelRespo
 
 }  // namespace
 
-SignalChain::SignalChain(const SignalOptions& options, std::int64_t queuedBits)
+SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits)
     : sentUnitInterval_(options.samplesPerBit)
 {
     options.Check();
     if (options.wave.empty()) {
-        UseTransmitter(options, queuedBits);
+        UseTransmitter(options, heldBits);
     } else {
         UseWaveFile(options);
     }
@@ -154,7 +153,7 @@ void SignalChain::KeepImpulse(const ChannelResponse& channel)
     for (const double tap : channel.taps) impulse.push_back(tap / channel.sampleInterval);
 }
 
-void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queuedBits)
+void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits)
 {
     bits_ = options.bits.value_or(SignalOptions::kDefaultBits);
     const double spb = options.samplesPerBit;
@@ -173,11 +172,10 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t queu
     grade_ = channel.grade;
     KeepImpulse(channel);
 
-    // Bits are made as far ahead as the channel's blocks reach, and the model's queue.
+    // Bits are made as far ahead as the channel's blocks reach.
     const auto ahead = static_cast<std::size_t>(
         static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
-    sent_.emplace(ahead + static_cast<std::size_t>(queuedBits) + BitComparer::kLongestDelay +
-                  4 * BitComparer::kWindow);
+    sent_.emplace(ahead + static_cast<std::size_t>(heldBits));
     SignalSource* const transmitter =
         Add<NrzSource>(settings, MakeBits(options), &*sent_, Random(options.seed, kJitterStream));
     Add<Convolver>(*transmitter, channel.taps);

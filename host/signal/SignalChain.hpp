@@ -19,9 +19,9 @@ namespace amisim {
 class SignalChain
 {
 public:
-    /// @param queuedBits  most bits that are made ahead of those whose output is being looked at
+    /// @param heldBits  that Sent() still knows, besides those made ahead for the channel
     /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
-    SignalChain(const SignalOptions& options, std::int64_t queuedBits);
+    SignalChain(const SignalOptions& options, std::int64_t heldBits);
 
     /// What the model receives.
     SignalSource& Output() const { return *output_; }
@@ -41,7 +41,7 @@ public:
 
 private:
     void UseWaveFile(const SignalOptions& options);
-    void UseTransmitter(const SignalOptions& options, std::int64_t queuedBits);
+    void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
     void KeepImpulse(const ChannelResponse& channel);
     template <typename Stage, typename... Arguments>

@@ -4,7 +4,7 @@
 
 #include <numbers>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "host/files/WavePoints.hpp"
 #include "host/signal/BitRateEstimate.hpp"
 #include "host/signal/NrzSource.hpp"
-#include "host/signal/WavePoints.hpp"
 
 namespace amisim {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host/files/WavePoints.hpp"
 #include "host/signal/SignalSource.hpp"
-#include "host/signal/WavePoints.hpp"
 
 namespace amisim {
 

@@ -7,10 +7,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/Error.hpp"
-#include "host/base/Files.hpp"
-#include "host/base/ParseJson.hpp"
-#include "host/output/WriteResults.hpp"
+#include "base/Error.hpp"
+#include "base/Files.hpp"
+#include "base/ParseJson.hpp"
+#include "host/pages/WriteResults.hpp"
 
 namespace amisim {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/output/OutputFolder.hpp"
+#include "host/results/OutputFolder.hpp"
 #include "host/sweep/Plan.hpp"
 
 namespace amisim {

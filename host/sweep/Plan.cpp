@@ -8,7 +8,7 @@
 #include <fstream>
 #include <optional>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 namespace {

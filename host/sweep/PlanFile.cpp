@@ -11,7 +11,7 @@
 #include <optional>
 #include <string_view>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "host/sweep/Plan.hpp"
 
 namespace amisim {

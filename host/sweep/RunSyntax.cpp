@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "host/Error.hpp"
-#include "host/cli/RunCommand.hpp"
-#include "host/model/ModelSource.hpp"
+#include "base/Error.hpp"
+#include "host/options/RunCommand.hpp"
+#include "host/process/ModelSource.hpp"
 #include "ibis/NearestName.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"

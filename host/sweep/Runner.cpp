@@ -13,8 +13,8 @@
 #include <system_error>
 #include <thread>
 
-#include "host/Error.hpp"
-#include "host/base/Files.hpp"
+#include "base/Error.hpp"
+#include "base/Files.hpp"
 
 namespace amisim {
 namespace {

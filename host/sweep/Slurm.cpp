@@ -9,7 +9,7 @@
 #include <set>
 #include <string_view>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 
 namespace amisim {
 

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <numeric>
 
-#include "host/output/Plot.hpp"
-#include "host/sweep/Html.hpp"
+#include "host/pages/Html.hpp"
+#include "host/pictures/Plot.hpp"
 #include "host/sweep/MetricScale.hpp"
 #include "host/sweep/SweepReport.hpp"
 

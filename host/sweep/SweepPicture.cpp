@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "host/output/LinePlot.hpp"
+#include "host/pictures/LinePlot.hpp"
 #include "host/sweep/MetricScale.hpp"
 #include "host/sweep/SweepReport.hpp"
 

@@ -1,9 +1,9 @@
 #include <cmath>
 
-#include "host/analysis/AdaptLog.hpp"
 #include "host/analysis/BitComparer.hpp"
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
+#include "host/known/AdaptLog.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
 #include "tests/host/Support.hpp"

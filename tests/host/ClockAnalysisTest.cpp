@@ -4,7 +4,7 @@
 #include <numeric>
 
 #include "host/analysis/ClockAnalysis.hpp"
-#include "host/analysis/EomLog.hpp"
+#include "host/known/EomLog.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {

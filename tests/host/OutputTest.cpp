@@ -2,11 +2,11 @@
 #include <cstring>
 #include <limits>
 
-#include "host/output/Canvas.hpp"
-#include "host/output/CurveFiles.hpp"
-#include "host/output/ResultJson.hpp"
-#include "host/output/ResultTable.hpp"
-#include "host/output/WriteResults.hpp"
+#include "host/pages/WriteResults.hpp"
+#include "host/pictures/Canvas.hpp"
+#include "host/results/CurveFiles.hpp"
+#include "host/results/ResultJson.hpp"
+#include "host/results/ResultTable.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -38,7 +38,6 @@ class OutputTest : public testing::Test
 protected:
     OutputTest()
     {
-        options_.out = folder_.Path();
         model_.name = "Model";
         full_.bits = 20000;
         full_.ignoredBits = 10000;
@@ -63,12 +62,12 @@ protected:
 
     std::unique_ptr<OutputFolder> Folder() const
     {
-        return std::make_unique<OutputFolder>(options_.out, RunFolder(), OutputFolder::Use::kAlone,
-                                              std::vector<fs::path>{});
+        return std::make_unique<OutputFolder>(folder_.Path(), RunFolder(),
+                                              OutputFolder::Use::kAlone, std::vector<fs::path>{});
     }
 
     TemporaryFolder folder_;
-    RunOptions options_;
+    SimulationOptions options_;
     ModelSource model_;
     RunResult full_;
 };

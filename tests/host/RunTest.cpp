@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/signal/WavePoints.hpp"
+#include "host/files/WavePoints.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {

@@ -4,9 +4,9 @@
 #include <numbers>
 #include <vector>
 
-#include "host/channel/Convolver.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/signal/BitPattern.hpp"
+#include "host/signal/Convolver.hpp"
 #include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"

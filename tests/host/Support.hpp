@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "tests/TemporaryFolder.hpp"
 
 namespace amisim {

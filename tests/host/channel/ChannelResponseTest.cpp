@@ -10,7 +10,7 @@
 #include <numeric>
 #include <optional>
 
-#include "host/Error.hpp"
+#include "base/Error.hpp"
 #include "tests/TemporaryFolder.hpp"
 
 namespace amisim {

@@ -1,13 +1,13 @@
-#include "host/channel/Touchstone.hpp"
+#include "touchstone/Touchstone.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
 
-#include "host/Error.hpp"
-#include "host/channel/MixedMode.hpp"
+#include "base/Error.hpp"
 #include "tests/ibis/Support.hpp"
+#include "touchstone/MixedMode.hpp"
 
 namespace amisim {
 namespace {

@@ -1,0 +1,123 @@
+#include "host/options/RunCommand.hpp"
+
+#include "host/options/SignalCommandLine.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr const char* kRunFooter = R"(
+Examples:
+  amisim run retimer.ibs --bits 20000 --loss 10 --out result
+  amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
+  amisim run retimer.ibs --touchstone backplane.s4p --tx-post 0.1 --fext near-pair.s4p --bits 100000
+  amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave npy
+
+Files in the output folder:
+  report.html           all of it on one page, for any browser
+  result.json           every number that was found, and the settings
+  *.png                 eyes, bathtubs, the clock and the adaptation, for papers
+  *.csv, eye*.npy       the same as numbers
+  wave.npy or wave.csv  the model's output waveform with times (--save-wave)
+  clock.csv             the clock times as the model returned them
+  model.log             what the model printed, if anything
+  and what the model itself writes, such as Adapt.txt and EOM.txt
+The next run in the folder replaces these, and no file that no run has written.
+
+Exit codes:
+  0 done               3 input or output file   6 the model returned 0
+  1 internal error     4 model cannot be loaded 7 time limit
+  2 usage              5 model crashed          8 interrupted (what there was is written)
+)";
+
+}  // namespace
+
+CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
+{
+    auto* run =
+        app.add_subcommand("run", "Run a model on a signal and look at what it makes of it");
+    run->footer(kRunFooter);
+    // The last one counts, so that a script can add to a command line.
+    run->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    run->add_option("model", o.model, "The model: .ibs, .ami or .so")
+        ->required()
+        ->type_name("MODEL");
+    run->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")
+        ->type_name("NAME");
+    run->add_option("-o,--out", o.out, "Output folder, made if need be")
+        ->capture_default_str()
+        ->type_name("DIR");
+    run->add_option("-p,--param", o.parameters, "Set a parameter of the model; may be repeated")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME=VALUE");
+
+    const std::string time = kTimeGroup;
+    run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")
+        ->check(CLI::Range(1, 1 << 22).description(""))
+        ->capture_default_str()
+        ->type_name("N")
+        ->group(time);
+    run->add_option("--ignore-bits", o.ignoreBits,
+                    "Bits at the start not counted in eye and errors [the model's Ignore_Bits, "
+                    "else half of all]")
+        ->transform(WholeNumber())
+        ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40).description(""))
+        ->type_name("N")
+        ->group(time);
+    run->add_option("--ber", o.bers, "Bit error ratios of the eye's openings and contours")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::Validator(
+            [](const std::string& text) -> std::string {
+                double ratio = 0;
+                const bool fits =
+                    CLI::detail::lexical_cast(text, ratio) && ratio >= 1e-18 && ratio <= 0.1;
+                return fits ? "" : text + ": expected a ratio from 1e-18 to 0.1";
+            },
+            ""))
+        ->capture_default_str()
+        ->type_name("RATIO,...")
+        ->group(time);
+    run->add_option("--time-limit", o.timeLimit, "Most seconds for the whole run")
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("S")
+        ->group(time);
+    run->add_option("--call-limit", o.callLimit, "Most seconds for one call of the model")
+        ->check(CLI::PositiveNumber.description(""))
+        ->capture_default_str()
+        ->type_name("S")
+        ->group(time);
+
+    const std::string box = "Box (docs/security.md)";
+    run->add_option("--box", o.box,
+                    "What the model is kept from: off; plain: other processes' resources; full: "
+                    "also files elsewhere, network, display, all other processes [as much of full "
+                    "as this system grants]")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, BoxKind>{{"off", BoxKind::kOff},
+                                                                   {"plain", BoxKind::kPlain},
+                                                                   {"full", BoxKind::kFull}})
+                .description(""))
+        ->type_name("KIND")
+        ->group(box);
+    run->add_option("--limit", o.limits,
+                    "Most that the model may use: memory=GB, file=GB, processes=N, with none for "
+                    "no limit [this machine's memory, 16, 4096]; may be repeated")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME=VALUE")
+        ->group(box);
+
+    AddSignalOptions(*run, o.signal);
+
+    using Kind = WaveWriter::Kind;
+    run->add_option("--save-wave", o.saveWave, "Save the output waveform: npy or csv [none]")
+        ->transform(CLI::CheckedTransformer(std::map<std::string, Kind>{{"npy", Kind::kNpy},
+                                                                        {"csv", Kind::kCsv},
+                                                                        {"none", Kind::kNone}})
+                        .description(""))
+        ->type_name("KIND");
+    return run;
+}
+
+}  // namespace amisim

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "host/options/RunOptions.hpp"
+
+namespace amisim {
+
+/// Defines `amisim run`, whose options are written into `options` as they are parsed.
+CLI::App* AddRunCommand(CLI::App& app, RunOptions& options);
+
+}  // namespace amisim

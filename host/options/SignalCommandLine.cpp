@@ -1,0 +1,280 @@
+#include "host/options/SignalCommandLine.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+
+#include "host/signal/Prbs.hpp"
+
+namespace amisim {
+namespace {
+
+/// An option with a number in a range.
+template <typename Value>
+void AddNumber(CLI::App& run, const char* group, const char* name, Value& value, const char* unit,
+               Value low, Value high, const char* text)
+{
+    run.add_option(name, value, text)
+        ->check(CLI::Range(low, high).description(""))
+        ->capture_default_str()
+        ->type_name(unit)
+        ->group(group);
+}
+
+void AddFile(CLI::App& run, const char* group, const char* name, std::filesystem::path& path,
+             const char* text)
+{
+    run.add_option(name, path, text)->type_name("FILE")->group(group);
+}
+
+double Number(const char* name, std::string_view text, double low, double high)
+{
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [after, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc{} || after != end || !(value >= low && value <= high)) {
+        throw CLI::ValidationError(
+            name, fmt::format("expected {:g} to {:g}, found '{}'", low, high, text));
+    }
+    return value;
+}
+
+std::vector<double> Cursors(const char* name, std::string_view list)
+{
+    std::vector<double> values;
+    for (std::size_t begin = 0; begin <= list.size();) {
+        const std::size_t end = std::min(list.find(',', begin), list.size());
+        values.push_back(Number(name, list.substr(begin, end - begin), -0.9, 0.9));
+        begin = end + 1;
+    }
+    return values;
+}
+
+void AddTimeOptions(CLI::App& run, SignalOptions& o)
+{
+    run.add_option("-n,--bits", o.bits, "Bits to run [20000, or the whole waveform file]")
+        ->transform(WholeNumber())
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40).description(""))
+        ->type_name("N")
+        ->group(kTimeGroup);
+    run.add_option_function<std::string>(
+           "--bit-rate",
+           [&o](const std::string& text) {
+               o.findBitRate = text == "auto";
+               if (!o.findBitRate) o.bitRate = Number("--bit-rate", text, 1e3, 1e12);
+           },
+           "Nominal bit rate, bit/s; auto finds it in the waveform of --wave")
+        ->default_str("10.3125e9")
+        ->type_name("RATE")
+        ->group(kTimeGroup);
+    AddNumber(run, kTimeGroup, "--samples-per-bit", o.samplesPerBit, "N", 4, 4096,
+              "Samples per bit");
+}
+
+void AddTransmitterOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kSignalGroup;
+    run.add_option("--prbs", o.prbs,
+                   "Pattern: pseudo-random of period 2^N - 1: 7, 9, 11, 13, 15, 20, 23, 31")
+        ->check(CLI::IsMember(Prbs::Orders()).description(""))
+        ->capture_default_str()
+        ->type_name("N")
+        ->group(group);
+    AddFile(run, group, "--pattern", o.pattern,
+            "Pattern from a text of 0 and 1, sent over and over; # begins a comment");
+    run.add_option("--clock-pattern", o.clockPattern, "Pattern of N ones and N zeros; 1 is 1010")
+        ->check(CLI::Range(1, 1 << 20).description(""))
+        ->type_name("N")
+        ->group(group);
+    AddNumber(run, group, "--amplitude", o.amplitude, "V", 0.0, 1e3,
+              "Transmitted amplitude, V differential peak to peak");
+    AddNumber(run, group, "--rise-time", o.riseTime, "UI", 0.0, 1.0,
+              "Rise time from 20 % to 80 %, UI");
+    const auto cursors = [&](const char* name, std::vector<double>& values, const char* text) {
+        run.add_option_function<std::string>(
+               name, [name, &values](const std::string& list) { values = Cursors(name, list); },
+               text)
+            ->type_name("C,...")
+            ->group(group);
+    };
+    cursors("--tx-pre", o.deemphasis.pre,
+            "De-emphasis: parts of the bits to come that are taken off, the next bit's first. "
+            "What is left of 1 is the bit's own part, so that the peak is the amplitude's");
+    cursors("--tx-post", o.deemphasis.post,
+            "De-emphasis: parts of the bits before that are taken off, the last bit's first: "
+            "--tx-post 0.25 halves the level of repeated bits");
+    AddNumber(run, group, "--phase", o.phase, "UI", 0.0, 1.0, "Where the first bit begins, UI");
+    AddNumber(
+        run, group, "--ppm", o.ppm, "PPM", -1e4, 1e4,
+        "Transmitter's bit rate above the receiver's, ppm; 0 for a model without clock recovery");
+    AddNumber(run, group, "--rj", o.randomJitter, "UI", 0.0, 0.1,
+              "Random jitter of the edges, UI rms");
+    AddNumber(run, group, "--sj-amplitude", o.sineJitter, "UI", 0.0, 1e3,
+              "Sinusoidal jitter of the edges, UI peak");
+    AddNumber(run, group, "--sj-frequency", o.sineFrequency, "HZ", 0.0, 1e12,
+              "Frequency of the sinusoidal jitter, Hz");
+    AddNumber(run, group, "--dcd", o.dutyCycleDistortion, "UI", -0.5, 0.5,
+              "Duty-cycle distortion, UI: width of a single 1 less that of a single 0");
+    AddNumber(run, group, "--noise", o.noise, "V", 0.0, 1e3,
+              "Gaussian noise at the model's input, V rms");
+    run.add_option("--seed", o.seed, "Seed of everything random, the pattern's start included")
+        ->capture_default_str()
+        ->type_name("N")
+        ->group(group);
+}
+
+void AddChannelOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kChannelGroup;
+    AddNumber(run, group, "--loss", o.lossDb, "DB", 0.0, 60.0,
+              "Loss of the line at half the bit rate, dB; 0 for none");
+    AddNumber(run, group, "--skin", o.skinPart, "PART", 0.0, 1.0,
+              "Part of the loss that is skin effect; the rest is dielectric");
+    AddFile(run, group, "--touchstone", o.touchstone,
+            "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2");
+    run.add_option("--port-order", o.portOrder,
+                   "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by "
+                   "the through terms]")
+        ->type_name("AB,CD")
+        ->group(group);
+    run.add_option("--mixed-mode", o.mixedMode,
+                   "Order of the rows of mixed-mode S parameters, with those of aggressors: "
+                   "D1,D2,C1,C2 or D1,C1,D2,C2; auto recognises them, no takes all as single-ended")
+        ->capture_default_str()
+        ->type_name("ORDER")
+        ->group(group);
+    run.add_flag("--accept-channel", o.acceptChannel,
+                 "Take S parameters whatever their grade: band, passivity, reciprocity, causality")
+        ->group(group);
+    AddFile(run, group, "--impulse", o.impulse,
+            "Channel from its impulse response: CSV or .npy of time in s and value in 1/s");
+    AddFile(run, group, "--step", o.step,
+            "Channel from its step response: CSV or .npy of time in s and value in V/V");
+
+    const auto aggressors = [&](const char* name, std::vector<std::filesystem::path>& files,
+                                const char* text) {
+        run.add_option(name, files, text)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->type_name("FILE")
+            ->group(group);
+    };
+    aggressors("--fext", o.fext,
+               "S parameters from an aggressor at the far end to the model's input, sent with the "
+               "signal's de-emphasis; may be repeated");
+    aggressors("--next", o.next,
+               "The same from an aggressor at the near end, sent without de-emphasis");
+    run.add_option("--crosstalk-port-order", o.crosstalkPortOrder,
+                   "Port order of the aggressors' files, from the aggressor's ports to the "
+                   "signal's [that of --touchstone]")
+        ->type_name("AB,CD")
+        ->group(group);
+    AddNumber(run, group, "--aggressor-amplitude", o.aggressorAmplitude, "V", 0.0, 1e3,
+              "Amplitude of the aggressors, V differential peak to peak");
+    AddNumber(run, group, "--aggressor-ppm", o.aggressorPpm, "PPM", -1e4, 1e4,
+              "Aggressors' bit rate above the receiver's, ppm");
+}
+
+void AddWaveOptions(CLI::App& run, SignalOptions& o)
+{
+    const auto group = kWaveGroup;
+    AddFile(run, group, "--wave", o.wave,
+            "Measured waveform instead of pattern, transmitter and channel: CSV or .npy, time in s "
+            "and voltage in V, or voltage alone");
+    run.add_option("--column", o.reading.column,
+                   "Column of the voltage, by number from 1 or by name; A-B is the difference of "
+                   "two [the second, or the only]")
+        ->type_name("NAME|N")
+        ->group(group);
+    AddNumber(run, group, "--scale", o.reading.scale, "X", -1e30, 1e30,
+              "What the voltages are multiplied by");
+    run.add_option_function<std::string>(
+           "--offset",
+           [&o](const std::string& text) {
+               o.reading.findOffset = text == "auto";
+               o.reading.offset = o.reading.findOffset ? 0 : Number("--offset", text, -1e30, 1e30);
+           },
+           "What is then taken off them, V; auto finds the middle between high and low")
+        ->default_str("0")
+        ->type_name("V")
+        ->group(group);
+    run.add_option("--wave-step", o.reading.step,
+                   "Time between the samples, s, of a waveform without times [by its heading]")
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("S")
+        ->group(group);
+}
+
+/// Options that would be of no effect are refused rather than passed over.
+void CheckTogether(const CLI::App& run)
+{
+    const auto given = [&](const std::string& name) { return run.count(name) > 0; };
+    const auto onlyOne = [&](const std::vector<std::string>& names) {
+        std::string found;
+        for (const std::string& name : names) {
+            if (!given(name)) continue;
+            if (!found.empty()) throw CLI::ExcludesError(found, name);
+            found = name;
+        }
+    };
+    onlyOne({"--prbs", "--pattern", "--clock-pattern"});
+    for (const char* line : {"--loss", "--skin"})
+        onlyOne({line, "--touchstone", "--impulse", "--step"});
+    for (const auto& [name, needed] : {std::pair{"--port-order", "--touchstone"},
+                                       {"--column", "--wave"},
+                                       {"--scale", "--wave"},
+                                       {"--offset", "--wave"},
+                                       {"--wave-step", "--wave"},
+                                       {"--sj-frequency", "--sj-amplitude"}}) {
+        if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
+    }
+    for (const char* name : {"--mixed-mode", "--accept-channel"}) {
+        if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next"))
+            throw CLI::RequiresError(name, "--touchstone, --fext or --next");
+    }
+    for (const char* name :
+         {"--crosstalk-port-order", "--aggressor-amplitude", "--aggressor-ppm"}) {
+        if (given(name) && !given("--fext") && !given("--next"))
+            throw CLI::RequiresError(name, "--fext or --next");
+    }
+    if (!given("--wave")) return;
+    for (const CLI::Option* option : run.get_options()) {
+        const std::string& group = option->get_group();
+        if (option->count() > 0 && (group == kSignalGroup || group == kChannelGroup))
+            throw CLI::ExcludesError("--wave", option->get_name());
+    }
+}
+
+}  // namespace
+
+CLI::Validator WholeNumber()
+{
+    return {[](std::string& text) {
+                std::string plain = text;
+                std::erase(plain, '_');
+                double value = 0;
+                const char* const end = plain.data() + plain.size();
+                const auto [after, error] = std::from_chars(plain.data(), end, value);
+                constexpr double kExact = 1LL << 53;
+                if (error != std::errc{} || after != end || value != std::floor(value) ||
+                    std::abs(value) > kExact)
+                    return fmt::format("expected a whole number, found '{}'", text);
+                text = fmt::format("{}", static_cast<std::int64_t>(value));
+                return std::string();
+            },
+            ""};
+}
+
+void AddSignalOptions(CLI::App& run, SignalOptions& o)
+{
+    AddTimeOptions(run, o);
+    AddTransmitterOptions(run, o);
+    AddChannelOptions(run, o);
+    AddWaveOptions(run, o);
+    run.parse_complete_callback([&run] { CheckTogether(run); });
+}
+
+}  // namespace amisim

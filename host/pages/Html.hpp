@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "host/pictures/Canvas.hpp"
+
+/// What the pages of a sweep and of a comparison share. A page is one file: it loads nothing.
+namespace amisim::html {
+
+/// The text with what HTML gives a meaning replaced, for contents and for attributes in quotes.
+std::string Escaped(std::string_view text);
+
+/// The path as a relative link.
+std::string Link(std::string_view path);
+
+/// Everything up to the contents of <main>: the title as a heading, and the style, which follows
+/// the reader's light or dark mode and is light on paper. Opening tags are closed by kEnd.
+std::string Begin(std::string_view title);
+inline constexpr std::string_view kEnd = "</main>\n</body>\n</html>\n";
+
+/// "#rrggbb"
+std::string Hex(const Colour& colour);
+
+/// The file as a data URI; nothing where there is no such file.
+std::string DataUri(const std::filesystem::path& path, std::string_view mediaType);
+
+}  // namespace amisim::html

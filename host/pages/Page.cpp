@@ -1,0 +1,173 @@
+#include "host/pages/Page.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "host/results/EyeDensity.hpp"
+#include "host/results/ResultJson.hpp"
+#include "host/results/SignalDescription.hpp"
+
+// The page with its style and scripts, put together by the build.
+asm(".section .rodata\n"
+    ".global amisim_page_begin, amisim_page_end\n"
+    "amisim_page_begin: .incbin \"" AMISIM_PAGE
+    "\"\n"
+    "amisim_page_end: .byte 0\n"
+    ".text\n");
+extern "C" const char amisim_page_begin[], amisim_page_end[];
+
+namespace amisim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Where the page's data go; the build leaves it in the template as it stands.
+constexpr std::string_view kPlace = "@DATA@";
+
+// Of more logged eyes than this, evenly spaced ones are shown.
+constexpr std::size_t kMostLoggedEyes = 100;
+
+Json Number(double value)
+{
+    if (!std::isfinite(value)) return nullptr;
+    const std::string text = fmt::format("{:.6g}", value);
+    double rounded = 0;
+    std::from_chars(text.data(), text.data() + text.size(), rounded);
+    return rounded;
+}
+
+Json Numbers(const std::vector<double>& values)
+{
+    Json list = Json::array();
+    for (const double v : values) list.push_back(Number(v));
+    return list;
+}
+
+std::string Base64(const std::vector<std::uint8_t>& bytes)
+{
+    constexpr std::string_view kDigits =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t three = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            three = three << 8 | (i + k < bytes.size() ? bytes[i + k] : 0u);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k > bytes.size() ? '=' : kDigits[three >> (18 - 6 * k) & 63];
+    }
+    return text;
+}
+
+/// A byte a cell, the lowest voltage's row first: 0 for an empty one, else the logarithm of the
+/// density from 1 (a single pass) to 255 (the densest cell).
+Json DensityJson(const VoltageHistogram& histogram)
+{
+    const EyeDensity density(histogram);
+    const auto [first, last] = OccupiedRows(histogram);
+    if (first == last) return nullptr;
+    const double span = std::log(std::max(density.Peak() / density.Once(), 1.001));
+    std::vector<std::uint8_t> levels;
+    for (std::size_t r = first; r < last; ++r) {
+        for (std::size_t c = 0; c < histogram.Columns(); ++c) {
+            const double value = density.Cell(c, static_cast<double>(r));
+            const double level = value > 0 ? std::log(value / density.Once()) / span : 0;
+            levels.push_back(value > 0 ? static_cast<std::uint8_t>(
+                                             std::lround(1 + 254 * std::clamp(level, 0.0, 1.0)))
+                                       : std::uint8_t{0});
+        }
+    }
+    return {{"columns", histogram.Columns()}, {"rows", last - first},
+            {"low", histogram.Edge(first)},   {"high", histogram.Edge(last)},
+            {"once", density.Once()},         {"peak", density.Peak()},
+            {"levels", Base64(levels)}};
+}
+
+Json BathtubJson(const Bathtub& bathtub)
+{
+    return {{"x", Numbers(bathtub.x)},
+            {"counted", Numbers(bathtub.counted)},
+            {"extrapolated", Numbers(bathtub.extrapolated)}};
+}
+
+Json EyeCurves(const std::optional<EyeFindings>& eye)
+{
+    if (!eye) return nullptr;
+    Json json = {{"density", DensityJson(eye->density)},
+                 {"time", BathtubJson(eye->time)},
+                 {"voltage", BathtubJson(eye->voltage)}};
+    json["contours"] = Json::array();
+    for (const Contour& c : eye->contours) {
+        json["contours"].push_back({{"ber", c.ber},
+                                    {"extrapolated", c.extrapolated},
+                                    {"phase", Numbers(c.phase)},
+                                    {"high", Numbers(c.high)},
+                                    {"low", Numbers(c.low)}});
+    }
+    return json;
+}
+
+Json TrendJson(const Trend& trend)
+{
+    return {{"bit", Numbers(trend.bit)},
+            {"mean", Numbers(trend.mean)},
+            {"least", Numbers(trend.least)},
+            {"greatest", Numbers(trend.greatest)}};
+}
+
+Json ClockCurves(const ClockFindings& clock)
+{
+    return {{"tie", TrendJson(clock.tie)},
+            {"period", TrendJson(clock.period)},
+            {"histogram",
+             {{"first", Number(clock.tieHistogram.first)},
+              {"step", Number(clock.tieHistogram.step)},
+              {"counts", clock.tieHistogram.counts}}},
+            {"spectrum",
+             {{"frequency", Numbers(clock.tieSpectrum.frequency)},
+              {"amplitude", Numbers(clock.tieSpectrum.amplitude)}}}};
+}
+
+/// Each eye's hits in groups of seven bits, the lowest first, bit 7 telling that more follow.
+Json LoggedEyesJson(const std::vector<LoggedEye>& eyes)
+{
+    Json list = Json::array();
+    const std::size_t shown = std::min(eyes.size(), kMostLoggedEyes);
+    for (std::size_t i = 0; i < shown; ++i) {
+        const std::size_t number = shown < 2 ? i : i * (eyes.size() - 1) / (shown - 1);
+        std::vector<std::uint8_t> bytes;
+        for (std::uint32_t hits : eyes[number].hits) {
+            for (; hits >= 128; hits >>= 7) bytes.push_back(static_cast<std::uint8_t>(hits | 128));
+            bytes.push_back(static_cast<std::uint8_t>(hits));
+        }
+        list.push_back({{"number", number + 1}, {"hits", Base64(bytes)}});
+    }
+    return list;
+}
+
+}  // namespace
+
+std::string ReportPage(const RunResult& result, const SimulationOptions& options,
+                       const ModelSource& model)
+{
+    const Json data = {{"result", ToJson(result, options, model)},
+                       {"signal", Describe(options.signal)},
+                       {"bitTime", options.signal.BitTime()},
+                       {"output", EyeCurves(result.eye)},
+                       {"input", EyeCurves(result.inputEye)},
+                       {"clock", ClockCurves(result.clock)},
+                       {"loggedEyes", LoggedEyesJson(result.loggedEyes)}};
+    std::string page(amisim_page_begin, amisim_page_end);
+    std::string text = ToText(data, -1);
+    // No text of a model may end the script that holds the data.
+    for (std::size_t i = 0; (i = text.find('<', i)) != std::string::npos;)
+        text.replace(i, 1, "\\u003c");
+    return page.replace(page.find(kPlace), kPlace.size(), text);
+}
+
+}  // namespace amisim

@@ -1,0 +1,65 @@
+#include "host/pages/WriteResults.hpp"
+
+#include <algorithm>
+
+#include "host/pages/Page.hpp"
+#include "host/pictures/Pictures.hpp"
+#include "host/results/CurveFiles.hpp"
+#include "host/results/ResultJson.hpp"
+
+namespace amisim {
+
+const OutputFolder::Kind& RunFolder()
+{
+    static const OutputFolder::Kind kind = {"run", {"result.json",
+                                                    "eye.png",
+                                                    "eye-input.png",
+                                                    "bathtub-time.png",
+                                                    "bathtub-voltage.png",
+                                                    "tie.png",
+                                                    "adaptation.png",
+                                                    "report.html",
+                                                    "bathtub.csv",
+                                                    "contours.csv",
+                                                    "eye.npy",
+                                                    "eye-input.npy",
+                                                    "tie.csv",
+                                                    "tie_histogram.csv",
+                                                    "tie_spectrum.csv",
+                                                    "unit_interval.csv",
+                                                    "model.log",
+                                                    "Adapt.txt",
+                                                    "EOM.txt",
+                                                    "clock.csv",
+                                                    "wave.csv",
+                                                    "wave.npy"}};
+    return kind;
+}
+
+void WriteResults(RunResult& result, const SimulationOptions& options, const ModelSource& model,
+                  OutputFolder& folder)
+{
+    const auto list = [&](const char* next) {
+        result.files = folder.Files();
+        if (std::ranges::find(result.files, next) == result.files.end())
+            result.files.emplace_back(next);
+    };
+    const auto json = [&] { return ToText(ToJson(result, options, model), 2) + "\n"; };
+    list("result.json");
+    folder.Put("result.json", json(), true);
+
+    const PutFile put = [&](const std::string& name, const std::string& bytes) {
+        folder.Put(name, bytes);
+    };
+    SavePictures(result, options, model.name, put);
+    WriteCurves(result, put);
+    list("report.html");
+    folder.Put("report.html", ReportPage(result, options, model));
+
+    result.files = folder.Files();
+    if (const std::string dropped = folder.Dropped(); !dropped.empty())
+        result.notes.push_back("not written: " + dropped);
+    folder.Update("result.json", json(), true);
+}
+
+}  // namespace amisim

@@ -1,0 +1,201 @@
+#include "host/pictures/Pictures.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/Text.hpp"
+#include "host/pictures/EyePicture.hpp"
+#include "host/pictures/LinePlot.hpp"
+#include "host/results/SignalDescription.hpp"
+
+namespace amisim {
+namespace {
+
+using plot::Curve;
+using plot::LinePlot;
+using plot::Scale;
+
+constexpr double kLowestRatio = 1e-15;  // that a bathtub shows
+
+std::vector<double> Scaled(const std::vector<double>& values, double factor, double offset = 0)
+{
+    std::vector<double> result;
+    for (const double v : values) result.push_back(v * factor + offset);
+    return result;
+}
+
+class Pictures
+{
+public:
+    Pictures(const RunResult& result, const SimulationOptions& options, const std::string& model,
+             const PutFile& put)
+        : result_(result),
+          put_(put),
+          model_(model),
+          signal_(Describe(options.signal)),
+          rate_(fmt::format("{:g} Gbit/s", options.signal.bitRate * 1e-9))
+    {
+    }
+
+    void Save() const
+    {
+        if (result_.eye) SaveEye(*result_.eye, "output", "eye.png");
+        if (result_.inputEye) SaveEye(*result_.inputEye, "input", "eye-input.png");
+        SaveBathtub(&EyeFindings::time, "bathtub-time.png");
+        SaveBathtub(&EyeFindings::voltage, "bathtub-voltage.png");
+        SaveClock();
+        SaveAdaptation();
+    }
+
+private:
+    void SaveEye(const EyeFindings& eye, const char* side, const char* name) const
+    {
+        EyePicture picture;
+        picture.opening = eye.sliced ? Opening{} : eye.vertical;
+        std::string size = "never crosses 0 V";
+        if (std::isfinite(eye.left + eye.right)) {
+            picture.left = eye.left;
+            picture.right = eye.right;
+            size = fmt::format("eye {:.1f} mV x {:.3f} UI at {}", eye.vertical.Height() * 1000,
+                               eye.left + eye.right, ShortRatio(kEyeProbability));
+        }
+        picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
+                           fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
+        picture.contours = eye.contours;
+        put_(name, picture.Draw(eye.density).Png());
+    }
+
+    void SaveBathtub(Bathtub EyeFindings::*which, const char* name) const
+    {
+        const bool time = which == &EyeFindings::time;
+        LinePlot plot;
+        plot.scale = Scale::kLogarithmic;
+        plot.to = 1;
+        plot.upwards = "error ratio";
+        plot.across = time ? "time from the sampling instant, UI" : "threshold, mV";
+        double least = 1e-3;
+        const auto add = [&](const std::optional<EyeFindings>& eye, const char* label,
+                             const Colour& colour) {
+            if (!eye || ((*eye).*which).x.empty()) return;
+            const Bathtub& bathtub = (*eye).*which;
+            const auto x = time ? Scaled(bathtub.x, 1, -eye->sampledAt) : Scaled(bathtub.x, 1000);
+            plot.curves.push_back({x, bathtub.extrapolated, {colour, 2, 6, 0.8}, ""});
+            plot.curves.push_back({x, bathtub.counted, {colour, 3}, label});
+            for (const auto* ratios : {&bathtub.counted, &bathtub.extrapolated}) {
+                for (const double r : *ratios) {
+                    if (r > 0) least = std::min(least, r);
+                }
+            }
+        };
+        add(result_.inputEye, "input", plot::kVermilion);
+        add(result_.eye, "output", plot::kBlue);
+        if (plot.curves.empty()) return;
+        plot.from = std::pow(10, std::floor(std::log10(std::max(least, kLowestRatio))));
+        plot.title = time ? "Time bathtub at 0 V" : "Voltage bathtub";
+        put_(name,
+             plot::DrawPlots({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"})
+                 .Png());
+    }
+
+    void SaveClock() const
+    {
+        const ClockFindings& clock = result_.clock;
+        std::vector<LinePlot> plots;
+        if (!clock.tie.bit.empty()) {
+            LinePlot plot;
+            plot.title = "Time interval error";
+            plot.across = "bit";
+            plot.upwards = "TIE, UI";
+            plot.curves.push_back({clock.tie.bit, clock.tie.least, {plot::kBlue, 1, 0, 0.45}, ""});
+            plot.curves.push_back(
+                {clock.tie.bit, clock.tie.greatest, {plot::kBlue, 1, 0, 0.45}, ""});
+            plot.curves.push_back({clock.tie.bit, clock.tie.mean, {plot::kBlue, 2}, ""});
+            plot.acrossFrom = 0;
+            plot.shaded.push_back({0, static_cast<double>(result_.ignoredBits), "not counted"});
+            if (!std::isnan(clock.settledAtBit))
+                plot.marks.push_back({clock.settledAtBit, "settled"});
+            plots.push_back(plot);
+        }
+        const Spectrum& spectrum = clock.tieSpectrum;
+        if (!spectrum.frequency.empty()) {
+            LinePlot plot;
+            plot.title = "Spectrum of the time interval error";
+            plot.across = "frequency, MHz";
+            plot.upwards = "amplitude, UI peak";
+            plot.scale = plot.scaleAcross = Scale::kLogarithmic;
+            plot.curves.push_back(
+                {Scaled(spectrum.frequency, 1e-6), spectrum.amplitude, {plot::kBlue, 1.6}, ""});
+            Curve tones{{}, {}, {plot::kVermilion, 5}, spectrum.tones.empty() ? "" : "tones"};
+            for (const auto& tone : spectrum.tones) {  // interrupted: dots
+                tones.x.insert(tones.x.end(), {tone.frequency * 1e-6, NAN});
+                tones.y.insert(tones.y.end(), {tone.amplitude, NAN});
+            }
+            plot.curves.push_back(tones);
+            plots.push_back(plot);
+        }
+        if (plots.empty()) return;
+        const std::string rms = std::isnan(clock.tieRms)
+                                    ? ""
+                                    : fmt::format(", TIE {:.4f} UI rms, {:.4f} UI peak to peak",
+                                                  clock.tieRms, clock.tiePeakToPeak);
+        put_("tie.png", plot::DrawPlots(plots, {model_, signal_, rate_ + rms}).Png());
+    }
+
+    void SaveAdaptation() const
+    {
+        if (!result_.adaptation || result_.adaptation->measurements.empty()) return;
+        Curve level{{}, {}, {plot::kBlue, 3}, ""}, heo{{}, {}, {plot::kVermilion, 2}, "HEO"},
+            veo{{}, {}, {plot::kGreen, 2, 6}, "VEO"};
+        std::vector<LinePlot::Range> locking;
+        double number = 0;
+        for (const auto& m : result_.adaptation->measurements) {
+            ++number;
+            level.x.insert(level.x.end(), {number - 0.5, number + 0.5});  // steps
+            level.y.insert(level.y.end(), {1.0 * m.level, 1.0 * m.level});
+            heo.x.push_back(number);
+            heo.y.push_back(m.horizontal);
+            veo.x.push_back(number);
+            veo.y.push_back(m.vertical);
+            if (!m.lockPhase) continue;
+            if (locking.empty() || locking.back().to < number - 0.5)
+                locking.push_back({number - 0.5, number, "until lock"});
+            locking.back().to = number + 0.5;
+        }
+        LinePlot levels, openings;
+        levels.title = "Level of the equaliser";
+        levels.upwards = "level";
+        levels.curves = {level};
+        openings.title = "Eye opening measured";
+        openings.upwards = "1/64 UI, bins";
+        openings.curves = {heo, veo};
+        openings.from = 0;
+        openings.to = 66;
+        for (LinePlot* plot : {&levels, &openings}) {
+            plot->across = "measurement";
+            plot->acrossFrom = 0.5;
+            plot->acrossTo = number + 0.5;
+            plot->shaded = locking;
+        }
+        const auto final = result_.adaptation->Level();
+        const std::string numbers =
+            fmt::format("{}, {} measurements, level {}", rate_, number, *final);
+        put_("adaptation.png",
+             plot::DrawPlots({levels, openings}, {model_, signal_, numbers}).Png());
+    }
+
+    const RunResult& result_;
+    const PutFile& put_;
+    std::string model_, signal_, rate_;
+};
+
+}  // namespace
+
+void SavePictures(const RunResult& result, const SimulationOptions& options,
+                  const std::string& model, const PutFile& put)
+{
+    Pictures(result, options, model, put).Save();
+}
+
+}  // namespace amisim

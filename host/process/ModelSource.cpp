@@ -1,0 +1,136 @@
+#include "host/process/ModelSource.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "base/Error.hpp"
+#include "ibis/ResolveModel.hpp"
+#include "ibis/ami/AmiValue.hpp"
+#include "ibis/ami/ParameterString.hpp"
+
+namespace amisim {
+namespace {
+
+template <typename Number>
+std::optional<Number> ParseNumber(const std::string& text)
+{
+    Number value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+/// Without parameter definitions there is nothing to check against: numbers as they are, else a
+/// string.
+std::string UncheckedString(const std::string& root, const ibis::Overrides& overrides)
+{
+    std::string text = "(" + root;
+    for (const auto& [name, value] : overrides) {
+        const auto number = ParseNumber<double>(value);
+        const bool plain = number && std::isfinite(*number);  // "nan" and "inf" are words here
+        text +=
+            plain ? fmt::format(" ({} {})", name, value) : fmt::format(" ({} \"{}\")", name, value);
+    }
+    return text + ")";
+}
+
+ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
+{
+    ibis::Overrides result;
+    for (const auto& text : texts) {
+        const auto pair = ibis::SplitOverride(text);
+        std::erase_if(result, [&](const auto& earlier) { return earlier.first == pair.first; });
+        result.push_back(pair);
+    }
+    return result;
+}
+
+ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
+{
+    ModelSource source;
+    source.parameters = ibis::ParameterString(ami, overrides);
+    if (const auto exists = ami.Reserved("GetWave_Exists"); exists && *exists != "True") {
+        throw Error(
+            ExitCode::kModelLoad,
+            fmt::format("{}: the model says GetWave_Exists {}: it has no time-domain part to run",
+                        ami.path.string(), *exists));
+    }
+    if (const auto bits = ami.Reserved("Ignore_Bits"))
+        source.ignoreBits = ParseNumber<std::int64_t>(*bits);
+    if (const ibis::AmiParameter* least = ami.Find("Least_Samples_Per_Bit"))
+        source.leastSamplesPerBit = ParseNumber<std::int64_t>(least->defaultValue);
+    for (const auto& parameter : ami.parameters) {
+        if (!parameter.IsInput()) continue;
+        std::string value = parameter.defaultValue;
+        for (const auto& [name, given] : overrides) {
+            if (ami.Find(name) == &parameter) value = ibis::CheckedValue(ami, parameter, given);
+        }
+        source.settings.emplace_back(parameter.Path(), value);
+    }
+    return source;
+}
+
+}  // namespace
+
+void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& library,
+                    ibis::Overrides& overrides)
+{
+    const std::string folder = library.parent_path().string();
+    for (const auto& [name, value] : {std::pair{"DLL_Path", folder}, {"DLL_ID", ami.rootName}}) {
+        const ibis::AmiParameter* parameter = ami.FindReserved(name);
+        const bool said = std::ranges::any_of(
+            overrides, [&](const auto& one) { return ami.Find(one.first) == parameter; });
+        if (parameter && parameter->IsInput() && !said && ibis::Admitted(*parameter, value) &&
+            value.find('"') == value.npos)
+            overrides.emplace_back(name, value);
+    }
+}
+
+std::optional<std::string> ModelSource::Setting(const std::string& parameter) const
+{
+    for (const auto& [key, value] : settings) {
+        if (key == parameter) return value;
+    }
+    return std::nullopt;
+}
+
+ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
+                               const std::vector<std::string>& overrides)
+{
+    ibis::Overrides pairs;
+    ibis::ResolvedModel resolved;
+    try {
+        pairs = LastOfEach(overrides);
+    } catch (const ibis::FileError& error) {
+        throw Error(ExitCode::kUsage, error.what());
+    }
+    try {
+        resolved = ibis::ResolveModel(model, modelName);
+        if (resolved.ami) ibis::RequireSendable(*resolved.ami);
+    } catch (const ibis::FileError& error) {
+        throw Error(ExitCode::kInput, error.what());
+    }
+    ModelSource source;
+    if (resolved.ami) {
+        try {
+            AddOwnSettings(*resolved.ami, resolved.library, pairs);
+            source = WithDefinitions(*resolved.ami, pairs);
+        } catch (const ibis::FileError& error) {
+            throw Error(ExitCode::kUsage, error.what());
+        }
+    } else {
+        source.parameters = UncheckedString(resolved.rootName, pairs);
+        source.settings = pairs;
+    }
+    source.notes = resolved.notes;
+    source.name = resolved.rootName;
+    source.library = std::filesystem::absolute(resolved.library);
+    source.files = {model, source.library};
+    if (resolved.ami) source.files.push_back(resolved.ami->path);
+    return source;
+}
+
+}  // namespace amisim

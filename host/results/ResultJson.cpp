@@ -1,0 +1,192 @@
+#include "host/results/ResultJson.hpp"
+
+#include <cmath>
+
+#include "host/results/EyeDensity.hpp"
+#include "host/results/SignalDescription.hpp"
+#include "host/results/Speed.hpp"
+
+namespace amisim {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json OrNull(const std::optional<int>& value)
+{
+    return value ? Json(*value) : Json(nullptr);
+}
+Json OrNull(double value)
+{
+    return std::isfinite(value) ? Json(value) : Json(nullptr);
+}
+
+Json FitJson(const std::optional<TailFit>& fit)
+{
+    if (!fit) return nullptr;
+    return {{"mean", OrNull(fit->mean)},
+            {"sigma", OrNull(fit->sigma)},
+            {"weight", OrNull(fit->weight)},
+            {"highest_ratio", OrNull(fit->highest)},
+            {"lowest_ratio", OrNull(fit->lowest)}};
+}
+
+Json EyeJson(const EyeFindings& eye)
+{
+    Json json = {{"height_v", eye.vertical.Height()},
+                 {"width_ui", OrNull(eye.left + eye.right)},
+                 {"high_v", eye.vertical.high},
+                 {"low_v", eye.vertical.low},
+                 {"left_ui", OrNull(eye.left)},
+                 {"right_ui", OrNull(eye.right)},
+                 {"probability", kEyeProbability},
+                 {"unit_intervals", eye.unitIntervals},
+                 {"sampled_at_ui", eye.sampledAt},
+                 {"shift_ui", eye.shift},
+                 {"sliced", eye.sliced},
+                 {"not_finite_samples", eye.notFinite},
+                 {"wild_samples", eye.wild.count},
+                 {"transition_density", OrNull(eye.transitionDensity)}};
+    json["openings"] = Json::array();
+    for (const OpeningAt& opening : eye.openings) {
+        json["openings"].push_back({{"ber", opening.ber},
+                                    {"height_v", OrNull(opening.height)},
+                                    {"height_extrapolated", opening.heightExtrapolated},
+                                    {"width_ui", OrNull(opening.width)},
+                                    {"width_extrapolated", opening.widthExtrapolated}});
+    }
+    json["jitter"] = nullptr;
+    if (eye.jitter) {
+        json["jitter"] = {{"random_ui_rms", OrNull(eye.jitter->random)},
+                          {"deterministic_ui", OrNull(eye.jitter->deterministic)},
+                          {"total_ui", OrNull(eye.jitter->total)},
+                          {"ber", eye.jitter->ber}};
+    }
+    json["fits"] = {{"time_left", FitJson(eye.time.low)},
+                    {"time_right", FitJson(eye.time.high)},
+                    {"voltage_low", FitJson(eye.voltage.low)},
+                    {"voltage_high", FitJson(eye.voltage.high)}};
+    const VoltageHistogram& density = eye.density;
+    const auto [first, last] = OccupiedRows(density);
+    json["density"] = nullptr;
+    if (first < last) {
+        json["density"] = {{"phases", density.Columns()},
+                           {"voltages", last - first},
+                           {"first_edge_v", density.Edge(first)},
+                           {"step_v", density.BinHeight()}};
+    }
+    return json;
+}
+
+Json ClockJson(const ClockFindings& clock)
+{
+    Json json = {{"times", clock.times},
+                 {"filled", clock.filled},
+                 {"backward", clock.backward},
+                 {"missing", clock.missing},
+                 {"ideal", clock.ideal},
+                 {"settled_at_bit", OrNull(clock.settledAtBit)},
+                 {"tie_rms_ui", OrNull(clock.tieRms)},
+                 {"tie_peak_to_peak_ui", OrNull(clock.tiePeakToPeak)},
+                 {"spectrum_floor_ui", OrNull(clock.tieSpectrum.floor)},
+                 {"spectrum_segments", clock.tieSpectrum.segments}};
+    json["tones"] = Json::array();
+    for (const auto& tone : clock.tieSpectrum.tones) {
+        json["tones"].push_back(
+            {{"frequency_hz", OrNull(tone.frequency)}, {"amplitude_ui", OrNull(tone.amplitude)}});
+    }
+    return json;
+}
+
+Json AdaptationJson(const AdaptLog& log)
+{
+    Json json = {{"measurements", log.measurements.size()}, {"finished", log.finished}};
+    json["trace"] = Json::array();
+    for (const auto& m : log.measurements) {
+        json["trace"].push_back({{"level", m.level},
+                                 {"taps", m.taps},
+                                 {"heo", m.horizontal},
+                                 {"veo", m.vertical},
+                                 {"range", m.range},
+                                 {"lock_phase", m.lockPhase}});
+    }
+    return json;
+}
+
+}  // namespace
+
+Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSource& model)
+{
+    Json settings = Json::object();
+    for (const auto& [name, value] : model.settings) settings[name] = value;
+
+    Json json;
+    json["schema"] = kResultSchema;
+    json["amisim"] = AMISIM_VERSION;
+    json["ok"] = !r.failure;
+    json["failure"] = nullptr;
+    if (r.failure) {
+        json["failure"] = {{"exit_code", static_cast<int>(r.failure->code)},
+                           {"phase", r.failure->phase},
+                           {"reason", r.failure->reason},
+                           {"text", r.failure->printed}};
+    }
+    json["verdict"] = r.lock ? Json(Name(*r.lock)) : Json(nullptr);
+    json["bits"] = r.bits;
+    json["ignored_bits"] = r.ignoredBits;
+    const bool compared = r.comparison && r.comparison->compared > 0;
+    json["compared_bits"] = compared ? r.comparison->compared : 0;
+    json["errors"] = compared ? Json(r.comparison->errors) : Json(nullptr);
+    json["bit_error_ratio"] = compared ? Json(static_cast<double>(r.comparison->errors) /
+                                              static_cast<double>(r.comparison->compared))
+                                       : Json(nullptr);
+    json["alignment"] = nullptr;
+    if (r.comparison) {
+        json["alignment"] = {{"delay_bits", r.comparison->delay},
+                             {"inverted", r.comparison->inverted},
+                             {"realignments", r.comparison->realignments},
+                             {"unaligned_bits", r.comparison->unaligned}};
+    }
+    json["eye"] = r.eye ? EyeJson(*r.eye) : Json{{"height_v", nullptr}, {"width_ui", nullptr}};
+    json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
+    json["unit_interval_s"] = OrNull(r.clock.unitInterval);
+    json["ppm"] = OrNull(r.clock.ppm);
+    json["clock"] = ClockJson(r.clock);
+    json["eq_level"] = OrNull(r.eqLevel);
+    json["requests"] = r.adaptation ? Json(r.adaptation->requests) : Json(nullptr);
+    json["adaptation"] = r.adaptation ? AdaptationJson(*r.adaptation)
+                                      : Json{{"measurements", nullptr}, {"finished", nullptr}};
+    json["model"] = {{"file", options.model.string()},
+                     {"library", model.library.filename().string()},
+                     {"name", model.name},
+                     {"box", r.box.Name()},
+                     {"box_parts", r.box.Parts()},
+                     {"settings", settings},
+                     {"parameters_in", model.parameters},
+                     {"parameters_out", r.parametersOut},
+                     {"message", r.modelMessage}};
+    json["signal"] = SignalJson(options.signal);
+    if (const auto& grade = r.channelGrade) {
+        json["channel"]["grade"] = {{"band", grade->band},
+                                    {"passivity", grade->passivity},
+                                    {"reciprocity", grade->reciprocity},
+                                    {"causality", grade->causality},
+                                    {"kept", grade->Faults().empty()}};
+    }
+    const Speed speed(r, options.signal.samplesPerBit);
+    json["speed"] = {{"seconds", r.seconds},
+                     {"model_seconds", r.modelSeconds},
+                     {"bits_per_s", speed.bitsASecond},
+                     {"ns_per_sample", speed.nanosecondsASample},
+                     {"model_ns_per_sample", speed.modelNanosecondsASample},
+                     {"block_bits", options.blockBits}};
+    json["messages"] = r.notes;
+    json["files"] = r.files;
+    return json;
+}
+
+std::string ToText(const Json& json, int indent)
+{
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace amisim

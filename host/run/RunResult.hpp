@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Error.hpp"
+#include "host/analysis/Findings.hpp"
+#include "host/analysis/Verdict.hpp"
+#include "host/channel/ChannelGrade.hpp"
+#include "host/known/AdaptLog.hpp"
+#include "host/known/EomLog.hpp"
+#include "host/process/Box.hpp"
+
+namespace amisim {
+
+/// Everything that a run found out, as result.json and the table report it.
+struct RunResult
+{
+    /// How the model failed, if it did.
+    struct Failure
+    {
+        ExitCode code;
+        std::string phase, reason, printed;
+    };
+    std::optional<Failure> failure;
+
+    std::int64_t bits = 0;         // that the model has returned
+    std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
+
+    std::optional<ChannelGrade> channelGrade;  // of a channel from S parameters
+
+    std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent
+
+    std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
+    std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
+    ClockFindings clock;
+    std::optional<Lock> lock;  // absent when the model returned no bits
+    double bitTime = 0;        // s, nominal
+
+    std::optional<int> eqLevel;
+    std::optional<AdaptLog> adaptation;  // absent when the model writes none
+    std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
+
+    BoxState box;                             // that the model ran in
+    std::string modelMessage, parametersOut;  // from AMI_Init
+    double seconds = 0, modelSeconds = 0;
+    std::vector<std::string> notes;
+    std::vector<std::string> files;  // written into the output folder
+};
+
+}  // namespace amisim

@@ -1,0 +1,65 @@
+#include "host/run/SimulationOptions.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+#include "base/Error.hpp"
+
+namespace amisim {
+
+BoxRequest SimulationOptions::Box() const
+{
+    BoxRequest request;
+    request.kind = box.value_or(BoxKind::kFull);
+    request.insist = box == BoxKind::kFull;
+    struct Known
+    {
+        std::string_view name;
+        std::uint64_t BoxRequest::*limit;
+        double unit;
+    };
+    constexpr double kGigabyte = 1e9;
+    constexpr Known kKnown[] = {{"memory", &BoxRequest::memory, kGigabyte},
+                                {"file", &BoxRequest::file, kGigabyte},
+                                {"processes", &BoxRequest::processes, 1}};
+    for (const std::string& text : limits) {
+        const std::size_t equals = std::min(text.find('='), text.size());
+        const auto known = std::ranges::find(kKnown, text.substr(0, equals), &Known::name);
+        const char* const value = text.c_str() + std::min(equals + 1, text.size());
+        double number = 0;
+        const auto [end, error] = std::from_chars(value, text.c_str() + text.size(), number);
+        const bool none = std::string_view(value) == "none";
+        const bool fits =
+            none || (error == std::errc() && *end == '\0' && number > 0 && number < 1e9);
+        if (known == std::end(kKnown) || !fits) {
+            throw Error(ExitCode::kUsage,
+                        fmt::format("--limit {}: expected memory=GB, file=GB or processes=N, or "
+                                    "none for the number, such as memory=none",
+                                    text));
+        }
+        request.*known->limit =
+            none ? 0 : std::max<std::uint64_t>(1, static_cast<std::uint64_t>(number * known->unit));
+    }
+    return request;
+}
+
+void SimulationOptions::Check() const
+{
+    Box();
+    const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    if (signal.bits && ignoreBits && *ignoreBits >= *signal.bits) {
+        fail(fmt::format("--ignore-bits {} leaves nothing of --bits {}: give fewer", *ignoreBits,
+                         *signal.bits));
+    }
+    if (blockBits * signal.samplesPerBit > (1 << 24)) {
+        fail(fmt::format(
+            "--block-bits {} at {} samples per bit makes blocks of more than 16 million samples: "
+            "give fewer",
+            blockBits, signal.samplesPerBit));
+    }
+}
+
+}  // namespace amisim

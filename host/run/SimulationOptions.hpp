@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/process/Box.hpp"
+#include "host/signal/SignalOptions.hpp"
+
+namespace amisim {
+
+/// What a simulation is asked for; the defaults are those of the command line.
+struct SimulationOptions
+{
+    std::filesystem::path model;
+    std::string modelName;                // of the [Model] in an .ibs; empty: its only one
+    std::vector<std::string> parameters;  // Name=Value
+
+    SignalOptions signal;
+    std::int64_t blockBits = 256;
+    std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
+    std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
+
+    std::optional<double> timeLimit;  // s, whole run
+    double callLimit = 60;            // s, one call of the model
+
+    std::optional<BoxKind> box;       // absent: as much of the full one as the system grants
+    std::vector<std::string> limits;  // "memory=GB", "file=GB", "processes=N", or "=none"
+
+    /// @throws Error (kUsage) for what no single option can tell
+    void Check() const;
+
+    /// What a model is to run in. @throws Error (kUsage) for a limit that is none
+    BoxRequest Box() const;
+};
+
+}  // namespace amisim
