@@ -1,11 +1,15 @@
 #pragma once
 
+#include <fmt/format.h>
+
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
+#include "base/Names.hpp"
 #include "base/Printable.hpp"
 
-namespace amisim {
+namespace base {
 
 /// What amisim's exit code tells a script. The texts of `amisim run --help` and
 /// `amisim sweep --help` list the same numbers.
@@ -29,8 +33,19 @@ enum class ExitCode : int {
 class Error : public std::runtime_error
 {
 public:
-    Error(ExitCode code, const std::string& text)
-        : std::runtime_error(base::ErrorLine(text)), code_(code)
+    Error(ExitCode code, const std::string& text) : std::runtime_error(ErrorLine(text)), code_(code)
+    {
+    }
+    /// A file that cannot be used: "file: what was expected".
+    Error(const std::filesystem::path& file, const std::string& text,
+          ExitCode code = ExitCode::kInput)
+        : Error(code, fmt::format("{}: {}", file.string(), text))
+    {
+    }
+    /// The same of one line of it: "file:line: what was expected".
+    Error(const std::filesystem::path& file, int line, const std::string& text,
+          ExitCode code = ExitCode::kInput)
+        : Error(code, fmt::format("{}:{}: {}", file.string(), line, text))
     {
     }
     ExitCode Code() const { return code_; }
@@ -39,4 +54,4 @@ private:
     ExitCode code_;
 };
 
-}  // namespace amisim
+}  // namespace base

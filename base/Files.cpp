@@ -11,7 +11,7 @@
 
 #include "base/Error.hpp"
 
-namespace amisim {
+namespace base {
 namespace {
 
 /// 0, or what the system said.
@@ -91,4 +91,4 @@ std::optional<std::string> ReadRegularFile(const std::filesystem::path& path, st
     return text;
 }
 
-}  // namespace amisim
+}  // namespace base

@@ -6,7 +6,9 @@
 #include <string>
 #include <string_view>
 
-namespace amisim {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// Files in a folder that a model writes into too. It may have put a link, a FIFO or a device under
 /// any name there: nothing is written through these, and nothing is awaited from them.
@@ -31,4 +33,4 @@ void WriteWhole(const std::filesystem::path& path, std::string_view bytes);
 /// The first `most` bytes of a regular file; nothing where there is no such file.
 std::optional<std::string> ReadRegularFile(const std::filesystem::path& path, std::size_t most);
 
-}  // namespace amisim
+}  // namespace base

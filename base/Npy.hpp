@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-namespace amisim {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// The header of NumPy's format 1.0 for an array of little-endian numbers, the last index running
 /// fastest. It is 128 bytes long whatever the shape, so that it can be written anew once the number
@@ -28,4 +30,4 @@ inline std::string NpyHeader(const std::string& type, const std::vector<std::int
     return std::string(lead.begin(), lead.end()) + text + "\n";
 }
 
-}  // namespace amisim
+}  // namespace base

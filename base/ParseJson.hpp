@@ -3,7 +3,9 @@
 #include <istream>
 #include <nlohmann/json.hpp>
 
-namespace amisim {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// The text as JSON; discarded where it is none, or nests deeper than anything that this program
 /// writes: what walks through JSON calls itself for each level.
@@ -22,4 +24,4 @@ Json ParseJson(std::istream& text)
     return tooDeep ? Json(Json::value_t::discarded) : json;
 }
 
-}  // namespace amisim
+}  // namespace base

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Names.hpp"
+
 /// Texts from elsewhere - models, files, file names - made fit to be shown.
 namespace base {
 

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <string>
 
-namespace amisim {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// A whole number of at least 0 in groups of three digits: "10,000".
 inline std::string Grouped(std::int64_t value)
@@ -28,4 +30,4 @@ inline std::string ShortRatio(double value)
     return fmt::format("{:.3g}e{}", value / std::pow(10, exponent), exponent);
 }
 
-}  // namespace amisim
+}  // namespace base

@@ -5,7 +5,9 @@
 #include <string>
 #include <string_view>
 
-namespace amisim {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// A text in memory, read where it lies.
 class TextBuffer : public std::streambuf
@@ -51,4 +53,4 @@ private:
     bool isCut_ = false;
 };
 
-}  // namespace amisim
+}  // namespace base

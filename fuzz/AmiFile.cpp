@@ -27,7 +27,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         static_cast<void>(file.Find(parameter.Path()));
     }
     static_cast<void>(ibis::ParameterTable(file));
-    ReadOrExplain<ibis::FileError>("fuzz.ami", [&] {
+    ReadOrExplain<base::Error>("fuzz.ami", [&] {
         const std::string text = ibis::ParameterString(file);
         Require(text.starts_with("(" + file.rootName), "a parameter string begins with the root");
     });

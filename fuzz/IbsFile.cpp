@@ -6,7 +6,7 @@
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    ReadOrExplain<ibis::FileError>("fuzz.ibs", [text = Text(data, size)] {
+    ReadOrExplain<base::Error>("fuzz.ibs", [text = Text(data, size)] {
         ibis::Findings findings("fuzz.ibs");
         const ibis::IbisFile file = ibis::ParseIbisText(std::string(text), "fuzz.ibs", findings);
         ibis::CheckFile(file, findings);

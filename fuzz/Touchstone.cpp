@@ -3,14 +3,14 @@
 
 #include "touchstone/Touchstone.hpp"
 
+#include "base/Error.hpp"
 #include "fuzz/Fuzz.hpp"
-#include "ibis/FileError.hpp"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0) return 0;
     const char* const names[] = {"fuzz.s2p", "fuzz.s4p", "fuzz.ts", "fuzz.s1p", "fuzz.s12p"};
-    ReadOrExplain<ibis::FileError>(
+    ReadOrExplain<base::Error>(
         "fuzz.", [name = names[data[0] % 5], text = Text(data + 1, size - 1)] {
             const amisim::SParameters s = amisim::ParseTouchstone(text, name);
             const auto ports = static_cast<std::size_t>(s.ports);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <system_error>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 namespace {
@@ -23,10 +23,10 @@ ExecutableLine LineOf(const IbisFile& file, const Model& model)
 {
     const std::vector<ExecutableLine> lines = ExecutablesOf(model);
     if (lines.empty()) {
-        throw FileError(file.document.path, model.algorithmic->place.line,
-                        fmt::format("expected Executable, platform, library and .ami file in the "
-                                    "[Algorithmic Model] of '{}'",
-                                    model.name));
+        throw Error(file.document.path, model.algorithmic->place.line,
+                    fmt::format("expected Executable, platform, library and .ami file in the "
+                                "[Algorithmic Model] of '{}'",
+                                model.name));
     }
     if (const auto line = ForThisPlatform(lines)) {
         return *line;
@@ -35,9 +35,9 @@ ExecutableLine LineOf(const IbisFile& file, const Model& model)
     for (const ExecutableLine& line : lines) {
         platforms.push_back(line.platform.String());
     }
-    throw FileError(file.document.path, model.place.line,
-                    fmt::format("model '{}' has no Executable line for 64-bit Linux, only for {}",
-                                model.name, Joined(platforms, ", ")));
+    throw Error(file.document.path, model.place.line,
+                fmt::format("model '{}' has no Executable line for 64-bit Linux, only for {}",
+                            model.name, Joined(platforms, ", ")));
 }
 
 }  // namespace
@@ -55,7 +55,7 @@ ChosenModel ChooseModel(const IbisFile& file, std::string_view name)
             fitting.push_back(&model);
         }
     }
-    const auto fail = [&](const std::string& text) { return FileError(file.document.path, text); };
+    const auto fail = [&](const std::string& text) { return Error(file.document.path, text); };
     if (all.empty()) {
         throw fail(file.document.isIbis ? "no [Model] has an [Algorithmic Model] section"
                                         : "expected the keyword [IBIS Ver]; this is no .ibs file");

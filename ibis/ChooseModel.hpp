@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "ibis/FileError.hpp"
+#include "base/Error.hpp"
 #include "ibis/records/Executables.hpp"
 #include "ibis/records/IbisFile.hpp"
 
@@ -17,7 +17,7 @@ struct ChosenModel
 };
 
 /// The model of this name, or with an empty name the only one that runs here; of its lines for this
-/// platform a receiver's before a transmitter's. Throws FileError that lists the models or the
+/// platform a receiver's before a transmitter's. Throws Error that lists the models or the
 /// platforms where that does not single out one.
 ChosenModel ChooseModel(const IbisFile& file, std::string_view name);
 

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <string>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 namespace {

@@ -7,7 +7,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 namespace {
@@ -24,9 +24,9 @@ public:
     std::string_view Range(std::uint64_t offset, std::uint64_t size) const
     {
         if (offset > bytes_.size() || size > bytes_.size() - offset) {
-            throw FileError(path_, fmt::format("is cut off or damaged: {} bytes at {} lie beyond "
-                                               "its end at {}",
-                                               size, offset, bytes_.size()));
+            throw Error(path_, fmt::format("is cut off or damaged: {} bytes at {} lie beyond "
+                                           "its end at {}",
+                                           size, offset, bytes_.size()));
         }
         return bytes_.substr(offset, size);
     }

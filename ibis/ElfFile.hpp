@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ibis/FileError.hpp"
+#include "base/Error.hpp"
 
 namespace ibis {
 
@@ -32,7 +32,7 @@ struct ElfFile
 };
 
 /// Reads the file. One that is neither ELF nor PE is no error but of kind Other, and a big-endian
-/// ELF file is told by width and machine alone. Throws FileError where the file cannot be read or
+/// ELF file is told by width and machine alone. Throws Error where the file cannot be read or
 /// is cut off.
 ElfFile ReadElfFile(const std::filesystem::path& path);
 

@@ -1,8 +1,8 @@
 #include "ibis/ResolveModel.hpp"
 
+#include "base/TextFile.hpp"
 #include "ibis/Beside.hpp"
 #include "ibis/ChooseModel.hpp"
-#include "ibis/TextFile.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/ami/TreeRules.hpp"
 
@@ -23,9 +23,9 @@ fs::path Named(const Word& file, const fs::path& ibs)
 {
     const auto found = Beside(ibs, file.Text());
     if (!found) {
-        throw FileError(ibs, file.Line(),
-                        fmt::format("names {}, which does not exist",
-                                    (ibs.parent_path() / file.Text()).string()));
+        throw Error(ibs, file.Line(),
+                    fmt::format("names {}, which does not exist",
+                                (ibs.parent_path() / file.Text()).string()));
     }
     return *found;
 }
@@ -65,7 +65,7 @@ void ReadAmi(const fs::path& path, ResolvedModel& resolved)
     Findings findings(path.string());
     AmiFile file = ReadAmiFile(path, findings);
     if (file.fault) {
-        throw FileError(path, file.fault->place.line, file.fault->text);
+        throw Error(path, file.fault->place.line, file.fault->text);
     }
     CheckAmi(file, {}, findings);
     resolved.notes = Notes(path, findings.Take());
@@ -92,21 +92,21 @@ Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrar
 Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)
 {
     if (!Exists(path)) {
-        throw FileError(path, "does not exist");
+        throw Error(path, "does not exist");
     }
     const std::string kind = Lowercase(path.extension().string());
     if (kind == ".ibs") {
         return FromIbs(path, modelName, needsLibrary);
     }
     if (!modelName.empty()) {
-        throw FileError(path,
-                        fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
+        throw Error(path,
+                    fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
     }
     if (kind == ".ami") {
         return {LibraryOf(path).value_or(""), path, "", ""};
     }
     if (path.filename().string().find(".so") == std::string::npos) {
-        throw FileError(path, "expected an .ibs, .ami or .so file");
+        throw Error(path, "expected an .ibs, .ami or .so file");
     }
     return {path, AmiOf(path).value_or(""), "", ""};
 }
@@ -130,9 +130,9 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
 {
     const Files files = Find(path, modelName, true);
     if (files.library.empty()) {
-        throw FileError(path, fmt::format("expected the model's library {}.so beside it; name the "
-                                          ".ibs or the .so instead",
-                                          path.stem().string()));
+        throw Error(path, fmt::format("expected the model's library {}.so beside it; name the "
+                                      ".ibs or the .so instead",
+                                      path.stem().string()));
     }
     ResolvedModel resolved;
     resolved.rootName = path.stem().string();
@@ -150,7 +150,7 @@ ResolvedModel ResolveDefinitions(const fs::path& path, std::string_view modelNam
 {
     const Files files = Find(path, modelName, false);
     if (files.ami.empty()) {
-        throw FileError(path, fmt::format("has no {}.ami beside it", path.stem().string()));
+        throw Error(path, fmt::format("has no {}.ami beside it", path.stem().string()));
     }
     ResolvedModel resolved;
     resolved.modelName = files.modelName;

@@ -27,7 +27,7 @@ struct ResolvedModel
 ///  - an .ami: the library of the same stem beside it (also with "lib" in front);
 ///  - an .so: the .ami of the same stem beside it (also without a leading "lib"), if there is one;
 ///    otherwise the stem serves as the root's name.
-/// Files beside a link are looked for beside what it leads to as well. Throws FileError that names
+/// Files beside a link are looked for beside what it leads to as well. Throws Error that names
 /// the file and the remedy when a file is missing, cannot be read, is no definition of parameters
 /// or leaves a choice. modelName is for .ibs only and an error otherwise.
 ResolvedModel ResolveModel(const std::filesystem::path& path, std::string_view modelName = {});

@@ -66,7 +66,7 @@ private:
                 if (file.bits == library_.bits && file.machine == library_.machine) {
                     return file;
                 }
-            } catch (const FileError&) {
+            } catch (const Error&) {
                 return std::nullopt;
             }
         }

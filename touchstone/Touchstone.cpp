@@ -7,14 +7,13 @@
 #include <numbers>
 #include <optional>
 
+#include "base/TextFile.hpp"
 #include "base/TextLines.hpp"
-#include "ibis/TextFile.hpp"
 
 namespace amisim {
 namespace {
 
 using Complex = std::complex<double>;
-using ibis::FileError;
 using ibis::Lowercase;
 using ibis::Trimmed;
 using Strings = std::vector<std::string_view>;
@@ -84,12 +83,12 @@ private:
             return;
         } else if (line.front() == '#') {
             if (!m_hasOptions) {  // the standard has later ones ignored
-                ReadOptions(ibis::Words(Lowercase(line.substr(1))));
+                ReadOptions(Words(Lowercase(line.substr(1))));
             }
         } else if (m_section == Section::Reference) {
-            ReadReference(ibis::Words(line));
+            ReadReference(Words(line));
         } else {
-            ReadData(ibis::Words(line));
+            ReadData(Words(line));
         }
     }
 
@@ -163,9 +162,9 @@ private:
         } else if (keyword == "reference") {
             m_s.reference.clear();
             m_section = Section::Reference;
-            ReadReference(ibis::Words(argument));
+            ReadReference(Words(argument));
         } else if (keyword == "mixed-mode order") {
-            ReadModes(ibis::Words(argument));
+            ReadModes(Words(argument));
         } else if (keyword == "network data") {
             RequirePorts();
             m_section = Section::Network;
@@ -339,7 +338,7 @@ private:
     {
         RequireWholeBlock();
         if (m_s.frequency.empty()) {
-            throw FileError(m_path, "holds no network data");
+            throw Error(m_path, "holds no network data");
         }
         const size_t found = m_s.frequency.size() + m_repeats;
         if (m_frequencies != 0 && m_frequencies != found) {
@@ -404,7 +403,7 @@ private:
                 return one;
             }
         }
-        Fail("expected {}, found '{}'", ibis::Joined(allowed, " or "), argument);
+        Fail("expected {}, found '{}'", Joined(allowed, " or "), argument);
     }
 
     size_t Ports() const { return static_cast<size_t>(m_s.ports); }
@@ -417,7 +416,7 @@ private:
     template <class... Arguments>
     [[noreturn]] void Fail(fmt::format_string<Arguments...> format, Arguments&&... arguments) const
     {
-        throw FileError(m_path, m_line, fmt::format(format, std::forward<Arguments>(arguments)...));
+        throw Error(m_path, m_line, fmt::format(format, std::forward<Arguments>(arguments)...));
     }
 
     const std::filesystem::path& m_path;
@@ -444,7 +443,7 @@ private:
 
 SParameters ReadTouchstone(const std::filesystem::path& path)
 {
-    return ParseTouchstone(ibis::ReadTextFile(path), path);
+    return ParseTouchstone(ReadTextFile(path), path);
 }
 
 SParameters ParseTouchstone(std::string_view text, const std::filesystem::path& path)

@@ -4,9 +4,9 @@
 #include <set>
 #include <utility>
 
+#include "base/Error.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ElfFile.hpp"
-#include "ibis/FileError.hpp"
-#include "ibis/TextFile.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/findings/Findings.hpp"
 #include "ibis/findings/RuleTable.hpp"
@@ -60,7 +60,7 @@ public:
     /// file.
     void CheckNamed(const fs::path& path)
     {
-        const std::string kind = ibis::Lowercase(path.extension().string());
+        const std::string kind = Lowercase(path.extension().string());
         if (kind == ".ami") {
             CheckAmiFile(path, {});
         } else if (kind == ".dll" || path.filename().string().find(".so") != std::string::npos) {
@@ -87,7 +87,7 @@ private:
         Findings findings(path.string());
         try {
             check(findings);
-        } catch (const ibis::FileError& error) {
+        } catch (const Error& error) {
             // The line that an error prints names the file, as the finding does.
             std::string text = error.what();
             if (const std::string name = path.string() + ": "; text.starts_with(name))

@@ -62,21 +62,17 @@ CLI::App* AddParamsCommand(CLI::App& app, ParamsOptions& o)
 
 ExitCode ListParameters(const ParamsOptions& options)
 {
-    try {
-        const auto resolved = ibis::ResolveDefinitions(options.file, options.modelName);
-        const ibis::AmiFile& file = *resolved.ami;
-        if (options.json) {
-            using Json = nlohmann::ordered_json;
-            Print("{}\n", ToJson(file).dump(2, ' ', false, Json::error_handler_t::replace));
-            return ExitCode::kOk;
-        }
-        Print("{}{}{}\n\n{}", file.rootName, file.description.empty() ? "" : ": ", file.description,
-              ibis::ParameterTable(file, TerminalWidth()));
-        for (const auto& note : resolved.notes)
-            Print("Note: {}\n", base::Shortened(note, kLongestPrinted));
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
+    const auto resolved = ibis::ResolveDefinitions(options.file, options.modelName);
+    const ibis::AmiFile& file = *resolved.ami;
+    if (options.json) {
+        using Json = nlohmann::ordered_json;
+        Print("{}\n", ToJson(file).dump(2, ' ', false, Json::error_handler_t::replace));
+        return ExitCode::kOk;
     }
+    Print("{}{}{}\n\n{}", file.rootName, file.description.empty() ? "" : ": ", file.description,
+          ibis::ParameterTable(file, TerminalWidth()));
+    for (const auto& note : resolved.notes)
+        Print("Note: {}\n", base::Shortened(note, kLongestPrinted));
     return ExitCode::kOk;
 }
 

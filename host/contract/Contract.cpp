@@ -6,9 +6,9 @@
 #include <chrono>
 #include <thread>
 
+#include "base/NearestName.hpp"
 #include "host/contract/Deviations.hpp"
 #include "host/process/WorkerProcess.hpp"
-#include "ibis/NearestName.hpp"
 
 namespace amisim::contract {
 namespace {
@@ -233,7 +233,7 @@ void RequireKnown(const std::vector<std::string>& names)
     for (const Check& check : Checks()) known.emplace_back(check.name);
     for (const auto& name : names) {
         if (FindCheck(name)) continue;
-        const std::string nearest = ibis::NearestName(name, known);
+        const std::string nearest = NearestName(name, known);
         throw Error(
             ExitCode::kUsage,
             fmt::format("no check '{}'{}; docs/contract.md lists them", name,

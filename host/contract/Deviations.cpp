@@ -6,9 +6,9 @@
 #include <sstream>
 
 #include "base/Error.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "host/contract/Check.hpp"
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
 
 namespace amisim::contract {
 namespace {
@@ -23,7 +23,7 @@ void RequireKnown(const std::filesystem::path& file, const Deviation& deviation)
     if (FindCheck(deviation.check)) return;
     std::vector<std::string> known;
     for (const Check& check : Checks()) known.emplace_back(check.name);
-    const std::string nearest = ibis::NearestName(deviation.check, known);
+    const std::string nearest = NearestName(deviation.check, known);
     Fail(file, deviation.line,
          fmt::format("no check '{}'{}", deviation.check,
                      nearest.empty() ? "" : fmt::format(" (did you mean {}?)", nearest)));
@@ -39,18 +39,13 @@ const Deviation* Deviations::Find(std::string_view check) const
 
 Deviations ReadDeviations(const std::filesystem::path& file)
 {
-    std::string text;
-    try {
-        text = ibis::ReadTextFile(file);
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
-    }
+    const std::string text = ReadTextFile(file);
     Deviations deviations{file, {}};
     std::istringstream lines(text);
     std::string line;
     for (int number = 1; std::getline(lines, line); ++number) {
         const bool goesOn = line.starts_with(' ') || line.starts_with('\t');
-        const std::string content(ibis::Trimmed(std::string_view(line).substr(0, line.find('#'))));
+        const std::string content(Trimmed(std::string_view(line).substr(0, line.find('#'))));
         if (content.empty()) continue;
         if (goesOn && !deviations.list.empty()) {
             deviations.list.back().reason += " " + content;
@@ -61,7 +56,7 @@ Deviations ReadDeviations(const std::filesystem::path& file)
             Fail(file, number, "expected 'check: reason'");
         deviations.list.push_back(
             {content.substr(0, colon),
-             std::string(ibis::Trimmed(std::string_view(content).substr(colon + 1))), number});
+             std::string(Trimmed(std::string_view(content).substr(colon + 1))), number});
         RequireKnown(file, deviations.list.back());
     }
     return deviations;

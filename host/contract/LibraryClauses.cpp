@@ -15,7 +15,7 @@ ibis::ElfFile ReadLibrary(const Bench& bench)
 {
     try {
         return ibis::ReadElfFile(bench.GetTask().library);
-    } catch (const ibis::FileError& error) {
+    } catch (const Error& error) {
         throw Broken("library", error.what());
     }
 }

@@ -216,21 +216,17 @@ std::string Edit::ApplyTo(std::string_view defaults) const
 
 Task MakeTask(const std::filesystem::path& model, const std::string& name)
 {
-    try {
-        ibis::ResolvedModel resolved = ibis::ResolveModel(model, name);
-        Task task;
-        task.library = resolved.library;
-        task.platform = resolved.platform;
-        task.root = resolved.rootName;
-        task.parameters = fmt::format("({})", task.root);
-        if (resolved.ami) {
-            AddOwn(*resolved.ami, task.library);
-            AddDefinitions(task, std::move(*resolved.ami));
-        }
-        return task;
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
+    ibis::ResolvedModel resolved = ibis::ResolveModel(model, name);
+    Task task;
+    task.library = resolved.library;
+    task.platform = resolved.platform;
+    task.root = resolved.rootName;
+    task.parameters = fmt::format("({})", task.root);
+    if (resolved.ami) {
+        AddOwn(*resolved.ami, task.library);
+        AddDefinitions(task, std::move(*resolved.ami));
     }
+    return task;
 }
 
 }  // namespace amisim::contract

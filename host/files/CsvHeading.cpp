@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace amisim {
 namespace {
@@ -17,7 +17,7 @@ std::string Key(std::string_view field)
 {
     field = field.substr(0, field.find_first_of("(["));
     std::string key;
-    for (const char c : ibis::Lowercase(field)) {
+    for (const char c : Lowercase(field)) {
         if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '#') key += c;
     }
     return key;
@@ -34,7 +34,7 @@ std::optional<double> Scale(std::string_view unit, Kind kind)
                                                                                    {"p", 1e-12},
                                                                                    {"f", 1e-15},
                                                                                    {"k", 1e3}}};
-    const std::string word = ibis::Lowercase(unit);
+    const std::string word = Lowercase(unit);
     if (kind == Kind::kTime) {
         for (const char* second : {"s", "sec", "secs", "second", "seconds"}) {
             if (word == second) return 1.0;
@@ -184,7 +184,7 @@ std::optional<double> CsvHeading::Duration(std::string_view text, std::string_vi
     double value = 0;
     const auto end = std::min(text.find(' '), text.size());
     if (!format_.Number(text.substr(0, end), value) || !(value > 0)) return std::nullopt;
-    const auto unit = ibis::Trimmed(text.substr(end));
+    const auto unit = Trimmed(text.substr(end));
     return value * Scale(unit.empty() ? next : unit, Kind::kTime).value_or(1.0);
 }
 
@@ -199,11 +199,11 @@ std::optional<CsvHeading::Step> CsvHeading::FindStep() const
         };
         for (std::size_t i = 0; i < fields.size(); ++i) {
             const auto cut = std::min(fields[i].find_first_of(":="), fields[i].size());
-            const auto name = ibis::Trimmed(fields[i].substr(0, cut));
+            const auto name = Trimmed(fields[i].substr(0, cut));
             const std::string key = Key(name);
             const bool isRate = kRateKeys.contains(key);
             if (!isRate && !kStepKeys.contains(key)) continue;
-            const auto rest = ibis::Trimmed(fields[i].substr(std::min(cut + 1, fields[i].size())));
+            const auto rest = Trimmed(fields[i].substr(std::min(cut + 1, fields[i].size())));
             const auto unit = UnitOf(name, Kind::kTime);
             auto value = Duration(rest, "");
             if (!value) value = Duration(at(fields, i + 1), at(fields, i + 2));

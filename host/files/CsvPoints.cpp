@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "base/Error.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace amisim {
 namespace {
@@ -139,7 +139,7 @@ void CsvPoints::FindLayout(const Sample& sample, const WaveReading& reading)
         notes_.push_back(
             fmt::format("line {} is passed over as it is no line of numbers: \"{}\"",
                         sample.numbers[static_cast<std::size_t>(first - 1 - sample.lines.begin())],
-                        ibis::Trimmed(std::string_view(before).substr(0, 60))));
+                        Trimmed(std::string_view(before).substr(0, 60))));
     }
 }
 
@@ -214,7 +214,7 @@ void CsvPoints::Fail() const
     if (columns_.value > 1) expected += fmt::format(" in column {}", columns_.value + 1);
     throw Error(ExitCode::kInput,
                 fmt::format("{}: expected {}, found \"{}\"{}", Place(), expected,
-                            ibis::Trimmed(std::string_view(text_).substr(0, 60)),
+                            Trimmed(std::string_view(text_).substr(0, 60)),
                             lines_->IsCut() ? "; the file ends there: if it was cut off, take the "
                                               "line out"
                                             : ""));

@@ -5,9 +5,9 @@
 #include <charconv>
 
 #include "base/Error.hpp"
+#include "base/TextFile.hpp"
 #include "host/files/CsvPoints.hpp"
 #include "host/files/NpyPoints.hpp"
-#include "ibis/TextFile.hpp"
 
 namespace amisim {
 
@@ -74,8 +74,8 @@ WavePoints::Columns WavePoints::FindColumns(
     };
     if (const auto value = find(column)) return {*value, {}};
     for (auto at = column.find('-'); at != column.npos; at = column.find('-', at + 1)) {
-        const auto value = find(ibis::Trimmed(std::string_view(column).substr(0, at)));
-        const auto minus = find(ibis::Trimmed(std::string_view(column).substr(at + 1)));
+        const auto value = find(Trimmed(std::string_view(column).substr(0, at)));
+        const auto minus = find(Trimmed(std::string_view(column).substr(at + 1)));
         if (value && minus) return {*value, minus};
     }
     std::string text;
@@ -88,7 +88,7 @@ WavePoints::Columns WavePoints::FindColumns(
             fmt::format("names no columns; give the number of the one to read, not '{}'", column);
     } else {
         text = fmt::format("there is no voltage column '{}'; its columns are '{}'", column,
-                           ibis::Joined(known, "', '"));
+                           Joined(known, "', '"));
     }
     throw Error(ExitCode::kInput, fmt::format("{}: {}", path_.string(), text));
 }

@@ -100,27 +100,13 @@ std::optional<std::string> ModelSource::Setting(const std::string& parameter) co
 ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
                                const std::vector<std::string>& overrides)
 {
-    ibis::Overrides pairs;
-    ibis::ResolvedModel resolved;
-    try {
-        pairs = LastOfEach(overrides);
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kUsage, error.what());
-    }
-    try {
-        resolved = ibis::ResolveModel(model, modelName);
-        if (resolved.ami) ibis::RequireSendable(*resolved.ami);
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
-    }
+    ibis::Overrides pairs = LastOfEach(overrides);
+    const ibis::ResolvedModel resolved = ibis::ResolveModel(model, modelName);
+    if (resolved.ami) ibis::RequireSendable(*resolved.ami);
     ModelSource source;
     if (resolved.ami) {
-        try {
-            AddOwnSettings(*resolved.ami, resolved.library, pairs);
-            source = WithDefinitions(*resolved.ami, pairs);
-        } catch (const ibis::FileError& error) {
-            throw Error(ExitCode::kUsage, error.what());
-        }
+        AddOwnSettings(*resolved.ami, resolved.library, pairs);
+        source = WithDefinitions(*resolved.ami, pairs);
     } else {
         source.parameters = UncheckedString(resolved.rootName, pairs);
         source.settings = pairs;

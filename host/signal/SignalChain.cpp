@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "base/Error.hpp"
+#include "base/TextFile.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
 #include "host/signal/BitPattern.hpp"
@@ -13,7 +14,6 @@
 #include "host/signal/Prbs.hpp"
 #include "host/signal/SignalMix.hpp"
 #include "host/signal/WaveFile.hpp"
-#include "ibis/TextFile.hpp"
 
 namespace amisim {
 namespace {
@@ -36,22 +36,17 @@ std::unique_ptr<BitSource> MakeBits(const SignalOptions& options)
 ChannelResponse ReadTouchstoneChannel(const std::filesystem::path& path,
                                       const ChannelReading& reading, const SignalOptions& options)
 {
-    try {
-        ChannelResponse channel = ReadChannel(path, reading, options.SampleInterval());
-        if (const auto faults = channel.grade->Faults(); !faults.empty()) {
-            const std::string text = ibis::Joined(faults, "; ");
-            if (!options.acceptChannel) {
-                throw Error(ExitCode::kInput,
-                            fmt::format("{}: cannot be trusted at {:.4g} Gbit/s: {}; "
-                                        "--accept-channel takes it all the same",
-                                        path.string(), options.bitRate * 1e-9, text));
-            }
-            channel.notes.push_back("accepted though " + text);
+    ChannelResponse channel = ReadChannel(path, reading, options.SampleInterval());
+    if (const auto faults = channel.grade->Faults(); !faults.empty()) {
+        const std::string text = Joined(faults, "; ");
+        if (!options.acceptChannel) {
+            throw Error(ExitCode::kInput, fmt::format("{}: cannot be trusted at {:.4g} Gbit/s: {}; "
+                                                      "--accept-channel takes it all the same",
+                                                      path.string(), options.bitRate * 1e-9, text));
         }
-        return channel;
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
+        channel.notes.push_back("accepted though " + text);
     }
+    return channel;
 }
 
 ChannelResponse MakeChannel(const SignalOptions& options)
@@ -73,7 +68,7 @@ ChannelResponse MakeChannel(const SignalOptions& options)
 /// A channel's notes in one line.
 std::string Note(const std::filesystem::path& path, const ChannelResponse& channel)
 {
-    return fmt::format("{}: {}", path.filename().string(), ibis::Joined(channel.notes, "; "));
+    return fmt::format("{}: {}", path.filename().string(), Joined(channel.notes, "; "));
 }
 
 NrzSource::Settings Transmitter(const SignalOptions& options, double peakToPeak, double ppm)

@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "base/Error.hpp"
+#include "base/NearestName.hpp"
 #include "host/options/RunCommand.hpp"
 #include "host/process/ModelSource.hpp"
-#include "ibis/NearestName.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"
 
@@ -71,13 +71,9 @@ std::string ModelName(const Plan& plan)
 
 RunSyntax::RunSyntax(const Plan& plan) : model_(plan.model)
 {
-    try {
-        auto resolved = ibis::ResolveModel(model_, ModelName(plan));
-        library_ = resolved.library;
-        ami_ = std::move(resolved.ami);
-    } catch (const ibis::FileError& error) {
-        throw Error(ExitCode::kInput, error.what());
-    }
+    auto resolved = ibis::ResolveModel(model_, ModelName(plan));
+    library_ = resolved.library;
+    ami_ = std::move(resolved.ami);
     const RunLine line;
     for (const CLI::Option* option : line.run->get_options()) {
         for (const auto& name : option->get_lnames()) {
@@ -119,7 +115,7 @@ void RunSyntax::Resolve(Setting& setting) const
             if (p.IsInput()) known.push_back(p.Path());
         }
     }
-    const std::string near = ibis::NearestName(setting.name, known);
+    const std::string near = NearestName(setting.name, known);
     const std::string remedy =
         !near.empty() ? fmt::format(": did you mean {}?", near)
         : ami_        ? ": see amisim run --help and amisim params " + model_
@@ -138,7 +134,7 @@ void RunSyntax::CheckValue(const Setting& setting, const std::string& value) con
         if (!ami_) return;
         try {
             ibis::CheckedValue(*ami_, *ami_->Find(setting.name), value);
-        } catch (const ibis::FileError& error) {
+        } catch (const Error& error) {
             Fail(setting.where, error.what());
         }
         return;

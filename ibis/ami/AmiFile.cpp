@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/AmiReader.hpp"
 
 namespace ibis {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ibis/FileError.hpp"
+#include "base/Error.hpp"
 #include "ibis/ami/AmiTree.hpp"
 #include "ibis/findings/Findings.hpp"
 
@@ -110,7 +110,7 @@ struct AmiFile
 };
 
 /// Reads an .ami file. Whatever is wrong with its content goes to the findings (rules 820 to 863)
-/// and reading goes on. Throws FileError for a file that cannot be read at all.
+/// and reading goes on. Throws Error for a file that cannot be read at all.
 AmiFile ReadAmiFile(const std::filesystem::path& path, Findings& findings);
 
 /// The same from a text already in memory; path serves for messages only.

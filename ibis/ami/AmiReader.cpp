@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "ibis/NearestName.hpp"
+#include "base/NearestName.hpp"
 #include "ibis/ami/ParameterReader.hpp"
 #include "ibis/ami/ReaderRules.hpp"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/ParameterReader.hpp"
 #include "ibis/ami/TreeRules.hpp"
 #include "ibis/reader/StrayBytes.hpp"

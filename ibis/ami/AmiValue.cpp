@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 namespace {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ParameterLists.hpp"
 #include "ibis/ami/ReaderRules.hpp"

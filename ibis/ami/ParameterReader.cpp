@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/ParameterLists.hpp"
 #include "ibis/ami/ReaderRules.hpp"
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <map>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/ami/ReaderRules.hpp"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 
 namespace ibis {
@@ -30,17 +30,17 @@ std::vector<std::string> InputPaths(const AmiFile& file)
         }
     }
     if (!candidates.empty()) {
-        throw FileError(file.path,
-                        fmt::format("'{}' could be {}", name, Joined(candidates, " or ")));
+        throw Error(file.path, fmt::format("'{}' could be {}", name, Joined(candidates, " or ")),
+                    ExitCode::kUsage);
     }
     const std::vector<std::string> known = InputPaths(file);
     const std::string nearest = NearestName(name, known);
-    throw FileError(
-        file.path,
-        fmt::format("no parameter '{}'{}; {}", name,
-                    nearest.empty() ? "" : fmt::format(" (did you mean {}?)", nearest),
-                    known.empty() ? "the model has no inputs"
-                                  : fmt::format("the inputs are {}", Joined(known, ", "))));
+    throw Error(file.path,
+                fmt::format("no parameter '{}'{}; {}", name,
+                            nearest.empty() ? "" : fmt::format(" (did you mean {}?)", nearest),
+                            known.empty() ? "the model has no inputs"
+                                          : fmt::format("the inputs are {}", Joined(known, ", "))),
+                ExitCode::kUsage);
 }
 
 std::string Written(Type type, const std::string& value)
@@ -84,7 +84,7 @@ void RequireSendable(const AmiFile& file)
 {
     const auto require = [&](const std::optional<Fault>& fault) {
         if (fault) {
-            throw FileError(file.path, fault->place.line, fault->text);
+            throw Error(file.path, fault->place.line, fault->text);
         }
     };
     require(file.fault);
@@ -100,7 +100,7 @@ std::pair<std::string, std::string> SplitOverride(std::string_view text)
     const size_t equals = text.find('=');
     const std::string_view name = Trimmed(text.substr(0, equals));
     if (equals == text.npos || name.empty()) {
-        throw FileError(fmt::format("'{}': expected Name=Value", text));
+        throw Error(ExitCode::kUsage, fmt::format("'{}': expected Name=Value", text));
     }
     return {std::string(name), std::string(Trimmed(text.substr(equals + 1)))};
 }
@@ -108,11 +108,13 @@ std::pair<std::string, std::string> SplitOverride(std::string_view text)
 std::string CheckedValue(const AmiFile& file, const AmiParameter& parameter, std::string_view value)
 {
     const auto fail = [&](const std::string& message) {
-        return FileError(file.path, parameter.place.line,
-                         fmt::format("{} = {}: {}", parameter.Path(), value, message));
+        return Error(file.path, parameter.place.line,
+                     fmt::format("{} = {}: {}", parameter.Path(), value, message),
+                     ExitCode::kUsage);
     };
     if (parameter.fault) {
-        throw FileError(file.path, parameter.fault->place.line, parameter.fault->text);
+        throw Error(file.path, parameter.fault->place.line, parameter.fault->text,
+                    ExitCode::kUsage);
     }
     if (!parameter.IsInput()) {
         throw fail(fmt::format("its Usage is {}, so it cannot be set", Name(parameter.usage)));
@@ -160,10 +162,11 @@ std::string ParameterString(const AmiFile& file, const Overrides& overrides)
         open = parameter.groups;
 
         if (!values[i]) {
-            throw FileError(file.path, parameter.place.line,
-                            fmt::format("parameter '{0}' has neither a Format nor a Default: give "
-                                        "it a value, {0}=...",
-                                        parameter.Path()));
+            throw Error(file.path, parameter.place.line,
+                        fmt::format("parameter '{0}' has neither a Format nor a Default: give "
+                                    "it a value, {0}=...",
+                                    parameter.Path()),
+                        ExitCode::kUsage);
         }
         text += fmt::format(" ({} {})", parameter.name, LeafData(parameter, *values[i]));
     }

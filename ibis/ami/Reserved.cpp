@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ibis/NearestName.hpp"
+#include "base/NearestName.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ReaderRules.hpp"
 #include "ibis/ami/ReservedChecks.hpp"

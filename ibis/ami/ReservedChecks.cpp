@@ -4,7 +4,7 @@
 #include <array>
 #include <cmath>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ReservedRules.hpp"
 

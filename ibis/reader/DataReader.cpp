@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/LineReader.hpp"

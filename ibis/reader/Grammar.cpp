@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 namespace ibis {
 namespace {

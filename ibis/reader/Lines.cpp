@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/StrayBytes.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/findings/RuleTable.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/LineReader.hpp"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/SyntaxRules.hpp"
 
 namespace ibis {

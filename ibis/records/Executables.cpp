@@ -1,6 +1,6 @@
 #include "ibis/records/Executables.hpp"
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 
 namespace ibis {
@@ -25,7 +25,7 @@ std::optional<AmiFile> AmiOf(const IbisFile& file, const ExecutableLine& line)
     Findings ofItsOwn("");
     try {
         return path ? std::optional(ReadAmiFile(*path, ofItsOwn)) : std::nullopt;
-    } catch (const FileError&) {
+    } catch (const Error&) {
         return std::nullopt;
     }
 }

@@ -70,7 +70,7 @@ struct IbisFile
     std::unordered_set<std::string_view> scheduled;  ///< models that a [Driver Schedule] names
 };
 
-/// Reads a file of any of these kinds. Only a file that cannot be read throws: FileError.
+/// Reads a file of any of these kinds. Only a file that cannot be read throws: Error.
 IbisFile ReadIbisFile(const std::filesystem::path& path, Findings& findings);
 
 /// The same from a text already in memory; path serves for messages and for the files that it

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/records/IbisFile.hpp"
 
 namespace ibis {
@@ -21,7 +21,7 @@ const IbisFile* Neighbours::Read(std::string_view name)
     try {
         Findings ofItsOwn(path->string());
         file = std::make_shared<const IbisFile>(ReadIbisFile(*path, ofItsOwn));
-    } catch (const FileError&) {  // as good as missing
+    } catch (const Error&) {  // as good as missing
     }
     return file.get();
 }

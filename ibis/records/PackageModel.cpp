@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 
 namespace ibis {

@@ -1,6 +1,6 @@
 #include "ibis/records/StubPath.hpp"
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Number.hpp"
 
 namespace ibis {

@@ -1,6 +1,6 @@
 #include "ibis/records/Submodel.hpp"
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 
 namespace ibis {

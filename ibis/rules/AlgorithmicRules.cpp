@@ -2,8 +2,8 @@
 #include <map>
 #include <set>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/physics/DcBuffer.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/Executables.hpp"

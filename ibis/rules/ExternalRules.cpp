@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <set>
 
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/CircuitFile.hpp"
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
 #include "ibis/records/Companions.hpp"

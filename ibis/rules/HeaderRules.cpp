@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/rules/RuleSets.hpp"
 

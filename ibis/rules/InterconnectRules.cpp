@@ -2,8 +2,8 @@
 #include <array>
 #include <set>
 
+#include "base/NearestName.hpp"
 #include "ibis/CircuitFile.hpp"
-#include "ibis/NearestName.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
 #include "ibis/records/Companions.hpp"

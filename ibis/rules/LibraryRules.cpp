@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <set>
 
+#include "base/TextFile.hpp"
 #include "ibis/ElfFile.hpp"
-#include "ibis/TextFile.hpp"
 #include "ibis/UndefinedSymbols.hpp"
 #include "ibis/records/Companions.hpp"
 #include "ibis/records/Executables.hpp"
@@ -109,7 +109,7 @@ void LibrariesAreWhatTheLinesSay(const IbisFile& file, Report& report)
                 } else {
                     NoteNewestGlibc(*path, line, report);
                 }
-            } catch (const FileError& error) {
+            } catch (const base::Error& error) {
                 report.Say(line.library.Place(), error.what(), "deliver it again");
             }
         }

@@ -1,4 +1,4 @@
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/PackageModel.hpp"
 #include "ibis/rules/PackageText.hpp"

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/records/PackageModel.hpp"
 #include "ibis/rules/RuleSets.hpp"

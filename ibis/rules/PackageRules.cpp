@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
 #include "ibis/rules/CornerValues.hpp"

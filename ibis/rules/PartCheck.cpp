@@ -1,6 +1,6 @@
 #include "ibis/rules/PartCheck.hpp"
 
-#include "ibis/NearestName.hpp"
+#include "base/NearestName.hpp"
 #include "ibis/records/Companions.hpp"
 
 namespace ibis {

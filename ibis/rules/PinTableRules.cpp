@@ -2,7 +2,7 @@
 #include <map>
 #include <set>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/reader/Number.hpp"
 #include "ibis/rules/PinTables.hpp"

@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/rules/RuleSets.hpp"
 #include "ibis/rules/Tables.hpp"
 #include "ibis/rules/Units.hpp"

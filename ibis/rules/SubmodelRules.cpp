@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "ibis/NearestName.hpp"
-#include "ibis/TextFile.hpp"
+#include "base/NearestName.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/reader/Grammar.hpp"
 #include "ibis/rules/CornerValues.hpp"
 #include "ibis/rules/RuleSets.hpp"

@@ -2,15 +2,15 @@
 
 #include <string>
 
-#include "ibis/FileError.hpp"
+#include "base/Error.hpp"
 
-/// The message of the FileError that an action throws, or "" when it throws none.
+/// The message of the Error that an action throws, or "" when it throws none.
 template <class Action>
 std::string MessageOf(Action action)
 {
     try {
         action();
-    } catch (const ibis::FileError& error) {
+    } catch (const base::Error& error) {
         return error.what();
     }
     return "";

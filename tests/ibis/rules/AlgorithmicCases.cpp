@@ -1,4 +1,4 @@
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "tests/ibis/rules/GoodFiles.hpp"
 #include "tests/ibis/rules/RuleCases.hpp"
 

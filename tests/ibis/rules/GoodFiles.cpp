@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 #include "ibis/records/Model.hpp"
 #include "tests/ibis/rules/RealisticFiles.hpp"
 #include "tests/ibis/rules/RichFile.hpp"

@@ -1,13 +1,13 @@
-#include "ibis/NearestName.hpp"
+#include "base/NearestName.hpp"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <numeric>
 
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
-namespace ibis {
+namespace base {
 namespace {
 
 /// Number of characters to insert, drop or replace to get from one word to the other.
@@ -66,4 +66,4 @@ std::string DidYouMean(std::string_view name, std::span<const std::string_view> 
     return nearest.empty() ? "" : fmt::format("; did you mean {}?", nearest);
 }
 
-}  // namespace ibis
+}  // namespace base

@@ -5,14 +5,15 @@
 #include <string_view>
 #include <vector>
 
-#include "ibis/FileError.hpp"
+#include "base/Error.hpp"
+#include "base/Names.hpp"
 
-namespace ibis {
+namespace base {
 
-/// All bytes of a file. Throws FileError if it cannot be read.
+/// All bytes of a file. Throws Error if it cannot be read.
 std::string ReadWholeFile(const std::filesystem::path& path);
 
-/// The same of a text. Throws FileError also if it holds zero bytes as no text does.
+/// The same of a text. Throws Error also if it holds zero bytes as no text does.
 std::string ReadTextFile(const std::filesystem::path& path);
 
 /// Blank-separated words of a line.
@@ -23,4 +24,4 @@ std::string Lowercase(std::string_view text);
 
 std::string Joined(const std::vector<std::string>& texts, std::string_view between);
 
-}  // namespace ibis
+}  // namespace base

@@ -1,4 +1,4 @@
-#include "ibis/TextFile.hpp"
+#include "base/TextFile.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-namespace ibis {
+namespace base {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
@@ -17,13 +17,13 @@ std::string ReadWholeFile(const std::filesystem::path& path)
 {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
-        throw FileError(path, "is a folder; expected a file");
+        throw Error(path, "is a folder; expected a file");
     }
     errno = 0;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                &std::fclose);
     if (!file) {
-        throw FileError(path, fmt::format("cannot be opened: {}", std::strerror(errno)));
+        throw Error(path, fmt::format("cannot be opened: {}", std::strerror(errno)));
     }
     const auto size = std::filesystem::file_size(path, error);
     std::string text(error ? 0 : size, '\0');
@@ -36,7 +36,7 @@ std::string ReadWholeFile(const std::filesystem::path& path)
     }
     text.resize(got);
     if (std::ferror(file.get())) {
-        throw FileError(path, fmt::format("cannot be read: {}", std::strerror(errno)));
+        throw Error(path, fmt::format("cannot be read: {}", std::strerror(errno)));
     }
     return text;
 }
@@ -45,7 +45,7 @@ std::string ReadTextFile(const std::filesystem::path& path)
 {
     std::string text = ReadWholeFile(path);
     if (text.find('\0') != std::string::npos) {
-        throw FileError(path, "is not a text file");
+        throw Error(path, "is not a text file");
     }
     return text;
 }
@@ -90,4 +90,4 @@ std::string Joined(const std::vector<std::string>& texts, std::string_view betwe
     return joined;
 }
 
-}  // namespace ibis
+}  // namespace base

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <vector>
 
-namespace ibis {
+#include "base/Names.hpp"
+
+namespace base {
 
 /// Of known names the one that a user who wrote name most probably meant, or "" when none is near.
 std::string NearestName(std::string_view name, const std::vector<std::string>& known);
@@ -16,4 +18,4 @@ std::string_view SameButForCase(std::string_view name, std::span<const std::stri
 /// "; did you mean Range?", or "" where none of the known names is near.
 std::string DidYouMean(std::string_view name, std::span<const std::string_view> known);
 
-}  // namespace ibis
+}  // namespace base
