@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "host/process/AmiModule.hpp"
 #include "host/pictures/Plot.hpp"
+#include "host/process/AmiModule.hpp"
 
 namespace {
 
