@@ -7,7 +7,7 @@
 #include "base/Error.hpp"
 #include "fuzz/Fuzz.hpp"
 #include "host/channel/ResponseFile.hpp"
-#include "host/signal/BitPattern.hpp"
+#include "host/signal/SymbolPattern.hpp"
 #include "host/signal/WaveFile.hpp"
 
 using namespace amisim;

@@ -25,15 +25,17 @@ EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
     eye.samplesPerBit = settings.samplesPerBit;
     eye.ignoreSamples = settings.ignoreBits * settings.samplesPerBit;
     eye.sentUnitInterval = settings.sentUnitInterval;
+    eye.modulation = settings.modulation;
     eye.sent = settings.sent;
     return eye;
 }
 
-/// Where between the clock edges a wave crosses 0 V on average (on the circle, since phase 1 is
-/// phase 0 again), from -1/2 to 1/2; 0 when it does not. The wave's first sample is number `start`;
-/// unit intervals within samples `from` to `to` count.
+/// Where between the clock edges a wave crosses thresholds on average (on the circle, since phase 1
+/// is phase 0 again), from -1/2 to 1/2; 0 when it does not. The wave's first sample is number
+/// `start`; unit intervals within samples `from` to `to` count.
 double MeanCrossing(std::span<const double> wave, double start,
-                    std::span<const ClockFrame::Edge> edges, double from, double to)
+                    std::span<const ClockFrame::Edge> edges, double from, double to,
+                    std::span<const double> thresholds)
 {
     std::complex<double> sum = 0;
     for (std::size_t n = 0; n + 1 < edges.size(); ++n) {
@@ -41,10 +43,13 @@ double MeanCrossing(std::span<const double> wave, double start,
         if (edges[n + 1].afterGap || begin < from || end > to) continue;
         for (auto i = static_cast<std::size_t>(begin - start);
              i + 1 < wave.size() && start + static_cast<double>(i) < end; ++i) {
-            if ((wave[i] > 0) == (wave[i + 1] > 0)) continue;
-            const double at = start + static_cast<double>(i) + wave[i] / (wave[i] - wave[i + 1]);
-            const double phase = (at - begin) / (end - begin);
-            if (std::isfinite(phase)) sum += std::polar(1.0, 2 * std::numbers::pi * phase);
+            for (const double threshold : thresholds) {
+                if ((wave[i] > threshold) == (wave[i + 1] > threshold)) continue;
+                const double at = start + static_cast<double>(i) +
+                                  (wave[i] - threshold) / (wave[i] - wave[i + 1]);
+                const double phase = (at - begin) / (end - begin);
+                if (std::isfinite(phase)) sum += std::polar(1.0, 2 * std::numbers::pi * phase);
+            }
         }
     }
     return sum == 0.0 ? 0 : std::arg(sum) / (2 * std::numbers::pi);
@@ -145,14 +150,16 @@ void Analyses::Release()
         const double first = std::max(0.0, counted - kLeadBits + 1);
         idealNext_ = first;
         MakeIdealEdges(end_);
-        idealPhase_ = MeanCrossing(heldOutput_, heldFrom_, heldEdges_, ignoreSamples_, to);
+        idealPhase_ = MeanCrossing(heldOutput_, heldFrom_, heldEdges_, ignoreSamples_, to,
+                                   settings_.modulation.thresholds);
         idealNext_ = first;
         MakeIdealEdges(end_);
         idealNext_ = first;
     }
     input_.Expect(AmplitudeOf(heldInput_));
     output_.Expect(AmplitudeOf(heldOutput_));
-    shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to);
+    shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to,
+                          settings_.modulation.thresholds);
     const Edges edges = std::move(heldEdges_);
     heldEdges_ = {};
     Feed(heldInput_, heldOutput_, edges);
@@ -193,7 +200,7 @@ Analyses::Findings Analyses::Find()
                                                 settings_.sentUnitInterval);
     const std::int64_t missing = bits - output_.UnitIntervals();
     if (missing > kEndBits) found.clock.missing = missing;
-    if (const auto& compared = DecisionsOf(output_).bits) {
+    if (const auto& compared = DecisionsOf(output_).symbols) {
         found.comparison = {compared->Compared(),     compared->Errors(), compared->Unaligned(),
                             compared->Realignments(), compared->Delay(),  compared->Inverted()};
     }

@@ -22,19 +22,20 @@ namespace amisim {
 /// so that its eye is centred; by how much, and whether the model has a clock at all, is known
 /// when kHeldBits of those that count have come: until then their waves are held. A model that has
 /// returned no clock time by then gets an ideal clock, at the transmitter's bit rate, its edges
-/// where the output crosses 0 V on average.
+/// where the output crosses its thresholds on average.
 class Analyses
 {
 public:
     struct Settings
     {
         int samplesPerBit = 64;
-        double sampleInterval = 0;         // s
-        std::int64_t ignoreBits = 0;       // at the start: seen, not counted
-        double sentUnitInterval = 64;      // samples
-        const BitHistory* sent = nullptr;  // null: nothing to compare with
-        std::vector<double> bers;          // that openings and contours are asked for
-        std::filesystem::path folder;      // for temporary files
+        double sampleInterval = 0;     // s
+        std::int64_t ignoreBits = 0;   // at the start: seen, not counted
+        double sentUnitInterval = 64;  // samples
+        Modulation modulation;
+        const SymbolHistory* sent = nullptr;  // null: nothing to compare with
+        std::vector<double> bers;             // that openings and contours are asked for
+        std::filesystem::path folder;         // for temporary files
     };
     static constexpr std::int64_t kHeldBits = 1024;
 

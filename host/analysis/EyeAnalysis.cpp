@@ -4,8 +4,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "host/analysis/Findings.hpp"
-
 namespace amisim {
 namespace {
 
@@ -20,13 +18,18 @@ constexpr double kWildFactor = 8;  // over what was expected
 // More wild samples than these, and than one in so many, are the signal itself.
 constexpr std::int64_t kFewWild = 64, kWildPart = 1000;
 
+constexpr std::size_t kBins = ThresholdCrossings::kBins;
+
 // A slicer's output switches this near to where data are sampled, UI, in this part of all cases.
 constexpr double kSlicedWithin = 0.125, kSlicedPart = 0.9;
 
-EyeAnalysis::Decisions DecisionsAt(double offset, const BitHistory* sent)
+EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& settings)
 {
+    const std::size_t symbols = settings.modulation.thresholds.size() + 1;
     const VoltageHistogram empty(1, kLevelRows);
-    return {offset, empty, sent ? std::make_optional<BitComparer>(*sent) : std::nullopt, empty, {}};
+    EyeAnalysis::Decisions at{offset, empty, {}, {symbols, empty}, {}};
+    if (settings.sent) at.symbols.emplace(*settings.sent, static_cast<Symbol>(symbols - 1));
+    return at;
 }
 
 }  // namespace
@@ -34,12 +37,10 @@ EyeAnalysis::Decisions DecisionsAt(double offset, const BitHistory* sent)
 EyeAnalysis::EyeAnalysis(const Settings& settings)
     : settings_(settings),
       density_(kColumns, kDensityRows),
-      ones_(kLevelColumns, kColumnRows),
-      zeros_(kLevelColumns, kColumnRows),
-      atSampling_(DecisionsAt(0.5, settings.sent)),
-      later_(DecisionsAt(0.75, settings.sent)),
-      lastBefore_(kCrossingBins),
-      firstAfter_(kCrossingBins)
+      decided_(settings.modulation.thresholds.size() + 1, {kLevelColumns, kColumnRows}),
+      atSampling_(DecisionsAt(0.5, settings)),
+      later_(DecisionsAt(0.75, settings)),
+      crossings_(settings.modulation.thresholds.begin(), settings.modulation.thresholds.end())
 {
 }
 
@@ -57,13 +58,14 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
     const auto ignored = static_cast<double>(settings_.ignoreSamples);
     if (end > ignored) {
-        for (VoltageHistogram* histogram : {&density_, &ones_, &zeros_, &atSampling_.levels,
-                                            &atSampling_.wrong, &later_.levels, &later_.wrong}) {
+        for (VoltageHistogram* histogram : {&density_, &atSampling_.levels, &later_.levels})
             histogram->Fit(greatest);
+        for (auto* histograms : {&decided_, &atSampling_.wrong, &later_.wrong}) {
+            for (VoltageHistogram& histogram : *histograms) histogram.Fit(greatest);
         }
         const auto counted =
             static_cast<std::size_t>(std::min(end - ignored, static_cast<double>(wave.size())));
-        if (twoLevels_) SeekLevels(wave.last(counted));
+        if (fewLevels_) SeekLevels(wave.last(counted));
     }
 
     // A unit interval is complete when the sample after the later instant of decision, which may
@@ -132,20 +134,19 @@ double EyeAnalysis::TakeWild(std::size_t from)
 
 void EyeAnalysis::SeekLevels(std::span<const double> wave)
 {
-    if (low_ == high_) low_ = high_ = wave.front();
     for (const double value : wave) {
-        if (value == low_ || value == high_) continue;
-        twoLevels_ = low_ == high_;
-        if (!twoLevels_) return;
-        high_ = value;
+        if (std::ranges::find(levels_, value) != levels_.end()) continue;
+        fewLevels_ = levels_.size() < decided_.size();
+        if (!fewLevels_) return;
+        levels_.push_back(value);
     }
 }
 
 void EyeAnalysis::Finish()
 {
     for (Decisions* at : {&atSampling_, &later_}) {
-        if (!at->bits) continue;
-        at->bits->Finish();
+        if (!at->symbols) continue;
+        at->symbols->Finish();
         TakeWindow(*at);
     }
 }
@@ -159,7 +160,7 @@ double EyeAnalysis::ValueAt(double time) const
 
 void EyeAnalysis::TakeWindow(Decisions& at)
 {
-    for (const std::size_t place : at.bits->Wrong()) at.wrong.Count(0, at.window[place]);
+    for (const auto& [place, sent] : at.symbols->Wrong()) at.wrong[sent].Count(0, at.window[place]);
     at.window.clear();
 }
 
@@ -168,18 +169,18 @@ double EyeAnalysis::Decide(Decisions& at, double begin)
     const double time = begin + at.offset * settings_.samplesPerBit;
     const double value = ValueAt(time);
     at.levels.Count(0, value);
-    if (at.bits) {
+    if (at.symbols) {
         const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
-        at.bits->Add(value > 0, near);
+        at.symbols->Add(settings_.modulation.Decide(value), near);
         at.window.push_back(value);
-        if (at.bits->WindowDone()) TakeWindow(at);
+        if (at.symbols->WindowDone()) TakeWindow(at);
     }
     return value;
 }
 
-void EyeAnalysis::CountLevels(double begin, double end, bool one)
+void EyeAnalysis::CountLevels(double begin, double end, Symbol symbol)
 {
-    VoltageHistogram& histogram = one ? ones_ : zeros_;
+    VoltageHistogram& histogram = decided_[symbol];
     const double step = (end - begin) / static_cast<double>(kLevelColumns);
     const double* const wave = wave_.data();
     double place = begin - static_cast<double>(waveStart_) + step / 2;
@@ -190,17 +191,22 @@ void EyeAnalysis::CountLevels(double begin, double end, bool one)
     }
 }
 
-void EyeAnalysis::CountTransition()
+void EyeAnalysis::CountDensity(std::span<const double> wave, double first, double begin, double end)
 {
-    ++boundaries_;
-    if (!before_.any && !firstHalf_.any) return;
-    const auto bin = [](double phase) {
-        const double place = (phase + 0.5) * static_cast<double>(kCrossingBins);
-        return static_cast<std::size_t>(
-            std::clamp(place, 0.0, static_cast<double>(kCrossingBins - 1)));
-    };
-    ++firstAfter_[bin(before_.any ? before_.first : firstHalf_.first)];
-    ++lastBefore_[bin(firstHalf_.any ? firstHalf_.last : before_.last)];
+    const double perSample = static_cast<double>(kColumns) / (end - begin);
+    const int steps = std::max(1, static_cast<int>(kColumns) / settings_.samplesPerBit);
+    const double perStep = perSample / steps;
+    // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
+    double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
+    constexpr std::size_t kMask = kColumns - 1;
+    for (std::size_t i = 0; i + 1 < wave.size(); ++i) {
+        const double value = wave[i], slope = (wave[i + 1] - value) / steps;
+        for (int s = 0; s < steps; ++s) {
+            density_.Count(static_cast<std::size_t>(static_cast<int>(column)) & kMask,
+                           value + slope * s);
+            column += perStep;
+        }
+    }
 }
 
 void EyeAnalysis::AddInterval(double begin, double end)
@@ -208,40 +214,20 @@ void EyeAnalysis::AddInterval(double begin, double end)
     if (begin < static_cast<double>(settings_.ignoreSamples)) return;
     if (begin < static_cast<double>(waveStart_)) return;  // its samples are gone already
     ++intervals_;
-    const bool one = Decide(atSampling_, begin) > 0;
+    const double value = Decide(atSampling_, begin);
     Decide(later_, begin);
-    CountLevels(begin, end, one);
+    CountLevels(begin, end, settings_.modulation.Decide(value));
 
     // A clock edge that falls on a sample, but for rounding, takes that sample with it.
     constexpr double kOnSample = 1e-6;
     const double first = std::ceil(begin - kOnSample), last = std::ceil(end - kOnSample);
-    const double perSample = static_cast<double>(kColumns) / (end - begin);
-    const int steps = std::max(1, static_cast<int>(kColumns) / settings_.samplesPerBit);
-    const double perStep = perSample / steps;
-    const double* sample =
-        &wave_[static_cast<std::size_t>(first - static_cast<double>(waveStart_))];
-    // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
-    double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
-    constexpr std::size_t kMask = kColumns - 1;
-    firstHalf_ = secondHalf_ = {};
-    for (double k = first; k < last; k += 1, ++sample) {
-        const double value = sample[0], slope = (sample[1] - value) / steps;
-        for (int s = 0; s < steps; ++s) {
-            density_.Count(static_cast<std::size_t>(static_cast<int>(column)) & kMask,
-                           value + slope * s);
-            column += perStep;
-        }
-        if ((value > 0) != (sample[1] > 0)) {
-            const double phase = (k - begin + value / (value - sample[1])) / (end - begin);
-            if (phase < 0.5) {
-                firstHalf_.Add(phase);
-            } else {
-                secondHalf_.Add(phase - 1);
-            }
-        }
-    }
-    if (begin == joinedAt_) CountTransition();
-    before_ = secondHalf_;
+    const auto wave = std::span<const double>(wave_).subspan(
+        static_cast<std::size_t>(first - static_cast<double>(waveStart_)),
+        static_cast<std::size_t>(last - first) + 1);
+    CountDensity(wave, first, begin, end);
+    const bool joined = begin == joinedAt_;
+    for (ThresholdCrossings& crossings : crossings_) crossings.Add(wave, first, begin, end, joined);
+    boundaries_ += joined;
     joinedAt_ = end;
 }
 
@@ -249,34 +235,32 @@ std::optional<std::complex<double>> EyeAnalysis::MeanCrossing() const
 {
     std::complex<double> sum = 0;
     double all = 0;
-    for (std::size_t i = 0; i < kCrossingBins; ++i) {
-        const auto count = static_cast<double>(lastBefore_[i] + firstAfter_[i]);
-        if (count == 0) continue;
-        const double phase = (static_cast<double>(i) + 0.5) / kCrossingBins - 0.5;
-        sum += std::polar(count, 2 * std::numbers::pi * phase);
-        all += count;
+    for (const ThresholdCrossings& crossings : crossings_) {
+        for (std::size_t i = 0; i < kBins; ++i) {
+            const auto count =
+                static_cast<double>(crossings.LastBefore()[i] + crossings.FirstAfter()[i]);
+            if (count == 0) continue;
+            const double phase = (static_cast<double>(i) + 0.5) / kBins - 0.5;
+            sum += std::polar(count, 2 * std::numbers::pi * phase);
+            all += count;
+        }
     }
     return all > 0 ? std::optional(sum / all) : std::nullopt;
 }
 
 bool EyeAnalysis::IsSliced() const
 {
-    if (!twoLevels_) return false;
+    if (!fewLevels_) return false;
     std::uint64_t near = 0, all = 0;
-    for (std::size_t i = 0; i < kCrossingBins; ++i) {
-        const std::uint64_t count = lastBefore_[i] + firstAfter_[i];
-        const std::size_t fromSampling = std::min(i, kCrossingBins - 1 - i);
-        all += count;
-        if (static_cast<double>(fromSampling) < kSlicedWithin * kCrossingBins) near += count;
+    for (const ThresholdCrossings& crossings : crossings_) {
+        for (std::size_t i = 0; i < kBins; ++i) {
+            const std::uint64_t count = crossings.LastBefore()[i] + crossings.FirstAfter()[i];
+            const std::size_t fromSampling = std::min(i, kBins - 1 - i);
+            all += count;
+            if (static_cast<double>(fromSampling) < kSlicedWithin * kBins) near += count;
+        }
     }
     return static_cast<double>(near) > kSlicedPart * static_cast<double>(all);
-}
-
-double EyeAnalysis::TransitionDensity() const
-{
-    std::uint64_t sum = 0;
-    for (const std::uint64_t count : lastBefore_) sum += count;
-    return boundaries_ > 0 ? static_cast<double>(sum) / static_cast<double>(boundaries_) : kUnknown;
 }
 
 }  // namespace amisim

@@ -6,9 +6,10 @@
 #include <span>
 #include <vector>
 
-#include "host/analysis/BitComparer.hpp"
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/SymbolComparer.hpp"
+#include "host/analysis/ThresholdCrossings.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
 
 namespace amisim {
@@ -22,9 +23,10 @@ public:
     struct Settings
     {
         int samplesPerBit = 64;
-        std::int64_t ignoreSamples = 0;    // at the start: seen, not counted
-        double sentUnitInterval = 64;      // samples, the transmitter's
-        const BitHistory* sent = nullptr;  // null: nothing to compare with
+        std::int64_t ignoreSamples = 0;       // at the start: seen, not counted
+        double sentUnitInterval = 64;         // samples, the transmitter's
+        Modulation modulation;                // thresholds to decide by
+        const SymbolHistory* sent = nullptr;  // null: nothing to compare with
     };
 
     explicit EyeAnalysis(const Settings& settings);
@@ -41,51 +43,45 @@ public:
 
     static constexpr std::size_t kColumns = 256;  // phases a unit interval
     static constexpr std::size_t kDensityRows = 512;
-    static constexpr std::size_t kCrossingBins = 4096;  // a unit interval
-    static constexpr std::size_t kLevelColumns = 64;    // phases a unit interval, split by decision
+    static constexpr std::size_t kLevelColumns = 64;  // phases a unit interval, split by decision
 
     /// Trace density: column c holds the phase (c + 1/2) / kColumns after a clock edge. The trace
     /// is drawn with straight lines between samples.
     const VoltageHistogram& Density() const { return density_; }
 
-    /// Voltages of the unit intervals decided as 1 (voltage at the sampling instant above 0 V) and
-    /// as 0, each taken exactly at phase (c + 1/2) / kLevelColumns in column c.
-    const VoltageHistogram& Ones() const { return ones_; }
-    const VoltageHistogram& Zeros() const { return zeros_; }
+    const Modulation& Alphabet() const { return settings_.modulation; }
 
-    /// Transitions against their distance from the clock edge between two sampling instants, from
-    /// -1/2 to 1/2 unit intervals in kCrossingBins: the last crossing of 0 V before a sampling
-    /// instant, and the first one after. Where noise makes a transition cross 0 V several times,
-    /// these are the two that reach furthest into the eye.
-    const std::vector<std::uint64_t>& LastBefore() const { return lastBefore_; }
-    const std::vector<std::uint64_t>& FirstAfter() const { return firstAfter_; }
+    /// For each symbol the voltages of the unit intervals that were decided as it at the sampling
+    /// instant, each taken exactly at phase (c + 1/2) / kLevelColumns in column c.
+    const std::vector<VoltageHistogram>& Decided() const { return decided_; }
+
+    /// For each threshold the transitions through it.
+    const std::vector<ThresholdCrossings>& Crossings() const { return crossings_; }
     /// Clock edges whose transitions, if any, have been counted.
     std::int64_t Boundaries() const { return boundaries_; }
 
-    /// The signal at the instants of decision, and how its bits compare. Two are tried at once:
+    /// The signal at the instants of decision, and how its symbols compare. Two are tried at once:
     /// half a unit interval after the clock edge, where data are sampled, and a quarter later, for
     /// an output that itself switches at the sampling instant.
     struct Decisions
     {
         double offset;  // unit intervals after the clock edge
         VoltageHistogram levels;
-        std::optional<BitComparer> bits;
-        VoltageHistogram wrong;      // the levels among them that were decided wrongly
-        std::vector<double> window;  // levels of the bits that the comparer still holds
+        std::optional<SymbolComparer> symbols;
+        std::vector<VoltageHistogram> wrong;  // the levels decided wrongly, by the symbol sent
+        std::vector<double> window;           // levels of the symbols that the comparer still holds
     };
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
 
-    /// Mean over the crossings of 0 V of e^(2 pi i phase), phase 0 being the clock edge: 1 in
+    /// Mean over all crossings of e^(2 pi i phase), phase 0 being the clock edge: 1 in
     /// magnitude where all have the same phase, 0 where they are spread evenly as those of a signal
     /// with another clock. Nothing where nothing crosses.
     std::optional<std::complex<double>> MeanCrossing() const;
 
-    /// True when the signal has two levels only and switches where data are sampled, like a
-    /// slicer's decisions.
+    /// True when the signal has no more levels than the modulation and switches where data are
+    /// sampled, like a slicer's decisions.
     bool IsSliced() const;
-
-    double TransitionDensity() const;  // transitions per unit interval
 
     std::int64_t UnitIntervals() const { return intervals_; }  // counted
     std::int64_t NotFinite() const { return notFinite_; }      // samples taken as 0 V
@@ -100,34 +96,21 @@ private:
     double ValueAt(double time) const;  // of the waveform, straight between samples
     double Decide(Decisions& at, double begin);
     void TakeWindow(Decisions& at);
-    void CountLevels(double begin, double end, bool one);
-    void CountTransition();
+    void CountLevels(double begin, double end, Symbol symbol);
+    void CountDensity(std::span<const double> wave, double first, double begin, double end);
 
     Settings settings_;
     std::vector<double> wave_;  // samples from waveStart_ on
     std::int64_t waveStart_ = 0;
     std::vector<ClockFrame::Edge> edges_;  // whose unit interval is not complete yet
-    VoltageHistogram density_, ones_, zeros_;
+    VoltageHistogram density_;
+    std::vector<VoltageHistogram> decided_;
     Decisions atSampling_, later_;
-    std::vector<std::uint64_t> lastBefore_, firstAfter_;
+    std::vector<ThresholdCrossings> crossings_;
     std::int64_t boundaries_ = 0;
-    // First and last crossing, from the clock edge, in the halves of a unit interval: the second
-    // half of the one before, and both of this one.
-    struct Crossings
-    {
-        double first = 0, last = 0;
-        bool any = false;
-        void Add(double phase)
-        {
-            if (!any) first = phase;
-            last = phase;
-            any = true;
-        }
-    };
-    Crossings before_, firstHalf_, secondHalf_;
-    double joinedAt_ = -1;  // end of the unit interval before
-    bool twoLevels_ = true;
-    double low_ = 0, high_ = 0;  // the levels while there are but two; equal until the second one
+    double joinedAt_ = -1;        // end of the unit interval before
+    std::vector<double> levels_;  // seen, until there are more than the modulation has
+    bool fewLevels_ = true;
     std::int64_t intervals_ = 0, notFinite_ = 0, firstNotFinite_ = -1;
     WildSamples wild_{.takenAs = VoltageHistogram::kMost / 2};
     double wildFrom_ = VoltageHistogram::kMost / 2;  // V

@@ -76,40 +76,44 @@ struct Sides
 };
 
 /// The transitions on either side of the sampling instant, which is at phase 1/2.
-Sides TimeSides(const EyeAnalysis& eye)
+Sides TimeSides(const ThresholdCrossings& crossings, double trials)
 {
-    constexpr double kBin = 1.0 / EyeAnalysis::kCrossingBins;
-    const auto trials = static_cast<double>(eye.Boundaries());
-    const std::vector<std::uint64_t> left(eye.LastBefore().rbegin(), eye.LastBefore().rend());
-    return {Side(Tail(left, 0.5, -kBin, trials)), Side(Tail(eye.FirstAfter(), 0.5, kBin, trials))};
+    constexpr double kBin = 1.0 / ThresholdCrossings::kBins;
+    const auto& before = crossings.LastBefore();
+    return {Side(Tail({before.rbegin(), before.rend()}, 0.5, -kBin, trials)),
+            Side(Tail(crossings.FirstAfter(), 0.5, kBin, trials))};
 }
 
-/// Zeros below, ones above: @param ones, zeros  counts in row r (the lowest first)
-template <typename Ones, typename Zeros>
-Sides VoltageSides(const VoltageHistogram& scale, double trials, Ones ones, Zeros zeros)
+/// Of two neighbouring levels: @param below, above  counts in row r (the lowest first)
+template <typename Below, typename Above>
+Sides VoltageSides(const VoltageHistogram& scale, double trials, Below below, Above above)
 {
     const std::size_t rows = scale.Rows();
-    std::vector<std::uint64_t> below(rows), above(rows);
+    std::vector<std::uint64_t> low(rows), high(rows);
     for (std::size_t r = 0; r < rows; ++r) {
-        above[r] = ones(r);
-        below[rows - 1 - r] = zeros(r);
+        high[r] = above(r);
+        low[rows - 1 - r] = below(r);
     }
-    return {Side(Tail(below, scale.Range(), -scale.BinHeight(), trials)),
-            Side(Tail(above, -scale.Range(), scale.BinHeight(), trials))};
+    return {Side(Tail(low, scale.Range(), -scale.BinHeight(), trials)),
+            Side(Tail(high, -scale.Range(), scale.BinHeight(), trials))};
 }
 
 /// At the sampling instant, by what was sent as far as it is known: a wrong decision belongs to
-/// the other side.
-Sides LevelSides(const EyeAnalysis::Decisions& at, double trials)
+/// the level of the symbol that was sent.
+Sides LevelSides(const EyeAnalysis::Decisions& at, const Modulation& modulation, std::size_t which,
+                 double trials)
 {
-    const std::size_t middle = at.levels.Rows() / 2;
-    const auto of = [&](std::size_t row, bool decidedSo) {
-        const std::uint64_t wrong = at.wrong.At(0, row);
-        return decidedSo ? at.levels.At(0, row) - wrong : wrong;
+    const auto sent = [&](std::size_t row, std::size_t symbol) {
+        std::uint64_t count = at.wrong[symbol].At(0, row);
+        if (modulation.Decide(at.levels.Edge(row) + at.levels.BinHeight() / 2) == symbol) {
+            count += at.levels.At(0, row);
+            for (const VoltageHistogram& wrong : at.wrong) count -= wrong.At(0, row);
+        }
+        return count;
     };
     return VoltageSides(
-        at.levels, trials, [&](std::size_t r) { return of(r, r >= middle); },
-        [&](std::size_t r) { return of(r, r < middle); });
+        at.levels, trials, [&](std::size_t r) { return sent(r, which); },
+        [&](std::size_t r) { return sent(r, which + 1); });
 }
 
 /// What is left between both sides when at most so many events of each may reach further in; never
@@ -212,9 +216,12 @@ std::optional<Jitter> MakeJitter(const Sides& time)
 
 }  // namespace
 
-EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<double>& bers)
+EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<double>& bers,
+                        std::size_t which)
 {
     const auto trials = static_cast<double>(eye.UnitIntervals());
+    const auto boundaries = static_cast<double>(eye.Boundaries());
+    const ThresholdCrossings& crossings = eye.Crossings()[which];
     const auto& decisions = DecisionsOf(eye);
     EyeFindings found;
     found.density = eye.Density();
@@ -224,12 +231,13 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     found.unitIntervals = eye.UnitIntervals();
     found.notFinite = eye.NotFinite();
     found.firstNotFinite = eye.FirstNotFinite();
-    found.transitionDensity = eye.TransitionDensity();
+    if (boundaries > 0)
+        found.transitionDensity = static_cast<double>(crossings.Transitions()) / boundaries;
     found.wild = eye.Wild();
-    const Sides levels = LevelSides(decisions, trials);
+    const Sides levels = LevelSides(decisions, eye.Alphabet(), which, trials);
     found.vertical = CountedOpening(levels, kEyeProbability * trials);
-    const Sides time = TimeSides(eye);
-    const double allowed = kEyeProbability * time.low.tail.Trials();
+    const Sides time = TimeSides(crossings, boundaries);
+    const double allowed = kEyeProbability * boundaries;
     const auto width = [&](const Tail& tail) {
         return tail.Total() > allowed ? std::abs(tail.Reach(allowed) - 0.5) : 0.5;
     };
@@ -251,16 +259,17 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     found.jitter = MakeJitter(time);
 
     // Where more decisions than that were wrong, the eye is closed, however its picture looks.
-    const auto& bits = eye.AtSampling().bits;
-    const double errors = bits ? static_cast<double>(bits->Errors()) : 0;
+    const auto& symbols = eye.AtSampling().symbols;
+    const double errors = symbols ? static_cast<double>(symbols->Errors()) : 0;
     const auto closed = [&](double ber) {
-        return errors >= Tail::kFewest && errors > ber * static_cast<double>(bits->Compared());
+        return errors >= Tail::kFewest && errors > ber * static_cast<double>(symbols->Compared());
     };
     std::vector<Sides> columns;
+    const VoltageHistogram &below = eye.Decided()[which], &above = eye.Decided()[which + 1];
     for (std::size_t c = 0; c < EyeAnalysis::kLevelColumns; ++c) {
         columns.push_back(VoltageSides(
-            eye.Ones(), trials, [&](std::size_t r) { return eye.Ones().At(c, r); },
-            [&](std::size_t r) { return eye.Zeros().At(c, r); }));
+            below, trials, [&](std::size_t r) { return below.At(c, r); },
+            [&](std::size_t r) { return above.At(c, r); }));
     }
     for (const double ber : bers) {
         if (closed(ber)) {

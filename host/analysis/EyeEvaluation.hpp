@@ -7,11 +7,13 @@
 
 namespace amisim {
 
-/// Turns what was counted of an eye into openings, contours, bathtubs and jitter. An output that
-/// is sliced gets its density and its decisions only.
+/// Turns what was counted of the eye around a threshold into openings, contours, bathtubs and
+/// jitter. An output that is sliced gets its density and its decisions only.
 /// @param shift  that the clock edges were moved by to centre the eye, UI
-/// @param bers   bit error ratios that openings and contours are asked for
-EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<double>& bers);
+/// @param bers   error ratios that openings and contours are asked for
+/// @param which  of the modulation's thresholds
+EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<double>& bers,
+                        std::size_t which = 0);
 
 /// The decisions that count: half a unit interval after the clock edge, or later where the output
 /// itself switches there.

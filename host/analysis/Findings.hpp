@@ -30,8 +30,8 @@ struct TailFit
     double highest = 0, lowest = 0;  // error ratios between which the points fitted lie
 };
 
-/// Error ratio against where the eye is sampled: against phase (at 0 V) or against voltage (at the
-/// sampling phase).
+/// Error ratio against where the eye is sampled: against phase (at the threshold) or against
+/// voltage (at the sampling phase).
 struct Bathtub
 {
     std::vector<double> x;             // rising
@@ -82,13 +82,13 @@ struct WildSamples
     double takenAs = 0;                  // V, with the sample's sign
 };
 
-/// An eye in the clock's frame.
+/// An eye in the clock's frame, around a threshold.
 struct EyeFindings
 {
     VoltageHistogram density{1, 4};            // columns: phases; as EyeAnalysis::Density
     Opening vertical;                          // V, at the sampling phase, at kEyeProbability
     double left = kUnknown, right = kUnknown;  // UI from the sampling phase, at kEyeProbability;
-                                               // unknown where nothing crosses 0 V
+                                               // unknown where nothing crosses the threshold
     double shift = 0;                          // UI that the clock was moved by to centre the eye
     double sampledAt = 0.5;                    // phase
     bool sliced = false;                       // two levels only: no heights worth the name

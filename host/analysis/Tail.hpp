@@ -14,7 +14,7 @@ double Q(double x);
 double InverseQ(double probability);
 
 /// One side of an eye as it was counted: how many events reach how far into the eye. Events are
-/// crossings of 0 V against phase, or voltages of one decided level.
+/// crossings of a threshold against phase, or voltages of one decided level.
 class Tail
 {
 public:

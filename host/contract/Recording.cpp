@@ -4,8 +4,8 @@
 #include <bit>
 #include <cmath>
 
-#include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
+#include "host/signal/Transmitter.hpp"
 
 namespace amisim::contract {
 namespace {
@@ -39,11 +39,11 @@ std::size_t FirstDifference(std::span<const double> a, std::span<const double> b
 std::vector<double> MakeWave(const Bench& bench, std::size_t bits, double samplesPerBit,
                              std::uint64_t stream)
 {
-    NrzSource::Settings settings;
+    Transmitter::Settings settings;
     settings.unitInterval = samplesPerBit;
     settings.rampTime = 0.5 * samplesPerBit;
-    NrzSource source(settings, std::make_unique<Prbs>(15, bench.GetTask().seed + stream), nullptr,
-                     bench.MakeRandom(3 * stream + 1));
+    Transmitter source(settings, std::make_unique<Prbs>(15, bench.GetTask().seed + stream), nullptr,
+                       bench.MakeRandom(3 * stream + 1));
     NoiseSource noisy(source, 0.005, bench.MakeRandom(3 * stream + 2));
     std::vector<double> wave(
         static_cast<std::size_t>(std::ceil(static_cast<double>(bits) * samplesPerBit)));

@@ -15,8 +15,8 @@ constexpr std::size_t kMostLoggedEyes = 400;
 /// Of those sent, until they have been compared.
 std::int64_t HeldBits(const SimulationOptions& options)
 {
-    return 10 * options.blockBits + Analyses::kHeldBits + BitComparer::kLongestDelay +
-           4 * static_cast<std::int64_t>(BitComparer::kWindow);
+    return 10 * options.blockBits + Analyses::kHeldBits + SymbolComparer::kLongestDelay +
+           4 * static_cast<std::int64_t>(SymbolComparer::kWindow);
 }
 
 }  // namespace

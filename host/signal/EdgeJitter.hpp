@@ -6,7 +6,7 @@ namespace amisim {
 
 /// Moves the edges of a transmitter in time. Times in samples, frequencies in cycles a sample.
 ///
-///  - Random: normal, independent from bit boundary to bit boundary.
+///  - Random: normal, independent from boundary to boundary.
 ///  - Sinusoidal: amplitude * sin(2 pi frequency time), positive meaning late.
 ///  - Duty-cycle distortion: the width of a single 1 less that of a single 0. Rising edges come a
 ///    quarter of it early and falling ones a quarter late; boundaries between equal bits stay.
@@ -23,7 +23,7 @@ public:
     EdgeJitter(const Settings& settings, Random random) : settings_(settings), random_(random) {}
 
     /// By how much the boundary that should be at `time` comes late; to be asked once for each.
-    /// @param direction  1 from 0 to 1, -1 from 1 to 0, 0 between equal bits
+    /// @param direction  1 rising, -1 falling, 0 between equal symbols
     double Next(double time, int direction);
 
 private:

@@ -43,10 +43,10 @@ Prbs::Prbs(int order, std::uint64_t seed)
     if (state_ == 0) state_ = mask_;  // the one state that never leaves itself
 }
 
-bool Prbs::Next()
+Symbol Prbs::Next()
 {
-    const bool out = (std::popcount(state_ & taps_) & 1) != 0;
-    state_ = (state_ << 1 | static_cast<std::uint32_t>(out)) & mask_;
+    const auto out = static_cast<Symbol>(std::popcount(state_ & taps_) & 1);
+    state_ = (state_ << 1 | out) & mask_;
     return out;
 }
 

@@ -9,10 +9,10 @@
 #include "base/TextFile.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
-#include "host/signal/BitPattern.hpp"
 #include "host/signal/Convolver.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/SignalMix.hpp"
+#include "host/signal/SymbolPattern.hpp"
 #include "host/signal/WaveFile.hpp"
 
 namespace amisim {
@@ -23,12 +23,12 @@ constexpr std::uint64_t kNoiseStream = 1;
 constexpr std::uint64_t kJitterStream = 2;
 constexpr std::uint64_t kAggressorStream = 16;  // and onwards
 
-std::unique_ptr<BitSource> MakeBits(const SignalOptions& options)
+std::unique_ptr<SymbolSource> MakeSymbols(const SignalOptions& options)
 {
     if (!options.pattern.empty())
-        return std::make_unique<BitPattern>(ReadBitPattern(options.pattern));
+        return std::make_unique<SymbolPattern>(ReadBitPattern(options.pattern));
     if (options.clockPattern > 0)
-        return std::make_unique<BitPattern>(ClockPattern(options.clockPattern));
+        return std::make_unique<SymbolPattern>(ClockPattern(options.clockPattern));
     return std::make_unique<Prbs>(options.prbs, options.seed);
 }
 
@@ -71,12 +71,13 @@ std::string Note(const std::filesystem::path& path, const ChannelResponse& chann
     return fmt::format("{}: {}", path.filename().string(), Joined(channel.notes, "; "));
 }
 
-NrzSource::Settings Transmitter(const SignalOptions& options, double peakToPeak, double ppm)
+Transmitter::Settings TransmitterSettings(const SignalOptions& options, double peakToPeak,
+                                          double ppm)
 {
-    NrzSource::Settings settings;
+    Transmitter::Settings settings;
     settings.amplitude = peakToPeak / 2;
     settings.unitInterval = options.samplesPerBit / (1 + ppm * 1e-6);
-    settings.rampTime = options.riseTime * options.samplesPerBit / NrzSource::kRise2080;
+    settings.rampTime = options.riseTime * options.samplesPerBit / Transmitter::kRise2080;
     return settings;
 }
 
@@ -152,7 +153,7 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
 {
     bits_ = options.bits.value_or(SignalOptions::kDefaultBits);
     const double spb = options.samplesPerBit;
-    NrzSource::Settings settings = Transmitter(options, options.amplitude, options.ppm);
+    Transmitter::Settings settings = TransmitterSettings(options, options.amplitude, options.ppm);
     sentUnitInterval_ = settings.unitInterval;
     settings.start = options.phase * spb;
     settings.deemphasis = options.deemphasis;
@@ -167,12 +168,12 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
     grade_ = channel.grade;
     KeepImpulse(channel);
 
-    // Bits are made as far ahead as the channel's blocks reach.
+    // Symbols are made as far ahead as the channel's blocks reach.
     const auto ahead = static_cast<std::size_t>(
         static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
     sent_.emplace(ahead + static_cast<std::size_t>(heldBits));
-    SignalSource* const transmitter =
-        Add<NrzSource>(settings, MakeBits(options), &*sent_, Random(options.seed, kJitterStream));
+    SignalSource* const transmitter = Add<Transmitter>(settings, MakeSymbols(options), &*sent_,
+                                                       Random(options.seed, kJitterStream));
     Add<Convolver>(*transmitter, channel.taps);
     if (!options.fext.empty() || !options.next.empty()) AddAggressors(options, channel);
     if (options.noise > 0)
@@ -189,12 +190,13 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         KeepImpulse(coupling);
         // A start of its own in time and pattern.
         Random random(options.seed, kAggressorStream + inputs.size());
-        NrzSource::Settings settings =
-            Transmitter(options, options.aggressorAmplitude, options.aggressorPpm);
+        Transmitter::Settings settings =
+            TransmitterSettings(options, options.aggressorAmplitude, options.aggressorPpm);
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
-        auto bits = std::make_unique<Prbs>(options.prbs, random.Bits());
-        SignalSource* const aggressor = Add<NrzSource>(settings, std::move(bits), nullptr, random);
+        auto symbols = std::make_unique<Prbs>(options.prbs, random.Bits());
+        SignalSource* const aggressor =
+            Add<Transmitter>(settings, std::move(symbols), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
     };
     for (const auto& path : options.fext) add(path, true);

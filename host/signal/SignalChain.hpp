@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "host/channel/ChannelResponse.hpp"
-#include "host/signal/BitHistory.hpp"
 #include "host/signal/SignalOptions.hpp"
 #include "host/signal/SignalSource.hpp"
+#include "host/signal/SymbolHistory.hpp"
 
 namespace amisim {
 
@@ -27,7 +27,7 @@ public:
     SignalSource& Output() const { return *output_; }
 
     std::int64_t Bits() const { return bits_; }  // of the whole run
-    const BitHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
+    const SymbolHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
     double SentUnitInterval() const { return sentUnitInterval_; }  // samples
 
     /// Impulse responses for AMI_Init, 1/s, all of one length: the channel's, then one from each
@@ -47,7 +47,7 @@ private:
     template <typename Stage, typename... Arguments>
     SignalSource* Add(Arguments&&... arguments);
 
-    std::optional<BitHistory> sent_;
+    std::optional<SymbolHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;
     SignalSource* output_ = nullptr;  // one of them
     std::int64_t bits_ = 0;

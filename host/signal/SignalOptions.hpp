@@ -8,7 +8,7 @@
 
 #include "host/files/WavePoints.hpp"
 #include "host/signal/BitRateEstimate.hpp"
-#include "host/signal/NrzSource.hpp"
+#include "host/signal/Transmitter.hpp"
 
 namespace amisim {
 

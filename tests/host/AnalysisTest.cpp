@@ -1,7 +1,7 @@
 #include <cmath>
 
-#include "host/analysis/BitComparer.hpp"
 #include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/SymbolComparer.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
 #include "host/known/AdaptLog.hpp"
 #include "host/signal/Prbs.hpp"
@@ -45,13 +45,13 @@ TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
     EXPECT_EQ(frame.Edges().back().number, 28);
 }
 
-TEST(BitComparer, AClockPatternIsNotInvertedButLater)
+TEST(SymbolComparer, AClockPatternIsNotInvertedButLater)
 {
     for (const int length : {1, 3}) {
-        BitHistory sent(4096);
+        SymbolHistory sent(4096);
         for (int i = 0; i < 2000; ++i) sent.Push(i / length % 2 == 0);
         for (int shift = 0; shift < 2 * length; ++shift) {
-            BitComparer comparer(sent);
+            SymbolComparer comparer(sent);
             for (int i = 0; i < 1024; ++i) comparer.Add(sent[i + 700 + shift], i + 700);
             EXPECT_FALSE(comparer.Inverted()) << length << " " << shift;
             EXPECT_EQ(comparer.Errors(), 0);
@@ -59,25 +59,30 @@ TEST(BitComparer, AClockPatternIsNotInvertedButLater)
     }
 }
 
-class BitComparerTest : public testing::Test
+class SymbolComparerTest : public testing::TestWithParam<int>
 {
 protected:
-    BitComparerTest()
+    SymbolComparerTest()
     {
-        Prbs prbs(31, 4);
-        for (int i = 0; i < 20000; ++i) sent_.Push(prbs.Next());
+        Random random(4);
+        const auto levels = static_cast<std::uint64_t>(GetParam());
+        for (int i = 0; i < 20000; ++i) sent_.Push(static_cast<Symbol>(random.Bits() % levels));
     }
-    BitHistory sent_{1 << 16};
+    SymbolHistory sent_{1 << 16};
+    Symbol highest_ = static_cast<Symbol>(GetParam() - 1);
 };
+INSTANTIATE_TEST_SUITE_P(Levels, SymbolComparerTest, testing::Values(2, 3, 4));
 
-TEST_F(BitComparerTest, CountsErrorsWhateverDelayAndPolarity)
+TEST_P(SymbolComparerTest, CountsErrorsWhateverDelayAndPolarity)
 {
     for (const int delay : {-3, 0, 1, 700}) {
         for (const bool inverted : {false, true}) {
-            BitComparer comparer(sent_);
+            SymbolComparer comparer(sent_, highest_);
             for (int i = 0; i < 10000; ++i) {
                 const bool wrong = i == 3 || i == 5000 || i == 9999;
-                comparer.Add(sent_[i + 800] != (inverted != wrong), i + 800 + delay);
+                const int symbol = wrong ? (sent_[i + 800] + 1) % GetParam() : sent_[i + 800];
+                comparer.Add(static_cast<Symbol>(inverted ? highest_ - symbol : symbol),
+                             i + 800 + delay);
             }
             comparer.Finish();
             EXPECT_EQ(comparer.Errors(), 3);
@@ -89,9 +94,9 @@ TEST_F(BitComparerTest, CountsErrorsWhateverDelayAndPolarity)
     }
 }
 
-TEST_F(BitComparerTest, FindsThePatternAgainAfterASlip)
+TEST_P(SymbolComparerTest, FindsThePatternAgainAfterASlip)
 {
-    BitComparer comparer(sent_);
+    SymbolComparer comparer(sent_, highest_);
     for (int i = 0; i < 10000; ++i) comparer.Add(sent_[i < 5000 ? i : i + 1], i);
     comparer.Finish();
     EXPECT_EQ(comparer.Realignments(), 1);
@@ -99,11 +104,11 @@ TEST_F(BitComparerTest, FindsThePatternAgainAfterASlip)
     EXPECT_LT(comparer.Errors(), 512);
 }
 
-TEST_F(BitComparerTest, DoesNotClaimAPlaceInNoise)
+TEST_P(SymbolComparerTest, DoesNotClaimAPlaceInNoise)
 {
-    BitComparer comparer(sent_);
+    SymbolComparer comparer(sent_, highest_);
     Random random(9);
-    for (int i = 0; i < 20000; ++i) comparer.Add((random.Bits() & 1) != 0, i);
+    for (int i = 0; i < 20000; ++i) comparer.Add(random.Bits() % 2, i);
     comparer.Finish();
     EXPECT_EQ(comparer.Compared(), 0);
     EXPECT_EQ(comparer.Unaligned(), 20000);

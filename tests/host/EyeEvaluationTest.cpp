@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <functional>
 
 #include "host/analysis/Analyses.hpp"
+#include "host/analysis/EyeEvaluation.hpp"
 #include "host/analysis/Tail.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
@@ -31,7 +33,7 @@ struct Bench
     Analyses::Findings Run() const
     {
         const double unit = kSamples / (1 + ppm * 1e-6);
-        BitHistory sent(1 << 21);
+        SymbolHistory sent(1 << 21);
         Prbs prbs(31, 2);
         Random random(5);
         // One value for a bit, so that voltages between samples have it, too.
@@ -230,6 +232,52 @@ TEST(EyeEvaluation, ContoursFollowAKnownShape)
             EXPECT_NEAR(contour.low[i], -expected, 0.6 * bench.noise) << contour.phase[i];
         }
     }
+}
+
+TEST(EyeEvaluation, FourLevelsMakeThreeEyes)
+{
+    // Unevenly spaced, and the uppermost threshold so near to a level that errors are many.
+    constexpr std::array kLevels{-0.4, -0.12, 0.16, 0.4};  // V
+    constexpr double kNoise = 0.02;
+    constexpr int kSymbols = 200000;
+    EyeAnalysis::Settings settings;
+    settings.samplesPerBit = kSamples;
+    settings.sentUnitInterval = kSamples;
+    settings.modulation.thresholds = {-0.26, 0.02, 0.2};
+    SymbolHistory sent(1 << 18);
+    settings.sent = &sent;
+    EyeAnalysis eye(settings);
+    Random random(8);
+    double last = 0;
+    for (int n = 0; n < kSymbols; ++n) {
+        sent.Push(random.Bits() % 4);
+        const double level = kLevels[sent[n]] + kNoise * random.Normal();
+        std::vector<double> wave(kSamples, level);
+        wave[0] = (last + level) / 2;
+        last = level;
+        eye.Add(wave, std::vector<ClockFrame::Edge>{{1.0 * n * kSamples}});
+    }
+    eye.Finish();
+    const SymbolComparer& symbols = eye.AtSampling().symbols.value();
+    const double trials = static_cast<double>(eye.UnitIntervals());
+    const double errors = trials * Q((settings.modulation.thresholds[2] - kLevels[2]) / kNoise) / 4;
+    EXPECT_NEAR(static_cast<double>(symbols.Errors()), errors, 4 * std::sqrt(errors));
+    EXPECT_FALSE(symbols.Inverted());
+    EXPECT_EQ(symbols.Delay(), 0);
+    for (const std::size_t which : {0U, 1U, 2U}) {
+        SCOPED_TRACE(which);
+        const EyeFindings found = EvaluateEye(eye, 0, {}, which);
+        // A quarter of all symbols on either side; wrong ones belong to what was sent.
+        const double margin = kNoise * InverseQ(4 * kEyeProbability);
+        EXPECT_NEAR(found.vertical.low, kLevels[which] + margin, 0.1 * kNoise);
+        EXPECT_NEAR(found.vertical.high, kLevels[which + 1] - margin, 0.1 * kNoise);
+        // Transitions of random symbols through a threshold with so many levels below it.
+        const double below = static_cast<double>(which + 1) / 4;
+        EXPECT_NEAR(found.transitionDensity, 2 * below * (1 - below), 0.02);
+        // They last from a sample before the clock edge to one behind it.
+        EXPECT_GT(found.left + found.right, 1 - 2.0 / kSamples);
+    }
+    EXPECT_LT(std::abs(eye.MeanCrossing().value() - 1.0), 0.02);
 }
 
 TEST(Analyses, TheInputIsSeenInTheModelsClockMovedToItsCentre)

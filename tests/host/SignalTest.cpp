@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "host/channel/LossyLine.hpp"
-#include "host/signal/BitPattern.hpp"
 #include "host/signal/Convolver.hpp"
-#include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
+#include "host/signal/SymbolPattern.hpp"
+#include "host/signal/Transmitter.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -134,29 +134,37 @@ TEST(Convolver, EqualsTheSumWhateverThePieces)
     }
 }
 
-std::vector<double> Transmit(const NrzSource::Settings& settings, std::vector<bool> pattern,
+std::vector<double> Transmit(const Transmitter::Settings& settings, std::vector<Symbol> pattern,
                              std::size_t bits)
 {
-    NrzSource source(settings, std::make_unique<BitPattern>(std::move(pattern)), nullptr,
-                     Random(7));
+    Transmitter source(settings, std::make_unique<SymbolPattern>(std::move(pattern)), nullptr,
+                       Random(7));
     std::vector<double> wave(64 * bits);
     source.Read(std::span(wave).first(1001));  // in two pieces
     source.Read(std::span(wave).subspan(1001));
     return wave;
 }
 
-TEST(NrzSource, DeemphasisSetsTheLevelOfEachBit)
+TEST(Transmitter, DeemphasisSetsTheLevelOfEachSymbol)
 {
-    const std::vector<bool> pattern = {1, 0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 0, 0};
+    const std::vector<Symbol> bits = {1, 0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 0, 0};
+    const std::vector<Symbol> four = {3, 0, 3, 3, 2, 1, 3, 1, 0, 2, 3, 0, 0, 0, 0};
     struct Case
     {
         std::vector<double> pre, post;
+        std::vector<double> levels = {-1, 1};
     };
-    for (const Case& c : {Case{{}, {}}, {{}, {0.25}}, {{0.1}, {}}, {{0.1, -0.05}, {0.2, 0.05}}}) {
-        NrzSource::Settings settings;
+    for (const Case& c : {Case{{}, {}},
+                          {{}, {0.25}},
+                          {{0.1}, {}},
+                          {{0.1, -0.05}, {0.2, 0.05}},
+                          {{0.1, -0.05}, {0.2, 0.05}, {-1, -0.3, 0.4, 1}}}) {
+        const auto& pattern = c.levels.size() == 2 ? bits : four;
+        Transmitter::Settings settings;
+        settings.modulation.levels = c.levels;
         settings.deemphasis = {c.pre, c.post};
         const auto wave = Transmit(settings, pattern, 10 * pattern.size());
-        const auto symbol = [&](std::size_t k) { return pattern[k % pattern.size()] ? 1.0 : -1.0; };
+        const auto symbol = [&](std::size_t k) { return c.levels[pattern[k % pattern.size()]]; };
         double peak = 0;
         for (std::size_t k = 2; k < 9 * pattern.size(); ++k) {
             double level = symbol(k);
@@ -167,11 +175,11 @@ TEST(NrzSource, DeemphasisSetsTheLevelOfEachBit)
             ASSERT_NEAR(wave[64 * k + 32], 0.4 * level, 1e-15) << k;
             peak = std::max(peak, std::abs(level));
         }
-        EXPECT_NEAR(peak, 1, 1e-15);  // this pattern holds the worst case of each
+        EXPECT_NEAR(peak, 1, 1e-15);  // the patterns hold the worst case of each
     }
 }
 
-TEST(NrzSource, JitterMovesTheEdgesAsAskedFor)
+TEST(Transmitter, JitterMovesTheEdgesAsAskedFor)
 {
     constexpr double kUi = 64, kFrequency = 1 / 3000.0;  // cycles a sample
     constexpr std::size_t kBits = 20000;
@@ -191,7 +199,7 @@ TEST(NrzSource, JitterMovesTheEdgesAsAskedFor)
                            0.1 * kUi,
                            0.03 * 0.1 * kUi}}) {
         SCOPED_TRACE(c.name);
-        NrzSource::Settings settings;
+        Transmitter::Settings settings;
         settings.unitInterval = kUi / (1 + 150e-6);
         settings.jitter = c.jitter;
         settings.start = 100 + 8 * kUi;
@@ -219,14 +227,14 @@ TEST(NrzSource, JitterMovesTheEdgesAsAskedFor)
     }
 }
 
-TEST(BitPattern, IsReadFromTextAndSentOverAndOver)
+TEST(SymbolPattern, IsReadFromTextAndSentOverAndOver)
 {
     TemporaryFolder folder;
     const auto read = [](const std::string& text) {
         Save("bits.txt", text);
         std::string bits;
         const std::string message = MessageOf([&] {
-            BitPattern pattern(ReadBitPattern("bits.txt"));
+            SymbolPattern pattern(ReadBitPattern("bits.txt"));
             for (int i = 0; i < 8; ++i) bits += pattern.Next() ? '1' : '0';
         });
         return message + bits;
@@ -237,8 +245,8 @@ TEST(BitPattern, IsReadFromTextAndSentOverAndOver)
     EXPECT_EQ(read("01\n0 2"), "bits.txt:2: expected 0 or 1, found '2'");
     EXPECT_EQ(read("01\xfe"), "bits.txt:1: expected 0 or 1, found byte 0xfe");
     EXPECT_EQ(read("# 1\n"), "bits.txt: holds no bits; expected a text of 0 and 1");
-    BitPattern clock(ClockPattern(2));
-    for (const bool bit : {1, 1, 0, 0, 1}) EXPECT_EQ(clock.Next(), bit);
+    SymbolPattern clock(ClockPattern(2));
+    for (const int bit : {1, 1, 0, 0, 1}) EXPECT_EQ(clock.Next(), bit);
     EXPECT_THROW(ReadBitPattern("none.txt"), Error);
 }
 

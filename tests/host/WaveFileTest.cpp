@@ -6,8 +6,8 @@
 #include <numbers>
 
 #include "host/signal/BitRateEstimate.hpp"
-#include "host/signal/NrzSource.hpp"
 #include "host/signal/Prbs.hpp"
+#include "host/signal/Transmitter.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -288,12 +288,12 @@ TEST(BitRateEstimate, FindsTheRateOfWhatWasSent)
                           {31, 16, 0, 0, 0.1, 213},
                           {31, 5, 0, 0, 0.5, -40},
                           {15, 8, 0.03, 0.02, 3, 100}}) {
-        NrzSource::Settings settings;
+        Transmitter::Settings settings;
         const double step = 0.98 / kRate / c.perBit;  // no whole number of points a bit
         settings.unitInterval = 1 / kRate / (1 + c.offset * 1e-6) / step;
         settings.rampTime = 0.4 * settings.unitInterval;
         settings.jitter.randomRms = c.jitter * settings.unitInterval;
-        NrzSource source(settings, std::make_unique<Prbs>(c.order, 1), nullptr, Random(1));
+        Transmitter source(settings, std::make_unique<Prbs>(c.order, 1), nullptr, Random(1));
         NoiseSource noisy(source, c.noise, Random(2));
         std::vector<double> wave(static_cast<std::size_t>(30000 * c.perBit));
         noisy.Read(wave);

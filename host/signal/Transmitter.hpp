@@ -5,14 +5,14 @@
 #include <memory>
 #include <vector>
 
-#include "host/signal/BitHistory.hpp"
-#include "host/signal/BitSource.hpp"
 #include "host/signal/EdgeJitter.hpp"
 #include "host/signal/SignalSource.hpp"
+#include "host/signal/SymbolHistory.hpp"
+#include "host/signal/SymbolSource.hpp"
 
 namespace amisim {
 
-/// De-emphasis: with s = +1 for a one and -1 for a zero, bit k is sent at the level
+/// De-emphasis: with s the symbols' levels (+1 for a one and -1 for a zero), symbol k is sent at
 ///
 ///     amplitude * (c0 s[k] - sum over i of pre[i-1] s[k+i] - sum over i of post[i-1] s[k-i])
 ///     c0 = 1 - sum |pre| - sum |post|
@@ -24,27 +24,28 @@ struct Deemphasis
     double Sum() const;             // of the cursors' magnitudes, below 1
 };
 
-/// A non-return-to-zero transmitter: +amplitude for 1, -amplitude for 0, unless de-emphasised.
-/// Edges are half-cosine ramps centred on the bit boundaries start + k * unitInterval, moved by the
-/// jitter. They need not fall on samples: the ramp is evaluated at the distance of each sample from
-/// the edge. Edges stay in order, at least kClosest apart.
-class NrzSource : public SignalSource
+/// A transmitter that holds each symbol's level, times the amplitude and unless de-emphasised, for
+/// a unit interval. Edges are half-cosine ramps centred on the symbol boundaries start + k *
+/// unitInterval, moved by the jitter. They need not fall on samples: the ramp is evaluated at the
+/// distance of each sample from the edge. Edges stay in order, at least kClosest apart.
+class Transmitter : public SignalSource
 {
 public:
     struct Settings
     {
-        double amplitude = 0.4;    // V, half of peak to peak
-        double start = 0;          // samples, where the first bit begins; the line is idle before
-        double unitInterval = 64;  // samples; the transmitter's own, ppm offset included
+        double amplitude = 0.4;  // V, half of peak to peak
+        double start = 0;        // samples, where the first symbol begins; the line is idle before
+        double unitInterval = 64;      // samples; the transmitter's own, ppm offset included
         double rampTime = 0.366 * 64;  // samples from start to end of an edge
+        Modulation modulation;
         Deemphasis deemphasis;
         EdgeJitter::Settings jitter;
     };
 
-    /// @param sent    receives every bit as it is made; may be null
+    /// @param sent    receives every symbol as it is made; may be null
     /// @param random  of the jitter
-    NrzSource(const Settings& settings, std::unique_ptr<BitSource> bits, BitHistory* sent,
-              Random random);
+    Transmitter(const Settings& settings, std::unique_ptr<SymbolSource> symbols,
+                SymbolHistory* sent, Random random);
 
     std::size_t Read(std::span<double> out) override;
 
@@ -59,21 +60,21 @@ private:
         double time;  // samples
         double from, to;
     };
-    void TakeBit();
+    void TakeSymbol();
     void MakeBoundary();
     void AddRamp(const Edge& edge, std::span<double> out, std::size_t begin, std::size_t end) const;
 
     Settings settings_;
-    std::unique_ptr<BitSource> bits_;
-    BitHistory* sent_;
+    std::unique_ptr<SymbolSource> symbols_;
+    SymbolHistory* sent_;
     EdgeJitter jitter_;
-    std::vector<double> cursors_;  // latest bit first, as symbols_
-    std::vector<double> symbols_;  // +1, -1, and 0 before the first bit
-    std::size_t main_;             // place of the bit whose boundary is made
+    std::vector<double> cursors_;  // latest symbol first, as levels_
+    std::vector<double> levels_;   // of the symbols; 0 before the first
+    std::size_t main_;             // place of the symbol whose boundary is made
     double boundary_ = 0;          // number of the next
     double lastTime_ = -std::numeric_limits<double>::infinity();  // of the last boundary made
     std::deque<Edge> edges_;                                      // not yet over, in order of time
-    double level_ = 0;    // after the last boundary made; the line is idle before the first bit
+    double level_ = 0;    // after the last boundary made; the line is idle before the first
     double settled_ = 0;  // before the first edge in the queue
     double first_ = 0;    // number of the next sample
 };

@@ -1,4 +1,4 @@
-#include "host/signal/NrzSource.hpp"
+#include "host/signal/Transmitter.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -14,10 +14,10 @@ double Deemphasis::Sum() const
                            std::accumulate(pre.begin(), pre.end(), 0.0, add), add);
 }
 
-NrzSource::NrzSource(const Settings& settings, std::unique_ptr<BitSource> bits, BitHistory* sent,
-                     Random random)
+Transmitter::Transmitter(const Settings& settings, std::unique_ptr<SymbolSource> symbols,
+                         SymbolHistory* sent, Random random)
     : settings_(settings),
-      bits_(std::move(bits)),
+      symbols_(std::move(symbols)),
       sent_(sent),
       jitter_(settings.jitter, random),
       main_(settings.deemphasis.pre.size())
@@ -26,24 +26,24 @@ NrzSource::NrzSource(const Settings& settings, std::unique_ptr<BitSource> bits, 
     for (auto cursor = pre.rbegin(); cursor != pre.rend(); ++cursor) cursors_.push_back(-*cursor);
     cursors_.push_back(1 - settings_.deemphasis.Sum());
     for (const double cursor : post) cursors_.push_back(-cursor);
-    symbols_.assign(cursors_.size() + 1, 0.0);  // the bit before the main one is always there
-    for (std::size_t i = 0; i < main_; ++i) TakeBit();
+    levels_.assign(cursors_.size() + 1, 0.0);  // the symbol before the main one is always there
+    for (std::size_t i = 0; i < main_; ++i) TakeSymbol();
 }
 
-void NrzSource::TakeBit()
+void Transmitter::TakeSymbol()
 {
-    const bool bit = bits_->Next();
-    if (sent_) sent_->Push(bit);
-    std::shift_right(symbols_.begin(), symbols_.end(), 1);
-    symbols_[0] = bit ? 1 : -1;
+    const Symbol symbol = symbols_->Next();
+    if (sent_) sent_->Push(symbol);
+    std::shift_right(levels_.begin(), levels_.end(), 1);
+    levels_[0] = settings_.modulation.levels[symbol];
 }
 
-void NrzSource::MakeBoundary()
+void Transmitter::MakeBoundary()
 {
-    TakeBit();
-    const double level = settings_.amplitude * std::inner_product(cursors_.begin(), cursors_.end(),
-                                                                  symbols_.begin(), 0.0);
-    const double change = symbols_[main_] - symbols_[main_ + 1];
+    TakeSymbol();
+    const double level = settings_.amplitude *
+                         std::inner_product(cursors_.begin(), cursors_.end(), levels_.begin(), 0.0);
+    const double change = levels_[main_] - levels_[main_ + 1];
     const double ideal = settings_.start + boundary_ * settings_.unitInterval;
     const double late = jitter_.Next(ideal, (change > 0) - (change < 0));
     lastTime_ = std::max(ideal + late, lastTime_ + kClosest * settings_.unitInterval);
@@ -52,8 +52,8 @@ void NrzSource::MakeBoundary()
     level_ = level;
 }
 
-void NrzSource::AddRamp(const Edge& edge, std::span<double> out, std::size_t begin,
-                        std::size_t end) const
+void Transmitter::AddRamp(const Edge& edge, std::span<double> out, std::size_t begin,
+                          std::size_t end) const
 {
     if (begin >= end) return;
     // sin of the phase within the edge, from -pi/2 to pi/2, turned on from sample to sample.
@@ -70,7 +70,7 @@ void NrzSource::AddRamp(const Edge& edge, std::span<double> out, std::size_t beg
     }
 }
 
-std::size_t NrzSource::Read(std::span<double> out)
+std::size_t Transmitter::Read(std::span<double> out)
 {
     const double half = settings_.rampTime / 2, size = static_cast<double>(out.size());
     while (lastTime_ - half < first_ + size) MakeBoundary();

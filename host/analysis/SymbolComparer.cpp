@@ -1,56 +1,57 @@
-#include "host/analysis/BitComparer.hpp"
+#include "host/analysis/SymbolComparer.hpp"
 
 #include <algorithm>
 
 namespace amisim {
 
-// Bits that a model's clock may be ahead of the transmitter's while it settles.
+// Symbols that a model's clock may be ahead of the transmitter's while it settles.
 constexpr std::int64_t kAhead = 8;
 
 // Where the pattern is in none of the places, it is sought less and less often, down to once in so
 // many windows.
 constexpr int kLongestPause = 31;
 
-void BitComparer::Add(bool bit, std::int64_t near)
+void SymbolComparer::Add(Symbol symbol, std::int64_t near)
 {
     if (window_.empty()) near_ = near;
-    window_.push_back(bit);
+    window_.push_back(symbol);
     if (window_.size() == kWindow) CompareWindow();
 }
 
-void BitComparer::Finish()
+void SymbolComparer::Finish()
 {
     wrong_.clear();
     if (!window_.empty()) CompareWindow();
 }
 
-std::size_t BitComparer::Differences(std::int64_t first) const
+std::size_t SymbolComparer::Differences(std::int64_t first, bool inverted) const
 {
     std::size_t count = 0;
     for (std::size_t i = 0; i < window_.size(); ++i) {
-        count += (window_[i] != 0) != sent_[first + static_cast<std::int64_t>(i)];
+        count += window_[i] != Expected(first + static_cast<std::int64_t>(i), inverted);
     }
     return count;
 }
 
-bool BitComparer::Seek(Place& best) const
+bool SymbolComparer::Seek(Place& best) const
 {
     const std::size_t size = window_.size();
     best.errors = size + 1;
     for (std::int64_t delay = -kAhead; delay <= kLongestDelay; ++delay) {
         const std::int64_t first = near_ - delay;
         if (!sent_.Has(first) || !sent_.Has(first + static_cast<std::int64_t>(size) - 1)) continue;
-        const std::size_t different = Differences(first);
+        const std::size_t different = Differences(first, false);
+        const std::size_t mirrored = highest_ == 1 ? size - different : Differences(first, true);
         // Of a clock pattern the inverse is the pattern itself, elsewhere: it is not called
         // inverted.
         if (different < best.errors + (best.inverted ? 1 : 0)) best = {first, false, different};
-        if (size - different < best.errors) best = {first, true, size - different};
+        if (mirrored < best.errors) best = {first, true, mirrored};
     }
-    // Of 8000 places in a random sequence the best has about 41 % of 512 bits wrong.
+    // Of 8000 places in a random sequence of bits the best has about 41 % of 512 wrong.
     return size >= 64 && best.errors * 100 < size * (size == kWindow ? 35 : 15);
 }
 
-bool BitComparer::MaySeek()
+bool SymbolComparer::MaySeek()
 {
     if (skip_ > 0) {
         --skip_;
@@ -60,7 +61,7 @@ bool BitComparer::MaySeek()
     return true;
 }
 
-void BitComparer::Use(const Place& place)
+void SymbolComparer::Use(const Place& place)
 {
     inverted_ = place.inverted;
     next_ = place.first;
@@ -68,15 +69,15 @@ void BitComparer::Use(const Place& place)
     skip_ = pause_ = 0;
 }
 
-void BitComparer::ListWrong()
+void SymbolComparer::ListWrong()
 {
     for (std::size_t i = 0; i < window_.size(); ++i) {
-        const bool sent = sent_[next_ + static_cast<std::int64_t>(i)];
-        if ((window_[i] != 0) != (sent != inverted_)) wrong_.push_back(i);
+        const Symbol sent = Expected(next_ + static_cast<std::int64_t>(i), inverted_);
+        if (window_[i] != sent) wrong_.push_back({i, sent});
     }
 }
 
-void BitComparer::CompareWindow()
+void SymbolComparer::CompareWindow()
 {
     wrong_.clear();
     const auto size = static_cast<std::int64_t>(window_.size());

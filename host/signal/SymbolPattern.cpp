@@ -1,4 +1,4 @@
-#include "host/signal/BitPattern.hpp"
+#include "host/signal/SymbolPattern.hpp"
 
 #include <fmt/format.h>
 
@@ -11,11 +11,11 @@
 
 namespace amisim {
 
-std::vector<bool> ReadBitPattern(const std::filesystem::path& path)
+std::vector<Symbol> ReadBitPattern(const std::filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);
     std::string line;
-    std::vector<bool> bits;
+    std::vector<Symbol> bits;
     if (std::filesystem::is_directory(path) || !file) {
         throw Error(ExitCode::kInput,
                     fmt::format("{}: cannot be read; expected a text of 0 and 1", path.string()));
@@ -43,10 +43,10 @@ std::vector<bool> ReadBitPattern(const std::filesystem::path& path)
     return bits;
 }
 
-std::vector<bool> ClockPattern(int length)
+std::vector<Symbol> ClockPattern(int length)
 {
-    std::vector<bool> bits(static_cast<std::size_t>(2 * length), false);
-    std::fill_n(bits.begin(), length, true);
+    std::vector<Symbol> bits(static_cast<std::size_t>(2 * length), 0);
+    std::fill_n(bits.begin(), length, Symbol{1});
     return bits;
 }
 

@@ -1,0 +1,84 @@
+// Cost of what the host computes for each sample of a run: making the signal and looking at it.
+// "s_per_sample" is the figure to read.
+
+#include <benchmark/benchmark.h>
+
+#include <filesystem>
+#include <vector>
+
+#include "host/analysis/Analyses.hpp"
+#include "host/signal/SignalChain.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr std::int64_t kBlockBits = 1000, kBits = 20000;
+
+/// Calls work(first sample) for each block of a run and tells what a sample of it costs.
+template <typename Work>
+void MeasureBlocks(benchmark::State& state, int samplesPerBit, Work work)
+{
+    for (auto _ : state) {
+        for (std::int64_t bit = 0; bit < kBits; bit += kBlockBits)
+            work(static_cast<std::size_t>(bit * samplesPerBit));
+    }
+    state.counters["s_per_sample"] = benchmark::Counter(
+        static_cast<double>(kBits * samplesPerBit),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+SignalOptions Options(int samplesPerBit)
+{
+    SignalOptions options;
+    options.samplesPerBit = samplesPerBit;
+    options.bits = kBits;
+    options.noise = 0.002;
+    return options;
+}
+
+/// Both eyes, the comparison with what was sent, and the clock.
+void Looking(benchmark::State& state)
+{
+    const int samplesPerBit = static_cast<int>(state.range(0));
+    const SignalOptions options = Options(samplesPerBit);
+    SignalChain chain(options, kBits);
+    std::vector<double> wave(static_cast<std::size_t>(kBits * samplesPerBit));
+    chain.Output().Read(wave);
+    Analyses::Settings settings;
+    settings.samplesPerBit = samplesPerBit;
+    settings.sampleInterval = options.SampleInterval();
+    settings.sentUnitInterval = chain.SentUnitInterval();
+    settings.sent = chain.Sent();
+    settings.folder = std::filesystem::temp_directory_path();
+    Analyses analyses(settings);
+    const std::size_t size = static_cast<std::size_t>(kBlockBits * samplesPerBit);
+    double end = 0, edge = 0.3;
+    MeasureBlocks(state, samplesPerBit, [&](std::size_t at) {
+        const auto block = std::span(wave).subspan(at, size);
+        end += static_cast<double>(size);
+        std::vector<double> times;
+        for (; edge * settings.sentUnitInterval < end; edge += 1)
+            times.push_back(edge * settings.sentUnitInterval * settings.sampleInterval);
+        analyses.Add(block, block, times);
+    });
+}
+BENCHMARK(Looking)->Arg(32)->Arg(64)->Arg(128)->Unit(benchmark::kMillisecond);
+
+/// Transmitter, line and noise.
+void Sending(benchmark::State& state)
+{
+    const int samplesPerBit = static_cast<int>(state.range(0));
+    SignalOptions options = Options(samplesPerBit);
+    if (state.range(1) == 0) options.noise = 0;
+    const SignalChain chain(options, 0);
+    std::vector<double> block(static_cast<std::size_t>(kBlockBits * samplesPerBit));
+    MeasureBlocks(state, samplesPerBit, [&](std::size_t) { chain.Output().Read(block); });
+}
+BENCHMARK(Sending)
+    ->ArgNames({"samples_per_bit", "noise"})
+    ->Args({64, 1})
+    ->Args({64, 0})
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace amisim
