@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -12,6 +13,7 @@
 #include "base/ParseJson.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/pages/Html.hpp"
+#include "host/results/Numbers.hpp"
 #include "host/sweep/Case.hpp"
 
 namespace amisim {
@@ -104,23 +106,6 @@ std::vector<Line> DifferingSettings(const Result& a, const Result& b)
 
 std::vector<Line> Results(const Result& a, const Result& b)
 {
-    struct Shown
-    {
-        const char *name, *pointer;
-        double factor;
-        const char *format, *difference;
-    };
-    constexpr Shown kShown[] = {
-        {"Eye height, mV", "/eye/height_v", 1e3, "{:.1f}", "{:+.1f}"},
-        {"Eye width, UI", "/eye/width_ui", 1, "{:.3f}", "{:+.3f}"},
-        {"Bit errors", "/errors", 1, "{:.0f}", "{:+.0f}"},
-        {"Compared bits", "/compared_bits", 1, "{:.0f}", "{:+.0f}"},
-        {"Bit error ratio", "/bit_error_ratio", 1, "{:.3g}", "{:+.3g}"},
-        {"Equalisation level", "/eq_level", 1, "{:.0f}", "{:+.0f}"},
-        {"Eye measurements", "/requests", 1, "{:.0f}", "{:+.0f}"},
-        {"Clock offset, ppm", "/ppm", 1, "{:.1f}", "{:+.1f}"},
-        {"Bits a second", "/speed/bits_per_s", 1, "{:.0f}", "{:+.0f}"},
-    };
     std::vector<Line> lines;
     const auto value = [](const Result& result, const char* pointer) {
         return result.json.value(Pointer(pointer), Json());
@@ -134,18 +119,17 @@ std::vector<Line> Results(const Result& a, const Result& b)
     lines.push_back({"Outcome", Text(x), Text(y), "", x, y});
     const Json p = value(a, "/verdict"), q = value(b, "/verdict");
     lines.push_back({"Verdict", Text(p), Text(q), "", p, q});
-    for (const auto& shown : kShown) {
-        Line line{shown.name, "-", "-", "", value(a, shown.pointer), value(b, shown.pointer)};
-        const auto text = [&](const Json& v, const char* format) {
-            return v.is_number() ? fmt::format(fmt::runtime(format), v.get<double>() * shown.factor)
-                                 : "-";
-        };
-        line.a = text(line.valueA, shown.format);
-        line.b = text(line.valueB, shown.format);
-        if (line.valueA.is_number() && line.valueB.is_number())
-            line.difference =
-                text(line.valueB.get<double>() - line.valueA.get<double>(), shown.difference);
-        lines.push_back(std::move(line));
+    for (const Number& number : Numbers()) {
+        Line line{number.Heading(),        "-", "-", "", value(a, number.pointer),
+                  value(b, number.pointer)};
+        const bool known = line.valueA.is_number(), both = known && line.valueB.is_number();
+        if (known) line.a = number.Text(line.valueA.get<double>());
+        if (line.valueB.is_number()) line.b = number.Text(line.valueB.get<double>());
+        if (both) {
+            const double more = line.valueB.get<double>() - line.valueA.get<double>();
+            line.difference = (std::signbit(more) ? "" : "+") + number.Text(more);
+        }
+        if (line.a != "-" || line.b != "-") lines.push_back(std::move(line));
     }
     return lines;
 }

@@ -33,7 +33,7 @@ constexpr std::string_view kPlace = "@DATA@";
 // Of more logged eyes than this, evenly spaced ones are shown.
 constexpr std::size_t kMostLoggedEyes = 100;
 
-Json Number(double value)
+Json Rounded(double value)
 {
     if (!std::isfinite(value)) return nullptr;
     const std::string text = fmt::format("{:.6g}", value);
@@ -42,10 +42,10 @@ Json Number(double value)
     return rounded;
 }
 
-Json Numbers(const std::vector<double>& values)
+Json Rounded(const std::vector<double>& values)
 {
     Json list = Json::array();
-    for (const double v : values) list.push_back(Number(v));
+    for (const double v : values) list.push_back(Rounded(v));
     return list;
 }
 
@@ -90,9 +90,9 @@ Json DensityJson(const VoltageHistogram& histogram)
 
 Json BathtubJson(const Bathtub& bathtub)
 {
-    return {{"x", Numbers(bathtub.x)},
-            {"counted", Numbers(bathtub.counted)},
-            {"extrapolated", Numbers(bathtub.extrapolated)}};
+    return {{"x", Rounded(bathtub.x)},
+            {"counted", Rounded(bathtub.counted)},
+            {"extrapolated", Rounded(bathtub.extrapolated)}};
 }
 
 Json EyeCurves(const std::optional<EyeFindings>& eye)
@@ -105,19 +105,19 @@ Json EyeCurves(const std::optional<EyeFindings>& eye)
     for (const Contour& c : eye->contours) {
         json["contours"].push_back({{"ber", c.ber},
                                     {"extrapolated", c.extrapolated},
-                                    {"phase", Numbers(c.phase)},
-                                    {"high", Numbers(c.high)},
-                                    {"low", Numbers(c.low)}});
+                                    {"phase", Rounded(c.phase)},
+                                    {"high", Rounded(c.high)},
+                                    {"low", Rounded(c.low)}});
     }
     return json;
 }
 
 Json TrendJson(const Trend& trend)
 {
-    return {{"bit", Numbers(trend.bit)},
-            {"mean", Numbers(trend.mean)},
-            {"least", Numbers(trend.least)},
-            {"greatest", Numbers(trend.greatest)}};
+    return {{"bit", Rounded(trend.bit)},
+            {"mean", Rounded(trend.mean)},
+            {"least", Rounded(trend.least)},
+            {"greatest", Rounded(trend.greatest)}};
 }
 
 Json ClockCurves(const ClockFindings& clock)
@@ -125,12 +125,12 @@ Json ClockCurves(const ClockFindings& clock)
     return {{"tie", TrendJson(clock.tie)},
             {"period", TrendJson(clock.period)},
             {"histogram",
-             {{"first", Number(clock.tieHistogram.first)},
-              {"step", Number(clock.tieHistogram.step)},
+             {{"first", Rounded(clock.tieHistogram.first)},
+              {"step", Rounded(clock.tieHistogram.step)},
               {"counts", clock.tieHistogram.counts}}},
             {"spectrum",
-             {{"frequency", Numbers(clock.tieSpectrum.frequency)},
-              {"amplitude", Numbers(clock.tieSpectrum.amplitude)}}}};
+             {{"frequency", Rounded(clock.tieSpectrum.frequency)},
+              {"amplitude", Rounded(clock.tieSpectrum.amplitude)}}}};
 }
 
 /// Each eye's hits in groups of seven bits, the lowest first, bit 7 telling that more follow.
@@ -155,7 +155,15 @@ Json LoggedEyesJson(const std::vector<LoggedEye>& eyes)
 std::string ReportPage(const RunResult& result, const SimulationOptions& options,
                        const ModelSource& model)
 {
-    const Json data = {{"result", ToJson(result, options, model)},
+    Json numbers = Json::object();  // as they are shown
+    for (const Number& number : Numbers()) {
+        const auto value = number.get(result);
+        numbers[number.pointer] = {{"title", number.title},
+                                   {"unit", number.unit},
+                                   {"text", value ? Json(number.Text(*value)) : Json(nullptr)}};
+    }
+    const Json data = {{"numbers", numbers},
+                       {"result", ToJson(result, options, model)},
                        {"signal", Describe(options.signal)},
                        {"bitTime", options.signal.BitTime()},
                        {"output", EyeCurves(result.eye)},

@@ -11,10 +11,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json OrNull(const std::optional<int>& value)
-{
-    return value ? Json(*value) : Json(nullptr);
-}
 Json OrNull(double value)
 {
     return std::isfinite(value) ? Json(value) : Json(nullptr);
@@ -32,20 +28,13 @@ Json FitJson(const std::optional<TailFit>& fit)
 
 Json EyeJson(const EyeFindings& eye)
 {
-    Json json = {{"height_v", eye.vertical.Height()},
-                 {"width_ui", OrNull(eye.left + eye.right)},
-                 {"high_v", eye.vertical.high},
-                 {"low_v", eye.vertical.low},
-                 {"left_ui", OrNull(eye.left)},
-                 {"right_ui", OrNull(eye.right)},
-                 {"probability", kEyeProbability},
-                 {"unit_intervals", eye.unitIntervals},
-                 {"sampled_at_ui", eye.sampledAt},
-                 {"shift_ui", eye.shift},
-                 {"sliced", eye.sliced},
-                 {"not_finite_samples", eye.notFinite},
-                 {"wild_samples", eye.wild.count},
-                 {"transition_density", OrNull(eye.transitionDensity)}};
+    Json json = {
+        {"high_v", eye.vertical.high},    {"low_v", eye.vertical.low},
+        {"left_ui", OrNull(eye.left)},    {"right_ui", OrNull(eye.right)},
+        {"probability", kEyeProbability}, {"unit_intervals", eye.unitIntervals},
+        {"sampled_at_ui", eye.sampledAt}, {"shift_ui", eye.shift},
+        {"sliced", eye.sliced},           {"not_finite_samples", eye.notFinite},
+        {"wild_samples", eye.wild.count}, {"transition_density", OrNull(eye.transitionDensity)}};
     json["openings"] = Json::array();
     for (const OpeningAt& opening : eye.openings) {
         json["openings"].push_back({{"ber", opening.ber},
@@ -82,10 +71,7 @@ Json ClockJson(const ClockFindings& clock)
     Json json = {{"times", clock.times},
                  {"filled", clock.filled},
                  {"backward", clock.backward},
-                 {"missing", clock.missing},
                  {"ideal", clock.ideal},
-                 {"settled_at_bit", OrNull(clock.settledAtBit)},
-                 {"tie_rms_ui", OrNull(clock.tieRms)},
                  {"tie_peak_to_peak_ui", OrNull(clock.tiePeakToPeak)},
                  {"spectrum_floor_ui", OrNull(clock.tieSpectrum.floor)},
                  {"spectrum_segments", clock.tieSpectrum.segments}};
@@ -131,14 +117,9 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                            {"text", r.failure->printed}};
     }
     json["verdict"] = r.lock ? Json(Name(*r.lock)) : Json(nullptr);
-    json["bits"] = r.bits;
-    json["ignored_bits"] = r.ignoredBits;
-    const bool compared = r.comparison && r.comparison->compared > 0;
-    json["compared_bits"] = compared ? r.comparison->compared : 0;
-    json["errors"] = compared ? Json(r.comparison->errors) : Json(nullptr);
-    json["bit_error_ratio"] = compared ? Json(static_cast<double>(r.comparison->errors) /
-                                              static_cast<double>(r.comparison->compared))
-                                       : Json(nullptr);
+    for (const Number& number : Numbers()) {
+        json[Json::json_pointer(number.pointer)] = ToJson(number, number.get(r));
+    }
     json["alignment"] = nullptr;
     if (r.comparison) {
         json["alignment"] = {{"delay_bits", r.comparison->delay},
@@ -146,13 +127,14 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                              {"realignments", r.comparison->realignments},
                              {"unaligned_bits", r.comparison->unaligned}};
     }
-    json["eye"] = r.eye ? EyeJson(*r.eye) : Json{{"height_v", nullptr}, {"width_ui", nullptr}};
-    json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
-    json["unit_interval_s"] = OrNull(r.clock.unitInterval);
-    json["ppm"] = OrNull(r.clock.ppm);
-    json["clock"] = ClockJson(r.clock);
-    json["eq_level"] = OrNull(r.eqLevel);
-    json["requests"] = r.adaptation ? Json(r.adaptation->requests) : Json(nullptr);
+    if (r.eye) json["eye"].update(EyeJson(*r.eye));
+    json["input_eye"] = nullptr;
+    if (r.inputEye) {
+        json["input_eye"] = {{"height_v", r.inputEye->vertical.Height()},
+                             {"width_ui", OrNull(r.inputEye->Width())}};
+        json["input_eye"].update(EyeJson(*r.inputEye));
+    }
+    json["clock"].update(ClockJson(r.clock));
     json["adaptation"] = r.adaptation ? AdaptationJson(*r.adaptation)
                                       : Json{{"measurements", nullptr}, {"finished", nullptr}};
     json["model"] = {{"file", options.model.string()},
@@ -173,15 +155,20 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                                     {"kept", grade->Faults().empty()}};
     }
     const Speed speed(r, options.signal.samplesPerBit);
-    json["speed"] = {{"seconds", r.seconds},
-                     {"model_seconds", r.modelSeconds},
-                     {"bits_per_s", speed.bitsASecond},
-                     {"ns_per_sample", speed.nanosecondsASample},
-                     {"model_ns_per_sample", speed.modelNanosecondsASample},
-                     {"block_bits", options.blockBits}};
+    json["speed"].update({{"seconds", r.seconds},
+                          {"model_seconds", r.modelSeconds},
+                          {"ns_per_sample", speed.nanosecondsASample},
+                          {"model_ns_per_sample", speed.modelNanosecondsASample},
+                          {"block_bits", options.blockBits}});
     json["messages"] = r.notes;
     json["files"] = r.files;
     return json;
+}
+
+Json ToJson(const Number& number, std::optional<double> value)
+{
+    if (!value) return nullptr;
+    return number.counts ? Json(static_cast<std::int64_t>(*value)) : Json(*value);
 }
 
 std::string ToText(const Json& json, int indent)

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "base/Text.hpp"
+#include "host/results/Numbers.hpp"
 #include "host/results/Speed.hpp"
 
 namespace amisim {
@@ -54,34 +55,10 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
 {
     std::string text;
     const auto row = [&](std::string_view name, const std::string& value) {
-        text += fmt::format("  {:<26} {}\n", name, value);
+        if (!value.empty()) text += fmt::format("  {:<26} {}\n", name, value);
     };
     if (r.lock) row("Verdict", Name(*r.lock));
-    row("Equalisation level", r.eqLevel ? std::to_string(*r.eqLevel) : kNone);
-    if (r.adaptation) {
-        row("Eye measurements asked for",
-            fmt::format("{}{}", r.adaptation->requests,
-                        r.adaptation->finished ? " (adaptation finished)" : ""));
-    } else {
-        row("Eye measurements asked for", kNone);
-    }
-    row("Bits", fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
-                            Grouped(r.ignoredBits)));
-    if (r.clock.missing > 0) row("Bits without a clock", Grouped(r.clock.missing));
-    row("Recovered unit interval",
-        std::isnan(r.clock.unitInterval)
-            ? kNone
-            : fmt::format("{:.5f} ps ({:+.1f} ppm)", r.clock.unitInterval * 1e12, r.clock.ppm));
-    if (!std::isnan(r.clock.settledAtBit))
-        row("Clock settled at bit", Grouped(std::llround(r.clock.settledAtBit)));
-    row("Eye height", r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : kNone);
-    row("Eye width", r.eye ? Value(r.eye->left + r.eye->right, false, 3, "UI") : kNone);
-    if (r.comparison && r.comparison->compared > 0) {
-        row("Bit errors", fmt::format("{} in {}", Grouped(r.comparison->errors),
-                                      Grouped(r.comparison->compared)));
-    } else {
-        row("Bit errors", kNone);
-    }
+    for (const Number& number : Numbers()) row(number.title, number.summary(r));
     text += OpeningsTable(r.inputEye ? &*r.inputEye : nullptr, r.eye ? &*r.eye : nullptr);
     const Speed speed(r, options.signal.samplesPerBit);
     row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",

@@ -68,8 +68,7 @@ private:
     void Show(const Metric& metric)
     {
         const MetricScale scale(metric, table_);
-        const std::string unit = *metric.unit ? fmt::format(", {}", metric.unit) : "";
-        Add("<h2>{}{}</h2>\n", metric.title, unit);
+        Add("<h2>{}</h2>\n", metric.number.Heading());
         if (scale.IsEmpty()) {
             Add("<p class=\"faint\">No case has a result.</p>\n");
             return;
@@ -144,7 +143,7 @@ private:
 
     static std::string Exact(const Metric& metric, double value)
     {
-        return fmt::format("{:.4g}{}{}", value, *metric.unit ? " " : "", metric.unit);
+        return fmt::format("{:.4g}{}{}", value, *metric.number.unit ? " " : "", metric.number.unit);
     }
 
     /// One curve for each line of the panel, each point a link.
@@ -167,7 +166,7 @@ private:
             return kHeight - kBottom - (kHeight - kTop - kBottom) * (v - bottom) / (top - bottom);
         };
         Add("<svg viewBox=\"0 0 {} {}\" role=\"img\" aria-label=\"{} against {}\">\n", kWidth,
-            kHeight, metric.title, Escaped(x.name));
+            kHeight, metric.number.title, Escaped(x.name));
         const double step = std::max(plot::TickStep(top - bottom, 5), metric.counts ? 1.0 : 0.0);
         for (double v = std::ceil(bottom / step) * step; v <= top; v += step) {
             Add("<line class=\"grid\" x1=\"{0}\" x2=\"{1}\" y1=\"{2:.1f}\" y2=\"{2:.1f}\"/>"
@@ -221,18 +220,17 @@ private:
             "<th scope=\"col\">Case</th>");
         for (const auto& axis : plan_.axes)
             Add("<th scope=\"col\" class=\"n\">{}</th>", Escaped(axis.name));
-        for (const char* heading :
-             {"Eye height, mV", "Eye width, UI", "Errors", "Bit error ratio", "Level", "Seconds"})
-            Add("<th scope=\"col\" class=\"n\">{}</th>", heading);
+        for (const amisim::Number* number : Columns())
+            Add("<th scope=\"col\" class=\"n\">{}</th>", number->Heading());
+        Add("<th scope=\"col\" class=\"n\">Seconds</th>");
         Add("<th scope=\"col\">Status</th></tr></thead>\n<tbody>\n");
         for (const auto& row : table_.rows) {
             Add("<tr><td><a href=\"{}\">{}</a></td>", Target(row), row.aCase.number);
             for (const auto& value : row.aCase.values) Number(value);
-            Number(row.eyeHeight ? fmt::format("{:.1f}", *row.eyeHeight * 1000) : "");
-            Number(row.eyeWidth ? fmt::format("{:.3f}", *row.eyeWidth) : "");
-            Number(row.errors ? fmt::format("{}", *row.errors) : "");
-            Number(row.bitErrorRatio ? fmt::format("{:.3g}", *row.bitErrorRatio) : "");
-            Number(row.eqLevel ? fmt::format("{}", *row.eqLevel) : "");
+            for (const amisim::Number* number : Columns()) {
+                const auto value = row.At(*number);
+                Number(value ? number->Text(*value) : "");
+            }
             const bool ran = row.status != Row::Status::kMissing;
             Number(ran ? fmt::format("{:.1f}", row.seconds) : "");
             const bool locked = row.ranked || row.status != Row::Status::kOk;

@@ -17,7 +17,7 @@ using plot::kPaper;
 
 std::string Titled(const Metric& metric)
 {
-    return *metric.unit ? fmt::format("{}, {}", metric.title, metric.unit) : metric.title;
+    return metric.number.Heading();
 }
 
 Canvas DrawCurves(const Table& table)

@@ -9,19 +9,13 @@
 #include <map>
 
 #include "host/analysis/Verdict.hpp"
+#include "host/results/ResultJson.hpp"
 
 namespace amisim {
 namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
-
-template <typename T>
-std::optional<T> Member(const Json& json, const char* name)
-{
-    if (!json.is_object() || !json.contains(name) || !json[name].is_number()) return std::nullopt;
-    return json[name].get<T>();
-}
 
 Row Look(const fs::path& sweepFolder, const Case& aCase)
 {
@@ -39,14 +33,10 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
         return row;
     }
     const Json& result = *found;
-    if (result.contains("eye")) {
-        row.eyeHeight = Member<double>(result["eye"], "height_v");
-        row.eyeWidth = Member<double>(result["eye"], "width_ui");
+    for (const Number* number : Columns()) {
+        const Json value = result.value(Json::json_pointer(number->pointer), Json());
+        if (value.is_number()) row.numbers[number->pointer] = value.get<double>();
     }
-    row.bitErrorRatio = Member<double>(result, "bit_error_ratio");
-    row.errors = Member<std::int64_t>(result, "errors");
-    row.comparedBits = Member<std::int64_t>(result, "compared_bits");
-    row.eqLevel = Member<std::int64_t>(result, "eq_level");
     if (result.contains("verdict") && result["verdict"].is_string())
         row.verdict = result["verdict"].get<std::string>();
     return row;
@@ -81,12 +71,6 @@ Json AsJson(const std::string& value)
                : Json(value);
 }
 
-template <typename T>
-Json OrNull(const std::optional<T>& value)
-{
-    return value ? Json(*value) : Json(nullptr);
-}
-
 }  // namespace
 
 std::string_view Name(Row::Status status)
@@ -95,20 +79,27 @@ std::string_view Name(Row::Status status)
     return kNames[static_cast<int>(status)];
 }
 
+std::optional<double> Row::At(const Number& number) const
+{
+    const auto found = numbers.find(number.pointer);
+    return found == numbers.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::vector<const Number*> Columns()
+{
+    std::vector<const Number*> columns;
+    for (const Number& number : Numbers()) {
+        if (number.column) columns.push_back(&number);
+    }
+    return columns;
+}
+
 const std::vector<Metric>& Metrics()
 {
     static const std::vector<Metric> metrics = {
-        {"Eye height", "mV",
-         [](const Row& r) {
-             return r.eyeHeight ? std::optional(*r.eyeHeight * 1000) : std::nullopt;
-         },
-         [](double v) { return fmt::format("{:.0f}", v); }, false},
-        {"Eye width", "UI", [](const Row& r) { return r.eyeWidth; },
-         [](double v) { return fmt::format("{:.2f}", v); }, false},
-        {"Bit errors", "",
-         [](const Row& r) {
-             return r.errors ? std::optional(static_cast<double>(*r.errors)) : std::nullopt;
-         },
+        {NumberAt("/eye/height_v"), [](double v) { return fmt::format("{:.0f}", v); }, false},
+        {NumberAt("/eye/width_ui"), [](double v) { return fmt::format("{:.2f}", v); }, false},
+        {NumberAt("/errors"),
          [](double v) {
              return v < 9999.5  ? fmt::format("{:.0f}", v)
                     : v < 999e3 ? fmt::format("{:.0f}k", v / 1e3)
@@ -156,17 +147,15 @@ std::string Table::ToCsv() const
 {
     std::string text = "case";
     for (const auto& axis : plan.axes) text += fmt::format(",{}", CsvCell(axis.name));
-    text +=
-        ",eye_height_v,eye_width_ui,errors,compared_bits,bit_error_ratio,eq_level,seconds,status,"
-        "verdict,reason,folder\n";
+    for (const Number* number : Columns()) text += fmt::format(",{}", number->column);
+    text += ",seconds,status,verdict,reason,folder\n";
     for (const auto& row : rows) {
         text += std::to_string(row.aCase.number);
         for (const auto& value : row.aCase.values) text += fmt::format(",{}", CsvCell(value));
-        const auto add = [&](const auto& value) {
+        for (const Number* number : Columns()) {
+            const auto value = row.At(*number);
             text += value ? fmt::format(",{}", *value) : ",";
-        };
-        add(row.eyeHeight), add(row.eyeWidth), add(row.errors), add(row.comparedBits);
-        add(row.bitErrorRatio), add(row.eqLevel);
+        }
         text += row.status == Row::Status::kMissing ? "," : fmt::format(",{:.3f}", row.seconds);
         text += fmt::format(",{},{},{},{}\n", Name(row.status), row.verdict, CsvCell(row.reason),
                             CsvCell(row.aCase.folder));
@@ -187,19 +176,15 @@ Json Table::ToJson() const
         for (std::size_t i = 0; i < plan.axes.size(); ++i)
             place[plan.axes[i].name] = AsJson(row.aCase.values[i]);
         const bool ran = row.status != Row::Status::kMissing;
-        cases.push_back({{"case", row.aCase.number},
-                         {"axes", place},
-                         {"eye_height_v", OrNull(row.eyeHeight)},
-                         {"eye_width_ui", OrNull(row.eyeWidth)},
-                         {"errors", OrNull(row.errors)},
-                         {"compared_bits", OrNull(row.comparedBits)},
-                         {"bit_error_ratio", OrNull(row.bitErrorRatio)},
-                         {"eq_level", OrNull(row.eqLevel)},
-                         {"seconds", ran ? Json(row.seconds) : Json(nullptr)},
-                         {"status", Name(row.status)},
-                         {"verdict", row.verdict.empty() ? Json(nullptr) : Json(row.verdict)},
-                         {"reason", row.reason},
-                         {"folder", row.aCase.folder}});
+        Json json = {{"case", row.aCase.number}, {"axes", place}};
+        for (const Number* number : Columns())
+            json[number->column] = amisim::ToJson(*number, row.At(*number));
+        json["seconds"] = ran ? Json(row.seconds) : Json(nullptr);
+        json["status"] = Name(row.status);
+        json["verdict"] = row.verdict.empty() ? Json(nullptr) : Json(row.verdict);
+        json["reason"] = row.reason;
+        json["folder"] = row.aCase.folder;
+        cases.push_back(std::move(json));
     }
     using Status = Row::Status;
     return {{"model", plan.model},

@@ -2,11 +2,13 @@
 
 #include <atomic>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/results/Numbers.hpp"
 #include "host/sweep/Case.hpp"
 
 namespace amisim {
@@ -22,25 +24,29 @@ struct Row
     std::string verdict;  // as result.json has it; "" where the run had none
     bool ranked = false;  // its numbers compare with those of the others
     double seconds = 0;
-    // Each absent where the run could not tell.
-    std::optional<double> eyeHeight, eyeWidth, bitErrorRatio;  // V, UI
-    std::optional<std::int64_t> errors, comparedBits, eqLevel;
+    std::map<std::string_view, double>
+        numbers;  // by Number::pointer, those that the run could tell
+
+    std::optional<double> At(const Number& number) const;  // as in result.json
 };
+
+/// The numbers that a sweep's table has, a column each.
+std::vector<const Number*> Columns();
 
 std::string_view Name(Row::Status status);
 
 /// A result that a report shows over the grid.
 struct Metric
 {
-    const char *title, *unit;
-    std::optional<double> (*value)(const Row& row);  // in that unit
-    std::string (*text)(double value);               // short, for a cell
-    bool counts;  // bit errors: none is good, and the scale is logarithmic
+    const Number& number;
+    std::string (*text)(double value);  // short, for a cell, in the number's unit
+    bool counts;                        // errors: none is good, and the scale is logarithmic
 
     /// The value of a case that ended well and has locked; what others found misleads on a map.
     std::optional<double> Of(const Row& row) const
     {
-        return row.ranked ? value(row) : std::nullopt;
+        const auto value = row.ranked ? row.At(number) : std::nullopt;
+        return value ? std::optional(*value * number.factor) : std::nullopt;
     }
 };
 const std::vector<Metric>& Metrics();

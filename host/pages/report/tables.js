@@ -41,25 +41,24 @@ function tiles() {
     element("dd", {}, value, unit ? element("small", {}, ` ${unit}`) : null), remark ? element("dd", {}, remark) : null));
   const lowest = eye.openings?.reduce((a, b) => b.ber < a.ber ? b : a, eye.openings[0]);
   const remark = (value, extrapolated) => value === null || !lowest ? null : `${value} at ${ratio(lowest.ber)}${extrapolated ? " from fit" : ""}`;
-  if (eye.height_v !== null) {
-    const at = ` at ${ratio(eye.probability)}`;
-    tile("Eye height", fixed(eye.height_v * 1000, 0), `mV${at}`, lowest && remark(lowest.height_v === null ? null : `${fixed(lowest.height_v * 1000, 0)} mV`, lowest.height_extrapolated));
-    if (eye.width_ui !== null) tile("Eye width", fixed(eye.width_ui, 3), `UI${at}`, lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated));
-  }
-  if (result.errors !== null) {
-    tile("Bit errors", grouped(result.errors), null, `in ${grouped(result.compared_bits)} bits`);
-    // Without any error in n bits the ratio is below -ln(0.05) / n with 95 % confidence.
-    if (result.errors === 0) tile("Bit error ratio", `< ${ratio(-Math.log(0.05) / result.compared_bits)}`, null, "with 95 % confidence");
-    else tile("Bit error ratio", ratio(result.bit_error_ratio));
-  }
-  if (result.ppm !== null) tile("Recovered clock", `${result.ppm > 0 ? "+" : ""}${fixed(result.ppm, 1)}`, "ppm", `${digits(result.unit_interval_s * 1e12, 7)} ps a bit`);
-  if (clock.tie_rms_ui !== null) tile("Clock jitter", digits(clock.tie_rms_ui * 1000, 3), "mUI rms", `${digits(clock.tie_rms_ui * data.bitTime * 1e12, 3)} ps rms`);
-  if (clock.settled_at_bit !== null) tile("Clock settled", grouped(clock.settled_at_bit), "bits", `${digits(clock.settled_at_bit * data.bitTime * 1e6, 3)} ${kMicro}s`);
-  else if (result.clock.times > 0 && hasPoints(data.clock.tie.mean)) tile("Clock settled", "no");
-  if (result.eq_level !== null) {
-    const n = result.adaptation.measurements;
-    tile("Equaliser level", String(result.eq_level), null, n === null ? "fixed" : `${n} measurements${result.adaptation.finished ? ", finished" : ""}`);
-  }
+  /** A number as the terminal and comparisons show it; none where it is not known. */
+  const number = (pointer, more, unitMore = "") => {
+    const {title, unit, text} = data.numbers[pointer];
+    if (text !== null) tile(title, text.replace("-", kMinus), unit + unitMore, more);
+  };
+  const at = ` at ${ratio(eye.probability ?? 1e-3)}`;
+  number("/eye/height_v", lowest && remark(lowest.height_v === null ? null : `${fixed(lowest.height_v * 1000, 0)} mV`, lowest.height_extrapolated), at);
+  number("/eye/width_ui", lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated), at);
+  number("/errors", `in ${grouped(result.compared_bits)} bits`);
+  // Without any error in n bits the ratio is below -ln(0.05) / n with 95 % confidence.
+  if (result.errors === 0) tile("Bit error ratio", `< ${ratio(-Math.log(0.05) / result.compared_bits)}`, null, "with 95 % confidence");
+  else number("/bit_error_ratio");
+  number("/ppm", result.unit_interval_s && `${digits(result.unit_interval_s * 1e12, 7)} ps a bit`);
+  number("/clock/tie_rms_ui", `${digits(clock.tie_rms_ui * data.bitTime * 1e12, 3)} ps rms`);
+  if (clock.settled_at_bit !== null) number("/clock/settled_at_bit", `${digits(clock.settled_at_bit * data.bitTime * 1e6, 3)} ${kMicro}s`);
+  else if (clock.times > 0 && hasPoints(data.clock.tie.mean)) tile(data.numbers["/clock/settled_at_bit"].title, "none");
+  const n = result.adaptation.measurements;
+  number("/eq_level", n === null ? "fixed" : `${n} measurements${result.adaptation.finished ? ", finished" : ""}`);
   return list.length ? element("dl", {class: "tiles"}, ...list) : null;
 }
 

@@ -1,0 +1,163 @@
+#include "host/results/Numbers.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+#include "base/Text.hpp"
+
+namespace amisim {
+namespace {
+
+using Value = std::optional<double>;
+
+Value Known(double value)
+{
+    return std::isfinite(value) ? Value(value) : std::nullopt;
+}
+
+template <typename Integer>
+Value Count(Integer value)
+{
+    return static_cast<double>(value);
+}
+
+bool Compared(const RunResult& r)
+{
+    return r.comparison && r.comparison->compared > 0;
+}
+
+std::string NoLine(const RunResult&)
+{
+    return "";
+}
+
+constexpr const char* kNone = "-";
+
+const std::vector<Number> kNumbers = {
+    {"/bits", "Bits", "", 1, "{:.0f}", true, nullptr, "Bits that the model returned.",
+     [](const RunResult& r) { return Count(r.bits); },
+     [](const RunResult& r) {
+         return fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
+                            Grouped(r.ignoredBits));
+     }},
+    {"/ignored_bits", "Ignored bits", "", 1, "{:.0f}", true, nullptr,
+     "Bits at the start that count for nothing else.",
+     [](const RunResult& r) { return Count(r.ignoredBits); }, NoLine},
+    {"/clock/missing", "Bits without a clock", "", 1, "{:.0f}", true, nullptr,
+     "Bits that count and have no clock time.",
+     [](const RunResult& r) { return Count(r.clock.missing); },
+     [](const RunResult& r) {
+         return r.clock.missing > 0 ? Grouped(r.clock.missing) : std::string();
+     }},
+    {"/unit_interval_s", "Recovered unit interval", "ps", 1e12, "{:.5f}", false, nullptr,
+     "Unit interval of the recovered clock.",
+     [](const RunResult& r) { return Known(r.clock.unitInterval); },
+     [](const RunResult& r) -> std::string {
+         if (std::isnan(r.clock.unitInterval)) return kNone;
+         return fmt::format("{:.5f} ps ({:+.1f} ppm)", r.clock.unitInterval * 1e12, r.clock.ppm);
+     }},
+    {"/ppm", "Clock offset", "ppm", 1, "{:.1f}", false, nullptr,
+     "The recovered bit rate's distance from the nominal one.",
+     [](const RunResult& r) { return Known(r.clock.ppm); }, NoLine},
+    {"/clock/settled_at_bit", "Clock settled at bit", "", 1, "{:.0f}", false, nullptr,
+     "From there on the TIE stays within 0.15 UI of its end.",
+     [](const RunResult& r) { return Known(r.clock.settledAtBit); },
+     [](const RunResult& r) {
+         return std::isnan(r.clock.settledAtBit) ? "" : Grouped(std::llround(r.clock.settledAtBit));
+     }},
+    {"/clock/tie_rms_ui", "Clock jitter", "mUI rms", 1e3, "{:.3g}", false, nullptr,
+     "Rms of the recovered clock's time interval error.",
+     [](const RunResult& r) { return Known(r.clock.tieRms); }, NoLine},
+    {"/eye/height_v", "Eye height", "mV", 1e3, "{:.1f}", false, "eye_height_v",
+     "Opening of the output's eye at the sampling instant.",
+     [](const RunResult& r) { return r.eye ? Value(r.eye->vertical.Height()) : std::nullopt; },
+     [](const RunResult& r) -> std::string {
+         return r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : kNone;
+     }},
+    {"/eye/width_ui", "Eye width", "UI", 1, "{:.3f}", false, "eye_width_ui",
+     "Opening of the output's eye at 0 V.",
+     [](const RunResult& r) { return r.eye ? Known(r.eye->Width()) : std::nullopt; },
+     [](const RunResult& r) -> std::string {
+         const bool known = r.eye && std::isfinite(r.eye->Width());
+         return known ? fmt::format("{:.3f} UI", r.eye->Width()) : kNone;
+     }},
+    {"/errors", "Bit errors", "", 1, "{:.0f}", true, "errors",
+     "Received bits that differ from the sent ones.",
+     [](const RunResult& r) { return Compared(r) ? Count(r.comparison->errors) : std::nullopt; },
+     [](const RunResult& r) -> std::string {
+         if (!Compared(r)) return kNone;
+         return fmt::format("{} in {}", Grouped(r.comparison->errors),
+                            Grouped(r.comparison->compared));
+     }},
+    {"/compared_bits", "Compared bits", "", 1, "{:.0f}", true, "compared_bits",
+     "Received bits that were compared with the sent ones.",
+     [](const RunResult& r) { return Count(Compared(r) ? r.comparison->compared : 0); }, NoLine},
+    {"/bit_error_ratio", "Bit error ratio", "", 1, "{:.3g}", false, "bit_error_ratio",
+     "The errors over the compared bits.",
+     [](const RunResult& r) {
+         if (!Compared(r)) return Value();
+         return Value(static_cast<double>(r.comparison->errors) /
+                      static_cast<double>(r.comparison->compared));
+     },
+     NoLine},
+    {"/eq_level", "Equalisation level", "", 1, "{:.0f}", true, "eq_level",
+     "The equaliser's level in use at the end, of a model that logs it or has it as a parameter.",
+     [](const RunResult& r) { return r.eqLevel ? Count(*r.eqLevel) : std::nullopt; },
+     [](const RunResult& r) { return r.eqLevel ? std::to_string(*r.eqLevel) : ""; }},
+    {"/requests", "Eye measurements asked for", "", 1, "{:.0f}", true, nullptr,
+     "Eye measurements that the model's adaptation asked for, if it logs them.",
+     [](const RunResult& r) { return r.adaptation ? Count(r.adaptation->requests) : std::nullopt; },
+     [](const RunResult& r) {
+         if (!r.adaptation) return std::string();
+         return fmt::format("{}{}", r.adaptation->requests,
+                            r.adaptation->finished ? " (adaptation finished)" : "");
+     }},
+    {"/speed/bits_per_s", "Bits a second", "", 1, "{:.0f}", false, nullptr,
+     "Speed of the whole run.",
+     [](const RunResult& r) {
+         return Value(r.seconds > 0 ? static_cast<double>(r.bits) / r.seconds : 0);
+     },
+     NoLine},
+};
+
+}  // namespace
+
+std::string Number::Heading() const
+{
+    return *unit ? fmt::format("{}, {}", title, unit) : title;
+}
+
+std::string Number::Text(double value) const
+{
+    return fmt::format(fmt::runtime(format), value * factor);
+}
+
+const std::vector<Number>& Numbers()
+{
+    return kNumbers;
+}
+
+const Number& NumberAt(std::string_view pointer)
+{
+    const auto found = std::ranges::find(kNumbers, pointer, &Number::pointer);
+    if (found == kNumbers.end()) throw std::logic_error(fmt::format("no number {}", pointer));
+    return *found;
+}
+
+std::string DescribeNumbers()
+{
+    std::string text = "| member | shown as | column in table.csv | meaning |\n|---|---|---|---|\n";
+    for (const Number& number : kNumbers) {
+        std::string member = number.pointer + 1;
+        std::ranges::replace(member, '/', '.');
+        text +=
+            fmt::format("| `{}` | {} | {} | {} |\n", member, number.Heading(),
+                        number.column ? fmt::format("`{}`", number.column) : "", number.meaning);
+    }
+    return text;
+}
+
+}  // namespace amisim

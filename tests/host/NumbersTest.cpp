@@ -1,0 +1,36 @@
+#include <gtest/gtest.h>
+
+#include "base/TextFile.hpp"
+#include "host/results/ResultJson.hpp"
+
+namespace amisim {
+namespace {
+
+TEST(Numbers, AreInTheJsonWhereTheySayAndInTheDocument)
+{
+    RunResult result;
+    result.bits = 20000;
+    result.seconds = 0.5;
+    result.comparison = BitComparison{10'000, 3, 0, 0, 17, false};
+    result.eye.emplace();
+    result.eye->vertical = {0.25, -0.5};
+    result.clock.ppm = 100;
+    const auto json = ToJson(result, {}, {});
+    const nlohmann::ordered_json expected[] = {20000,   3,     3e-4,    0.75,
+                                               nullptr, 100.0, 40000.0, nullptr};
+    const char* const pointers[] = {
+        "/bits",         "/errors", "/bit_error_ratio",  "/eye/height_v",
+        "/eye/width_ui", "/ppm",    "/speed/bits_per_s", "/eq_level"};
+    for (std::size_t i = 0; i < std::size(pointers); ++i) {
+        EXPECT_EQ(json.at(nlohmann::ordered_json::json_pointer(pointers[i])), expected[i])
+            << pointers[i];
+        EXPECT_STREQ(NumberAt(pointers[i]).pointer, pointers[i]);
+    }
+    const std::string document = ReadTextFile(DOCS_FOLDER "/results.md");
+    EXPECT_NE(document.find(DescribeNumbers()), std::string::npos)
+        << "docs/results.md should have:\n"
+        << DescribeNumbers();
+}
+
+}  // namespace
+}  // namespace amisim
