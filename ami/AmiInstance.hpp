@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ami/GrowableArray.hpp"
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 /// What lives between AMI_Init and AMI_Close: the object behind the simulator's handle.
 class AmiInstance

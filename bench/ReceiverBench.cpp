@@ -12,7 +12,7 @@
 #include <malloc.h>
 
 #include "ami/EntryPoints.hpp"
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 namespace {
 

@@ -2,11 +2,11 @@
 # is built, from the built-in family or from the folder named in RETIMER_RESPONSES.
 
 add_library(retimer_response_source STATIC
-  ${PROJECT_SOURCE_DIR}/model/responses/ResponseFamily.cpp
-  ${PROJECT_SOURCE_DIR}/model/responses/ResponseFiles.cpp)
+  ${PROJECT_SOURCE_DIR}/receiver/responses/ResponseFamily.cpp
+  ${PROJECT_SOURCE_DIR}/receiver/responses/ResponseFiles.cpp)
 target_link_libraries(retimer_response_source PUBLIC retimer_options)
 
-add_executable(make_responses ${PROJECT_SOURCE_DIR}/model/responses/MakeResponses.cpp)
+add_executable(make_responses ${PROJECT_SOURCE_DIR}/receiver/responses/MakeResponses.cpp)
 target_link_libraries(make_responses PRIVATE retimer_response_source)
 
 set(response_tables ${PROJECT_BINARY_DIR}/generated/ResponseTables.cpp)

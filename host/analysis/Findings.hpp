@@ -92,8 +92,8 @@ struct EyeFindings
     double shift = 0;                          // UI that the clock was moved by to centre the eye
     double sampledAt = 0.5;                    // phase
     bool sliced = false;                       // two levels only: no heights worth the name
-    double Width() const { return left + right; }  // UI
-    std::int64_t unitIntervals = 0;            // counted
+    double Width() const { return left + right; }     // UI
+    std::int64_t unitIntervals = 0;                   // counted
     std::int64_t notFinite = 0, firstNotFinite = -1;  // samples taken as 0 V
     WildSamples wild;
     std::vector<OpeningAt> openings;

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "model/responses/ResponseTables.hpp"
+#include "receiver/responses/ResponseTables.hpp"
 #include "tests/literal/LiteralBlocks.hpp"
 
 using namespace literal;

@@ -10,7 +10,7 @@
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/rules/CheckFile.hpp"
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "tests/survival/Model.hpp"
 

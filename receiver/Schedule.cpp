@@ -17,7 +17,7 @@
 #include <algorithm>
 #include <span>
 
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 bool Retimer_RX_RT::Run()
 {

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "model/responses/ResponseFamily.hpp"
-#include "model/responses/ResponseFiles.hpp"
-#include "model/responses/TableOrder.hpp"
+#include "receiver/responses/ResponseFamily.hpp"
+#include "receiver/responses/ResponseFiles.hpp"
+#include "receiver/responses/TableOrder.hpp"
 
 namespace {
 
@@ -43,7 +43,7 @@ void WriteTables(std::ostream& out, const std::vector<Response>& responses)
     out.imbue(std::locale::classic());
     out << std::hexfloat;
     out << "// Written by make_responses. Do not edit.\n\n"
-           "#include \"model/responses/ResponseTables.hpp\"\n\n"
+           "#include \"receiver/responses/ResponseTables.hpp\"\n\n"
            "namespace {\n\n";
     for (int m = 1; m <= ResponseCount; ++m) {
         WriteArray(out, m, "pdTimeStamps", tables[m - 1]->Times);

@@ -1,8 +1,8 @@
-#include "model/responses/ResponseFamily.hpp"
+#include "receiver/responses/ResponseFamily.hpp"
 
 #include <cfloat>
 
-#include "model/responses/TableOrder.hpp"
+#include "receiver/responses/TableOrder.hpp"
 
 static_assert(FLT_EVAL_METHOD == 0, "The tables are defined by plain double arithmetic");
 

@@ -3,7 +3,7 @@
 #include "blocks/Delay.hpp"
 #include "blocks/LoopFilter.hpp"
 #include "blocks/PFD.hpp"
-#include "model/SymbolTiming.hpp"
+#include "receiver/SymbolTiming.hpp"
 #include "runtime/Arithmetic.hpp"
 #include "runtime/CircularBuffer.hpp"
 #include "runtime/Fork.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/responses/Response.hpp"
+#include "receiver/responses/Response.hpp"
 
 // The built-in equaliser: a family of 32 continuous-time linear equalisers with one zero and three
 // poles,

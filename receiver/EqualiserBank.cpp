@@ -1,9 +1,9 @@
-#include "model/EqualiserBank.hpp"
+#include "receiver/EqualiserBank.hpp"
 
 #include <algorithm>
 #include <new>
 
-#include "model/responses/ResponseTables.hpp"
+#include "receiver/responses/ResponseTables.hpp"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The netlist: which port feeds which. A connection has one producer and at most one consumer;
 // fan-out is a Fork.
 
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 void Retimer_RX_RT::Describe(Netlist& net)
 {

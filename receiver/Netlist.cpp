@@ -1,4 +1,4 @@
-#include "model/Netlist.hpp"
+#include "receiver/Netlist.hpp"
 
 #include <functional>
 #include <new>

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 namespace {
 

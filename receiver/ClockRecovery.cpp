@@ -1,4 +1,4 @@
-#include "model/ClockRecovery.hpp"
+#include "receiver/ClockRecovery.hpp"
 
 bool ClockRecovery::RunEquations()
 {

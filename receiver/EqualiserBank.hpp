@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "model/ServedBlocks.hpp"
-#include "model/SymbolTiming.hpp"
-#include "model/responses/TableOrder.hpp"
+#include "receiver/ServedBlocks.hpp"
+#include "receiver/SymbolTiming.hpp"
+#include "receiver/responses/TableOrder.hpp"
 #include "runtime/Fork.hpp"
 #include "runtime/TimeResponseFIR.hpp"
 

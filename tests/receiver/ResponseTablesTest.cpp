@@ -1,4 +1,4 @@
-#include "model/responses/ResponseTables.hpp"
+#include "receiver/responses/ResponseTables.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +11,9 @@
 #include <numeric>
 #include <vector>
 
-#include "model/responses/ResponseFamily.hpp"
-#include "model/responses/ResponseFiles.hpp"
-#include "model/responses/TableOrder.hpp"
+#include "receiver/responses/ResponseFamily.hpp"
+#include "receiver/responses/ResponseFiles.hpp"
+#include "receiver/responses/TableOrder.hpp"
 #include "tests/TemporaryFolder.hpp"
 
 namespace {

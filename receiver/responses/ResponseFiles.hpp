@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "model/responses/Response.hpp"
+#include "receiver/responses/Response.hpp"
 
 // Reads a model maker's own responses: a folder of exactly 32 text files, one per level. In the
 // natural order of their names (runs of digits count as numbers) the first is level 0, the last

@@ -1,4 +1,4 @@
-#include "model/responses/ResponseFiles.hpp"
+#include "receiver/responses/ResponseFiles.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "model/responses/TableOrder.hpp"
+#include "receiver/responses/TableOrder.hpp"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "model/DecisionFeedback.hpp"
+#include "receiver/DecisionFeedback.hpp"
 
 bool DecisionFeedback::Setup()
 {

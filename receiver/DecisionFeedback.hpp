@@ -2,8 +2,8 @@
 
 #include "blocks/clockdelay.hpp"
 #include "blocks/slicer.hpp"
-#include "model/ServedBlocks.hpp"
-#include "model/SymbolTiming.hpp"
+#include "receiver/ServedBlocks.hpp"
+#include "receiver/SymbolTiming.hpp"
 #include "runtime/Arithmetic.hpp"
 #include "runtime/ConstUnTimed.hpp"
 #include "runtime/Fork.hpp"

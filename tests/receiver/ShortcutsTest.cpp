@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "tests/runtime/Support.hpp"
 

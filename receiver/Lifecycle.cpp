@@ -1,6 +1,6 @@
 // Parameters to blocks, storage to ports, and the end of both.
 
-#include "model/Retimer_RX_RT.hpp"
+#include "receiver/Retimer_RX_RT.hpp"
 
 namespace {
 
