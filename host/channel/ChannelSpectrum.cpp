@@ -48,7 +48,7 @@ class Spline
 {
 public:
     Spline(const std::vector<double>& x, const std::vector<Complex>& y)
-        : m_x(x), m_y(y), m_curvature(x.size())
+        : x_(x), y_(y), curvature_(x.size())
     {
         const std::size_t n = x.size();
         std::vector<double> upper(n);
@@ -58,29 +58,29 @@ public:
             const Complex bend = 6.0 * ((y[i + 1] - y[i]) / after - (y[i] - y[i - 1]) / before);
             const double pivot = 2.0 * (before + after) - before * upper[i - 1];
             upper[i] = after / pivot;
-            m_curvature[i] = (bend - before * m_curvature[i - 1]) / pivot;
+            curvature_[i] = (bend - before * curvature_[i - 1]) / pivot;
         }
         for (std::size_t i = n - 1; i-- > 0;) {
-            m_curvature[i] -= upper[i] * m_curvature[i + 1];
+            curvature_[i] -= upper[i] * curvature_[i + 1];
         }
     }
 
     Complex operator()(double at) const
     {
-        const auto found = std::upper_bound(m_x.begin() + 1, m_x.end() - 1, at);
-        const auto i = static_cast<std::size_t>(found - m_x.begin());
-        const double h = m_x[i] - m_x[i - 1];
-        const double b = (at - m_x[i - 1]) / h;
+        const auto found = std::upper_bound(x_.begin() + 1, x_.end() - 1, at);
+        const auto i = static_cast<std::size_t>(found - x_.begin());
+        const double h = x_[i] - x_[i - 1];
+        const double b = (at - x_[i - 1]) / h;
         const double a = 1.0 - b;
-        return a * m_y[i - 1] + b * m_y[i] +
+        return a * y_[i - 1] + b * y_[i] +
                h * h / 6.0 *
-                   ((a * a * a - a) * m_curvature[i - 1] + (b * b * b - b) * m_curvature[i]);
+                   ((a * a * a - a) * curvature_[i - 1] + (b * b * b - b) * curvature_[i]);
     }
 
 private:
-    const std::vector<double>& m_x;
-    const std::vector<Complex>& m_y;
-    std::vector<Complex> m_curvature;
+    const std::vector<double>& x_;
+    const std::vector<Complex>& y_;
+    std::vector<Complex> curvature_;
 };
 
 /// Phase of the minimum-phase network with these logarithms of magnitude at 0 ... N/2, by the
@@ -162,46 +162,45 @@ Extrapolation::Extrapolation(const FrequencyResponse& data)
     const double largest = std::abs(*std::max_element(
         data.value.begin(), data.value.end(),
         [](const Complex& a, const Complex& b) { return std::abs(a) < std::abs(b); }));
-    m_floor = std::log(largest * kSmallest);
+    floor_ = std::log(largest * kSmallest);
     const auto& f = data.frequency;
-    m_first = f.front();
-    m_last = f.back();
-    m_logFirst = Log(data.value.front());
-    m_logLast = Log(data.value.back());
+    first_ = f.front();
+    last_ = f.back();
+    logFirst_ = Log(data.value.front());
+    logLast_ = Log(data.value.back());
 
     std::vector<double> x, y;
-    for (std::size_t k = f.size(); k-- > 0 && (f[k] > 0.8 * m_last || x.size() < 4);) {
+    for (std::size_t k = f.size(); k-- > 0 && (f[k] > 0.8 * last_ || x.size() < 4);) {
         if (f[k] > 0.0) {
             x.push_back(std::log(f[k]));
             y.push_back(Log(data.value[k]));
         }
     }
-    m_fall = std::min(0.0, Line(x, y).slope);
-    if (m_first > 0.0) {
+    fall_ = std::min(0.0, Line(x, y).slope);
+    if (first_ > 0.0) {
         FitLowEnd(data, largest);
     }
 }
 
 double Extrapolation::Log(const Complex& value) const
 {
-    return std::max(m_floor, std::log(std::max(std::abs(value), 1e-300)));
+    return std::max(floor_, std::log(std::max(std::abs(value), 1e-300)));
 }
 
 double Extrapolation::operator()(double f) const
 {
-    if (f > m_last) {
-        return std::max(m_floor, m_logLast + m_fall * std::log(f / m_last));
+    if (f > last_) {
+        return std::max(floor_, logLast_ + fall_ * std::log(f / last_));
     }
-    switch (m_low) {
+    switch (low_) {
         case Low::HighPass:
-            return f > 0.0 ? std::max(m_floor, m_logFirst + m_slope * std::log(f / m_first))
-                           : m_floor;
+            return f > 0.0 ? std::max(floor_, logFirst_ + slope_ * std::log(f / first_)) : floor_;
         case Low::Skin:
-            return m_logFirst + m_slope * (std::sqrt(f) - std::sqrt(m_first));
+            return logFirst_ + slope_ * (std::sqrt(f) - std::sqrt(first_));
         case Low::Lumped:
             break;
     }
-    return m_logFirst + m_slope * (f * f - m_first * m_first);
+    return logFirst_ + slope_ * (f * f - first_ * first_);
 }
 
 void Extrapolation::FitLowEnd(const FrequencyResponse& data, double largest)
@@ -209,7 +208,7 @@ void Extrapolation::FitLowEnd(const FrequencyResponse& data, double largest)
     std::vector<double> logarithm, root, square, y;
     for (std::size_t k = 0; k < data.frequency.size(); ++k) {
         const double f = data.frequency[k];
-        if (f > 5.0 * m_first && k >= 4) {
+        if (f > 5.0 * first_ && k >= 4) {
             break;
         }
         logarithm.push_back(std::log(f));
@@ -220,16 +219,16 @@ void Extrapolation::FitLowEnd(const FrequencyResponse& data, double largest)
     const Line highPass(logarithm, y), skin(root, y), lumped(square, y);
     constexpr double kHighPassSlope = 0.3;  // between a flat line's 0 and a capacitor's 1
     if (highPass.slope > kHighPassSlope) {
-        m_low = Low::HighPass;
-        m_slope = highPass.slope;
+        low_ = Low::HighPass;
+        slope_ = highPass.slope;
         return;
     }
-    m_low = skin.residual < lumped.residual ? Low::Skin : Low::Lumped;
-    m_slope = m_low == Low::Skin ? skin.slope : lumped.slope;
+    low_ = skin.residual < lumped.residual ? Low::Skin : Low::Lumped;
+    slope_ = low_ == Low::Skin ? skin.slope : lumped.slope;
     // No more gain at 0 Hz than a passive line has, unless the data have it too.
     const double gain = (*this)(0.0);
     if (largest <= 1.0 && gain > 0.0) {
-        m_slope *= m_logFirst / (m_logFirst - gain);
+        slope_ *= logFirst_ / (logFirst_ - gain);
     }
 }
 

@@ -24,16 +24,16 @@ public:
     /// ln |value|, but not less than where the magnitude is followed down to.
     double Log(const std::complex<double>& value) const;
 
-    bool IsHighPass() const { return m_low == Low::HighPass; }
-    double FallPerDecade() const { return 20.0 * m_fall; }  ///< dB, beyond the data
+    bool IsHighPass() const { return low_ == Low::HighPass; }
+    double FallPerDecade() const { return 20.0 * fall_; }  ///< dB, beyond the data
 
 private:
     enum class Low { Skin, Lumped, HighPass };
     void FitLowEnd(const FrequencyResponse& data, double largest);
 
-    double m_floor, m_first, m_last, m_logFirst, m_logLast, m_fall;
-    Low m_low = Low::Lumped;
-    double m_slope = 0.0;
+    double floor_, first_, last_, logFirst_, logLast_, fall_;
+    Low low_ = Low::Lumped;
+    double slope_ = 0.0;
 };
 
 /// A channel's response on a regular grid of frequencies from 0 to half the sampling rate, with its
