@@ -55,6 +55,7 @@ class Checker
 {
 public:
     CheckedFiles checked;
+    bool keep = false;
 
     /// A file that the user named. What it is shows in its name; a stranger is taken for an IBIS
     /// file.
@@ -103,12 +104,13 @@ private:
     void CheckIbis(const fs::path& path)
     {
         Try(path, [&](Findings& findings) {
-            const ibis::IbisFile file = ibis::ReadIbisFile(path, findings);
+            ibis::IbisFile file = ibis::ReadIbisFile(path, findings);
             ibis::CheckFile(file, findings);
             NoteContexts(file);
             for (const ibis::Companion& companion : ibis::CompanionsOf(file)) {
                 if (companion.path) companions_.push_back(companion);
             }
+            if (keep) checked.files.push_back(std::move(file));
         });
         const auto companions = std::exchange(companions_, {});
         for (const ibis::Companion& companion : companions) CheckCompanion(companion);
@@ -181,9 +183,10 @@ private:
 
 }  // namespace
 
-CheckedFiles CheckFilesAndCompanions(const std::vector<fs::path>& files)
+CheckedFiles CheckFilesAndCompanions(const std::vector<fs::path>& files, bool keep)
 {
     Checker checker;
+    checker.keep = keep;
     for (const fs::path& file : files) checker.CheckNamed(file);
     return std::move(checker.checked);
 }

@@ -10,6 +10,7 @@ Examples:
   amisim check retimer.ibs
   amisim check models/*.ibs --json > known.json
   amisim check models/*.ibs --baseline known.json --strict
+  amisim check u.ibs --html u.html
   amisim check --explain 508
   amisim check --run retimer.ibs
   amisim check --run Retimer_RX_RT.so --level 5 --json

@@ -7,11 +7,14 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "base/Files.hpp"
+#include "host/check/CheckPage.hpp"
 #include "host/check/FileCheck.hpp"
 #include "host/check/FindingTexts.hpp"
 #include "host/check/RulePages.hpp"
 #include "host/check/Selection.hpp"
 #include "host/cli/Terminal.hpp"
+#include "host/pages/Html.hpp"
 #include "ibis/findings/RuleTable.hpp"
 
 namespace amisim {
@@ -55,6 +58,12 @@ void AddFileCheckOptions(CLI::App& check, FileCheckOptions& o)
                     "Leave out what this file, written by --json, holds already")
         ->type_name("FILE");
     check
+        .add_option(
+            "--html", o.html,
+            "Write a page too: the findings, and each model's tables as plots, marked where "
+            "something was found")
+        ->type_name("FILE");
+    check
         .add_option("--explain", o.explain,
                     "Explain a rule by its number; all of them (all); or the grammar (grammar)")
         ->type_name("N|all|grammar");
@@ -82,10 +91,13 @@ void Explain(const std::string& what)
 
 ExitCode CheckFiles(const FileCheckOptions& options)
 {
-    CheckedFiles checked = CheckFilesAndCompanions(options.files);
+    const bool page = !options.html.empty();
+    if (page) html::RequireOwnPage(options.html, CheckPageTitle());
+    CheckedFiles checked = CheckFilesAndCompanions(options.files, page);
     LeaveOut({options.off.begin(), options.off.end()}, checked.findings);
     if (!options.baseline.empty()) LeaveOutKnown(options.baseline, checked.findings);
     const FindingCounts counts(checked.findings);
+    if (page) WriteWhole(options.html, CheckPage(checked.findings, checked.files));
     if (options.json) {
         PrintJson(FindingsAsJson(checked.findings));
     } else if (options.sarif) {

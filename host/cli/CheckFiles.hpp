@@ -17,6 +17,7 @@ struct FileCheckOptions
     bool strict = false;
     std::vector<int> off;            // numbers of rules
     std::filesystem::path baseline;  // empty: none
+    std::filesystem::path html;      // empty: none
     std::string explain;             // a rule's number, "all" or "grammar"; empty: nothing
 };
 

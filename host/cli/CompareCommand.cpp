@@ -174,20 +174,6 @@ std::string AsHtml(const std::vector<Line>& lines, const Result& a, const Result
 
 constexpr const char* kTitle = "Comparison of two runs";
 
-/// Only an earlier comparison is replaced: everything up to its style is the same in all of them.
-void CheckPage(const fs::path& path)
-{
-    std::error_code error;
-    if (!fs::exists(fs::symlink_status(path, error))) return;
-    const std::string begin = html::Begin(kTitle);
-    const std::size_t size = begin.find("<style>");
-    if (ReadRegularFile(path, size) == begin.substr(0, size)) return;
-    throw Error(ExitCode::kInput,
-                fmt::format("{}: is in the way: it is no earlier comparison: move it, or give "
-                            "another --html",
-                            path.string()));
-}
-
 void SavePage(const fs::path& path, const Result& a, const Result& b,
               const std::vector<Line>& settings, const std::vector<Line>& results)
 {
@@ -231,7 +217,7 @@ CLI::App* AddCompareCommand(CLI::App& app, CompareOptions& o)
 
 ExitCode Compare(const CompareOptions& options)
 {
-    if (!options.html.empty()) CheckPage(options.html);
+    if (!options.html.empty()) html::RequireOwnPage(options.html, kTitle);
     const Result a = Read(options.a), b = Read(options.b);
     const auto settings = DifferingSettings(a, b);
     const auto results = Results(a, b);

@@ -5,6 +5,8 @@
 #include <cctype>
 #include <cmath>
 
+#include "base/Base64.hpp"
+#include "base/Error.hpp"
 #include "base/Files.hpp"
 
 namespace amisim::html {
@@ -114,22 +116,22 @@ std::string Hex(const Colour& colour)
 
 std::string DataUri(const std::filesystem::path& path, std::string_view mediaType)
 {
-    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     constexpr std::size_t kMostBytes = 1 << 24;
     const auto file = ReadRegularFile(path, kMostBytes);
-    if (!file) return "";
-    const std::string& bytes = *file;
-    std::string text = fmt::format("data:{};base64,", mediaType);
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        std::uint32_t three = 0;
-        for (std::size_t k = 0; k < 3; ++k) {
-            const auto byte = i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u;
-            three = three << 8 | byte;
-        }
-        for (std::size_t k = 0; k < 4; ++k)
-            text += i + k <= bytes.size() ? kDigits[three >> (18 - 6 * k) & 63] : '=';
-    }
-    return text;
+    return file ? fmt::format("data:{};base64,{}", mediaType, Base64(*file)) : "";
+}
+
+void RequireOwnPage(const std::filesystem::path& path, std::string_view title)
+{
+    std::error_code error;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(path, error))) return;
+    // Everything up to its style is the same in all of them.
+    const std::string begin = Begin(title);
+    const std::size_t size = begin.find("<style>");
+    if (ReadRegularFile(path, size) == begin.substr(0, size)) return;
+    throw Error(path,
+                "is in the way: it is no earlier page of this kind: move it, or give another "
+                "--html");
 }
 
 }  // namespace amisim::html

@@ -26,4 +26,8 @@ std::string Hex(const Colour& colour);
 /// The file as a data URI; nothing where there is no such file.
 std::string DataUri(const std::filesystem::path& path, std::string_view mediaType);
 
+/// Makes sure that what is to be replaced is an earlier page with this title, if anything.
+/// @throws Error (kInput) where it is not
+void RequireOwnPage(const std::filesystem::path& path, std::string_view title);
+
 }  // namespace amisim::html

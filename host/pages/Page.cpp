@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Base64.hpp"
 #include "host/results/EyeDensity.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/results/SignalDescription.hpp"
@@ -47,21 +48,6 @@ Json Rounded(const std::vector<double>& values)
     Json list = Json::array();
     for (const double v : values) list.push_back(Rounded(v));
     return list;
-}
-
-std::string Base64(const std::vector<std::uint8_t>& bytes)
-{
-    constexpr std::string_view kDigits =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        std::uint32_t three = 0;
-        for (std::size_t k = 0; k < 3; ++k)
-            three = three << 8 | (i + k < bytes.size() ? bytes[i + k] : 0u);
-        for (std::size_t k = 0; k < 4; ++k)
-            text += i + k > bytes.size() ? '=' : kDigits[three >> (18 - 6 * k) & 63];
-    }
-    return text;
 }
 
 /// A byte a cell, the lowest voltage's row first: 0 for an empty one, else the logarithm of the

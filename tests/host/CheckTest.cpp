@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "host/check/ModelPlots.hpp"
 #include "host/check/RulePages.hpp"
+#include "ibis/records/IbisFile.hpp"
 #include "tests/TemporaryFolder.hpp"
 
 namespace amisim {
@@ -103,6 +106,56 @@ TEST_F(Check, ABaselineLeavesWhatIsNew)
     EXPECT_EQ(Run("bad.ibs --baseline known.json --json"), 11);
     EXPECT_EQ(Json::parse(output_)["counts"]["error"], 1) << output_;
     EXPECT_EQ(Run("bad.ibs --baseline stdout.txt.none"), 3);
+}
+
+TEST_F(Check, APageShowsWhatWasFoundAndReplacesOnlySuchAPage)
+{
+    EXPECT_EQ(Run("bad.ibs --html bad.html"), 11);
+    const std::string page = Read("bad.html");
+    for (const char* text : {"IB127", "INP <span", "alt=\"INP: Not driving\" src=\"data:image/"})
+        EXPECT_NE(page.find(text), std::string::npos) << text;
+    EXPECT_EQ(Run("bad.ibs --html bad.html"), 11);
+    std::ofstream("mine.html") << "mine";
+    EXPECT_EQ(Run("bad.ibs --html mine.html"), 3);
+    EXPECT_EQ(Read("mine.html"), "mine");
+}
+
+TEST_F(Check, PlotsAreThoseOfTheTablesAndTheirLoads)
+{
+    // Into 50 ohm to ground this driver of 50 ohm rests at half of its supply.
+    ibis::Findings findings("o.ibs");
+    const ibis::IbisFile file = ibis::ParseIbisText(R"([IBIS Ver] 5.0
+[Model] O
+Model_type Output
+[Voltage Range] 2 NA NA
+[Pulldown]
+-2 -40m NA NA
+4 80m NA NA
+[Pullup]
+-2 40m NA NA
+4 -80m NA NA
+[Rising Waveform]
+R_fixture = 50
+V_fixture = 0
+0 0 NA NA
+1n 1 NA NA
+)",
+                                                    "o.ibs", findings);
+    const ibis::Finding aboutARow{508, ibis::Severity::Warning, "o.ibs", {15, 1}, "", ""};
+    const ibis::Finding aboutATable{402, ibis::Severity::Warning, "o.ibs", {8, 1}, "", ""};
+    const auto plots = PlotsOf(file.models.at(0), {&aboutARow, &aboutATable});
+    ASSERT_EQ(plots.size(), 3u);
+    const auto& high = plots[0].plot.curves[0];
+    EXPECT_EQ(plots[0].title, "Driving high");
+    EXPECT_EQ(plots[0].findings, "IB402");
+    for (std::size_t i = 0; i < high.x.size(); ++i) {
+        if (!std::isfinite(high.y[i])) continue;
+        EXPECT_NEAR(high.y[i], (high.x[i] - 2) / 50 * 1e3, 1e-9);
+    }
+    const auto& waveform = plots[2].plot;
+    EXPECT_EQ(waveform.marks.at(0).label, "IB508");
+    EXPECT_EQ(waveform.marks.at(0).x, 1);
+    EXPECT_EQ(waveform.curves.at(2).y, (std::vector<double>{1, 1}));  // driving high
 }
 
 TEST_F(Check, SpeaksTheFormatsOfReviewTools)
