@@ -89,7 +89,7 @@ bool Retimer_RX_RT::Initialize()
     DeleteBuffers();
     if (!FireEverything && !m_bank.Initialize(Ctle.GetMostTaps(), *Kernel)) return false;
     Netlist net;
-    Describe(net);
+    if (!net.Make([this](Netlist& wiring) { Describe(wiring); })) return false;
     if (!m_stores.Bind(net, !FireEverything)) return false;
 
     m_bFirstFiring = true;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cassert>
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <type_traits>
 
 #include "runtime/CircularBuffer.hpp"
@@ -48,7 +48,19 @@ struct Connection
 class Netlist
 {
 public:
-    static constexpr size_t Capacity = 310;
+    /// Takes the wiring from describe(netlist), which is called twice: there is room for as much as
+    /// it counted the first time. False when memory has run out.
+    template <class Description>
+    bool Make(const Description& describe)
+    {
+        describe(*this);
+        m_connections.reset(new (std::nothrow) Connection[m_iSize]);
+        m_forks.reset(new (std::nothrow) ForkPorts[m_iForks]);
+        if (!m_connections || !m_forks) return false;
+        m_iSize = m_iForks = 0;
+        describe(*this);
+        return true;
+    }
 
     /// A token written by the producer is read by the consumer in the same firing.
     template <class T>
@@ -84,8 +96,8 @@ public:
     template <class Buffer>
     void Copies(Vantor::Fork<Buffer>& fork)
     {
-        assert(m_iForks < MostForks);
-        m_forks[m_iForks++] = {&fork.Input, fork.Outputs.begin(), fork.Outputs.end()};
+        if (m_forks) m_forks[m_iForks] = {&fork.Input, fork.Outputs.begin(), fork.Outputs.end()};
+        ++m_iForks;
     }
 
     /// Where the tokens of this connection come from before any fork has copied them; the
@@ -93,8 +105,8 @@ public:
     const Connection& GetOrigin(const Connection& connection) const;
 
     size_t GetSize() const { return m_iSize; }
-    const Connection* begin() const { return m_connections; }
-    const Connection* end() const { return m_connections + m_iSize; }
+    const Connection* begin() const { return m_connections.get(); }
+    const Connection* end() const { return begin() + m_iSize; }
 
 private:
     template <class T>
@@ -106,12 +118,10 @@ private:
     template <class T>
     void Append(Connection connection)
     {
-        assert(m_iSize < Capacity);
         connection.IsDouble = std::is_same_v<T, double>;
-        m_connections[m_iSize++] = connection;
+        if (m_connections) m_connections[m_iSize] = connection;
+        ++m_iSize;
     }
-
-    static constexpr size_t MostForks = 16;
 
     /// A fork's input, and the array that its outputs stand in.
     struct ForkPorts
@@ -121,9 +131,9 @@ private:
         const Vantor::CircularBufferBase* EndOfOutputs;
     };
 
-    Connection m_connections[Capacity];
+    std::unique_ptr<Connection[]> m_connections;  ///< none while they are counted
     size_t m_iSize = 0;
-    ForkPorts m_forks[MostForks];
+    std::unique_ptr<ForkPorts[]> m_forks;
     size_t m_iForks = 0;
 };
 

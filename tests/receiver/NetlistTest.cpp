@@ -20,7 +20,7 @@ TEST(Netlist, HasEveryStoreOnceAndWiresNoPortTwice)
     const auto rx = std::make_unique<Retimer_RX_RT>();
     Netlist net;
     ASSERT_TRUE(rx->Setup());
-    rx->Describe(net);
+    ASSERT_TRUE(net.Make([&](Netlist& wiring) { rx->Describe(wiring); }));
     size_t iDoubles = 0, iInts = 0, iPairs = 0, iInitial = 0, iRead = 0;
     std::map<const Vantor::CircularBufferBase*, std::string> wired;
     for (const Connection& c : net) {
