@@ -1,6 +1,7 @@
 #include "host/analysis/EyeAnalysis.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -22,6 +23,27 @@ constexpr std::size_t kBins = ThresholdCrossings::kBins;
 
 // A slicer's output switches this near to where data are sampled, UI, in this part of all cases.
 constexpr double kSlicedWithin = 0.125, kSlicedPart = 0.9;
+
+/// The greatest magnitude; NaN or infinite where a sample is.
+double GreatestOf(std::span<const double> wave)
+{
+    // Several side by side. The maxima pass over NaN; the sums do not.
+    constexpr std::size_t kAtOnce = 8;
+    std::array<double, kAtOnce> maxima{}, sums{};
+    const auto take = [&](std::size_t count) {
+        for (std::size_t k = 0; k < count; ++k) {
+            maxima[k] = std::max(maxima[k], std::abs(wave[k]));
+            sums[k] += wave[k];
+        }
+        wave = wave.subspan(count);
+    };
+    while (wave.size() >= kAtOnce) take(kAtOnce);
+    take(wave.size());
+    for (const double sum : sums) {
+        if (!std::isfinite(sum)) return sum;
+    }
+    return std::ranges::max(maxima);
+}
 
 EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& settings)
 {
@@ -46,22 +68,20 @@ EyeAnalysis::EyeAnalysis(const Settings& settings)
 
 void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::Edge> edges)
 {
-    double greatest = 0;
-    for (const double sample : wave) greatest = std::max(greatest, std::abs(sample));
+    double greatest = GreatestOf(wave);
     const std::size_t old = wave_.size();
     wave_.insert(wave_.end(), wave.begin(), wave.end());
-    // max passes over NaN; the sum does not.
-    double sum = 0;
-    for (const double sample : wave) sum += sample;
-    if (!std::isfinite(sum) || !std::isfinite(greatest)) greatest = TakeNotFinite(old);
+    if (!std::isfinite(greatest)) greatest = TakeNotFinite(old);
     if (greatest >= wildFrom_) greatest = TakeWild(old);
     const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
     const auto ignored = static_cast<double>(settings_.ignoreSamples);
     if (end > ignored) {
+        // No column gets more than all points of the trace, or one for each unit interval.
+        const std::size_t most = wave_.size() * StepsPerSample() + edges_.size() + edges.size();
         for (VoltageHistogram* histogram : {&density_, &atSampling_.levels, &later_.levels})
-            histogram->Fit(greatest);
+            histogram->Fit(greatest, most);
         for (auto* histograms : {&decided_, &atSampling_.wrong, &later_.wrong}) {
-            for (VoltageHistogram& histogram : *histograms) histogram.Fit(greatest);
+            for (VoltageHistogram& histogram : *histograms) histogram.Fit(greatest, most);
         }
         const auto counted =
             static_cast<std::size_t>(std::min(end - ignored, static_cast<double>(wave.size())));
@@ -182,30 +202,42 @@ void EyeAnalysis::CountLevels(double begin, double end, Symbol symbol)
 {
     VoltageHistogram& histogram = decided_[symbol];
     const double step = (end - begin) / static_cast<double>(kLevelColumns);
+    const double first = begin - static_cast<double>(waveStart_) + step / 2;
     const double* const wave = wave_.data();
-    double place = begin - static_cast<double>(waveStart_) + step / 2;
-    for (std::size_t column = 0; column < kLevelColumns; ++column, place += step) {
-        const auto i = static_cast<std::ptrdiff_t>(place);
-        const double value = wave[i] + (wave[i + 1] - wave[i]) * (place - static_cast<double>(i));
-        histogram.Count(column, value);
+    columns_.resize(kLevelColumns);
+    voltages_.resize(kLevelColumns);
+    for (int column = 0; column < static_cast<int>(kLevelColumns); ++column) {
+        const double place = first + step * column;
+        const auto i = static_cast<int>(place);
+        columns_[static_cast<std::size_t>(column)] = column;
+        voltages_[static_cast<std::size_t>(column)] =
+            wave[i] + (wave[i + 1] - wave[i]) * (place - i);
     }
+    histogram.Count(columns_, voltages_);
 }
 
 void EyeAnalysis::CountDensity(std::span<const double> wave, double first, double begin, double end)
 {
     const double perSample = static_cast<double>(kColumns) / (end - begin);
-    const int steps = std::max(1, static_cast<int>(kColumns) / settings_.samplesPerBit);
+    const int steps = static_cast<int>(StepsPerSample());
     const double perStep = perSample / steps;
     // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
-    double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
-    constexpr std::size_t kMask = kColumns - 1;
-    for (std::size_t i = 0; i + 1 < wave.size(); ++i) {
-        const double value = wave[i], slope = (wave[i + 1] - value) / steps;
-        for (int s = 0; s < steps; ++s) {
-            density_.Count(static_cast<std::size_t>(static_cast<int>(column)) & kMask,
-                           value + slope * s);
-            column += perStep;
+    const double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
+    constexpr int kMask = static_cast<int>(kColumns) - 1;
+    const int samples = static_cast<int>(wave.size()) - 1;
+    columns_.resize(wave.size() - 1);
+    voltages_.resize(wave.size() - 1);
+    const double* const trace = wave.data();
+    std::int32_t* const columns = columns_.data();
+    double* const voltages = voltages_.data();
+    for (int step = 0; step < steps; ++step) {
+        const double from = column + perStep * step;
+        const double part = static_cast<double>(step) / steps;
+        for (int i = 0; i < samples; ++i) {
+            columns[i] = static_cast<int>(from + perSample * i) & kMask;
+            voltages[i] = trace[i] + (trace[i + 1] - trace[i]) * part;
         }
+        density_.Count(columns_, voltages_);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <complex>
 #include <cstdint>
 #include <optional>
@@ -99,6 +100,13 @@ private:
     void CountLevels(double begin, double end, Symbol symbol);
     void CountDensity(std::span<const double> wave, double first, double begin, double end);
 
+    /// Points of the density's trace from a sample to the next.
+    std::size_t StepsPerSample() const
+    {
+        return std::max<std::size_t>(1,
+                                     kColumns / static_cast<std::size_t>(settings_.samplesPerBit));
+    }
+
     Settings settings_;
     std::vector<double> wave_;  // samples from waveStart_ on
     std::int64_t waveStart_ = 0;
@@ -107,6 +115,8 @@ private:
     std::vector<VoltageHistogram> decided_;
     Decisions atSampling_, later_;
     std::vector<ThresholdCrossings> crossings_;
+    std::vector<std::int32_t> columns_;  // of what is being counted, and its voltages
+    std::vector<double> voltages_;
     std::int64_t boundaries_ = 0;
     double joinedAt_ = -1;        // end of the unit interval before
     std::vector<double> levels_;  // seen, until there are more than the modulation has

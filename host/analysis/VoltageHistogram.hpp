@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <span>
 #include <vector>
 
 namespace amisim {
@@ -15,16 +17,16 @@ public:
     /// @param rows  bins a column, a multiple of 4
     VoltageHistogram(std::size_t columns, std::size_t rows);
 
-    /// Makes room for voltages up to this magnitude, kMost at most. Call it before Count.
-    void Fit(double magnitude);
+    /// Makes room for so many voltages up to this magnitude, kMost at most. Call it before Count.
+    void Fit(double magnitude, std::size_t count = 1);
     static constexpr double kMost = 0x1p50;  // V
 
     void Count(std::size_t column, double voltage)
     {
-        // By way of a signed number, which is one instruction.
-        const auto row = static_cast<std::ptrdiff_t>(voltage * scale_ + half_);
-        ++counts_[column * stride_ + static_cast<std::size_t>(row)];
+        ++recent_[column * stride_ + static_cast<std::size_t>(Row(voltage))];
     }
+    /// Counts each voltage in the column of the same place.
+    void Count(std::span<const std::int32_t> columns, std::span<const double> voltages);
 
     std::size_t Columns() const { return columns_; }
     std::size_t Rows() const { return rows_; }
@@ -34,16 +36,27 @@ public:
     double Edge(std::size_t row) const { return BinHeight() * (static_cast<double>(row) - half_); }
     std::uint64_t At(std::size_t column, std::size_t row) const
     {
-        return counts_[column * stride_ + row];
+        const std::size_t cell = column * stride_ + row;
+        return recent_[cell] + (earlier_.empty() ? 0 : earlier_[cell]);
     }
 
 private:
+    std::int32_t Row(double voltage) const
+    {
+        return static_cast<std::int32_t>(voltage * scale_ + half_);
+    }
+
     std::size_t columns_, rows_;
     std::size_t stride_;  // cells a column: no power of two, or all columns would share cache lines
     double half_;         // rows / 2: the row where 0 V begins
-    double range_ = 0;
-    double scale_ = 0;  // rows per volt
-    std::vector<std::uint64_t> counts_;
+    double range_;
+    double scale_;  // rows per volt
+    // Counts are kept in the half of the memory, so that they stay in the processor's caches, until
+    // one of them might overflow.
+    std::vector<std::uint32_t> recent_;
+    std::vector<std::uint64_t> earlier_;  // empty until then
+    std::size_t room_ =
+        std::numeric_limits<std::uint32_t>::max();  // that the recent counts surely have
 };
 
 }  // namespace amisim

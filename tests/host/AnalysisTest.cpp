@@ -13,19 +13,30 @@ namespace {
 
 TEST(VoltageHistogram, GrowsWithoutLosingCountsOrPlaces)
 {
-    VoltageHistogram grown(1, 64), fitted(1, 64);
-    fitted.Fit(3.9);
+    VoltageHistogram grown(2, 64), fitted(2, 64);
+    fitted.Fit(3.9, 1000);
     Random random(1);
+    std::vector<std::int32_t> columns;
+    std::vector<double> voltages;
     for (int i = 0; i < 1000; ++i) {
         const double v = (i < 500 ? 0.1 : 1.0) * std::tanh(random.Normal()) * 3.9;
-        grown.Fit(std::abs(v));
-        grown.Count(0, v);
-        fitted.Count(0, v);
+        const bool many = i == 300 || i == 900;  // as many as may overflow what was counted so far
+        grown.Fit(std::abs(v), many ? 0xffffffff : 1);
+        grown.Count(static_cast<std::size_t>(i % 2), v);
+        columns.push_back(i % 2);
+        voltages.push_back(v);
     }
+    fitted.Count(columns, voltages);
     grown.Fit(3.9);
     ASSERT_EQ(grown.Range(), 4.0);
-    for (std::size_t row = 0; row < 64; ++row)
-        EXPECT_EQ(grown.At(0, row), fitted.At(0, row)) << row;
+    std::uint64_t all = 0;
+    for (std::size_t row = 0; row < 64; ++row) {
+        for (const std::size_t column : {0U, 1U}) {
+            EXPECT_EQ(grown.At(column, row), fitted.At(column, row)) << row;
+            all += grown.At(column, row);
+        }
+    }
+    EXPECT_EQ(all, 1000U);
 }
 
 TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)
