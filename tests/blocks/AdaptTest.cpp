@@ -36,6 +36,7 @@ struct Bench
         std::ostringstream answers;
         char cSlash;
         Fire(1, 0, 0);
+        EXPECT_EQ(iRequest, adapt.CTLEAdapt == 1 || adapt.DFEAdapt == 1);
         while (in >> iHEO >> cSlash >> iVEO >> cSlash >> iRange) {
             Fire(0, 0, 0);
             Fire(0, 0, 1);
@@ -68,6 +69,7 @@ TEST(Adapt, AnswersEachEyeWithTheNextSetting)
         int iCTLEAdapt, iDFEAdapt;
         std::string eyes, answers;
     } table[] = {
+        {0, 0, "6/0/0 20/5/0 9/9/0", "0r 0 0 "},  // nothing to adapt
         // Lock, then the optimum of an eye that its height limits.
         {1, 0, "0/9/0 5/9/0 6/9/0 6/2/0 6/3/0 6/2/0 9/9/0", "2r 4r 4r 5r 6r 5rc 5c "},
         {1, 0, "6/0/0 20/5/0 21/5/0 12/5/1 30/4/2", "0r 1r 2r 3r 2rc "},
@@ -132,6 +134,10 @@ TEST(Adapt, LogsEachEyeAndPhase)
               "End DFE adapt \n"
               " Number of EYE computations = 10\n"
               "0\t\t1 \t0 \t0 \t0 \t1 \t6 \t 3 \t 0\n");
+    std::filesystem::remove("Adapt.txt");
+    EXPECT_TRUE(bench.adapt.Initialize());
+    bench.Fire(0, 0, 0);
+    EXPECT_TRUE(std::filesystem::is_empty("Adapt.txt"));
 }
 
 }  // namespace

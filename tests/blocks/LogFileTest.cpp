@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <memory>
 
 #include "tests/TemporaryFolder.hpp"
 #include "tests/runtime/Support.hpp"
@@ -15,6 +16,8 @@ TEST(LogFile, AppendsNumbersAsAStreamPrintsThem)
 {
     const TemporaryFolder folder;
     std::ostringstream expected;
+    auto other = std::make_unique<LogFile>("log");
+    other->Touch();
     for (const double d : {0.0, -0.0, 1.0, -1.0, 0.5, 999999.0, 1e6, 1234567.0, 123456.5, 1e-5,
                            1e-4, 4e9, 1e300, 5e-324, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         LogFile log("log");
@@ -22,7 +25,9 @@ TEST(LogFile, AppendsNumbersAsAStreamPrintsThem)
         log.Print(INT_MIN);
         expected << d << INT_MIN;
     }
-    EXPECT_EQ(FileText("log"), expected.str());
+    other->Print("behind");  // what was written since it was opened
+    other.reset();
+    EXPECT_EQ(FileText("log"), expected.str() + "behind");
 }
 
 TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)
@@ -47,16 +52,17 @@ TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)
 TEST(LogFile, TakesNoStandardStreamsPlace)
 {
     const TemporaryFolder folder;
-    EXPECT_EXIT(
-        {
-            for (const int iStream : {0, 1, 2}) close(iStream);
-            LogFile log("log");
-            log.Touch();
-            for (const int iStream : {0, 1, 2})
-                if (write(iStream, "!", 1) >= 0) _exit(1);
-            _exit(0);
-        },
-        testing::ExitedWithCode(0), "");
+    for (const int iFirst : {0, 1, 2})
+        EXPECT_EXIT(
+            {
+                for (int iStream = iFirst; iStream < 3; ++iStream) close(iStream);
+                LogFile log("log");
+                log.Touch();
+                for (int iStream = iFirst; iStream < 3; ++iStream)
+                    if (write(iStream, "!", 1) >= 0) _exit(1);
+                _exit(0);
+            },
+            testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

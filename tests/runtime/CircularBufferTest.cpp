@@ -39,6 +39,16 @@ TEST(CircularBuffer, WrapsAroundTheEndOfEitherRing)
     }
 }
 
+TEST(CircularBuffer, FreesItsOwnStorageAndForgetsIt)
+{
+    IntCircularBuffer buffer;
+    buffer.SetBuffer(buffer.AllocateMemory(3), 3, 1, 2);
+    buffer[0] = 1;
+    buffer.DeallocateMemory(nullptr);
+    EXPECT_EQ(buffer.GetSize(), 0U);
+    EXPECT_EQ(buffer.GetBufferMemory(), nullptr);
+}
+
 TEST(CircularBufferDeathTest, MisuseEndsTheProcessWithTheCondition)
 {
     int t[4] = {};

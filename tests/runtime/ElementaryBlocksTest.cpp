@@ -54,6 +54,7 @@ TEST(Mux, PassesTheInputThatControlNames)
 {
     const std::string
         of3 = "There are 3 inputs connected.  The valid control input range is [0,2].\n",
+        of2 = "There are 2 inputs connected.  The valid control input range is [0,1].\n",
         of1 = "There is 1 input connected.  The valid control input range is [0,0].\n",
         refused = "Control input signal value is equal to ";
     const struct
@@ -66,6 +67,7 @@ TEST(Mux, PassesTheInputThatControlNames)
         {3, 0, {0, 1}, ""},
         {3, 2, {20, 21}, ""},
         {3, -1, {-1, -1}, refused + "-1.  " + of3},
+        {2, 2, {-1, -1}, refused + "2.  " + of2},
         {1, 1, {-1, -1}, refused + "1.  " + of1},
     };
     for (const auto& row : table) {

@@ -51,6 +51,7 @@ TEST(FIR, FiltersTheInterpolatedSignal)
         filter.DecimationPhase = static_cast<int>(iPhase);
         filter.Interpolation = static_cast<int>(I);
         ASSERT_TRUE(filter.Setup());
+        ASSERT_EQ(filter.GetTapsPerPhase(), static_cast<int>((taps.size() + I - 1) / I));
         filter.Input.SetBuffer(input.data(), D, filter.Input.GetRate(), 0);
         filter.Output.SetBuffer(output.data(), I, filter.Output.GetRate(), 0);
         for (int iRun = 0; iRun < 2; ++iRun) {  // the second one starts from zeros again

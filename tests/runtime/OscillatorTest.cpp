@@ -61,6 +61,8 @@ TEST(VCO, GivesTheSameClockAndSinesOnRequest)
             if (n % 7 == 0) onRequest.WriteSine();
             ASSERT_TRUE(n % 7 != 0 || Same(sines[1], sines[0])) << n;
         }
+        onRequest.Amplitude = -3.0;
+        EXPECT_EQ(onRequest.SineAt(0.0), -3.0);
         plain.SampleInterval = -3.1e-12 * (iRound % 2);
         EXPECT_EQ(Posted([&] { EXPECT_FALSE(plain.Initialize()); }),
                   "SampleInterval must be a positive number.\n");

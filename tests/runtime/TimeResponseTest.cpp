@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "runtime/Interpolators.hpp"
 #include "runtime/TimeResponseFIR.hpp"
 #include "tests/runtime/Support.hpp"
@@ -77,6 +79,26 @@ TEST(TimeResponseFIR, DifferentiatesAStepResponse)
         EXPECT_NEAR(response.Taps[k], (-1 + 6 * k / 4.0) / 4.0, 1e-12) << k;
 }
 
+TEST(TimeResponseFIR, InterpolatesAnImpulseResponseByTheFourPointsAround)
+{
+    Numbers stamps = {0, 1, 2, 3, 4, 5}, values = {0, 3, -1, 2, 0.5, 4};
+    TimeResponseFIR response;
+    SetTable(response, stamps, values);
+    response.SampleRate = 4.0;
+    response.ResponseType = 0;
+    ASSERT_TRUE(response.Setup());
+    ASSERT_EQ(response.NumberOfTaps, 21);
+    Spline spline;
+    for (int k = 0; k < 21; ++k) {
+        const int iFirst = std::clamp((k + 3) / 4 - 1, 0, 2);
+        const double dExpected = spline.CubicSpline(
+            4, k / 4.0, &stamps[static_cast<size_t>(iFirst)], &values[static_cast<size_t>(iFirst)]);
+        const bool bAtStamp = k % 4 == 0;
+        EXPECT_EQ(response.Taps[k], (bAtStamp ? values[static_cast<size_t>(k / 4)] : dExpected) / 4)
+            << k;
+    }
+}
+
 TEST(Interpolators, CubicSplineReproducesCubicsFromRisingTimes)
 {
     const auto cubic = [](double t) { return 1 + t * (-2 + t * (0.5 + t * 0.25)); };
@@ -91,6 +113,9 @@ TEST(Interpolators, CubicSplineReproducesCubicsFromRisingTimes)
     EXPECT_EQ(code(2), 0);
     for (const int i : {0, 1}) EXPECT_TRUE(b[i] == y[1] - y[0] && c[i] == 0.0 && d[i] == 0.0);
     EXPECT_EQ(code(1), 1);
+    EXPECT_EQ(Spline::Spline(5, 1, 1, 7.0, -5.0, x, y, b, c, d), 0);
+    EXPECT_NEAR(b[0], 7.0, 1e-13);
+    EXPECT_NEAR(b[4], -5.0, 1e-13);
     x[2] = 0.0;
     EXPECT_EQ(code(3), 2);
     EXPECT_DEATH(spline.CubicSpline(3, 0.5, x, y), Assertion("Interpolators", "false"));
