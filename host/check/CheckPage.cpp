@@ -72,15 +72,15 @@ private:
         for (std::size_t i = 0; i < file.models.size(); ++i) {
             const int from = file.models[i].place.line;
             const int to = i + 1 < file.models.size() ? file.models[i + 1].place.line : INT_MAX;
-            Drawn& one = drawn.emplace_back(&file.models[i], Findings());
+            Drawn& one = drawn.emplace_back(Drawn{&file.models[i], {}});
             for (const ibis::Finding& finding : findings_) {
                 if (InModel(finding, file) && finding.place.line >= from && finding.place.line < to)
                     one.findings.push_back(&finding);
             }
         }
         if (drawn.size() > kMostModels) {
-            std::ranges::stable_partition(drawn,
-                                          [](const Drawn& one) { return !one.findings.empty(); });
+            std::stable_partition(drawn.begin(), drawn.end(),
+                                  [](const Drawn& one) { return !one.findings.empty(); });
             Add("<p class=\"faint\">{}: {} of its {} models are drawn.</p>\n",
                 Escaped(file.document.path.string()), kMostModels, drawn.size());
             drawn.resize(kMostModels);
