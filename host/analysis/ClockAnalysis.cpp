@@ -71,9 +71,7 @@ private:
 /// The rows that hold anything, merged until there are few enough to draw.
 Histogram Trimmed(const VoltageHistogram& counted)
 {
-    std::size_t from = 0, to = counted.Rows();
-    while (from < to && counted.At(0, from) == 0) ++from;
-    while (to > from && counted.At(0, to - 1) == 0) --to;
+    auto [from, to] = OccupiedRows(counted);
     std::size_t merged = 1;
     while ((to - from) / merged > kHistogramBins) merged *= 2;
     Histogram result;

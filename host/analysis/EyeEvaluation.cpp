@@ -248,13 +248,9 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     if (found.sliced) return found;
 
     found.time = time.MakeBathtub(0, 1, kTimePoints);
-    const auto greatest = [&] {
-        std::size_t row = 0;
-        while (row < decisions.levels.Rows() && decisions.levels.At(0, row) == 0) ++row;
-        std::size_t top = decisions.levels.Rows();
-        while (top > row && decisions.levels.At(0, top - 1) == 0) --top;
-        return std::max(std::abs(decisions.levels.Edge(row)), decisions.levels.Edge(top));
-    }();
+    const auto [lowest, top] = OccupiedRows(decisions.levels);
+    const double greatest =
+        std::max(std::abs(decisions.levels.Edge(lowest)), decisions.levels.Edge(top));
     found.voltage = levels.MakeBathtub(-greatest, greatest, kVoltagePoints);
     found.jitter = MakeJitter(time);
 

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <numbers>
@@ -18,18 +17,11 @@ constexpr double kNearSampling = 0.125;  // UI
 
 std::string NeverCrossing(const VoltageHistogram& density)
 {
-    std::size_t low = density.Rows(), high = 0;
-    for (std::size_t column = 0; column < density.Columns(); ++column) {
-        for (std::size_t row = 0; row < density.Rows(); ++row) {
-            if (density.At(column, row) == 0) continue;
-            low = std::min(low, row);
-            high = std::max(high, row);
-        }
-    }
-    const double from = density.Edge(low), to = density.Edge(high) + density.BinHeight();
-    const std::string where = high > low  ? fmt::format("between {:.3g} and {:.3g} V", from, to)
-                              : from == 0 ? "at 0 V"
-                                          : fmt::format("at {:.3g} V", from);
+    const auto [low, end] = OccupiedRows(density);
+    const double from = density.Edge(low), to = density.Edge(end);
+    const std::string where = end > low + 1 ? fmt::format("between {:.3g} and {:.3g} V", from, to)
+                              : from == 0   ? "at 0 V"
+                                            : fmt::format("at {:.3g} V", from);
     return fmt::format("the output never crosses 0 V: it stays {}", where);
 }
 

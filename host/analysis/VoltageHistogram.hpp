@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace amisim {
@@ -58,5 +59,8 @@ private:
     std::size_t room_ =
         std::numeric_limits<std::uint32_t>::max();  // that the recent counts surely have
 };
+
+/// The rows that hold counts: the first one and the one after the last; equal when there is none.
+std::pair<std::size_t, std::size_t> OccupiedRows(const VoltageHistogram& histogram);
 
 }  // namespace amisim

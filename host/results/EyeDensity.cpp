@@ -47,17 +47,4 @@ double EyeDensity::At(double phase, double voltage) const
     return lower * (1 - dy) + upper * dy;
 }
 
-std::pair<std::size_t, std::size_t> OccupiedRows(const VoltageHistogram& histogram)
-{
-    std::size_t first = histogram.Rows(), last = 0;
-    for (std::size_t c = 0; c < histogram.Columns(); ++c) {
-        for (std::size_t r = 0; r < histogram.Rows(); ++r) {
-            if (histogram.At(c, r) == 0) continue;
-            first = std::min(first, r);
-            last = std::max(last, r + 1);
-        }
-    }
-    return {std::min(first, last), last};
-}
-
 }  // namespace amisim

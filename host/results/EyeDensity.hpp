@@ -1,6 +1,5 @@
 #pragma once
 
-#include <utility>
 #include <vector>
 
 #include "host/analysis/VoltageHistogram.hpp"
@@ -28,8 +27,5 @@ private:
     std::vector<double> perColumn_;  // 1 / passes
     double greatest_ = 0, peak_ = 0, once_ = 1;
 };
-
-/// The rows that hold counts: the first one and the one after the last; equal when there is none.
-std::pair<std::size_t, std::size_t> OccupiedRows(const VoltageHistogram& histogram);
 
 }  // namespace amisim
