@@ -28,13 +28,20 @@ Json FitJson(const std::optional<TailFit>& fit)
 
 Json EyeJson(const EyeFindings& eye)
 {
-    Json json = {
-        {"high_v", eye.vertical.high},    {"low_v", eye.vertical.low},
-        {"left_ui", OrNull(eye.left)},    {"right_ui", OrNull(eye.right)},
-        {"probability", kEyeProbability}, {"unit_intervals", eye.unitIntervals},
-        {"sampled_at_ui", eye.sampledAt}, {"shift_ui", eye.shift},
-        {"sliced", eye.sliced},           {"not_finite_samples", eye.notFinite},
-        {"wild_samples", eye.wild.count}, {"transition_density", OrNull(eye.transitionDensity)}};
+    Json json = {{"height_v", eye.vertical.Height()},
+                 {"width_ui", OrNull(eye.Width())},
+                 {"high_v", eye.vertical.high},
+                 {"low_v", eye.vertical.low},
+                 {"left_ui", OrNull(eye.left)},
+                 {"right_ui", OrNull(eye.right)},
+                 {"probability", kEyeProbability},
+                 {"unit_intervals", eye.unitIntervals},
+                 {"sampled_at_ui", eye.sampledAt},
+                 {"shift_ui", eye.shift},
+                 {"sliced", eye.sliced},
+                 {"not_finite_samples", eye.notFinite},
+                 {"wild_samples", eye.wild.count},
+                 {"transition_density", OrNull(eye.transitionDensity)}};
     json["openings"] = Json::array();
     for (const OpeningAt& opening : eye.openings) {
         json["openings"].push_back({{"ber", opening.ber},
@@ -128,12 +135,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                              {"unaligned_bits", r.comparison->unaligned}};
     }
     if (r.eye) json["eye"].update(EyeJson(*r.eye));
-    json["input_eye"] = nullptr;
-    if (r.inputEye) {
-        json["input_eye"] = {{"height_v", r.inputEye->vertical.Height()},
-                             {"width_ui", OrNull(r.inputEye->Width())}};
-        json["input_eye"].update(EyeJson(*r.inputEye));
-    }
+    json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
     json["clock"].update(ClockJson(r.clock));
     json["adaptation"] = r.adaptation ? AdaptationJson(*r.adaptation)
                                       : Json{{"measurements", nullptr}, {"finished", nullptr}};
