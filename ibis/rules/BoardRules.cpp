@@ -296,13 +296,7 @@ const Check<Board> kChecks[] = {
 
 const RuleSet& BoardRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Section* const section : file.boards) {
-                TryAll(kChecks, ReadBoard(*section), file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::boards, kChecks, ReadBoard>();
     return set;
 }
 

@@ -121,4 +121,17 @@ RuleSet MakeRuleSetOf()
         checks);
 }
 
+/// The same of sections that are read into a record each.
+template <auto sections, const auto& checks, auto read>
+RuleSet MakeRuleSetOf()
+{
+    return MakeRuleSet(
+        [](const IbisFile& file, Findings& findings) {
+            for (const Section* const section : file.*sections) {
+                TryAll(checks, read(*section), file, findings);
+            }
+        },
+        checks);
+}
+
 }  // namespace ibis

@@ -253,13 +253,8 @@ const Check<InterconnectSet> kChecks[] = {
 
 const RuleSet& InterconnectRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Section* const section : file.interconnectSets) {
-                TryAll(kChecks, ReadInterconnectSet(*section), file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set =
+        MakeRuleSetOf<&IbisFile::interconnectSets, kChecks, ReadInterconnectSet>();
     return set;
 }
 

@@ -179,13 +179,7 @@ const Check<Module> kChecks[] = {
 
 const RuleSet& ModuleRules()
 {
-    static const RuleSet set = MakeRuleSet(
-        [](const IbisFile& file, Findings& findings) {
-            for (const Section* const section : file.emds) {
-                TryAll(kChecks, ReadModule(*section), file, findings);
-            }
-        },
-        kChecks);
+    static const RuleSet set = MakeRuleSetOf<&IbisFile::emds, kChecks, ReadModule>();
     return set;
 }
 

@@ -107,10 +107,13 @@ void PackageIsNotEmpty(const Component& component, Report& report)
     const bool hasOther = component.section->Child(Key::PackageModel) ||
                           (pin && !component.pins.empty() && component.pins.front().columns == 6) ||
                           component.section->Child(Key::InterconnectModelGroup);
+    if (rows != 3 || zeros != 3 || hasOther) {
+        return;
+    }
     // A part that has on-die models only is meant so.
     const bool isAlgorithmic = std::any_of(report.file.models.begin(), report.file.models.end(),
                                            [](const Model& model) { return model.algorithmic; });
-    if (rows == 3 && zeros == 3 && !hasOther && !isAlgorithmic) {
+    if (!isAlgorithmic) {
         report.Say(
             component.section->Child(Key::Package)->place,
             fmt::format("[Package] of '{}' is all zero: the package is left out", component.name));
