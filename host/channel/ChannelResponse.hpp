@@ -57,7 +57,7 @@ struct ChannelReading
 };
 
 /// The same from a Touchstone file: SDD21, or S21 of a two-port, graded. `peak` is that of the
-/// whole multi-port. Throws Error and Error with the file's name.
+/// whole multi-port. Throws Error with the file's name.
 ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelReading& reading,
                             double sampleInterval);
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <climits>
 #include <iterator>
 
 #include "base/Base64.hpp"
@@ -69,14 +68,13 @@ private:
             Findings findings;
         };
         std::vector<Drawn> drawn;
-        for (std::size_t i = 0; i < file.models.size(); ++i) {
-            const int from = file.models[i].place.line;
-            const int to = i + 1 < file.models.size() ? file.models[i + 1].place.line : INT_MAX;
-            Drawn& one = drawn.emplace_back(Drawn{&file.models[i], {}});
-            for (const ibis::Finding& finding : findings_) {
-                if (InModel(finding, file) && finding.place.line >= from && finding.place.line < to)
-                    one.findings.push_back(&finding);
-            }
+        for (const ibis::Model& model : file.models) drawn.push_back({&model, {}});
+        for (const ibis::Finding& finding : findings_) {
+            if (!InModel(finding, file)) continue;
+            const auto after =
+                std::ranges::upper_bound(drawn, finding.place.line, {},
+                                         [](const Drawn& one) { return one.model->place.line; });
+            std::prev(after)->findings.push_back(&finding);
         }
         if (drawn.size() > kMostModels) {
             std::stable_partition(drawn.begin(), drawn.end(),
