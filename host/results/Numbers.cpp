@@ -74,16 +74,10 @@ const std::vector<Number> kNumbers = {
     {"/eye/height_v", "Eye height", "mV", 1e3, "{:.1f}", false, "eye_height_v",
      "Opening of the output's eye at the sampling instant.",
      [](const RunResult& r) { return r.eye ? Value(r.eye->vertical.Height()) : std::nullopt; },
-     [](const RunResult& r) -> std::string {
-         return r.eye ? fmt::format("{:.1f} mV", r.eye->vertical.Height() * 1000) : kNone;
-     }},
+     nullptr},
     {"/eye/width_ui", "Eye width", "UI", 1, "{:.3f}", false, "eye_width_ui",
      "Opening of the output's eye at 0 V.",
-     [](const RunResult& r) { return r.eye ? Known(r.eye->Width()) : std::nullopt; },
-     [](const RunResult& r) -> std::string {
-         const bool known = r.eye && std::isfinite(r.eye->Width());
-         return known ? fmt::format("{:.3f} UI", r.eye->Width()) : kNone;
-     }},
+     [](const RunResult& r) { return r.eye ? Known(r.eye->Width()) : std::nullopt; }, nullptr},
     {"/errors", "Bit errors", "", 1, "{:.0f}", true, "errors",
      "Received bits that differ from the sent ones.",
      [](const RunResult& r) { return Compared(r) ? Count(r.comparison->errors) : std::nullopt; },
@@ -128,6 +122,13 @@ const std::vector<Number> kNumbers = {
 std::string Number::Heading() const
 {
     return *unit ? fmt::format("{}, {}", title, unit) : title;
+}
+
+std::string Number::Line(const RunResult& result) const
+{
+    if (summary) return summary(result);
+    const auto value = get(result);
+    return value ? fmt::format("{} {}", Text(*value), unit) : kNone;
 }
 
 std::string Number::Text(double value) const

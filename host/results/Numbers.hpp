@@ -23,9 +23,10 @@ struct Number
     const char* column;   // in the table of a sweep; nullptr: not there
     const char* meaning;  // a sentence
     std::optional<double> (*get)(const RunResult& result);  // as in result.json
-    /// Its line of the summary, without the title; "": no line.
+    /// Its line of the summary, without the title; "": no line. nullptr: the number with its unit.
     std::string (*summary)(const RunResult& result);
 
+    std::string Line(const RunResult& result) const;
     std::string Heading() const;           // "Eye height, mV"
     std::string Text(double value) const;  // as in result.json: "991.0"
 };

@@ -58,7 +58,7 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
         if (!value.empty()) text += fmt::format("  {:<26} {}\n", name, value);
     };
     if (r.lock) row("Verdict", Name(*r.lock));
-    for (const Number& number : Numbers()) row(number.title, number.summary(r));
+    for (const Number& number : Numbers()) row(number.title, number.Line(r));
     text += OpeningsTable(r.inputEye ? &*r.inputEye : nullptr, r.eye ? &*r.eye : nullptr);
     const Speed speed(r, options.signal.samplesPerBit);
     row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",
