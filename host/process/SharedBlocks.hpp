@@ -16,7 +16,7 @@ struct ModelStart
     std::string parameters;     // the AMI parameter string
     double sampleInterval = 0;  // s
     double bitTime = 0;         // s
-    // Impulse responses, 1/s: the channel's, then one from each aggressor; all of one length, at
+    // Impulse responses, V/s: the signal's, then one from each aggressor; all of one length, at
     // least one sample.
     std::vector<std::vector<double>> impulses;
     std::size_t blockSamples = 0;  // most samples in one block

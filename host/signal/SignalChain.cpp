@@ -107,6 +107,7 @@ SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits)
     } else {
         UseWaveFile(options);
     }
+    PadImpulses(options.samplesPerBit);
 }
 
 template <typename Stage, typename... Arguments>
@@ -143,10 +144,25 @@ void SignalChain::UseWaveFile(const SignalOptions& options)
     impulses_ = {{1 / options.SampleInterval()}};
 }
 
-void SignalChain::KeepImpulse(const ChannelResponse& channel)
+void SignalChain::KeepImpulse(const Transmitter::Settings& transmitter,
+                              const ChannelResponse& channel)
 {
-    auto& impulse = impulses_.emplace_back();
-    for (const double tap : channel.taps) impulse.push_back(tap / channel.sampleInterval);
+    const std::vector<double> edge = Transmitter::EdgeResponse(transmitter);
+    std::vector<double> impulse(edge.size() + channel.taps.size() - 1);
+    for (std::size_t i = 0; i < edge.size(); ++i) {
+        if (edge[i] == 0) continue;
+        for (std::size_t k = 0; k < channel.taps.size(); ++k)
+            impulse[i + k] += edge[i] * channel.taps[k];
+    }
+    for (double& value : impulse) value /= channel.sampleInterval;
+    impulses_.push_back(std::move(impulse));
+}
+
+void SignalChain::PadImpulses(int samplesPerBit)
+{
+    std::size_t longest = kImpulseBits * static_cast<std::size_t>(samplesPerBit);
+    for (const auto& impulse : impulses_) longest = std::max(longest, impulse.size());
+    for (auto& impulse : impulses_) impulse.resize(longest, 0.0);
 }
 
 void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits)
@@ -166,7 +182,7 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
         if (!path.empty()) notes_.push_back(Note(path, channel));
     }
     grade_ = channel.grade;
-    KeepImpulse(channel);
+    KeepImpulse(settings, channel);
 
     // Symbols are made as far ahead as the channel's blocks reach.
     const auto ahead = static_cast<std::size_t>(
@@ -187,13 +203,13 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
     const auto add = [&](const std::filesystem::path& path, bool far) {
         const ChannelResponse coupling = ReadTouchstoneChannel(path, reading, options);
         notes_.push_back(Note(path, coupling));
-        KeepImpulse(coupling);
         // A start of its own in time and pattern.
         Random random(options.seed, kAggressorStream + inputs.size());
         Transmitter::Settings settings =
             TransmitterSettings(options, options.aggressorAmplitude, options.aggressorPpm);
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
+        KeepImpulse(settings, coupling);
         auto symbols = std::make_unique<Prbs>(options.prbs, random.Bits());
         SignalSource* const aggressor =
             Add<Transmitter>(settings, std::move(symbols), nullptr, random);
@@ -202,10 +218,6 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
     for (const auto& path : options.fext) add(path, true);
     for (const auto& path : options.next) add(path, false);
     Add<SignalMix>(inputs);
-
-    std::size_t longest = 0;
-    for (const auto& impulse : impulses_) longest = std::max(longest, impulse.size());
-    for (auto& impulse : impulses_) impulse.resize(longest, 0.0);
 }
 
 }  // namespace amisim

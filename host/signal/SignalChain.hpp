@@ -30,8 +30,10 @@ public:
     const SymbolHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
     double SentUnitInterval() const { return sentUnitInterval_; }  // samples
 
-    /// Impulse responses for AMI_Init, 1/s, all of one length: the channel's, then one from each
-    /// aggressor.
+    /// Impulse responses for AMI_Init, V/s, all of one length, kImpulseBits at least: the
+    /// derivative of what an edge of the transmitter does at the model's input, its swing, rise
+    /// time and de-emphasis included, then one from each aggressor with its own. For a waveform
+    /// file, behind which nothing is known, that of a step of 1 V.
     const std::vector<std::vector<double>>& Impulses() const { return impulses_; }
 
     /// Of the channel, where it comes from a file of S parameters.
@@ -39,11 +41,15 @@ public:
 
     const std::vector<std::string>& Notes() const { return notes_; }
 
+    /// Models read so many bits of a response, however short it is.
+    static constexpr std::size_t kImpulseBits = 512;
+
 private:
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
-    void KeepImpulse(const ChannelResponse& channel);
+    void KeepImpulse(const Transmitter::Settings& transmitter, const ChannelResponse& channel);
+    void PadImpulses(int samplesPerBit);
     template <typename Stage, typename... Arguments>
     SignalSource* Add(Arguments&&... arguments);
 

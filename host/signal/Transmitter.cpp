@@ -14,18 +14,24 @@ double Deemphasis::Sum() const
                            std::accumulate(pre.begin(), pre.end(), 0.0, add), add);
 }
 
+std::vector<double> Deemphasis::Cursors() const
+{
+    std::vector<double> cursors;
+    for (auto cursor = pre.rbegin(); cursor != pre.rend(); ++cursor) cursors.push_back(-*cursor);
+    cursors.push_back(1 - Sum());
+    for (const double cursor : post) cursors.push_back(-cursor);
+    return cursors;
+}
+
 Transmitter::Transmitter(const Settings& settings, std::unique_ptr<SymbolSource> symbols,
                          SymbolHistory* sent, Random random)
     : settings_(settings),
       symbols_(std::move(symbols)),
       sent_(sent),
       jitter_(settings.jitter, random),
+      cursors_(settings.deemphasis.Cursors()),
       main_(settings.deemphasis.pre.size())
 {
-    const auto& [pre, post] = settings_.deemphasis;
-    for (auto cursor = pre.rbegin(); cursor != pre.rend(); ++cursor) cursors_.push_back(-*cursor);
-    cursors_.push_back(1 - settings_.deemphasis.Sum());
-    for (const double cursor : post) cursors_.push_back(-cursor);
     levels_.assign(cursors_.size() + 1, 0.0);  // the symbol before the main one is always there
     for (std::size_t i = 0; i < main_; ++i) TakeSymbol();
 }
@@ -97,6 +103,33 @@ std::size_t Transmitter::Read(std::span<double> out)
     edges_.erase(edges_.begin(), edges_.begin() + static_cast<std::ptrdiff_t>(over));
     first_ += size;
     return out.size();
+}
+
+std::vector<double> Transmitter::EdgeResponse(const Settings& settings)
+{
+    const std::vector<double> cursors = settings.deemphasis.Cursors();
+    const auto& levels = settings.modulation.levels;
+    const double swing = settings.amplitude * (levels.back() - levels.front());
+    const double half = settings.rampTime / 2, first = std::ceil(half);
+    // Of the edge at that time what has happened until then.
+    const auto done = [&](double since) {
+        if (since >= half) return 1.0;
+        if (since <= -half) return 0.0;
+        return 0.5 + 0.5 * std::sin(std::numbers::pi * since / settings.rampTime);
+    };
+    const double last = first + static_cast<double>(cursors.size() - 1) * settings.unitInterval;
+    std::vector<double> response(static_cast<std::size_t>(std::ceil(last + half)) + 1);
+    double before = 0;
+    for (std::size_t n = 0; n < response.size(); ++n) {
+        double level = 0;
+        for (std::size_t i = 0; i < cursors.size(); ++i) {
+            const double edge = first + static_cast<double>(i) * settings.unitInterval;
+            level += swing * cursors[i] * done(static_cast<double>(n) - edge);
+        }
+        response[n] = level - before;
+        before = level;
+    }
+    return response;
 }
 
 }  // namespace amisim

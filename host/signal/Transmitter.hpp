@@ -22,6 +22,9 @@ struct Deemphasis
 {
     std::vector<double> pre, post;  // nearest to the main cursor first
     double Sum() const;             // of the cursors' magnitudes, below 1
+
+    /// What each symbol is multiplied by, that of the last one of `pre` first: c0 in the middle.
+    std::vector<double> Cursors() const;
 };
 
 /// A transmitter that holds each symbol's level, times the amplitude and unless de-emphasised, for
@@ -48,6 +51,11 @@ public:
                 SymbolHistory* sent, Random random);
 
     std::size_t Read(std::span<double> out) override;
+
+    /// What a single edge of the pattern, from the lowest level to the highest, does to the line: V
+    /// from sample to sample, from the sample on where it begins. Their sum is the swing times what
+    /// the de-emphasis leaves of a constant level. Without jitter; the edge falls on a sample.
+    static std::vector<double> EdgeResponse(const Settings& settings);
 
     /// From 20 % to 80 % of the swing a half-cosine ramp takes this part of its whole length.
     static constexpr double kRise2080 = 0.40966553;
