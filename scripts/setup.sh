@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 tests=${1:-}
 
-packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libpng-dev libeigen3-dev libtomlplusplus-dev)
+packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libcairo2-dev fonts-dejavu-core libeigen3-dev libtomlplusplus-dev)
 packages+=("${@:2}")  # what a caller needs besides
 command -v npm >/dev/null || packages+=(nodejs npm)
 # Elsewhere chromium is no Debian package; the browser test is left out there unless it is installed.

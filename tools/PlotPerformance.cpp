@@ -19,21 +19,13 @@
 #include <string>
 #include <vector>
 
-#include "host/pictures/Plot.hpp"
+#include "base/Files.hpp"
+#include "host/pictures/LinePlot.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 namespace plot = amisim::plot;
-using amisim::Canvas;
-using amisim::Colour;
-using plot::Axis;
-using plot::Panel;
-using plot::Scale;
-
-constexpr int kWidth = 1200, kHeight = 570, kTop = 124, kPlotWidth = 480, kPlotHeight = 360;
-constexpr Colour kLine = {0.10, 0.45, 0.62};
-
 struct Point
 {
     double x, y;  // a benchmark's argument, the nanoseconds per sample
@@ -64,89 +56,27 @@ std::vector<Point> Points(const nlohmann::json& results, const std::string& name
     return points;
 }
 
-// The least of 1, 2 and 5 times a power of ten that is not below the value.
-double RoundUp(double value)
+plot::LinePlot PlotOf(const std::vector<Point>& points, plot::Scale upwards,
+                      const std::string& title, const std::string& across)
 {
-    const double decade = std::pow(10, std::floor(std::log10(value)));
-    for (const double factor : {1.0, 2.0, 5.0}) {
-        if (value <= factor * decade) return factor * decade;
+    plot::LinePlot plot;
+    plot.title = title;
+    plot.across = across;
+    plot.upwards = "time per sample, ns";
+    plot.scale = upwards;
+    plot.scaleAcross = plot::Scale::kLogarithmic;
+    if (upwards == plot::Scale::kLinear) plot.from = 0;
+    plot::Curve curve;
+    curve.dots = true;
+    curve.stroke.colour = amisim::colours::kBlue;
+    for (const Point& point : points) {
+        curve.x.push_back(point.x);
+        curve.y.push_back(point.y);
+        // The height stands with the place: "64: 76 ns".
+        plot.places.push_back({point.x, fmt::format("{:g}: {:.0f} ns", point.x, point.y)});
     }
-    return 10 * decade;
-}
-
-// An axis around the arguments, so that no point stands on its ends.
-Axis AxisAcross(const std::vector<Point>& points)
-{
-    const double margin = std::pow(points.back().x / points.front().x, 0.08);
-    return {points.front().x / margin, points.back().x * margin, Scale::kLogarithmic};
-}
-
-Axis AxisUpwards(const std::vector<Point>& points, Scale scale)
-{
-    const auto [least, most] = std::minmax_element(
-        points.begin(), points.end(), [](const Point& a, const Point& b) { return a.y < b.y; });
-    // Round numbers are at most 2.5 times apart, and the topmost point's label needs some room.
-    if (scale == Scale::kLogarithmic)
-        return {RoundUp(least->y / 2.5), RoundUp(1.15 * most->y), scale};
-    const double step = RoundUp(most->y / 5);
-    return {0, step * std::ceil(1.1 * most->y / step), scale};
-}
-
-void DrawTicks(const Panel& panel, const std::vector<Point>& points)
-{
-    // Every so many powers of two, for about five labels.
-    const double octaves = std::log2(points.back().x / points.front().x);
-    const double factor = std::exp2(std::max(1.0, std::ceil(octaves / 4)));
-    for (double x = points.front().x; x <= points.back().x; x *= factor)
-        panel.TickAcross(x, fmt::format("{:g}", x));
-
-    const Axis& axis = panel.upwards;
-    const bool linear = axis.scale == Scale::kLinear;
-    const double step = RoundUp(axis.to / 8);
-    for (double y = axis.from; y <= 1.001 * axis.to; y = linear ? y + step : RoundUp(1.001 * y))
-        panel.TickUpwards(y, fmt::format("{:g}", y));
-}
-
-// Joins the points, and writes each one's height where the line does not pass.
-void DrawPoints(const Panel& panel, const std::vector<Point>& points)
-{
-    std::vector<amisim::Point> places;
-    for (const Point& point : points) places.push_back({panel.X(point.x), panel.Y(point.y)});
-    const amisim::Area everywhere{0, 0, kWidth, kHeight};
-    panel.canvas.Line(places, {.colour = kLine, .width = 2.6}, everywhere);
-
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        const amisim::Point& place = places[i];
-        panel.canvas.Line({&place, 1}, {.colour = plot::kPaper, .width = 7}, everywhere);
-        panel.canvas.Line({&place, 1}, {.colour = kLine, .width = 5}, everywhere);
-
-        const bool fromAbove = i > 0 && points[i - 1].y > points[i].y;
-        const bool toAbove = i + 1 < points.size() && points[i + 1].y > points[i].y;
-        const auto align = fromAbove == toAbove ? Canvas::Align::kCentre
-                           : fromAbove          ? Canvas::Align::kLeft
-                                                : Canvas::Align::kRight;
-        const int aside = fromAbove == toAbove ? 0 : fromAbove ? 2 : -2;
-        const int down = fromAbove && toAbove ? 12 : -26;
-        panel.canvas.Text(static_cast<int>(std::lround(place.x)) + aside,
-                          static_cast<int>(std::lround(place.y)) + down,
-                          fmt::format("{:.0f}", points[i].y), plot::kInk, 2, align);
-    }
-}
-
-void DrawPanel(Canvas& canvas, int left, const std::vector<Point>& points, Scale upwards,
-               const std::string& heading, const std::string& across)
-{
-    const Panel panel{canvas,
-                      left,
-                      kTop,
-                      kPlotWidth,
-                      kPlotHeight,
-                      AxisAcross(points),
-                      AxisUpwards(points, upwards)};
-    canvas.Text(left, kTop - 30, heading, plot::kFaint);
-    DrawTicks(panel, points);
-    panel.Name(across, "Time per sample, ns", 80);
-    DrawPoints(panel, points);
+    plot.curves.push_back(std::move(curve));
+    return plot;
 }
 
 struct Results
@@ -172,16 +102,14 @@ Results Read(const fs::path& path)
 
 void Draw(const Results& results, const fs::path& picture)
 {
-    Canvas canvas(kWidth, kHeight, plot::kPaper);
-    canvas.Text(92, 16, "Cost of the receiver", plot::kInk, 3);
-    canvas.Text(92, 50, fmt::format("CPU time on one core at {:.1f} GHz", results.gigahertz),
-                plot::kFaint);
-    // The headings give what bench/ReceiverBench.cpp keeps fixed.
-    DrawPanel(canvas, 92, results.perBit, Scale::kLinear, "Blocks of 4096 samples",
-              "Samples per bit");
-    DrawPanel(canvas, 692, results.perBlock, Scale::kLogarithmic, "64 samples per bit",
-              "Block size, samples");
-    canvas.Save(picture);
+    // The titles give what bench/ReceiverBench.cpp keeps fixed.
+    const auto plots = plot::PlotsPicture(
+        {PlotOf(results.perBit, plot::Scale::kLinear, "Blocks of 4096 samples", "samples per bit"),
+         PlotOf(results.perBlock, plot::Scale::kLogarithmic, "64 samples per bit",
+                "block size, samples")},
+        {"Cost of the receiver",
+         fmt::format("CPU time on one core at {:.1f} GHz", results.gigahertz), ""});
+    base::WriteWhole(picture, plots.File(amisim::PictureFormat::kPng));
 }
 
 }  // namespace

@@ -18,15 +18,14 @@
 #include <string>
 #include <vector>
 
-#include "host/pictures/Plot.hpp"
+#include "base/Files.hpp"
+#include "host/pictures/LinePlot.hpp"
 #include "host/process/AmiModule.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 namespace plot = amisim::plot;
-using amisim::Canvas;
-using amisim::Colour;
 
 constexpr int kLevels = 32;
 constexpr double kBitRate = 10.3125e9;  // bit/s
@@ -34,9 +33,7 @@ constexpr int kSamplesPerBit = 64;
 constexpr double kSampleInterval = 1 / (kBitRate * kSamplesPerBit);  // s
 constexpr long kSamples = 32 * kSamplesPerBit;  // the responses end after 23 bits
 
-constexpr plot::Axis kFrequencies = {1e8, 2e10, plot::Scale::kLogarithmic};  // Hz
-constexpr int kWidth = 1000, kHeight = 640, kLeft = 80, kTop = 70, kPlotWidth = 800,
-              kPlotHeight = 480;
+constexpr int kPoints = 400;  // from 0.1 to 20 GHz
 
 // The model appends to its logs in the working folder: give it one that goes away.
 class ScratchFolder
@@ -88,52 +85,32 @@ double Decibels(const std::vector<double>& impulse, double frequency)
     return 20 * std::log10(std::abs(sum));
 }
 
-double FrequencyAt(double column)
+double FrequencyAt(int point)
 {
-    return kFrequencies.At(column / kPlotWidth);
-}
-
-void DrawAxes(const plot::Panel& panel)
-{
-    for (double decibels = panel.upwards.from; decibels <= panel.upwards.to; decibels += 2)
-        panel.TickUpwards(decibels, fmt::format("{}", decibels));
-    for (const double gigahertz : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0})
-        panel.TickAcross(gigahertz * 1e9, fmt::format("{}", gigahertz));
-    panel.Name("Frequency, GHz", "Gain, dB", 66);
-    panel.TickAcross(kBitRate / 2, "", plot::kFaint);
-    panel.canvas.Text(static_cast<int>(std::lround(panel.X(kBitRate / 2))) - 8,
-                      kTop + kPlotHeight - 22, "half the bit rate", plot::kFaint, 2,
-                      Canvas::Align::kRight);
+    return 1e8 * std::pow(200.0, 1.0 * point / kPoints);
 }
 
 void Plot(const std::vector<std::vector<double>>& gains, const fs::path& path)
 {
-    double least = 1e9, most = -1e9;
-    for (const auto& curve : gains) {
-        least = std::min(least, *std::min_element(curve.begin(), curve.end()));
-        most = std::max(most, *std::max_element(curve.begin(), curve.end()));
-    }
-    const plot::Axis decibels = {2 * std::floor(least / 2), 2 * std::ceil(most / 2)};
-
-    const amisim::ColourMap colours({{0.16, 0.22, 0.55}, {0.10, 0.55, 0.60}, {0.93, 0.55, 0.13}});
-    Canvas canvas(kWidth, kHeight, plot::kPaper);
-    const plot::Panel panel{canvas, kLeft, kTop, kPlotWidth, kPlotHeight, kFrequencies, decibels};
-    canvas.Text(kLeft, 16, "Equaliser responses, level 0 to 31", plot::kInk, 3);
-    DrawAxes(panel);
+    plot::LinePlot responses;
+    responses.across = "frequency, GHz";
+    responses.upwards = "gain, dB";
+    responses.scaleAcross = plot::Scale::kLogarithmic;
+    responses.marks.push_back({kBitRate / 2e9, "half the bit rate"});
+    for (const double gigahertz : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 20.0})
+        responses.places.push_back({gigahertz, fmt::format("{}", gigahertz)});
     for (int level = 0; level < kLevels; ++level) {
-        const Colour colour = colours.At(level / (kLevels - 1.0));
-        std::vector<amisim::Point> points;
-        for (const double gain : gains[static_cast<std::size_t>(level)])
-            points.push_back({kLeft + static_cast<double>(points.size()), panel.Y(gain)});
-        canvas.Line(points, {.colour = colour, .width = 1.6},
-                    {kLeft, kTop, kPlotWidth, kPlotHeight});
-        // The key: a strip of the levels' colours.
-        const int y = kTop + kPlotHeight - 15 * (level + 1);
-        canvas.Rectangle(kLeft + kPlotWidth + 24, y, 24, 15, colour);
-        if ((level % 5 == 0 && level < 30) || level == kLevels - 1)
-            canvas.Text(kLeft + kPlotWidth + 56, y, fmt::format("{}", level), plot::kInk);
+        plot::Curve curve;
+        curve.y = gains[static_cast<std::size_t>(level)];
+        for (int i = 0; i <= kPoints; ++i) curve.x.push_back(FrequencyAt(i) / 1e9);
+        curve.stroke = {.colour = amisim::colours::Levels().At(level / (kLevels - 1.0)),
+                        .width = 1.2};
+        if (level % 5 == 0 || level == kLevels - 1) curve.label = fmt::format("{}", level);
+        responses.curves.push_back(std::move(curve));
     }
-    canvas.Save(path);
+    const auto picture = plot::PlotsPicture(
+        {responses}, {"Equaliser responses", "Levels 0 to 31, one curve each", ""});
+    base::WriteWhole(path, picture.File(amisim::PictureFormat::kPng));
 }
 
 void Run(const fs::path& library, const fs::path& picture)
@@ -147,12 +124,12 @@ void Run(const fs::path& library, const fs::path& picture)
     for (int level = 0; level < kLevels; ++level) {
         const std::vector<double> impulse = ImpulseResponse(model, level);
         std::vector<double>& gain = gains.emplace_back();
-        for (int x = 0; x <= kPlotWidth; ++x) gain.push_back(Decibels(impulse, FrequencyAt(x)));
+        for (int i = 0; i <= kPoints; ++i) gain.push_back(Decibels(impulse, FrequencyAt(i)));
         const double zero = Decibels(impulse, 0);
         const auto peak = std::max_element(gain.begin(), gain.end());
         fmt::print("| {} | {:.3f} | {:.2f} | {:.2f} | {:.1f} |\n", level, std::pow(10, zero / 20),
                    Decibels(impulse, kBitRate / 2) - zero, *peak - zero,
-                   FrequencyAt(static_cast<double>(peak - gain.begin())) / 1e9);
+                   FrequencyAt(static_cast<int>(peak - gain.begin())) / 1e9);
     }
     Plot(gains, picture);
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "base/Base64.hpp"
 #include "host/check/FindingTexts.hpp"
 #include "host/check/ModelPlots.hpp"
 #include "host/pages/Html.hpp"
@@ -97,9 +96,10 @@ private:
         Add("<div class=\"eyes\">\n");
         for (const auto& [title, found, plot] : plots) {
             const plot::Heading heading{std::string(model.name), title, found};
-            Add("<figure><img alt=\"{}\" src=\"data:image/png;base64,{}\"></figure>\n",
+            Add("<figure><img alt=\"{}\" src=\"{}\"></figure>\n",
                 Escaped(fmt::format("{}: {}", model.name, title)),
-                Base64(plot::DrawPlots({plot}, heading).Png()));
+                html::DataUri(plot::PlotsPicture({plot}, heading).File(PictureFormat::kPng),
+                              "image/png"));
         }
         Add("</div>\n");
     }

@@ -14,8 +14,9 @@ namespace {
 
 using ibis::BufferState, ibis::Corner;
 
-constexpr Colour kColours[] = {plot::kBlue, plot::kVermilion, plot::kGreen};  // of the corners
-constexpr double kDash = 6;
+constexpr Colour kColours[] = {colours::kBlue, colours::kVermilion,
+                               colours::kGreen};  // of the corners
+constexpr double kDash = 4;
 constexpr double kBeyond = 0.5;  // of the supply: how far an axis goes past it
 constexpr double kRoom = 1.5;    // over the greatest current between the supplies
 constexpr int kPoints = 200;
@@ -101,8 +102,8 @@ struct Figure
         if (const ibis::Load load = LoadOf(state);
             state != BufferState::Off && load.ohms > 0 && std::isfinite(load.volts)) {
             const auto at = [&](double volts) { return (load.volts - volts) / load.ohms * 1e3; };
-            plot.curves.push_back(Line(low, at(low), high, at(high), plot::kInk));
-            plot.curves.back().label = fmt::format("{:g} ohm to {:g} V", load.ohms, load.volts);
+            plot.curves.push_back(Line(low, at(low), high, at(high), colours::kInk));
+            plot.curves.back().label = fmt::format("{:g} Ω to {:g} V", load.ohms, load.volts);
         }
         std::set<std::string> about;
         const auto mark = [&](const ibis::Curve* table, auto place) {

@@ -183,9 +183,15 @@ void SavePage(const fs::path& path, const Result& a, const Result& b,
     page += settings.empty() ? "<p>None.</p>\n" : AsHtml(settings, a, b);
     page += "<h2>Eyes</h2>\n<div class=\"eyes\">\n";
     for (const Result* result : {&a, &b}) {
-        const std::string eye = html::DataUri(result->folder / "eye.png", "image/png");
+        constexpr std::size_t kMostBytes = 1 << 24;
+        std::string eye;
+        for (const auto& [name, type] :
+             {std::pair{"eye.svg", "image/svg+xml"}, {"eye.png", "image/png"}}) {
+            if (const auto file = ReadRegularFile(result->folder / name, kMostBytes))
+                eye = html::DataUri(*file, type);
+        }
         page += fmt::format("<figure><figcaption>{}</figcaption>", html::Escaped(result->name));
-        page += eye.empty() ? "<p class=\"faint\">No eye.png in its folder.</p>"
+        page += eye.empty() ? "<p class=\"faint\">No eye.png or eye.svg in its folder.</p>"
                             : fmt::format("<img src=\"{}\" alt=\"Eye density of {}\">", eye,
                                           html::Escaped(result->name));
         page += "</figure>\n";

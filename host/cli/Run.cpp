@@ -86,7 +86,7 @@ ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomi
     files.Close();
 
     PrintResults(result, known, model);
-    WriteResults(result, known, model, folder);
+    WriteResults(result, known, model, known.pictures, folder);
     PrintEnding(result, folder);
     if (result.failure) return result.failure->code;
     return folder.Dropped().empty() ? ExitCode::kOk : ExitCode::kInput;

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "host/cli/Terminal.hpp"
+#include "host/options/RunCommand.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/sweep/RunSyntax.hpp"
@@ -58,7 +59,8 @@ const OutputFolder::Kind& SweepFolder()
 {
     static const OutputFolder::Kind kind = {
         "sweep",
-        {"plan.json", "table.csv", "table.json", "report.html", "sweep.png", "slurm/job.sh"}};
+        {"plan.json", "table.csv", "table.json", "report.html", "sweep.png", "sweep.svg",
+         "sweep.pdf", "slurm/job.sh"}};
     return kind;
 }
 
@@ -130,7 +132,8 @@ std::vector<const Case*> Remaining(const Plan& plan, const std::vector<Case>& ca
 
 /// Says how it went and writes table and report.
 /// @return kOk, kCasesFailed, or kInput when something could not be written
-ExitCode Report(const Table& table, OutputFolder& folder, const fs::path& shown)
+ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder& folder,
+                const fs::path& shown)
 {
     const int failed = table.Count(Row::Status::kFailed);
     Print("{} cases: {} ok, {} failed, {} missing\n", table.rows.size(),
@@ -147,8 +150,14 @@ ExitCode Report(const Table& table, OutputFolder& folder, const fs::path& shown)
     FlushOutput();
     folder.Put("table.csv", table.ToCsv());
     folder.Put("table.json", ToText(table.ToJson(), 2) + "\n");
-    folder.Put("report.html", SweepPage(table));
-    folder.Put("sweep.png", DrawSweep(table).Png());
+    folder.Put("report.html", SweepPage(table, pictures));
+    for (const PictureFormat format : kPictureFormats) {
+        const std::string name = fmt::format("sweep.{}", Name(format));
+        if (std::ranges::find(pictures, format) != pictures.end())
+            folder.Put(name, SweepPicture(table).File(format));
+        else
+            folder.Remove(name);
+    }
     if (const std::string dropped = folder.Dropped(); !dropped.empty())
         throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
     Print("Table:  {}\nReport: {}\n", (shown / "table.csv").string(),
@@ -197,6 +206,7 @@ CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& o)
     sweep->add_option("-j,--jobs", o.jobs, "Cases at a time [all cores; in a Slurm task 1]")
         ->check(CLI::Range(1, 4096).description(""))
         ->type_name("N");
+    AddPicturesOption(*sweep, o.pictures);
     sweep->add_flag("--retry-failed", o.retryFailed, "Run failed cases again");
     sweep->add_flag("--dry-run", o.dryRun,
                     "Check everything and list the cases (with --slurm: write the script), but "
@@ -247,7 +257,7 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
 
     if (o.collect) {
         OutputFolder folder(plan.out, SweepFolder(), OutputFolder::Use::kWithoutLock, {});
-        return Report(Collect(plan, Expand(plan)), folder, out);
+        return Report(Collect(plan, Expand(plan)), o.pictures, folder, out);
     }
 
     const fs::path what = fs::absolute(o.what);
@@ -315,7 +325,7 @@ ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::ato
     }
     FlushOutput();
     runner.Run(remaining);
-    const ExitCode code = Report(Collect(plan, cases), folder, out);
+    const ExitCode code = Report(Collect(plan, cases), o.pictures, folder, out);
     if (!stop) return code;
     Print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
     return ExitCode::kInterrupted;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/Error.hpp"
+#include "host/pictures/Picture.hpp"
 
 namespace amisim {
 
@@ -19,6 +20,7 @@ struct SweepOptions
     std::vector<std::string> grids, runOptions;
     std::optional<std::filesystem::path> out;
     std::optional<int> jobs;
+    PictureFormats pictures = {PictureFormat::kPng};  // of the sweep itself
     bool retryFailed = false, dryRun = false, collect = false, slurm = false;
     std::string partition;
     std::vector<std::string> sbatchOptions;

@@ -1,5 +1,7 @@
 #include "host/options/RunCommand.hpp"
 
+#include <algorithm>
+
 #include "host/options/SignalCommandLine.hpp"
 
 namespace amisim {
@@ -15,7 +17,7 @@ Examples:
 Files in the output folder:
   report.html           all of it on one page, for any browser
   result.json           every number that was found, and the settings
-  *.png                 eyes, bathtubs, the clock and the adaptation, for papers
+  *.png                 eyes, bathtubs, the clock and the adaptation (--pictures: svg, pdf)
   *.csv, eye*.npy       the same as numbers
   wave.npy or wave.csv  the model's output waveform with times (--save-wave)
   clock.csv             the clock times as the model returned them
@@ -30,6 +32,28 @@ Exit codes:
 )";
 
 }  // namespace
+
+CLI::Option* AddPicturesOption(CLI::App& app, PictureFormats& formats)
+{
+    const auto take = [&formats](const std::vector<std::string>& names) {
+        formats.clear();
+        for (const auto& name : names) {
+            for (const PictureFormat format : kPictureFormats) {
+                if (name == Name(format) && std::ranges::find(formats, format) == formats.end())
+                    formats.push_back(format);
+            }
+        }
+    };
+    return app
+        .add_option_function<std::vector<std::string>>(
+            "--pictures", take,
+            "Files of the pictures: png for screens, svg and pdf for papers, or none")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember({"png", "svg", "pdf", "none"}).description(""))
+        ->default_str("png")
+        ->type_name("KIND,...");
+}
 
 CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
 {
@@ -117,6 +141,7 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
                                                                         {"none", Kind::kNone}})
                         .description(""))
         ->type_name("KIND");
+    AddPicturesOption(*run, o.pictures);
     return run;
 }
 

@@ -9,4 +9,7 @@ namespace amisim {
 /// Defines `amisim run`, whose options are written into `options` as they are parsed.
 CLI::App* AddRunCommand(CLI::App& app, RunOptions& options);
 
+/// Defines `--pictures`, with which the user replaces the formats.
+CLI::Option* AddPicturesOption(CLI::App& app, PictureFormats& formats);
+
 }  // namespace amisim

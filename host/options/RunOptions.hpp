@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "host/pictures/Picture.hpp"
 #include "host/results/WaveWriter.hpp"
 #include "host/run/SimulationOptions.hpp"
 
@@ -12,6 +13,7 @@ struct RunOptions : SimulationOptions
 {
     std::filesystem::path out = "out";
     WaveWriter::Kind saveWave = WaveWriter::Kind::kNone;
+    PictureFormats pictures = {PictureFormat::kPng};
 
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;

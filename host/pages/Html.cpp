@@ -14,11 +14,9 @@ namespace {
 
 constexpr std::string_view kStyle = R"(
 :root { color-scheme: light dark; --paper: #fff; --ink: #1d222b; --faint: #5b6472; --line: #d5d9e0;
-  --link: #0a5aa8; --alarm: #a61b1b; --a: #0072b2; --b: #c2500a; --c: #00805c; --d: #8a4a86;
-  --e: #6b6b00; --f: #444c5a }
+  --link: #0a5aa8; --alarm: #a61b1b }
 @media (prefers-color-scheme: dark) { :root { --paper: #15181d; --ink: #e4e8ee; --faint: #9aa4b2;
-  --line: #353b45; --link: #7ab8f5; --alarm: #ff8f85; --a: #56b4e9; --b: #f0925a; --c: #3cc79a;
-  --d: #d09acb; --e: #d6d04c; --f: #b6bfcc } }
+  --line: #353b45; --link: #7ab8f5; --alarm: #ff8f85 } }
 body { margin: 0; background: var(--paper); color: var(--ink);
   font: 15px/1.5 system-ui, "Segoe UI", Roboto, "Liberation Sans", sans-serif }
 main { max-width: 82rem; margin: 0 auto; padding: 1.5rem 1.5rem 3rem }
@@ -44,14 +42,12 @@ table { border-collapse: collapse; font-variant-numeric: tabular-nums }
 .map .failed { border: 1px solid var(--alarm); color: var(--alarm); font-weight: 600 }
 .scale { display: inline-block; width: 9rem; height: .7rem; border-radius: 3px; margin: 0 .5rem }
 svg { display: block; width: 100%; max-width: 64rem; height: auto }
-svg text { fill: var(--faint); font-size: 12px } svg .grid { stroke: var(--line) }
-svg .curve { fill: none; stroke-width: 2 } svg a:hover circle, svg a:focus circle {
-  stroke: var(--ink); stroke-width: 2 }
+svg a circle { fill: transparent }
+svg a:hover circle, svg a:focus circle { stroke: #1b2130; stroke-width: 2 }
 .eyes { display: grid; grid-template-columns: repeat(auto-fit, minmax(24rem, 1fr)); gap: 1rem }
 figure { margin: 0 } figure img { width: 100%; height: auto }
 @media print { :root { color-scheme: light; --paper: #fff; --ink: #000; --faint: #444;
-  --line: #bbb; --link: #000; --alarm: #900; --a: #0072b2; --b: #c2500a; --c: #00805c; --d: #8a4a86;
-  --e: #6b6b00; --f: #444c5a }
+  --line: #bbb; --link: #000; --alarm: #900 }
   @page { size: A4 landscape; margin: 12mm } main { padding: 0; max-width: none }
   * { -webkit-print-color-adjust: exact; print-color-adjust: exact }
   .map { font-size: .55rem } .map td { min-width: 0 } .map td a { padding: .3rem .1rem }
@@ -114,11 +110,9 @@ std::string Hex(const Colour& colour)
     return fmt::format("#{:02x}{:02x}{:02x}", byte(colour[0]), byte(colour[1]), byte(colour[2]));
 }
 
-std::string DataUri(const std::filesystem::path& path, std::string_view mediaType)
+std::string DataUri(std::string_view bytes, std::string_view mediaType)
 {
-    constexpr std::size_t kMostBytes = 1 << 24;
-    const auto file = ReadRegularFile(path, kMostBytes);
-    return file ? fmt::format("data:{};base64,{}", mediaType, Base64(*file)) : "";
+    return fmt::format("data:{};base64,{}", mediaType, Base64(bytes));
 }
 
 void RequireOwnPage(const std::filesystem::path& path, std::string_view title)

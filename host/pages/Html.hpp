@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/pictures/Canvas.hpp"
+#include "host/pictures/Colours.hpp"
 
 /// What the pages of a sweep and of a comparison share. A page is one file: it loads nothing.
 namespace amisim::html {
@@ -23,8 +23,8 @@ inline constexpr std::string_view kEnd = "</main>\n</body>\n</html>\n";
 /// "#rrggbb"
 std::string Hex(const Colour& colour);
 
-/// The file as a data URI; nothing where there is no such file.
-std::string DataUri(const std::filesystem::path& path, std::string_view mediaType);
+/// A file's contents as a data URI.
+std::string DataUri(std::string_view bytes, std::string_view mediaType);
 
 /// Makes sure that what is to be replaced is an earlier page with this title, if anything.
 /// @throws Error (kInput) where it is not

@@ -1,5 +1,7 @@
 #include "host/pages/WriteResults.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "host/pages/Page.hpp"
@@ -11,33 +13,24 @@ namespace amisim {
 
 const OutputFolder::Kind& RunFolder()
 {
-    static const OutputFolder::Kind kind = {"run", {"result.json",
-                                                    "eye.png",
-                                                    "eye-input.png",
-                                                    "bathtub-time.png",
-                                                    "bathtub-voltage.png",
-                                                    "tie.png",
-                                                    "adaptation.png",
-                                                    "report.html",
-                                                    "bathtub.csv",
-                                                    "contours.csv",
-                                                    "eye.npy",
-                                                    "eye-input.npy",
-                                                    "tie.csv",
-                                                    "tie_histogram.csv",
-                                                    "tie_spectrum.csv",
-                                                    "unit_interval.csv",
-                                                    "model.log",
-                                                    "Adapt.txt",
-                                                    "EOM.txt",
-                                                    "clock.csv",
-                                                    "wave.csv",
-                                                    "wave.npy"}};
+    static const OutputFolder::Kind kind = [] {
+        OutputFolder::Kind run{"run", {"result.json"}};
+        for (const PictureFormat format : kPictureFormats) {
+            for (const auto name : kPictureNames)
+                run.files.push_back(fmt::format("{}.{}", name, Name(format)));
+        }
+        for (const char* name :
+             {"report.html", "bathtub.csv", "contours.csv", "eye.npy", "eye-input.npy", "tie.csv",
+              "tie_histogram.csv", "tie_spectrum.csv", "unit_interval.csv", "model.log",
+              "Adapt.txt", "EOM.txt", "clock.csv", "wave.csv", "wave.npy"})
+            run.files.emplace_back(name);
+        return run;
+    }();
     return kind;
 }
 
 void WriteResults(RunResult& result, const SimulationOptions& options, const ModelSource& model,
-                  OutputFolder& folder)
+                  const PictureFormats& pictures, OutputFolder& folder)
 {
     const auto list = [&](const char* next) {
         result.files = folder.Files();
@@ -51,7 +44,7 @@ void WriteResults(RunResult& result, const SimulationOptions& options, const Mod
     const PutFile put = [&](const std::string& name, const std::string& bytes) {
         folder.Put(name, bytes);
     };
-    SavePictures(result, options, model.name, put);
+    SavePictures(result, options, model.name, pictures, put);
     WriteCurves(result, put);
     list("report.html");
     folder.Put("report.html", ReportPage(result, options, model));

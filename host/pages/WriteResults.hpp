@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/pictures/Picture.hpp"
 #include "host/process/ModelSource.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/run/RunResult.hpp"
@@ -15,6 +16,6 @@ const OutputFolder::Kind& RunFolder();
 /// the names of all files in `result.files`, the model's logs included. What cannot be written is
 /// among folder.Dropped() and the result's notes.
 void WriteResults(RunResult& result, const SimulationOptions& options, const ModelSource& model,
-                  OutputFolder& folder);
+                  const PictureFormats& pictures, OutputFolder& folder);
 
 }  // namespace amisim

@@ -1,86 +1,97 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/pictures/Colours.hpp"
+
+typedef struct _cairo cairo_t;
+typedef struct _cairo_surface cairo_surface_t;
+
 namespace amisim {
 
-using Colour = std::array<double, 3>;  // sRGB, 0 to 1
-
-/// A colour scale between given colours, evenly spaced and mixed in the OKLab space (Ottosson), so
-/// that equal steps look equal.
-class ColourMap
-{
-public:
-    explicit ColourMap(const std::vector<Colour>& stops);
-    Colour At(double x) const;  // x from 0 to 1, else the end's colour
-
-private:
-    std::vector<Colour> lab_;
-};
+// Lengths are in points: 1/72 inch on paper, two pixels of an image. y grows downwards.
 
 struct Point
 {
-    double x, y;  // pixels
+    double x, y;
 };
 
-/// A rectangle, in pixels.
 struct Area
 {
-    int left, top, width, height;
+    double left, top, width, height;
+
+    double Right() const { return left + width; }
+    double Bottom() const { return top + height; }
 };
 
 /// How a line is drawn.
 struct Stroke
 {
     Colour colour{};
-    double width = 2;  // pixels
-    double dash = 0;   // pixels drawn and left out by turns; 0: all are drawn
+    double width = 1.5;
+    double dash = 0;  // length drawn and left out by turns; 0: all is drawn
     double opacity = 1;
 };
 
-/// A picture to draw rectangles, lines and text on, kept as a PNG.
+enum class Align { kLeft, kCentre, kRight };
+
+/// How a text is written: one line, of which the place given is an end or the middle.
+struct Lettering
+{
+    Colour colour = colours::kInk;
+    double size = 12;
+    Align align = Align::kLeft;
+    bool upwards = false;  // turned to be read from below
+};
+
+/// Draws on a surface of Cairo, whatever that makes of it: an image, SVG or PDF.
 class Canvas
 {
 public:
-    Canvas(int width, int height, Colour background);
+    Canvas(cairo_surface_t* surface, double width, double height);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
 
-    void Put(int x, int y, Colour colour, double opacity = 1);
-    void Rectangle(int x, int y, int width, int height, Colour colour, double opacity = 1);
+    double Width() const { return width_; }
+    double Height() const { return height_; }
 
-    /// A line through the points with smoothed edges, cut off at the area's edge. It is interrupted
-    /// where a coordinate is NaN; a point between two interruptions becomes a dot.
+    void Rectangle(const Area& area, const Colour& colour, double opacity = 1);
+
+    /// A line through the points, cut off at the area's edge. It is interrupted where a coordinate
+    /// is NaN; a point between two interruptions becomes a dot.
     void Line(std::span<const Point> points, const Stroke& stroke, const Area& clip);
+    void Dot(Point centre, double radius, const Colour& colour, const Area& clip);
 
-    enum class Align { kLeft, kCentre, kRight };
-    /// Text with smoothed edges, `size` pixels a font unit (letters are 7 units high); y is its
-    /// top. ASCII and ± are there; whatever else is left blank.
-    void Text(int x, int y, std::string_view text, Colour colour, int size = 2,
-              Align align = Align::kLeft);
-    /// The same, turned to run upwards, centred on y.
-    void TextUpwards(int x, int y, std::string_view text, Colour colour, int size = 2);
-    static int TextWidth(std::string_view text, int size = 2);
+    /// An image of 0x00rrggbb row by row from the top, stretched onto a place with smooth
+    /// transitions and cut off at the area's edge.
+    void Image(std::vector<std::uint32_t> pixels, int columns, const Area& place, const Area& clip);
 
-    Colour At(int x, int y) const;  // of a pixel inside
-    int Width() const { return width_; }
-    int Height() const { return height_; }
+    /// @param place  y: the middle of the capitals
+    void Text(Point place, std::string_view text, const Lettering& lettering);
+    /// The same, but nothing where the text met another one or left the canvas.
+    /// @return whether it was written
+    bool TextIfFree(Point place, std::string_view text, const Lettering& lettering);
 
-    /// The picture as the bytes of a PNG file.
-    std::string Png() const;
-    /// @throws Error (kInput) when the file cannot be written
-    void Save(const std::filesystem::path& path) const;
+    /// What has been written, with the rectangle that its ink takes.
+    struct Writing
+    {
+        Area area;
+        std::string text;
+    };
+    const std::vector<Writing>& Writings() const { return writings_; }
 
 private:
-    template <typename PutPixel>
-    static void Render(std::string_view text, int size, PutPixel put);
+    void Paint(const Colour& colour, double opacity);
+    void Clip(const Area& area);
 
-    int width_, height_;
-    std::vector<std::uint8_t> pixels_;  // RGB
+    cairo_t* cairo_;
+    double width_, height_;
+    std::vector<Writing> writings_;
 };
 
 }  // namespace amisim

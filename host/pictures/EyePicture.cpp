@@ -1,146 +1,174 @@
 #include "host/pictures/EyePicture.hpp"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
 
 #include "base/Text.hpp"
-#include "host/pictures/Plot.hpp"
+#include "host/pictures/Font.hpp"
 #include "host/results/EyeDensity.hpp"
 
 namespace amisim {
 namespace {
 
-constexpr int kWidth = 1000, kHeight = 690;
-constexpr int kLeft = 92, kTop = 94, kPlotWidth = 820, kPlotHeight = 480;
-
-constexpr Colour kMark = {1, 1, 1}, kContour = {0.45, 0.95, 1.00};
+constexpr double kPlotHeight = 345, kRight = 76, kCaptionLine = 16;
 constexpr int kShades = 1023;
-using plot::kFaint, plot::kInk, plot::kPaper;
+using colours::kContour, colours::kFaint, colours::kMark;
+
+/// The bright end is kept for the crossings; most of an eye is of middling density.
+std::vector<std::uint32_t> Shades()
+{
+    std::vector<std::uint32_t> shades;
+    for (int i = 0; i <= kShades; ++i) {
+        std::uint32_t pixel = 0;
+        for (const double part : colours::EyeDensities().At(std::pow(1.0 * i / kShades, 1.6)))
+            pixel = pixel << 8 | static_cast<std::uint32_t>(std::lround(part * 255));
+        shades.push_back(pixel);
+    }
+    return shades;
+}
+
+/// A bar with a scale of densities, the densest at its top.
+void DrawScale(Canvas& canvas, const Area& plot, double decades)
+{
+    const Area bar{plot.Right() + 14, plot.top, 10, plot.height};
+    std::vector<std::uint32_t> pixels = Shades();
+    std::reverse(pixels.begin(), pixels.end());
+    canvas.Image(pixels, 1, bar, bar);
+    for (int decade = 0; decade <= decades; ++decade) {
+        const double y = bar.top + bar.height * decade / decades;
+        canvas.Rectangle({bar.Right(), y - 0.25, 3, 0.5}, kFaint);
+        canvas.TextIfFree({bar.Right() + 5, y}, decade == 0 ? "1" : plot::PowerOfTen(-decade),
+                          {.size = plot::kSmall});
+    }
+    canvas.Text({canvas.Width() - 12, plot.top + plot.height / 2}, "density",
+                {.colour = kFaint, .size = plot::kSmall, .align = Align::kCentre, .upwards = true});
+}
 
 }  // namespace
 
-Canvas EyePicture::Draw(const VoltageHistogram& histogram) const
+double EyePicture::DrawDensity(Canvas& canvas, const plot::Panel& panel) const
 {
-    const EyeDensity density(histogram);
-    const ColourMap map({{0.035, 0.04, 0.10},
-                         {0.19, 0.10, 0.42},
-                         {0.52, 0.12, 0.50},
-                         {0.86, 0.30, 0.34},
-                         {0.98, 0.62, 0.27},
-                         {0.99, 0.97, 0.72}});
-    const double top = density.Greatest() > 0 ? 1.12 * density.Greatest() : 1;
-    const auto phaseAt = [&](double x) { return sampledAt - 1 + 2 * (x - kLeft) / kPlotWidth; };
-    const auto voltageAt = [&](double y) { return top * (1 - 2 * (y - kTop) / kPlotHeight); };
-    const auto xOf = [&](double fromSampling) {
-        return kLeft + kPlotWidth * (fromSampling + 1) / 2;
-    };
-    const auto yOf = [&](double voltage) { return kTop + kPlotHeight * (1 - voltage / top) / 2; };
-    // The bright end is kept for the crossings; most of an eye is of middling density.
-    const auto colourAt = [&](double level) { return map.At(std::pow(level, 1.6)); };
-    const auto round = [](double v) { return static_cast<int>(std::lround(v)); };
-
-    Canvas canvas(kWidth, kHeight, kPaper);
     // A single pass maps just above the scale's dark end, the densest cell to its bright one.
-    std::vector<double> values;
-    for (int x = kLeft; x < kLeft + kPlotWidth; ++x) {
-        for (int y = kTop; y < kTop + kPlotHeight; ++y)
-            values.push_back(density.At(phaseAt(x + 0.5), voltageAt(y + 0.5)));
-    }
-    const double peak = *std::max_element(values.begin(), values.end());
-    const double decades = std::log10(std::max(peak / density.Once(), 10.0)) + 0.5;
-    std::vector<Colour> colours;
-    for (int i = 0; i <= kShades; ++i) colours.push_back(colourAt(1.0 * i / kShades));
-    auto value = values.begin();
-    for (int x = kLeft; x < kLeft + kPlotWidth; ++x) {
-        for (int y = kTop; y < kTop + kPlotHeight; ++y, ++value) {
-            const double level = *value > 0 ? 1 + std::log10(*value / peak) / decades : 0;
-            canvas.Put(x, y,
-                       colours[static_cast<std::size_t>(round(std::max(level, 0.0) * kShades))]);
+    const EyeDensity cells(density);
+    canvas.Rectangle(panel.area, colours::EyeDensities().At(0));
+    if (!(cells.Peak() > 0)) return 1;
+    const double decades = std::log10(std::max(cells.Peak() / cells.Once(), 10.0)) + 0.5;
+    static const std::vector<std::uint32_t> shades = Shades();
+    const auto columns = static_cast<int>(density.Columns());
+    // One column and row more than are seen, for smooth transitions up to the edge.
+    const int first = static_cast<int>(std::floor(panel.across.from * columns)) - 1;
+    const int width = 2 * columns + 3;
+    const double top = panel.upwards.to / density.BinHeight(),
+                 middle = static_cast<double>(density.Rows()) / 2;
+    const int lowest = static_cast<int>(std::floor(middle - top)) - 1;
+    const int highest = static_cast<int>(std::ceil(middle + top));
+    std::vector<std::uint32_t> pixels;
+    for (int row = highest; row >= lowest; --row) {
+        for (int i = 0; i < width; ++i) {
+            const auto column = static_cast<std::size_t>((first + i + 2 * columns) % columns);
+            const double part = cells.Cell(column, row) / cells.Peak();
+            const double level = part > 0 ? 1 + std::log10(part) / decades : 0;
+            const auto shade = std::lround(std::max(level, 0.0) * kShades);
+            pixels.push_back(shades[static_cast<std::size_t>(shade)]);
         }
     }
+    const double start = panel.X(1.0 * first / columns);
+    const double above = panel.Y((highest + 1 - middle) * density.BinHeight());
+    canvas.Image(std::move(pixels), width,
+                 {start, above, panel.X(1.0 * (first + width) / columns) - start,
+                  panel.Y((lowest - middle) * density.BinHeight()) - above},
+                 panel.area);
+    return decades;
+}
 
-    // Grid and ticks.
-    for (int quarter = -4; quarter <= 4; ++quarter) {
-        const int x = std::min(round(xOf(quarter / 4.0)), kLeft + kPlotWidth - 1);
-        canvas.Rectangle(x, kTop, 1, kPlotHeight, kMark, 0.10);
-        canvas.Rectangle(x, kTop + kPlotHeight, 1, 6, kFaint);
-        if (quarter % 2 == 0) {
-            canvas.Text(x, kTop + kPlotHeight + 12, fmt::format("{:g}", quarter / 4.0), kInk, 2,
-                        Canvas::Align::kCentre);
-        }
-    }
-    const double step = plot::TickStep(2 * top, 9);
-    for (double v = std::ceil(-top / step) * step; v <= top; v += step) {
-        const int y = round(yOf(v));
-        const double millivolts = std::abs(v) < step / 2 ? 0 : v * 1000;
-        canvas.Rectangle(kLeft, y, kPlotWidth, 1, kMark, 0.10);
-        canvas.Rectangle(kLeft - 6, y, 6, 1, kFaint);
-        canvas.Text(kLeft - 11, y - 7, fmt::format("{:g}", millivolts), kInk, 2,
-                    Canvas::Align::kRight);
-    }
-
-    // Contours, dashed where extrapolated, named where they are highest.
-    const Area plotArea{kLeft, kTop, kPlotWidth, kPlotHeight};
+/// Dashed where extrapolated.
+void EyePicture::DrawContours(Canvas& canvas, const plot::Panel& panel) const
+{
     for (const Contour& contour : contours) {
-        const Stroke stroke{
-            .colour = kContour, .width = 1.6, .dash = contour.extrapolated ? 5.0 : 0};
         std::vector<Point> points;
         for (std::size_t i = 0; i < contour.phase.size(); ++i)
-            points.push_back({xOf(contour.phase[i] - sampledAt), yOf(contour.high[i])});
+            points.push_back({panel.X(contour.phase[i]), panel.Y(contour.high[i])});
         for (std::size_t i = contour.phase.size(); i-- > 0;)
-            points.push_back({xOf(contour.phase[i] - sampledAt), yOf(contour.low[i])});
+            points.push_back({panel.X(contour.phase[i]), panel.Y(contour.low[i])});
         if (points.empty()) continue;
         points.push_back(points.front());
-        canvas.Line(points, stroke, plotArea);
+        canvas.Line(points,
+                    {.colour = kContour, .width = 1, .dash = contour.extrapolated ? 3.0 : 0},
+                    panel.area);
     }
+}
 
-    // Sampling instant with the vertical opening, and the horizontal one at 0 V.
-    const int centre = round(xOf(0));
-    for (int y = kTop; y < kTop + kPlotHeight; y += 8)
-        canvas.Rectangle(centre, y, 1, 4, kMark, 0.8);
+/// The sampling instant with the vertical opening, and the horizontal one at 0 V.
+void EyePicture::DrawOpening(Canvas& canvas, const plot::Panel& panel) const
+{
+    const Area& area = panel.area;
+    const double centre = panel.X(sampledAt), zero = panel.Y(0), bar = 5;
+    const Stroke stroke{.colour = kMark, .width = 0.8};
+    const auto line = [&](double x1, double y1, double x2, double y2, const Stroke& as) {
+        canvas.Line(std::vector<Point>{{x1, y1}, {x2, y2}}, as, area);
+    };
+    line(centre, area.top, centre, area.Bottom(), {.colour = kMark, .width = 0.6, .dash = 3});
     if (opening.Height() > 0) {
-        const int high = round(yOf(opening.high)), low = round(yOf(opening.low));
-        canvas.Rectangle(centre, high, 1, low - high, kMark);
-        canvas.Rectangle(centre - 7, high, 15, 1, kMark);
-        canvas.Rectangle(centre - 7, low, 15, 1, kMark);
+        const double high = panel.Y(opening.high), low = panel.Y(opening.low);
+        line(centre, high, centre, low, stroke);
+        for (const double y : {high, low}) line(centre - bar, y, centre + bar, y, stroke);
     }
     if (left + right > 0) {
-        const int from = round(xOf(-left)), to = round(xOf(right)), zero = round(yOf(0));
-        canvas.Rectangle(from, zero, to - from, 1, kMark);
-        canvas.Rectangle(from, zero - 7, 1, 15, kMark);
-        canvas.Rectangle(to, zero - 7, 1, 15, kMark);
+        const double from = panel.X(sampledAt - left), to = panel.X(sampledAt + right);
+        line(from, zero, to, zero, stroke);
+        for (const double x : {from, to}) line(x, zero - bar, x, zero + bar, stroke);
     }
-    canvas.Text(centre, kTop + kPlotHeight + 34, "time from the sampling instant, UI", kInk, 2,
-                Canvas::Align::kCentre);
+}
+
+std::vector<std::string> EyePicture::Caption() const
+{
     std::string ratios;
     for (const Contour& contour : contours) {
         if (!contour.phase.empty())
             ratios += (ratios.empty() ? "" : ", ") + ShortRatio(contour.ber);
     }
-    if (!ratios.empty()) {
-        canvas.Text(centre, kTop + kPlotHeight + 60,
-                    "contours inwards: error ratio " + ratios + "; dashed: extrapolated", kFaint, 2,
-                    Canvas::Align::kCentre);
-    }
-    canvas.TextUpwards(10, kTop + kPlotHeight / 2, "voltage, mV", kInk, 2);
-    heading.Draw(canvas, kLeft);
+    if (ratios.empty()) return {};
+    return font::Wrapped("Contours inwards: error ratio " + ratios + "; dashed: extrapolated",
+                         plot::kSmall, plot::kWidth - 150, 2);
+}
 
-    // Scale: how many times the trace passed a cell.
-    const int bar = kLeft + kPlotWidth + 18;
-    for (int y = 0; y < kPlotHeight; ++y) {
-        const double level = 1 - static_cast<double>(y) / kPlotHeight;
-        canvas.Rectangle(bar, kTop + y, 14, 1, colourAt(level));
+void EyePicture::Draw(Canvas& canvas) const
+{
+    const double greatest = EyeDensity(density).Greatest();
+    const double top = greatest > 0 ? 1.12 * greatest : 1;
+    const plot::Axis voltages{-top, top}, millivolts{-1000 * top, 1000 * top};
+    std::vector<plot::Tick> ticks = millivolts.Ticks(9), phases;
+    for (plot::Tick& tick : ticks) tick.value /= 1000;
+    for (int quarter = -4; quarter <= 4; ++quarter) {
+        const char* const labels[] = {"−1", "", "−0.5", "", "0", "", "0.5", "", "1"};
+        phases.push_back({sampledAt + quarter / 4.0, labels[quarter + 4]});
     }
-    for (int decade = 0; decade < static_cast<int>(decades) + 1; ++decade) {
-        const int y = round(kTop + kPlotHeight * decade / decades);
-        if (y > kTop + kPlotHeight) break;
-        canvas.Rectangle(bar + 14, y, 4, 1, kFaint);
-        canvas.Text(bar + 21, y - 3, decade == 0 ? "1" : fmt::format("1e-{}", decade), kInk, 1);
+    const double aside = plot::Panel::Aside(ticks);
+    const plot::Panel panel{
+        {aside, heading.Height(plot::kWidth), plot::kWidth - aside - kRight, kPlotHeight},
+        {sampledAt - 1, sampledAt + 1},
+        voltages};
+    heading.Draw(canvas, aside);
+    const double decades = DrawDensity(canvas, panel);
+    panel.Name(canvas, "time from the sampling instant, UI", "voltage, mV");
+    panel.Grid(canvas, phases, ticks, kMark, 0.14);
+    DrawContours(canvas, panel);
+    DrawOpening(canvas, panel);
+    DrawScale(canvas, panel.area, decades);
+    double y = panel.area.Bottom() + plot::Panel::kBelow + kCaptionLine / 2;
+    for (const std::string& line : Caption()) {
+        canvas.Text({panel.area.left + panel.area.width / 2, y}, line,
+                    {.colour = kFaint, .size = plot::kSmall, .align = Align::kCentre});
+        y += kCaptionLine;
     }
-    canvas.Text(bar + 7, kTop + kPlotHeight + 12, "density", kFaint, 1, Canvas::Align::kCentre);
-    return canvas;
+}
+
+EyePicture::operator Picture() const
+{
+    const double caption = kCaptionLine * static_cast<double>(Caption().size());
+    return {plot::kWidth,
+            heading.Height(plot::kWidth) + kPlotHeight + plot::Panel::kBelow + caption + 6,
+            [this](Canvas& canvas) { Draw(canvas); }};
 }
 
 }  // namespace amisim

@@ -7,18 +7,27 @@
 
 namespace amisim {
 
-/// Draws an eye density two unit intervals wide around the sampling instant: brightness is the
+/// Shows an eye density two unit intervals wide around the sampling instant: brightness is the
 /// logarithm of how often the trace passed, so that rare ones show too.
 struct EyePicture
 {
     plot::Heading heading;
+    const VoltageHistogram& density;
     double sampledAt = 0.5;  // unit intervals after the clock edge
-    Opening opening;         // marked at the sampling instant
+    Opening opening = {};    // marked at the sampling instant
     double left = 0,
            right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
-    std::vector<Contour> contours;
+    std::vector<Contour> contours = {};
 
-    Canvas Draw(const VoltageHistogram& density) const;
+    /// It refers to this object.
+    operator Picture() const;
+
+private:
+    void Draw(Canvas& canvas) const;
+    double DrawDensity(Canvas& canvas, const plot::Panel& panel) const;
+    void DrawContours(Canvas& canvas, const plot::Panel& panel) const;
+    void DrawOpening(Canvas& canvas, const plot::Panel& panel) const;
+    std::vector<std::string> Caption() const;
 };
 
 }  // namespace amisim

@@ -1,17 +1,27 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
-namespace amisim {
+typedef struct _cairo_scaled_font cairo_scaled_font_t;
 
-/// A fixed-width font for labels in pictures, drawn on 5 x 9 dots: seven rows above the base line
-/// and two below. Each glyph is nine rows from the top, bit 4 being the leftmost dot. Codes 32 to
-/// 126, then ±.
-constexpr int kFontColumns = 5;
-constexpr int kFontRows = 9;
-constexpr int kFontAdvance = 6;
-using Glyph = std::array<std::uint8_t, kFontRows>;
-extern const std::array<Glyph, 96> kFont;
+/// The font of all pictures: DejaVu Sans, which is part of the program, so that a picture looks the
+/// same wherever it is drawn. Sizes and widths are in points.
+namespace amisim::font {
 
-}  // namespace amisim
+/// The font at a size, unhinted: widths grow with the size.
+cairo_scaled_font_t* At(double size);
+
+double Width(std::string_view text, double size);
+
+/// The text as it can be drawn: one line of UTF-8 without control characters.
+std::string Drawable(std::string_view text);
+
+/// The text, or as much of its beginning as fits the room with an ellipsis.
+std::string Shortened(std::string_view text, double size, double room);
+
+/// The text in lines that fit the room, broken at blanks; the last of `most` lines is shortened.
+std::vector<std::string> Wrapped(std::string_view text, double size, double room, int most);
+
+}  // namespace amisim::font

@@ -1,116 +1,144 @@
 #include "host/pictures/LinePlot.hpp"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cmath>
+
+#include "host/pictures/Font.hpp"
 
 namespace amisim::plot {
 namespace {
 
-constexpr int kWidth = 1000, kLeft = 116, kRight = 30;
-constexpr int kAbove = 34, kBelow = 66;
+constexpr double kRight = 22, kTitle = 24, kKeyRow = 18, kText = 12;
+constexpr double kSample = 24, kKeyGap = 16;  // of a curve in the key, between two of them
 
-struct Tick
+/// Around the values, with some room on either side if asked for.
+Axis AxisOf(const std::vector<Curve>& curves, const std::vector<double> Curve::*values,
+            double first, double last, Scale scale, double room)
 {
-    double value;
-    std::string label;
-};
-
-/// Round values along an axis, about so many of them: whole decades where it is logarithmic.
-std::vector<Tick> Ticks(const Axis& axis, double parts)
-{
-    std::vector<Tick> ticks;
-    if (axis.scale == Scale::kLogarithmic) {
-        const double first = std::ceil(std::log10(axis.from) - 1e-9);
-        const double last = std::floor(std::log10(axis.to) + 1e-9);
-        const double step = std::max(1.0, std::ceil((last - first) / parts));
-        for (double decade = last; decade >= first; decade -= step) {
-            const double value = std::pow(10, decade);
-            ticks.push_back(
-                {value, decade < 0 ? fmt::format("1e{}", decade) : fmt::format("{:g}", value)});
-        }
-        return ticks;
-    }
-    const double step = TickStep(axis.to - axis.from, parts);
-    for (double v = std::ceil(axis.from / step - 1e-9) * step; v <= axis.to + 1e-9 * step;
-         v += step)
-        ticks.push_back({v, fmt::format("{:g}", std::abs(v) < step / 2 ? 0 : v)});
-    return ticks;
-}
-
-}  // namespace
-
-Axis LinePlot::AxisOf(const std::vector<double> Curve::*values, double first, double last,
-                      Scale kind) const
-{
+    const bool logarithmic = scale == Scale::kLogarithmic;
     double least = INFINITY, greatest = -INFINITY;
     for (const Curve& curve : curves) {
         for (const double v : curve.*values) {
-            if (!std::isfinite(v) || (kind == Scale::kLogarithmic && v <= 0)) continue;
+            if (!std::isfinite(v) || (logarithmic && v <= 0)) continue;
             least = std::min(least, v);
             greatest = std::max(greatest, v);
         }
     }
-    if (least > greatest) least = kind == Scale::kLogarithmic ? 0.1 : 0, greatest = 1;
-    if (kind == Scale::kLogarithmic) {
-        if (values == &Curve::y) greatest *= 2;
+    if (least > greatest) least = logarithmic ? 0.1 : 0, greatest = 1;
+    if (logarithmic) {
+        if (room > 0) greatest *= 2;
         if (least == greatest) least /= 10;
     } else {
-        const bool upright = values == &Curve::y;
-        const double room = upright ? 0.05 * (greatest - least) : 0;
+        room *= greatest - least;
+        // Of what is equal but for the rounding, no differences are shown.
+        const double magnitude = std::max(std::abs(least), std::abs(greatest));
+        if (greatest - least <= 1e-12 * magnitude) room = magnitude > 0 ? 0.1 * magnitude : 1;
         least -= room;
         greatest += room;
-        if (least == greatest) least -= 1, greatest += 1;
     }
-    return {std::isnan(first) ? least : first, std::isnan(last) ? greatest : last, kind};
+    if (std::isnan(first)) first = least;
+    if (std::isnan(last)) last = greatest;
+    return {first, last > first ? last : first + 1, scale};
 }
 
-void LinePlot::Draw(Canvas& canvas, int top, int height) const
-{
-    const Area area{kLeft, top + kAbove, kWidth - kLeft - kRight, height - kAbove - kBelow};
-    const Panel panel{canvas,
-                      area.left,
-                      area.top,
-                      area.width,
-                      area.height,
-                      AxisOf(&Curve::x, acrossFrom, acrossTo, scaleAcross),
-                      AxisOf(&Curve::y, from, to, scale)};
-    const auto pixel = [](double v) { return static_cast<int>(std::lround(v)); };
-    const auto place = [&](double v) {
-        return pixel(std::clamp(panel.X(v), 1.0 * area.left, 1.0 * area.left + area.width));
-    };
-    for (const Range& range : shaded) {
-        const int begin = place(range.from), end = place(range.to);
-        canvas.Rectangle(begin, area.top, end - begin, area.height, kFaint, 0.14);
-    }
-    for (const Tick& tick : Ticks(panel.across, 8)) panel.TickAcross(tick.value, tick.label);
-    for (const Tick& tick : Ticks(panel.upwards, scale == Scale::kLogarithmic ? 8 : 5))
-        panel.TickUpwards(tick.value, tick.label);
-    for (const Range& range : shaded) {
-        const int begin = place(range.from), end = place(range.to);
-        if (end - begin > Canvas::TextWidth(range.label) + 12)
-            canvas.Text(end - 8, area.top + 8, range.label, kFaint, 2, Canvas::Align::kRight);
-    }
-    for (const Mark& mark : marks) {
-        if (!(mark.x >= panel.across.from && mark.x <= panel.across.to)) continue;
-        const int x = place(mark.x);
-        canvas.Rectangle(x, area.top, 2, area.height, kInk, 0.7);
-        const bool leftwards = x + 10 + Canvas::TextWidth(mark.label) > area.left + area.width;
-        canvas.Text(leftwards ? x - 8 : x + 10, area.top + 32, mark.label, kInk, 2,
-                    leftwards ? Canvas::Align::kRight : Canvas::Align::kLeft);
-    }
+}  // namespace
 
-    int key = kWidth - kRight;
-    for (auto curve = curves.rbegin(); curve != curves.rend(); ++curve) {
-        if (curve->label.empty()) continue;
-        key -= Canvas::TextWidth(curve->label);
-        canvas.Text(key, top + 8, curve->label, kInk);
-        key -= 40;
-        const std::vector<Point> sample = {{key + 0.0, top + 15.0}, {key + 32.0, top + 15.0}};
-        canvas.Line(sample, curve->stroke, {key, top, 40, kAbove});
-        key -= 22;
+Axis LinePlot::AcrossAxis() const
+{
+    return AxisOf(curves, &Curve::x, acrossFrom, acrossTo, scaleAcross, 0);
+}
+
+Axis LinePlot::UpwardsAxis() const
+{
+    return AxisOf(curves, &Curve::y, from, to, scale, 0.05);
+}
+
+std::vector<Tick> LinePlot::UpwardsTicks() const
+{
+    return UpwardsAxis().Ticks(scale == Scale::kLogarithmic ? 8 : 5);
+}
+
+double LinePlot::Aside() const
+{
+    return Panel::Aside(UpwardsTicks());
+}
+
+std::vector<LinePlot::KeyEntry> LinePlot::Key(double width) const
+{
+    std::vector<KeyEntry> key;
+    double left = 0;
+    int row = 1;
+    for (const Curve& curve : curves) {
+        if (curve.label.empty()) continue;
+        const double longest = width / 3 - kSample - kKeyGap;
+        KeyEntry entry{&curve, font::Shortened(curve.label, kText, longest), 0, 0};
+        const double taken = kSample + 6 + font::Width(entry.label, kText);
+        if (left + taken > width) left = 0, ++row;
+        entry.left = left;
+        entry.row = row;
+        left += taken + kKeyGap;
+        key.push_back(std::move(entry));
     }
+    // One row, if it is short, stands to the right of the title.
+    const double end = left - kKeyGap;
+    if (row > 1 || key.empty() || font::Width(title, kText) + kKeyGap + end > width) return key;
+    for (KeyEntry& entry : key) entry.left += width - end, entry.row = 0;
+    return key;
+}
+
+Panel LinePlot::PanelIn(const Area& whole, double aside) const
+{
+    const double width = whole.width - aside - kRight;
+    const auto key = Key(width);
+    const double above = kTitle + (key.empty() ? 0 : kKeyRow * key.back().row);
+    return {{whole.left + aside, whole.top + above, width, whole.height - above - Panel::kBelow},
+            AcrossAxis(),
+            UpwardsAxis()};
+}
+
+void LinePlot::DrawKey(Canvas& canvas, const Panel& panel, double top) const
+{
+    for (const KeyEntry& entry : Key(panel.area.width)) {
+        const double x = panel.area.left + entry.left;
+        const double y = top + kTitle / 2 + kKeyRow * entry.row;
+        const Point sample[] = {{x, y}, {x + kSample, y}};
+        const Area row{x - 4, y - kKeyRow / 2, kSample + 8, kKeyRow};
+        canvas.Line(sample, entry.curve->stroke, row);
+        if (entry.curve->dots) canvas.Dot({x + kSample / 2, y}, 3, entry.curve->stroke.colour, row);
+        canvas.Text({x + kSample + 6, y}, entry.label, {});
+    }
+}
+
+void LinePlot::Draw(Canvas& canvas, const Area& whole, double aside) const
+{
+    const Panel panel = PanelIn(whole, aside);
+    const Area& area = panel.area;
+    const auto place = [&](double v) { return std::clamp(panel.X(v), area.left, area.Right()); };
+    canvas.Text({area.left, whole.top + kTitle / 2}, font::Shortened(title, kText, area.width), {});
+    DrawKey(canvas, panel, whole.top);
+    panel.Name(canvas, across, upwards);
+    for (const Range& range : shaded) {
+        const double begin = place(range.from), end = place(range.to);
+        canvas.Rectangle({begin, area.top, end - begin, area.height}, colours::kFaint, 0.13);
+    }
+    panel.Grid(canvas, places.empty() ? panel.across.Ticks(8) : places, UpwardsTicks(),
+               colours::kGrid);
+    for (const Range& range : shaded) {
+        const double begin = place(range.from), end = place(range.to);
+        if (end - begin > font::Width(range.label, kSmall) + 8)
+            canvas.TextIfFree({end - 5, area.top + 10}, range.label,
+                              {.colour = colours::kFaint, .size = kSmall, .align = Align::kRight});
+    }
+    for (const Tick& mark : marks) {
+        if (!(mark.value >= panel.across.from && mark.value <= panel.across.to)) continue;
+        const double x = place(mark.value);
+        canvas.Rectangle({x - 0.5, area.top, 1, area.height}, colours::kInk, 0.7);
+        const bool leftwards = x + 6 + font::Width(mark.label, kSmall) > area.Right();
+        const Lettering as{.size = kSmall, .align = leftwards ? Align::kRight : Align::kLeft};
+        for (double y = area.top + 24; y < area.Bottom() - 8; y += 13) {
+            if (canvas.TextIfFree({x + (leftwards ? -6 : 6), y}, mark.label, as)) break;
+        }
+    }
+    const Area around{area.left - 4, area.top - 4, area.width + 8, area.height + 8};
     for (const Curve& curve : curves) {
         std::vector<Point> points;
         for (std::size_t i = 0; i < std::min(curve.x.size(), curve.y.size()); ++i) {
@@ -118,22 +146,27 @@ void LinePlot::Draw(Canvas& canvas, int top, int height) const
             points.push_back({panel.X(curve.x[i]), out ? NAN : panel.Y(curve.y[i])});
         }
         canvas.Line(points, curve.stroke, area);
+        for (const Point& point : points) {
+            if (curve.dots && !std::isnan(point.x) && !std::isnan(point.y))
+                canvas.Dot(point, 3, curve.stroke.colour, around);
+        }
     }
-    canvas.Text(kLeft, top + 8, title, kInk);
-    panel.Name(across, upwards, 104, 36);
 }
 
-Canvas DrawPlots(const std::vector<LinePlot>& plots, const Heading& heading)
+Picture PlotsPicture(std::vector<LinePlot> plots, Heading heading)
 {
-    const int each = plots.size() == 1 ? 500 : 360;
-    Canvas canvas(kWidth, Heading::kHeight + each * static_cast<int>(plots.size()), kPaper);
-    heading.Draw(canvas, kLeft);
-    int top = Heading::kHeight;
-    for (const LinePlot& plot : plots) {
-        plot.Draw(canvas, top, each);
-        top += each;
-    }
-    return canvas;
+    const double each = plots.size() == 1 ? 350 : 250;
+    const double top = heading.Height(kWidth);
+    const double height = top + each * static_cast<double>(plots.size()) + 4;
+    return {kWidth, height, [=, plots = std::move(plots), heading = std::move(heading)](Canvas& c) {
+                double aside = 0, y = top;
+                for (const LinePlot& plot : plots) aside = std::max(aside, plot.Aside());
+                heading.Draw(c, aside);
+                for (const LinePlot& plot : plots) {
+                    plot.Draw(c, {0, y, kWidth, each}, aside);
+                    y += each;
+                }
+            }};
 }
 
 }  // namespace amisim::plot

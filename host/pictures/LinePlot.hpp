@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -7,16 +8,13 @@
 
 namespace amisim::plot {
 
-/// Colours that colour-blind readers tell apart (Okabe and Ito, "Color Universal Design", 2008).
-inline constexpr Colour kBlue = {0.00, 0.45, 0.70}, kVermilion = {0.84, 0.37, 0.00},
-                        kGreen = {0.00, 0.62, 0.45};
-
 /// Points joined by a line where neither is NaN.
 struct Curve
 {
     std::vector<double> x, y;
     Stroke stroke;
-    std::string label;  // in the key; empty: not listed
+    std::string label = {};  // in the key; empty: not listed
+    bool dots = false;       // the points are seen
 };
 
 /// One panel with curves, its axes, ticks and key; a picture is one or several of them.
@@ -33,25 +31,34 @@ struct LinePlot
         double from, to;
         std::string label;
     };
-    std::vector<Range> shaded;  // along the axis across
-    struct Mark
-    {
-        double x;
-        std::string label;
-    };
-    std::vector<Mark> marks;                  // upright lines
-    double from = NAN, to = NAN;              // limits upwards; NaN: those of the curves
+    std::vector<Range> shaded;    // along the axis across
+    std::vector<Tick> marks;      // upright lines
+    std::vector<Tick> places;     // labels of the axis across, where these are no round values
+    double from = NAN, to = NAN;  // limits upwards; NaN: those of the curves
     double acrossFrom = NAN, acrossTo = NAN;  // the same across
 
-    /// Draws into a part of the canvas, from its y `top` on and `height` pixels high.
-    void Draw(Canvas& canvas, int top, int height) const;
+    /// What it takes to the left of the panel.
+    double Aside() const;
+    /// Where the curves stand in a part of a canvas.
+    Panel PanelIn(const Area& whole, double aside) const;
+    void Draw(Canvas& canvas, const Area& whole, double aside) const;
 
 private:
-    Axis AxisOf(const std::vector<double> Curve::*values, double from, double to,
-                Scale scale) const;
+    struct KeyEntry
+    {
+        const Curve* curve;
+        std::string label;
+        double left;
+        int row;  // 0: beside the title
+    };
+    std::vector<KeyEntry> Key(double width) const;
+    Axis AcrossAxis() const;
+    Axis UpwardsAxis() const;
+    std::vector<Tick> UpwardsTicks() const;
+    void DrawKey(Canvas& canvas, const Panel& panel, double top) const;
 };
 
-/// Draws plots under each other, beneath a heading.
-Canvas DrawPlots(const std::vector<LinePlot>& plots, const Heading& heading);
+/// Plots under each other, beneath a heading.
+Picture PlotsPicture(std::vector<LinePlot> plots, Heading heading);
 
 }  // namespace amisim::plot

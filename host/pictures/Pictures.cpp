@@ -15,6 +15,7 @@ namespace {
 
 using plot::Curve;
 using plot::LinePlot;
+using plot::PlotsPicture;
 using plot::Scale;
 
 constexpr double kLowestRatio = 1e-15;  // that a bathtub shows
@@ -30,8 +31,9 @@ class Pictures
 {
 public:
     Pictures(const RunResult& result, const SimulationOptions& options, const std::string& model,
-             const PutFile& put)
+             const PictureFormats& formats, const PutFile& put)
         : result_(result),
+          formats_(formats),
           put_(put),
           model_(model),
           signal_(Describe(options.signal)),
@@ -41,30 +43,36 @@ public:
 
     void Save() const
     {
-        if (result_.eye) SaveEye(*result_.eye, "output", "eye.png");
-        if (result_.inputEye) SaveEye(*result_.inputEye, "input", "eye-input.png");
-        SaveBathtub(&EyeFindings::time, "bathtub-time.png");
-        SaveBathtub(&EyeFindings::voltage, "bathtub-voltage.png");
+        if (result_.eye) SaveEye(*result_.eye, "output", "eye");
+        if (result_.inputEye) SaveEye(*result_.inputEye, "input", "eye-input");
+        SaveBathtub(&EyeFindings::time, "bathtub-time");
+        SaveBathtub(&EyeFindings::voltage, "bathtub-voltage");
         SaveClock();
         SaveAdaptation();
     }
 
 private:
+    void Put(std::string_view name, const Picture& picture) const
+    {
+        for (const PictureFormat format : formats_)
+            put_(fmt::format("{}.{}", name, Name(format)), picture.File(format));
+    }
+
     void SaveEye(const EyeFindings& eye, const char* side, const char* name) const
     {
-        EyePicture picture;
+        EyePicture picture{.heading = {}, .density = eye.density};
         picture.opening = eye.sliced ? Opening{} : eye.vertical;
         std::string size = "never crosses 0 V";
         if (std::isfinite(eye.left + eye.right)) {
             picture.left = eye.left;
             picture.right = eye.right;
-            size = fmt::format("eye {:.1f} mV x {:.3f} UI at {}", eye.vertical.Height() * 1000,
+            size = fmt::format("eye {:.1f} mV × {:.3f} UI at {}", eye.vertical.Height() * 1000,
                                eye.left + eye.right, ShortRatio(kEyeProbability));
         }
         picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
                            fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
         picture.contours = eye.contours;
-        put_(name, picture.Draw(eye.density).Png());
+        Put(name, picture);
     }
 
     void SaveBathtub(Bathtub EyeFindings::*which, const char* name) const
@@ -81,22 +89,21 @@ private:
             if (!eye || ((*eye).*which).x.empty()) return;
             const Bathtub& bathtub = (*eye).*which;
             const auto x = time ? Scaled(bathtub.x, 1, -eye->sampledAt) : Scaled(bathtub.x, 1000);
-            plot.curves.push_back({x, bathtub.extrapolated, {colour, 2, 6, 0.8}, ""});
-            plot.curves.push_back({x, bathtub.counted, {colour, 3}, label});
+            plot.curves.push_back({x, bathtub.extrapolated, {colour, 1.4, 4, 0.8}});
+            plot.curves.push_back({x, bathtub.counted, {colour, 2}, label});
             for (const auto* ratios : {&bathtub.counted, &bathtub.extrapolated}) {
                 for (const double r : *ratios) {
                     if (r > 0) least = std::min(least, r);
                 }
             }
         };
-        add(result_.inputEye, "input", plot::kVermilion);
-        add(result_.eye, "output", plot::kBlue);
+        add(result_.inputEye, "input", colours::kVermilion);
+        add(result_.eye, "output", colours::kBlue);
         if (plot.curves.empty()) return;
         plot.from = std::pow(10, std::floor(std::log10(std::max(least, kLowestRatio))));
         plot.title = time ? "Time bathtub at 0 V" : "Voltage bathtub";
-        put_(name,
-             plot::DrawPlots({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"})
-                 .Png());
+        Put(name,
+            PlotsPicture({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"}));
     }
 
     void SaveClock() const
@@ -108,10 +115,10 @@ private:
             plot.title = "Time interval error";
             plot.across = "bit";
             plot.upwards = "TIE, UI";
-            plot.curves.push_back({clock.tie.bit, clock.tie.least, {plot::kBlue, 1, 0, 0.45}, ""});
+            plot.curves.push_back({clock.tie.bit, clock.tie.least, {colours::kBlue, 0.7, 0, 0.45}});
             plot.curves.push_back(
-                {clock.tie.bit, clock.tie.greatest, {plot::kBlue, 1, 0, 0.45}, ""});
-            plot.curves.push_back({clock.tie.bit, clock.tie.mean, {plot::kBlue, 2}, ""});
+                {clock.tie.bit, clock.tie.greatest, {colours::kBlue, 0.7, 0, 0.45}});
+            plot.curves.push_back({clock.tie.bit, clock.tie.mean, {colours::kBlue, 1.4}});
             plot.acrossFrom = 0;
             plot.shaded.push_back({0, static_cast<double>(result_.ignoredBits), "not counted"});
             if (!std::isnan(clock.settledAtBit))
@@ -126,8 +133,8 @@ private:
             plot.upwards = "amplitude, UI peak";
             plot.scale = plot.scaleAcross = Scale::kLogarithmic;
             plot.curves.push_back(
-                {Scaled(spectrum.frequency, 1e-6), spectrum.amplitude, {plot::kBlue, 1.6}, ""});
-            Curve tones{{}, {}, {plot::kVermilion, 5}, spectrum.tones.empty() ? "" : "tones"};
+                {Scaled(spectrum.frequency, 1e-6), spectrum.amplitude, {colours::kBlue, 1.1}});
+            Curve tones{{}, {}, {colours::kVermilion, 3.5}, spectrum.tones.empty() ? "" : "tones"};
             for (const auto& tone : spectrum.tones) {  // interrupted: dots
                 tones.x.insert(tones.x.end(), {tone.frequency * 1e-6, NAN});
                 tones.y.insert(tones.y.end(), {tone.amplitude, NAN});
@@ -140,14 +147,14 @@ private:
                                     ? ""
                                     : fmt::format(", TIE {:.4f} UI rms, {:.4f} UI peak to peak",
                                                   clock.tieRms, clock.tiePeakToPeak);
-        put_("tie.png", plot::DrawPlots(plots, {model_, signal_, rate_ + rms}).Png());
+        Put("tie", PlotsPicture(plots, {model_, signal_, rate_ + rms}));
     }
 
     void SaveAdaptation() const
     {
         if (!result_.adaptation || result_.adaptation->measurements.empty()) return;
-        Curve level{{}, {}, {plot::kBlue, 3}, ""}, heo{{}, {}, {plot::kVermilion, 2}, "HEO"},
-            veo{{}, {}, {plot::kGreen, 2, 6}, "VEO"};
+        Curve level{{}, {}, {colours::kBlue, 2}}, heo{{}, {}, {colours::kVermilion, 1.4}, "HEO"},
+            veo{{}, {}, {colours::kGreen, 1.4, 4}, "VEO"};
         std::vector<LinePlot::Range> locking;
         double number = 0;
         for (const auto& m : result_.adaptation->measurements) {
@@ -181,11 +188,11 @@ private:
         const auto final = result_.adaptation->Level();
         const std::string numbers =
             fmt::format("{}, {} measurements, level {}", rate_, number, *final);
-        put_("adaptation.png",
-             plot::DrawPlots({levels, openings}, {model_, signal_, numbers}).Png());
+        Put("adaptation", PlotsPicture({levels, openings}, {model_, signal_, numbers}));
     }
 
     const RunResult& result_;
+    const PictureFormats& formats_;
     const PutFile& put_;
     std::string model_, signal_, rate_;
 };
@@ -193,9 +200,9 @@ private:
 }  // namespace
 
 void SavePictures(const RunResult& result, const SimulationOptions& options,
-                  const std::string& model, const PutFile& put)
+                  const std::string& model, const PictureFormats& formats, const PutFile& put)
 {
-    Pictures(result, options, model, put).Save();
+    Pictures(result, options, model, formats, put).Save();
 }
 
 }  // namespace amisim

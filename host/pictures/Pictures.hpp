@@ -2,15 +2,19 @@
 
 #include <string>
 
+#include "host/pictures/Picture.hpp"
 #include "host/results/PutFile.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
 
 namespace amisim {
 
-/// Draws the pictures for papers: eye.png, eye-input.png, bathtub-time.png, bathtub-voltage.png,
-/// tie.png and adaptation.png, as far as their contents are known.
+/// What SavePictures makes, each with the end of its format's name.
+inline constexpr std::string_view kPictureNames[] = {
+    "eye", "eye-input", "bathtub-time", "bathtub-voltage", "tie", "adaptation"};
+
+/// Draws the pictures for papers, as far as their contents are known.
 void SavePictures(const RunResult& result, const SimulationOptions& options,
-                  const std::string& model, const PutFile& put);
+                  const std::string& model, const PictureFormats& formats, const PutFile& put);
 
 }  // namespace amisim

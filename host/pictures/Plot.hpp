@@ -1,51 +1,23 @@
 #pragma once
 
-#include <algorithm>
-#include <cmath>
 #include <string>
-#include <string_view>
+#include <vector>
 
-#include "host/pictures/Canvas.hpp"
+#include "host/pictures/Picture.hpp"
 
-/// What pictures with axes share: their colours, and a panel with an axis on two sides.
+/// What pictures with axes share: a heading, axes with round values, a panel with one on two sides.
 namespace amisim::plot {
 
-inline constexpr Colour kPaper = {1, 1, 1}, kInk = {0.13, 0.15, 0.20}, kFaint = {0.45, 0.48, 0.54},
-                        kGrid = {0.88, 0.89, 0.91};
-
-/// 1, 2 or 5 times a power of ten, so that a span has about `parts` of them.
-inline double TickStep(double span, double parts)
-{
-    const double raw = span / parts;
-    const double decade = std::pow(10, std::floor(std::log10(raw)));
-    for (const double factor : {1.0, 2.0, 5.0}) {
-        if (raw <= factor * decade) return factor * decade;
-    }
-    return 10 * decade;
-}
-
-/// What a picture shows, on what signal, and the numbers found: three lines from y 14 on. What does
-/// not fit the canvas is cut off and ends in dots.
-struct Heading
-{
-    static constexpr int kHeight = 92;
-    std::string title, signal, numbers;
-
-    void Draw(Canvas& canvas, int left) const
-    {
-        int y = 14;
-        for (std::string line : {title, signal, numbers}) {
-            const bool whole = left + Canvas::TextWidth(line) <= canvas.Width();
-            while (!line.empty() && !whole &&
-                   left + Canvas::TextWidth(line + " ...") > canvas.Width())
-                line.pop_back();
-            canvas.Text(left, y, whole ? line : line + " ...", y == 14 ? kInk : kFaint);
-            y += 25;
-        }
-    }
-};
+inline constexpr double kWidth = 720;  // of a picture of plots
+inline constexpr double kSmall = 10;   // size of lesser texts
 
 enum class Scale { kLinear, kLogarithmic };
+
+struct Tick
+{
+    double value;
+    std::string label;
+};
 
 /// The values along one side of a panel; on a logarithmic scale all of them are above 0.
 struct Axis
@@ -54,54 +26,49 @@ struct Axis
     Scale scale = Scale::kLinear;
 
     /// Where a value stands: 0 at `from`, 1 at `to`.
-    double Place(double value) const
-    {
-        return scale == Scale::kLinear ? (value - from) / (to - from)
-                                       : std::log(value / from) / std::log(to / from);
-    }
-    /// The value that stands there.
-    double At(double place) const
-    {
-        return scale == Scale::kLinear ? from + (to - from) * place
-                                       : from * std::pow(to / from, place);
-    }
+    double Place(double value) const;
+    /// Round values, about so many of them; decades where the axis is logarithmic and long.
+    std::vector<Tick> Ticks(double parts) const;
 };
 
-/// A rectangle of a canvas, in pixels, that shows values of `across` against values of `upwards`.
+/// 10 to the power of a whole number, in superior figures.
+std::string PowerOfTen(int exponent);
+
+/// What a picture shows, on what signal, and the numbers found; each in two lines at most.
+struct Heading
+{
+    std::string title, signal, numbers;
+
+    double Height(double width) const;
+    /// Writes into the top of the canvas.
+    void Draw(Canvas& canvas, double left) const;
+};
+
+/// A rectangle that shows values of `across` against values of `upwards`.
 struct Panel
 {
-    Canvas& canvas;
-    int left, top, width, height;
+    Area area;
     Axis across, upwards;
 
-    double X(double value) const { return left + width * across.Place(value); }
-    double Y(double value) const { return top + height * (1 - upwards.Place(value)); }
+    double X(double value) const { return area.left + area.width * across.Place(value); }
+    double Y(double value) const { return area.top + area.height * (1 - upwards.Place(value)); }
 
-    /// A line of the grid upwards from the axis across, with its label underneath.
-    void TickAcross(double value, std::string_view label, Colour line = kGrid) const
-    {
-        const int x = static_cast<int>(std::lround(X(value)));
-        canvas.Rectangle(x, top, 1, height, line);
-        // At the right edge of the canvas there may be less room than half of the label.
-        const int middle = std::min(x, canvas.Width() - Canvas::TextWidth(label) / 2);
-        canvas.Text(middle, top + height + 10, label, kInk, 2, Canvas::Align::kCentre);
-    }
-    /// A line of the grid across from the axis upwards, with its label to the left.
-    void TickUpwards(double value, std::string_view label) const
-    {
-        const int y = static_cast<int>(std::lround(Y(value)));
-        canvas.Rectangle(left, y, width, 1, kGrid);
-        canvas.Text(left - 8, y - 7, label, kInk, 2, Canvas::Align::kRight);
-    }
-    /// What stands along the two axes, with its unit; the name upwards begins `aside` pixels to the
-    /// left, past the labels of its ticks.
-    void Name(std::string_view acrossName, std::string_view upwardsName, int aside,
-              int below = 48) const
-    {
-        canvas.Text(left + width / 2, top + height + below, acrossName, kInk, 2,
-                    Canvas::Align::kCentre);
-        canvas.TextUpwards(left - aside, top + height / 2, upwardsName, kInk);
-    }
+    /// Room for ticks and name below, and to the left for such ticks and a name.
+    static constexpr double kBelow = 44;
+    static double Aside(const std::vector<Tick>& upwards);
+
+    /// The grid with its labels. Where there is no room for all labels across, every second, fifth,
+    /// tenth... is left.
+    void Grid(Canvas& canvas, const std::vector<Tick>& across, const std::vector<Tick>& upwards,
+              const Colour& colour, double opacity = 1) const;
+    /// What stands along the two axes, with its unit.
+    void Name(Canvas& canvas, const std::string& across, const std::string& upwards) const;
 };
+
+/// Writes labels in a row, their middles at given places, as far as they are free: all, else every
+/// second, fifth, tenth...
+/// @param y  middle of the row
+void WriteRow(Canvas& canvas, const std::vector<double>& places,
+              const std::vector<std::string>& labels, double y);
 
 }  // namespace amisim::plot

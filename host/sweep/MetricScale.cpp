@@ -25,14 +25,7 @@ Colour MetricScale::At(double value) const
 
 Colour MetricScale::AtPlace(double place) const
 {
-    static const ColourMap eyes({{0.17, 0.12, 0.36},
-                                 {0.16, 0.34, 0.55},
-                                 {0.12, 0.55, 0.56},
-                                 {0.42, 0.76, 0.45},
-                                 {0.98, 0.91, 0.45}});
-    static const ColourMap errors(
-        {{0.88, 0.92, 0.90}, {0.98, 0.80, 0.50}, {0.88, 0.40, 0.25}, {0.50, 0.06, 0.18}});
-    return (metric_.counts ? errors : eyes).At(place);
+    return (metric_.counts ? colours::Errors() : colours::Openings()).At(place);
 }
 
 Colour MetricScale::Ink(const Colour& c)

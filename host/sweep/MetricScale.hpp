@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/pictures/Canvas.hpp"
+#include "host/pictures/Colours.hpp"
 #include "host/sweep/Table.hpp"
 
 namespace amisim {

@@ -1,11 +1,8 @@
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
 #include <numeric>
 
 #include "host/pages/Html.hpp"
-#include "host/pictures/Plot.hpp"
 #include "host/sweep/MetricScale.hpp"
 #include "host/sweep/SweepReport.hpp"
 
@@ -14,13 +11,13 @@ namespace {
 
 using html::Escaped;
 
-constexpr std::size_t kMostCurves = 6;  // more than that nobody tells apart
-constexpr const char* kCurveColours[kMostCurves] = {"--a", "--b", "--c", "--d", "--e", "--f"};
-
 class Page
 {
 public:
-    explicit Page(const Table& table) : table_(table), layout_(table), plan_(table.plan) {}
+    Page(const Table& table, const PictureFormats& pictures)
+        : table_(table), layout_(table), plan_(table.plan), pictures_(pictures)
+    {
+    }
 
     std::string Text()
     {
@@ -48,8 +45,11 @@ private:
         if (const std::string unranked = table_.Unranked(); !unranked.empty())
             Add("; not ranked, marked <span class=\"alarm\">!</span>: {}", Escaped(unranked));
         Add("; {:.0f} s of runs. <a href=\"table.csv\">table.csv</a>, "
-            "<a href=\"table.json\">table.json</a>, <a href=\"sweep.png\">sweep.png</a></p>\n",
+            "<a href=\"table.json\">table.json</a>",
             seconds);
+        for (const PictureFormat format : pictures_)
+            Add(", <a href=\"sweep.{0}\">sweep.{0}</a>", Name(format));
+        Add("</p>\n");
     }
 
     void Failures()
@@ -86,9 +86,10 @@ private:
             Add("<div class=\"panel\">\n");
             if (!panel.title.empty()) Add("<h3>{}</h3>\n", Escaped(panel.title));
             if (layout_.y != Layout::kNone) Map(panel, metric, scale);
-            if (panel.lines.size() <= kMostCurves && panel.lines[0].size() > 2 &&
+            // More curves than there are colours nobody tells apart.
+            if (panel.lines.size() <= colours::kCurves.size() && panel.lines[0].size() > 2 &&
                 scale.From() < scale.To())
-                Curves(panel, metric, scale);
+                Curves(panel, metric);
             Add("</div>\n");
         }
     }
@@ -146,72 +147,30 @@ private:
         return fmt::format("{:.4g}{}{}", value, *metric.number.unit ? " " : "", metric.number.unit);
     }
 
-    /// One curve for each line of the panel, each point a link.
-    void Curves(const Layout::Panel& panel, const Metric& metric, const MetricScale& scale)
+    /// The plot as the picture has it, and upon each of its points a link.
+    void Curves(const Layout::Panel& panel, const Metric& metric)
     {
-        constexpr double kWidth = 1000, kHeight = 300, kLeft = 56, kRight = 12, kTop = 14,
-                         kBottom = 44;
-        const Setting& x = plan_.axes[layout_.x];
-        const auto places = Places(x);
-        const double least = *std::min_element(places.begin(), places.end());
-        const double greatest = *std::max_element(places.begin(), places.end());
-        const double span = greatest > least ? greatest - least : 1;
-        const double room = 0.08 * (scale.To() - scale.From());
-        const double top = scale.To() + room;
-        const double bottom = std::max(0.0, scale.From() - room);
-        const auto across = [&](double v) {
-            return kLeft + (kWidth - kLeft - kRight) * (v - least) / span;
-        };
-        const auto up = [&](double v) {
-            return kHeight - kBottom - (kHeight - kTop - kBottom) * (v - bottom) / (top - bottom);
-        };
-        Add("<svg viewBox=\"0 0 {} {}\" role=\"img\" aria-label=\"{} against {}\">\n", kWidth,
-            kHeight, metric.number.title, Escaped(x.name));
-        const double step = std::max(plot::TickStep(top - bottom, 5), metric.counts ? 1.0 : 0.0);
-        for (double v = std::ceil(bottom / step) * step; v <= top; v += step) {
-            Add("<line class=\"grid\" x1=\"{0}\" x2=\"{1}\" y1=\"{2:.1f}\" y2=\"{2:.1f}\"/>"
-                "<text x=\"{3}\" y=\"{4:.1f}\" text-anchor=\"end\">{5:.4g}</text>\n",
-                kLeft, kWidth - kRight, up(v), kLeft - 6, up(v) + 4, v);
-        }
-        double free = 0;
-        for (std::size_t i = 0; i < places.size(); ++i) {
-            const double half = 4.0 * static_cast<double>(x.values[i].size());
-            if (across(places[i]) - half < free) continue;
-            free = across(places[i]) + half + 6;
-            Add("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", across(places[i]),
-                kHeight - kBottom + 16, Escaped(x.values[i]));
-        }
-        Add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", kWidth / 2, kHeight - 8,
-            Escaped(x.name));
+        const plot::LinePlot curves = CurvesOf(table_, layout_, panel, metric);
+        const Area whole{0, 0, plot::kWidth, 260};
+        const plot::Panel places = curves.PanelIn(whole, curves.Aside());
+        const Picture picture{whole.width, whole.height,
+                              [&](Canvas& canvas) { curves.Draw(canvas, whole, curves.Aside()); }};
+        Add("<svg viewBox=\"0 0 {0} {1}\" role=\"img\" aria-label=\"{2} against {3}\">\n"
+            "<image width=\"{0}\" height=\"{1}\" href=\"{4}\"/>\n",
+            whole.width, whole.height, metric.number.Heading(), Escaped(curves.across),
+            html::DataUri(picture.File(PictureFormat::kSvg), "image/svg+xml"));
         for (std::size_t j = 0; j < panel.lines.size(); ++j) {
-            const std::string colour = fmt::format("var({})", kCurveColours[j]);
-            std::string path, dots;
-            bool pen = false;
-            for (std::size_t i = 0; i < places.size(); ++i) {
+            for (std::size_t i = 0; i < panel.lines[j].size(); ++i) {
                 const Row& row = *panel.lines[j][i];
                 const auto value = metric.Of(row);
-                if (value) {
-                    path += fmt::format("{}{:.1f},{:.1f} ", pen ? "L" : "M", across(places[i]),
-                                        up(*value));
-                    dots += fmt::format(
-                        "<a href=\"{}\"><circle cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"4\" "
-                        "fill=\"{}\"><title>{}: {}</title></circle></a>\n",
-                        Target(row), across(places[i]), up(*value), colour, Escaped(row.aCase.name),
-                        Exact(metric, *value));
-                }
-                pen = value.has_value();
+                if (!value) continue;
+                Add("<a href=\"{}\"><circle cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"5\"><title>{}: {}"
+                    "</title></circle></a>\n",
+                    Target(row), places.X(curves.curves[j].x[i]), places.Y(*value),
+                    Escaped(row.aCase.name), Exact(metric, *value));
             }
-            Add("<path class=\"curve\" style=\"stroke:{}\" d=\"{}\"/>\n{}", colour, path, dots);
         }
         Add("</svg>\n");
-        if (layout_.y == Layout::kNone) return;
-        const Setting& y = plan_.axes[layout_.y];
-        Add("<p>{}:", Escaped(y.name));
-        for (std::size_t j = 0; j < y.values.size(); ++j) {
-            Add(" <span style=\"color:var({})\">●</span> {}", kCurveColours[j],
-                Escaped(y.values[j]));
-        }
-        Add("</p>\n");
     }
 
     void Cases()
@@ -252,14 +211,15 @@ private:
     const Table& table_;
     Layout layout_;
     const Plan& plan_;
+    const PictureFormats& pictures_;
     std::string text_;
 };
 
 }  // namespace
 
-std::string SweepPage(const Table& table)
+std::string SweepPage(const Table& table, const PictureFormats& pictures)
 {
-    return Page(table).Text();
+    return Page(table, pictures).Text();
 }
 
 }  // namespace amisim

@@ -3,40 +3,44 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <numeric>
 
-#include "host/pictures/LinePlot.hpp"
+#include "host/pictures/Font.hpp"
 #include "host/sweep/MetricScale.hpp"
 #include "host/sweep/SweepReport.hpp"
 
 namespace amisim {
 namespace {
 
-using plot::kFaint;
-using plot::kInk;
-using plot::kPaper;
-
-std::string Titled(const Metric& metric)
+plot::Heading HeadingOf(const Table& table)
 {
-    return metric.number.Heading();
+    return {DescribeGrid(table.plan), DescribeFixed(table.plan), ""};
 }
 
-Canvas DrawCurves(const Table& table)
+/// Where the axis' values stand: the numbers themselves, or 0, 1, 2... where one is no number.
+std::vector<double> Places(const Setting& axis)
 {
-    const Setting& axis = table.plan.axes[0];
-    std::vector<plot::LinePlot> plots;
-    for (const auto& metric : Metrics()) {
-        plot::LinePlot one;
-        one.across = axis.name;
-        one.upwards = Titled(metric);
-        if (metric.counts) one.from = 0;
-        plot::Curve curve;
-        curve.x = Places(axis);
-        for (const auto& row : table.rows) curve.y.push_back(metric.Of(row).value_or(NAN));
-        curve.stroke.colour = plot::kBlue;
-        one.curves.push_back(std::move(curve));
-        plots.push_back(std::move(one));
+    std::vector<double> places;
+    for (const auto& text : axis.values) {
+        double value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) {
+            places.resize(axis.values.size());
+            std::iota(places.begin(), places.end(), 0);
+            return places;
+        }
+        places.push_back(value);
     }
-    return plot::DrawPlots(plots, {DescribeGrid(table.plan), DescribeFixed(table.plan), ""});
+    return places;
+}
+
+Picture CurvesPicture(const Table& table)
+{
+    const Layout layout(table);
+    std::vector<plot::LinePlot> plots;
+    for (const auto& metric : Metrics())
+        plots.push_back(CurvesOf(table, layout, layout.panels[0], metric));
+    return PlotsPicture(std::move(plots), HeadingOf(table));
 }
 
 /// Maps under each other: for each metric one for each panel of the layout.
@@ -45,171 +49,190 @@ class Maps
 public:
     explicit Maps(const Table& table)
         : table_(table),
-          layout_(Shortened(table)),
+          layout_(table),
+          heading_(HeadingOf(table)),
           x_(table.plan.axes[layout_.x]),
           y_(table.plan.axes[layout_.y]),
-          cellWidth_(CellWidth()),
-          left_(40 + LongestLabel(y_) * 12),
-          width_(std::max(left_ + cellWidth_ * static_cast<int>(x_.values.size()) + 40, 900)),
-          panelHeight_(kPanelHead + kCellHeight * static_cast<int>(y_.values.size()) + kPanelFoot),
-          height_(kHeading +
-                  static_cast<int>(Metrics().size()) *
-                      (kMetricHead + panelHeight_ * static_cast<int>(layout_.panels.size()))),
-          canvas_(width_, height_, kPaper)
+          columns_(static_cast<double>(x_.values.size())),
+          rows_(static_cast<double>(y_.values.size()))
     {
+        cellWidth_ = CellWidth();
+        cellHeight_ = std::min(24.0, kMostHeight / metrics_ / rows_);
+        left_ = kMargin + LongestLabel() + kGap;
+        width_ = std::max(left_ + cellWidth_ * columns_ + kMargin, plot::kWidth);
+        panelHeight_ = kPanelHead + cellHeight_ * rows_ + kPanelFoot;
+        // A picture has an end, which a grid of many axes need not have.
+        const double most = kMostHeight / metrics_ / panelHeight_;
+        const std::size_t all = layout_.panels.size();
+        layout_.panels.resize(std::clamp(static_cast<std::size_t>(most), std::size_t{1}, all));
+        if (layout_.panels.size() < all)
+            heading_.numbers = "the first maps only: all are in report.html";
     }
 
-    const Canvas& Draw()
+    operator Picture() const
     {
-        canvas_.Text(kMargin, 16, DescribeGrid(table_.plan), kInk, 2);
-        canvas_.Text(kMargin, 42, DescribeFixed(table_.plan), kFaint, 2);
-        if (layout_.panels.size() < Layout(table_).panels.size()) {
-            canvas_.Text(width_ - kMargin, 42, "the first maps only: all are in report.html",
-                         kFaint, 2, Canvas::Align::kRight);
-        }
-        int top = kHeading;
-        for (const auto& metric : Metrics()) {
-            const MetricScale scale(metric, table_);
-            DrawScale(metric, scale, top);
-            top += kMetricHead;
-            for (const auto& panel : layout_.panels) {
-                Draw(panel, metric, scale, top);
-                top += panelHeight_;
-            }
-        }
-        return canvas_;
+        const auto panels = static_cast<double>(layout_.panels.size());
+        return {width_, heading_.Height(width_) + metrics_ * (kMetricHead + panelHeight_ * panels),
+                [*this](Canvas& canvas) { Draw(canvas); }};
     }
 
 private:
-    static constexpr int kMargin = 24, kHeading = 76, kMetricHead = 40, kPanelHead = 22,
-                         kCellHeight = 34, kPanelFoot = 68, kScaleWidth = 240;
+    static constexpr double kMargin = 16, kGap = 8, kMetricHead = 30, kPanelHead = 20,
+                            kPanelFoot = 48, kScaleWidth = 160, kText = 12;
+    static constexpr double kMostHeight = 5000, kMostWidth = 1400, kLongest = 200;
 
-    static constexpr std::size_t kMostPanels = 12;
-
-    /// A picture has an end, which a grid of many axes need not have.
-    static Layout Shortened(const Table& table)
+    void Draw(Canvas& canvas) const
     {
-        Layout layout(table);
-        layout.panels.resize(std::min(layout.panels.size(), kMostPanels));
-        return layout;
+        heading_.Draw(canvas, kMargin);
+        double top = heading_.Height(width_);
+        for (const auto& metric : Metrics()) {
+            const MetricScale scale(metric, table_);
+            DrawScale(canvas, metric, scale, top);
+            top += kMetricHead;
+            for (const auto& panel : layout_.panels) {
+                DrawPanel(canvas, panel, metric, scale, top);
+                top += panelHeight_;
+            }
+        }
     }
 
-    static int LongestLabel(const Setting& axis)
+    double LongestLabel() const
     {
-        std::size_t longest = axis.name.size();
-        for (const auto& value : axis.values) longest = std::max(longest, value.size());
-        return static_cast<int>(longest);
+        double longest = font::Width(y_.name, kText);
+        for (const auto& value : y_.values)
+            longest = std::max(longest, font::Width(font::Drawable(value), kText));
+        return std::min(longest, kLongest);
     }
 
     /// Wide enough for the longest value, unless that made the picture too wide for any page.
-    int CellWidth() const
+    double CellWidth() const
     {
-        int widest = 0;
-        for (const auto& metric : Metrics()) widest = std::max(widest, TextWidth(metric, 2));
-        for (const auto& value : x_.values) widest = std::max(widest, Canvas::TextWidth(value));
-        const int columns = static_cast<int>(x_.values.size());
-        return std::clamp(widest + 12, 1, std::max(1, 1900 / columns));
+        double widest = 0;
+        for (const auto& metric : Metrics()) widest = std::max(widest, Widest(metric, kText));
+        for (const auto& value : x_.values)
+            widest = std::max(widest, font::Width(font::Drawable(value), kText));
+        return std::min(widest + 10, kMostWidth / columns_);
     }
 
-    /// Of the longest of the metric's values.
-    int TextWidth(const Metric& metric, int size) const
+    /// Width of the longest of the metric's values.
+    double Widest(const Metric& metric, double size) const
     {
-        int widest = Canvas::TextWidth("-", size);
-        for (const auto& row : table_.rows) {
-            if (const auto value = metric.Of(row))
-                widest = std::max(widest, Canvas::TextWidth(metric.text(*value), size));
-        }
+        double widest = 0;
+        for (const auto& row : table_.rows)
+            widest = std::max(widest, font::Width(CellText(row, metric), size));
         return widest;
     }
 
-    void DrawScale(const Metric& metric, const MetricScale& scale, int top)
+    static std::string CellText(const Row& row, const Metric& metric)
     {
-        canvas_.Text(kMargin, top, Titled(metric), kInk, 2);
+        if (const auto value = metric.Of(row)) return metric.text(*value);
+        return row.status == Row::Status::kFailed ? "✕"
+               : row.status == Row::Status::kOk   ? "!"
+                                                  : "–";
+    }
+
+    void DrawScale(Canvas& canvas, const Metric& metric, const MetricScale& scale, double top) const
+    {
+        const double y = top + 8;
+        canvas.Text({kMargin, y}, metric.number.Heading(), {});
         if (scale.From() >= scale.To()) return;
         const std::string to = metric.text(scale.To());
-        const int right = width_ - kMargin - Canvas::TextWidth(to) - 8;
-        canvas_.Text(width_ - kMargin, top, to, kFaint, 2, Canvas::Align::kRight);
-        for (int i = 0; i < kScaleWidth; ++i) {
-            canvas_.Rectangle(right - kScaleWidth + i, top, 1, 14,
-                              scale.AtPlace((i + 0.5) / kScaleWidth));
+        const double right = width_ - kMargin - font::Width(to, kText) - kGap;
+        Lettering letters{.colour = colours::kFaint, .align = Align::kRight};
+        canvas.Text({width_ - kMargin, y}, to, letters);
+        canvas.Text({right - kScaleWidth - kGap, y}, metric.text(scale.From()), letters);
+        constexpr int kSteps = 80;
+        for (int i = 0; i < kSteps; ++i) {
+            // Each reaches under the next one, so that no seams are seen.
+            const double x = right - kScaleWidth + kScaleWidth * i / kSteps;
+            canvas.Rectangle({x, y - 5, right - x, 10}, scale.AtPlace((i + 0.5) / kSteps));
         }
-        canvas_.Text(right - kScaleWidth - 8, top, metric.text(scale.From()), kFaint, 2,
-                     Canvas::Align::kRight);
     }
 
-    void Draw(const Layout::Panel& panel, const Metric& metric, const MetricScale& scale, int top)
+    void DrawPanel(Canvas& canvas, const Layout::Panel& panel, const Metric& metric,
+                   const MetricScale& scale, double top) const
     {
-        const int rows = static_cast<int>(y_.values.size());
-        const int columns = static_cast<int>(x_.values.size());
-        canvas_.Text(left_, top, panel.title, kFaint, 2);
-        canvas_.Text(left_ - 10, top, y_.name, kInk, 2, Canvas::Align::kRight);
+        const double right = left_ - kGap;
+        const double width = cellWidth_ * columns_;
+        const Lettering beside{.align = Align::kRight};
+        canvas.Text({right, top + 8}, font::Shortened(y_.name, kText, kLongest), beside);
+        canvas.Text({left_, top + 8}, font::Shortened(panel.title, kText, width_ - left_ - kMargin),
+                    {.colour = colours::kFaint});
         top += kPanelHead;
-        for (int j = 0; j < rows; ++j) {
-            const int y = top + j * kCellHeight;
-            canvas_.Text(left_ - 10, y + 10, y_.values[static_cast<std::size_t>(j)], kInk, 2,
-                         Canvas::Align::kRight);
-            for (int i = 0; i < columns; ++i) {
-                const Row* row =
-                    panel.lines[static_cast<std::size_t>(j)][static_cast<std::size_t>(i)];
-                DrawCell(*row, metric, scale, left_ + i * cellWidth_, y);
+        // The largest letters in which all values fit; none rather than some that nobody can read.
+        double size = kText;
+        while (size > 0 && (size + 2 > cellHeight_ || Widest(metric, size) + 4 > cellWidth_))
+            size = size > 7 ? size - 1 : 0;
+        std::vector<double> middles;
+        for (std::size_t j = 0; j < y_.values.size(); ++j) {
+            const double y = top + cellHeight_ * static_cast<double>(j);
+            canvas.TextIfFree({right, y + cellHeight_ / 2},
+                              font::Shortened(y_.values[j], kText, kLongest), beside);
+            for (std::size_t i = 0; i < x_.values.size(); ++i) {
+                const Area cell{left_ + cellWidth_ * static_cast<double>(i), y, cellWidth_,
+                                cellHeight_};
+                DrawCell(canvas, *panel.lines[j][i], metric, scale, cell, size);
             }
         }
-        const int below = top + rows * kCellHeight;
-        int free = 0;  // where the next label may begin
-        for (int i = 0; i < columns; ++i) {
-            const std::string& value = x_.values[static_cast<std::size_t>(i)];
-            const int middle = left_ + i * cellWidth_ + cellWidth_ / 2;
-            const int half = Canvas::TextWidth(value) / 2;
-            if (middle - half < free) continue;
-            canvas_.Text(middle, below + 6, value, kInk, 2, Canvas::Align::kCentre);
-            free = middle + half + 10;
-        }
-        canvas_.Text(left_ + columns * cellWidth_ / 2, below + 28, x_.name, kInk, 2,
-                     Canvas::Align::kCentre);
+        for (std::size_t i = 0; i < x_.values.size(); ++i)
+            middles.push_back(left_ + cellWidth_ * (static_cast<double>(i) + 0.5));
+        const double below = top + cellHeight_ * rows_;
+        plot::WriteRow(canvas, middles, x_.values, below + 11);
+        const std::string name = font::Shortened(x_.name, kText, width_ - left_ - kMargin);
+        const double half = font::Width(name, kText) / 2;
+        canvas.Text({std::max(left_ + width / 2, left_ + half), below + 28}, name,
+                    {.align = Align::kCentre});
     }
 
-    void DrawCell(const Row& row, const Metric& metric, const MetricScale& scale, int x, int y)
+    void DrawCell(Canvas& canvas, const Row& row, const Metric& metric, const MetricScale& scale,
+                  const Area& cell, double size) const
     {
         const auto value = metric.Of(row);
-        const int gap = cellWidth_ > 12 ? 2 : 0;
-        const Colour background = value ? scale.At(*value) : Colour{0.93, 0.94, 0.95};
-        canvas_.Rectangle(x, y, cellWidth_ - gap, kCellHeight - 2, background);
-        const std::string text = value                                ? metric.text(*value)
-                                 : row.status == Row::Status::kFailed ? "x"
-                                 : row.status == Row::Status::kOk     ? "!"
-                                                                      : "-";
-        // The largest letters in which all values fit; none rather than some that nobody can read.
-        for (const int size : {2, 1}) {
-            if (TextWidth(metric, size) > cellWidth_ - gap - 2) continue;
-            canvas_.Text(x + (cellWidth_ - gap) / 2, y + (kCellHeight - 2 - 7 * size) / 2, text,
-                         MetricScale::Ink(background), size, Canvas::Align::kCentre);
-            break;
-        }
+        const Colour background = value ? scale.At(*value) : colours::kEmpty;
+        const double across = cell.width > 8 ? 1 : 0, upwards = cell.height > 8 ? 1 : 0;
+        canvas.Rectangle({cell.left, cell.top, cell.width - across, cell.height - upwards},
+                         background);
+        if (size > 0)
+            canvas.Text(
+                {cell.left + cell.width / 2, cell.top + cell.height / 2}, CellText(row, metric),
+                {.colour = MetricScale::Ink(background), .size = size, .align = Align::kCentre});
     }
 
     const Table& table_;
     Layout layout_;
+    plot::Heading heading_;
     const Setting &x_, &y_;
-    int cellWidth_, left_, width_, panelHeight_, height_;
-    Canvas canvas_;
+    double columns_, rows_;
+    const double metrics_ = static_cast<double>(Metrics().size());
+    double cellWidth_ = 0, cellHeight_ = 0, left_ = 0, width_ = 0, panelHeight_ = 0;
 };
 
 }  // namespace
 
-std::vector<double> Places(const Setting& axis)
+plot::LinePlot CurvesOf(const Table& table, const Layout& layout, const Layout::Panel& panel,
+                        const Metric& metric)
 {
-    std::vector<double> places;
-    for (const auto& text : axis.values) {
-        double value = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        if (error != std::errc{} || end != text.data() + text.size() || !std::isfinite(value)) {
-            for (std::size_t i = 0; i < axis.values.size(); ++i)
-                places.resize(i), places.push_back(static_cast<double>(i));
-            return places;
+    const Setting& axis = table.plan.axes[layout.x];
+    const std::vector<double> places = Places(axis);
+    plot::LinePlot plot;
+    plot.across = axis.name;
+    plot.upwards = metric.number.Heading();
+    if (metric.counts) plot.from = 0;
+    for (std::size_t i = 0; i < places.size(); ++i)
+        plot.places.push_back({places[i], axis.values[i]});
+    for (std::size_t j = 0; j < panel.lines.size(); ++j) {
+        plot::Curve curve;
+        curve.x = places;
+        for (const Row* row : panel.lines[j]) curve.y.push_back(metric.Of(*row).value_or(NAN));
+        curve.stroke.colour = colours::kCurves[j % colours::kCurves.size()];
+        if (layout.y != Layout::kNone) {
+            const Setting& lines = table.plan.axes[layout.y];
+            curve.label = fmt::format("{}={}", lines.name, lines.values[j]);
         }
-        places.push_back(value);
+        curve.dots = places.size() <= 100;
+        plot.curves.push_back(std::move(curve));
     }
-    return places;
+    return plot;
 }
 
 std::string DescribeGrid(const Plan& plan)
@@ -235,9 +258,9 @@ std::string DescribeFixed(const Plan& plan)
     return text;
 }
 
-Canvas DrawSweep(const Table& table)
+Picture SweepPicture(const Table& table)
 {
-    return table.plan.axes.size() == 1 ? DrawCurves(table) : Maps(table).Draw();
+    return table.plan.axes.size() == 1 ? CurvesPicture(table) : Picture(Maps(table));
 }
 
 }  // namespace amisim

@@ -1,9 +1,11 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <set>
 
 #include "host/pages/WriteResults.hpp"
-#include "host/pictures/Canvas.hpp"
+#include "host/pictures/EyePicture.hpp"
+#include "host/pictures/LinePlot.hpp"
 #include "host/results/CurveFiles.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/results/ResultTable.hpp"
@@ -76,7 +78,7 @@ TEST_F(OutputTest, ARunThatFoundNothingStillWritesItsResultAndPage)
 {
     RunResult empty;
     empty.failure = {ExitCode::kModelCrash, "AMI_Init", "crashed", "</script>\xff"};
-    WriteResults(empty, options_, model_, *Folder());
+    WriteResults(empty, options_, model_, {PictureFormat::kPng}, *Folder());
     EXPECT_EQ(empty.files, (std::vector<std::string>{"result.json", "report.html"}));
     const auto json = nlohmann::json::parse(Read("result.json"));
     EXPECT_EQ(json["schema"], kResultSchema);
@@ -170,29 +172,129 @@ TEST_F(OutputTest, TheTableShowsOpeningsBeforeAndAfter)
 
 TEST_F(OutputTest, AnEarlierRunsFilesAreRemovedAndOthersAreNot)
 {
-    WriteResults(full_, options_, model_, *Folder());
+    WriteResults(full_, options_, model_, {kPictureFormats[0], kPictureFormats[2]}, *Folder());
     EXPECT_EQ(nlohmann::json::parse(Read("result.json"))["files"], full_.files);
-    for (const char* name :
-         {"eye.png", "eye-input.png", "bathtub-time.png", "bathtub-voltage.png", "tie.png",
-          "adaptation.png", "tie_histogram.csv", "unit_interval.csv", "eye-input.npy"})
+    for (const char* name : {"eye.png", "eye-input.png", "bathtub-time.png", "bathtub-voltage.png",
+                             "tie.png", "adaptation.png", "eye.pdf", "adaptation.pdf",
+                             "tie_histogram.csv", "unit_interval.csv", "eye-input.npy"})
         EXPECT_TRUE(fs::exists(name)) << name;
+    EXPECT_FALSE(fs::exists("eye.svg")) << "not asked for";
     Save("mine.txt", "kept");
     Folder()->RemoveAll();
     ASSERT_EQ(std::distance(fs::directory_iterator("."), {}), 1);
     EXPECT_EQ(Read("mine.txt"), "kept");
 }
 
-TEST(LineTest, CoversWhatItShouldAndBreaksAtUnknownPoints)
+plot::LinePlot MadeUpPlot(double scale, double offset, const std::string& word)
 {
-    Canvas canvas(40, 20, {1, 1, 1});
-    const std::vector<Point> points = {{2, 10}, {12, 10}, {NAN, 0}, {20, 10}, {200, 10}};
-    canvas.Line(points, {.colour = {0, 0, 0}, .width = 4}, {0, 0, 30, 20});
-    const auto dark = [&](int x, int y) { return canvas.At(x, y)[0] < 0.5; };
-    EXPECT_TRUE(dark(7, 8) && dark(7, 11));
-    EXPECT_FALSE(dark(7, 7) || dark(7, 12));
-    EXPECT_FALSE(dark(16, 10));
-    EXPECT_TRUE(dark(29, 10));
-    EXPECT_FALSE(dark(30, 10)) << "beyond the area";
+    plot::LinePlot plot;
+    plot.title = word + "title";
+    plot.across = word + "across";
+    plot.upwards = word + "up";
+    for (const char* name : {"first", "second", "third", "fourth", "fifth"}) {
+        plot.curves.push_back({{0, 1 * scale + offset, NAN, 3 * scale + offset},
+                               {offset, offset + scale, 0, offset - scale},
+                               {},
+                               word + name});
+    }
+    plot.shaded = {{0, offset + scale, "shaded"}, {offset, offset + 2 * scale, "shaded too"}};
+    plot.marks = {{offset + scale, "IB1"}, {offset + scale, "IB2"}, {offset + 1.01 * scale, "IB3"}};
+    return plot;
+}
+
+/// The texts of the picture, which are to stand inside it and clear of each other.
+std::set<std::string> TextsOf(const Picture& picture)
+{
+    std::set<std::string> texts;
+    Picture watched = picture;
+    watched.draw = [&](Canvas& canvas) {
+        picture.draw(canvas);
+        const auto& all = canvas.Writings();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            const Area& a = all[i].area;
+            EXPECT_TRUE(a.left >= 0 && a.top >= 0 && a.Right() <= picture.width &&
+                        a.Bottom() <= picture.height)
+                << all[i].text;
+            for (std::size_t j = 0; j < i; ++j) {
+                const Area& b = all[j].area;
+                EXPECT_FALSE(a.left < b.Right() && b.left < a.Right() && a.top < b.Bottom() &&
+                             b.top < a.Bottom())
+                    << all[i].text << " and " << all[j].text;
+            }
+            texts.insert(all[i].text);
+        }
+    };
+    watched.File(PictureFormat::kPng);
+    return texts;
+}
+
+TEST(PictureTest, TextsNeitherCollideNorLeaveThePicture)
+{
+    std::string longWord;
+    for (int i = 0; i < 60; ++i) longWord += "Prüfling_µΩ≤ ";
+    std::vector<plot::Tick> places;
+    for (int i = 0; i < 60; ++i) places.push_back({1.0 * i, "no clock " + std::to_string(i)});
+    for (const std::string& word : {std::string(), std::string("x\n\xff\x01"), longWord}) {
+        for (const double scale : {1e-12, 0.3, 7.0, 1e15}) {
+            for (const double offset : {0.0, 1e6, -12345.678}) {
+                plot::LinePlot plot = MadeUpPlot(scale, offset, word);
+                plot::LinePlot other = plot;
+                other.places = places;
+                other.acrossFrom = 0;
+                other.acrossTo = 59;
+                const auto texts =
+                    TextsOf(plot::PlotsPicture({plot, other}, {word + "of", word, word}));
+                if (!word.empty()) continue;
+                for (const char* text : {"of", "title", "across", "up", "fifth", "no clock 0"})
+                    EXPECT_TRUE(texts.contains(text)) << text;
+            }
+        }
+        EyeFindings eye = MadeUpEye({});
+        TextsOf(
+            EyePicture{{word, word, word}, eye.density, 0.5, {0.1, -0.1}, 0.2, 0.3, eye.contours});
+        TextsOf(EyePicture{{word, word, word}, VoltageHistogram(8, 8)});
+    }
+    plot::LinePlot logarithmic = MadeUpPlot(1e-9, 2e-9, "");
+    logarithmic.scale = logarithmic.scaleAcross = plot::Scale::kLogarithmic;
+    EXPECT_TRUE(TextsOf(plot::PlotsPicture({logarithmic}, {})).contains("2·10⁻⁹"));
+    TextsOf(plot::PlotsPicture({plot::LinePlot()}, {}));
+}
+
+TEST(PictureTest, LabelsTellNeighboursApart)
+{
+    const auto labels = [](double from, double to, plot::Scale scale = plot::Scale::kLinear) {
+        std::string all;
+        for (const auto& tick : plot::Axis{from, to, scale}.Ticks(4)) all += tick.label + " ";
+        return all;
+    };
+    EXPECT_EQ(labels(-1, 1), "−1.0 −0.5 0 0.5 1.0 ");
+    EXPECT_EQ(labels(100000, 100000.4), "100000.0 100000.1 100000.2 100000.3 100000.4 ");
+    EXPECT_EQ(labels(0, 4e9), "0 1·10⁹ 2·10⁹ 3·10⁹ 4·10⁹ ");
+    EXPECT_EQ(labels(1e-12, 1, plot::Scale::kLogarithmic), "1 10⁻³ 10⁻⁶ 10⁻⁹ 10⁻¹² ");
+    EXPECT_EQ(labels(3, 30, plot::Scale::kLogarithmic), "10 20 5 ");
+}
+
+TEST(PictureTest, AFormatIsWhatItsNameSaysAndTheSameEveryTime)
+{
+    const Picture picture = plot::PlotsPicture({MadeUpPlot(1, 0, "ü ")}, {"Title", "", ""});
+    for (const auto& [format, begin] : {std::pair{PictureFormat::kPng, "\x89PNG"},
+                                        {PictureFormat::kSvg, "<?xml"},
+                                        {PictureFormat::kPdf, "%PDF"}}) {
+        const std::string file = picture.File(format);
+        EXPECT_TRUE(file.starts_with(begin));
+        // SVG numbers its parts on from those before.
+        if (format != PictureFormat::kSvg) {
+            EXPECT_EQ(file, picture.File(format));
+        }
+    }
+    const std::string png = picture.File(PictureFormat::kPng);
+    const auto number = [&](std::size_t at) {
+        int value = 0;
+        for (std::size_t i = at; i < at + 4; ++i) value = value << 8 | static_cast<uint8_t>(png[i]);
+        return value;
+    };
+    EXPECT_EQ(number(16), std::ceil(2 * picture.width));
+    EXPECT_EQ(number(20), std::ceil(2 * picture.height));
 }
 
 }  // namespace
