@@ -154,7 +154,7 @@ V_fixture = 0
     }
     const auto& waveform = plots[2].plot;
     EXPECT_EQ(waveform.marks.at(0).label, "IB508");
-    EXPECT_EQ(waveform.marks.at(0).x, 1);
+    EXPECT_EQ(waveform.marks.at(0).value, 1);
     EXPECT_EQ(waveform.curves.at(2).y, (std::vector<double>{1, 1}));  // driving high
 }
 
