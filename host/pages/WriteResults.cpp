@@ -49,10 +49,15 @@ void WriteResults(RunResult& result, const SimulationOptions& options, const Mod
     list("report.html");
     folder.Put("report.html", ReportPage(result, options, model));
 
-    result.files = folder.Files();
-    if (const std::string dropped = folder.Dropped(); !dropped.empty())
-        result.notes.push_back("not written: " + dropped);
-    folder.Update("result.json", json(), true);
+    const auto notes = result.notes;
+    const auto complete = [&] {
+        result.files = folder.Files();
+        result.notes = notes;
+        if (const std::string dropped = folder.Dropped(); !dropped.empty())
+            result.notes.push_back("not written: " + dropped);
+        return json();
+    };
+    folder.Update("result.json", complete, true);
 }
 
 }  // namespace amisim

@@ -227,18 +227,27 @@ void OutputFolder::Write(const std::string& name, std::string_view bytes, bool s
         Fail(fmt::format("{} cannot be written: {}", name, std::strerror(error)));
 }
 
-void OutputFolder::Put(const std::string& name, std::string_view bytes, bool synced)
+int OutputFolder::MakeRoomAndWrite(const std::string& name,
+                                   const std::function<std::string()>& bytes, bool synced)
 {
-    int error = 0;
-    do {
-        error = TryWrite(name, bytes, synced);
-    } while ((error == ENOSPC || error == EDQUOT) && GiveWayTo(name, bytes.size()));
-    if (error != 0) Drop(name, error);
+    while (true) {
+        const std::string text = bytes();
+        const int error = TryWrite(name, text, synced);
+        const bool full = error == ENOSPC || error == EDQUOT;
+        if (!full || !GiveWayTo(name, text.size())) return error;
+    }
 }
 
-void OutputFolder::Update(const std::string& name, std::string_view bytes, bool synced)
+void OutputFolder::Put(const std::string& name, std::string_view bytes, bool synced)
 {
-    TryWrite(name, bytes, synced);
+    const auto given = [&] { return std::string(bytes); };
+    if (const int error = MakeRoomAndWrite(name, given, synced)) Drop(name, error);
+}
+
+void OutputFolder::Update(const std::string& name, const std::function<std::string()>& bytes,
+                          bool synced)
+{
+    MakeRoomAndWrite(name, bytes, synced);
 }
 
 bool OutputFolder::GiveWayTo(const std::string& name, std::size_t size)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -60,7 +61,9 @@ public:
     void Put(const std::string& name, std::string_view bytes, bool synced = false);
 
     /// The same for a newer version of a file: where that cannot be written, the older one stays.
-    void Update(const std::string& name, std::string_view bytes, bool synced = false);
+    /// @param bytes  asked for anew whenever a file has given way, which it may list
+    void Update(const std::string& name, const std::function<std::string()>& bytes,
+                bool synced = false);
 
     /// Removes a file that could not be written to its end.
     /// @param error  what the system said
@@ -92,6 +95,8 @@ private:
     bool Exists(const std::string& name) const;
     bool GiveWayTo(const std::string& name, std::size_t size);
     int TryWrite(const std::string& name, std::string_view bytes, bool synced);
+    int MakeRoomAndWrite(const std::string& name, const std::function<std::string()>& bytes,
+                         bool synced);
 
     std::filesystem::path folder_;
     const Kind& kind_;
