@@ -20,8 +20,8 @@ constexpr std::size_t kBytes = 50'000'000;
 
 std::string Row(const char* unit, double x, const char* xUnit, double y)
 {
-    return fmt::format("{:<12.5f}{} {:.6f}{}  {:.6f}{}  {:.6f}{}\n", x, xUnit, y, unit, y, unit, y,
-                       unit);
+    return fmt::format("{:<14} {:.6f}{}  {:.6f}{}  {:.6f}{}\n", fmt::format("{:.5f}{}", x, xUnit), y,
+                       unit, y, unit, y, unit);
 }
 
 /// 100 rows of a 25 ohm driver, or of a clamp of 10 ohm behind 0.7 V.
@@ -114,7 +114,13 @@ void ReadAndCheck(benchmark::State& state)
         start = Seconds();
         ibis::CheckFile(file, findings);
         check += Seconds() - start;
-        benchmark::DoNotOptimize(findings.Take());
+        // Rows that are reported would cost more than rows that are read.
+        for (const ibis::Finding& finding : findings.Take()) {
+            if (finding.severity == ibis::Severity::Error) {
+                state.SkipWithError(finding.text.c_str());
+                return;
+            }
+        }
     }
     const auto each = [&](double sum) { return sum / static_cast<double>(state.iterations()); };
     state.counters["lines"] = static_cast<double>(lines);
