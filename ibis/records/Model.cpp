@@ -156,6 +156,8 @@ void ReadChildren(const Section& section, Model& model)
             model.submodels.push_back({row[0], row[1]});
         }
     }
+    model.spec = section.Child(Key::ModelSpec);
+    model.thresholds = section.Child(Key::ReceiverThresholds);
     model.external = section.Child(Key::ExternalModel);
     model.algorithmic = section.Child(Key::AlgorithmicModel);
 }

@@ -133,6 +133,8 @@ struct Model
     std::vector<Waveform> waveforms;  ///< in file order
     std::vector<ScheduledDriver> schedule;
     std::vector<AddedSubmodel> submodels;
+    const Section* spec = nullptr;         ///< its [Model Spec]: rows of corners by their names
+    const Section* thresholds = nullptr;   ///< its [Receiver Thresholds]: values by their names
     const Section* external = nullptr;     ///< its [External Model]
     const Section* algorithmic = nullptr;  ///< its [Algorithmic Model]
 

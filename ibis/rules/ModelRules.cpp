@@ -89,15 +89,13 @@ void PolarityAndEnableAreWords(const Model& model, Report& report)
 /// Whether a model of [Model] and [Model Spec] states a value.
 bool States(const Model& model, const char* name)
 {
-    const Section* const spec = model.section->Child(Key::ModelSpec);
-    return model.section->Find(name) || (spec && spec->Find(name));
+    return model.section->Find(name) || (model.spec && model.spec->Find(name));
 }
 
 void ThresholdsAreStated(const Model& model, Report& report)
 {
     const TypeTraits& type = model.Traits();
-    if (!type.receives || type.differential || model.external ||
-        model.section->Child(Key::ReceiverThresholds)) {
+    if (!type.receives || type.differential || model.external || model.thresholds) {
         return;
     }
     const bool low = States(model, "Vinl"), high = States(model, "Vinh");

@@ -238,8 +238,7 @@ void ReferencesStandUpright(const Model& model, Report& report)
 
 void ExternalReferenceIsGiven(const Model& model, Report& report)
 {
-    const Section* const thresholds = model.section->Child(Key::ReceiverThresholds);
-    const Word supply = thresholds ? thresholds->WordOf("Reference_supply") : Word();
+    const Word supply = model.thresholds ? model.thresholds->WordOf("Reference_supply") : Word();
     if (supply == "Ext_ref" && !model.externalReference) {
         report.Say(supply.Place(),
                    fmt::format("Reference_supply of '{}' is Ext_ref, but there is no [External "

@@ -13,16 +13,10 @@ namespace {
 
 using enum Severity;
 
-const Section* SpecOf(const Model& model)
-{
-    return model.section->Child(Key::ModelSpec);
-}
-
 void SpecHasTypicalValues(const Model& model, Report& report)
 {
-    const Section* const spec = SpecOf(model);
-    for (size_t i = 0; spec && i < spec->settings.size(); ++i) {
-        const Setting& setting = spec->settings[i];
+    for (size_t i = 0; model.spec && i < model.spec->settings.size(); ++i) {
+        const Setting& setting = model.spec->settings[i];
         if (TypIsNa(setting.Values())) {
             report.Say(setting.Place(),
                        fmt::format("{} in [Model Spec] of '{}' is NA as its typical value",
@@ -35,7 +29,7 @@ void SpecHasTypicalValues(const Model& model, Report& report)
 /// Two rows of [Model Spec], and that the first is not above the second in any corner.
 void CheckOrder(const Model& model, const char* low, const char* high, bool equal, Report& report)
 {
-    const Triple a = SpecOf(model)->CornersOf(low), b = SpecOf(model)->CornersOf(high);
+    const Triple a = model.spec->CornersOf(low), b = model.spec->CornersOf(high);
     for (const Corner corner : kCorners) {
         const double from = a.at.Or(corner), to = b.at.Or(corner);
         if (from > to || (from == to && !equal)) {
@@ -50,14 +44,13 @@ void CheckOrder(const Model& model, const char* low, const char* high, bool equa
 
 void SpecThresholdsFit(const Model& model, Report& report)
 {
-    const Section* const spec = SpecOf(model);
-    if (!spec) {
+    if (!model.spec) {
         return;
     }
     for (const auto& [a, b] : {std::pair{"Vinh+", "Vinh-"}, {"Vinl+", "Vinl-"}}) {
-        if ((spec->Find(a) != nullptr) != (spec->Find(b) != nullptr)) {
-            const char* const given = spec->Find(a) ? a : b;
-            report.Say(spec->Find(given)->Place(),
+        if ((model.spec->Find(a) != nullptr) != (model.spec->Find(b) != nullptr)) {
+            const char* const given = model.spec->Find(a) ? a : b;
+            report.Say(model.spec->Find(given)->Place(),
                        fmt::format("{} stands in [Model Spec] of '{}' without {}", given,
                                    model.name, given == a ? b : a),
                        "state both ends of the hysteresis");
@@ -71,7 +64,7 @@ void SpecThresholdsFit(const Model& model, Report& report)
 /// A limit that a signal at rest already breaks.
 void CheckStatic(const Model& model, const char* name, double rail, bool high, Report& report)
 {
-    const Triple limit = SpecOf(model)->CornersOf(name);
+    const Triple limit = model.spec->CornersOf(name);
     if (high ? limit.at.typ < rail : limit.at.typ > rail) {
         report.Say(
             limit.place,
@@ -85,7 +78,7 @@ void CheckStatic(const Model& model, const char* name, double rail, bool high, R
 void CheckNeeds(const Model& model, const char* name, std::initializer_list<const char*> others,
                 Report& report)
 {
-    const Section& spec = *SpecOf(model);
+    const Section& spec = *model.spec;
     const bool any = std::any_of(others.begin(), others.end(),
                                  [&](const char* other) { return spec.Find(other); });
     if (spec.Find(name) && !any) {
@@ -98,7 +91,7 @@ void CheckNeeds(const Model& model, const char* name, std::initializer_list<cons
 
 void OvershootLimitsFit(const Model& model, Report& report)
 {
-    if (!SpecOf(model)) {
+    if (!model.spec) {
         return;
     }
     CheckStatic(model, "S_overshoot_high", model.PullupVolts(Corner::Typ), true, report);
@@ -115,12 +108,12 @@ void OvershootLimitsFit(const Model& model, Report& report)
 
 void SpecAgreesWithModel(const Model& model, Report& report)
 {
-    if (!SpecOf(model)) {
+    if (!model.spec) {
         return;
     }
     for (const char* name : {"Vinl", "Vinh", "Vmeas", "Cref", "Rref", "Vref"}) {
         const Value own = model.section->ValueOf(name);
-        const Triple spec = SpecOf(model)->CornersOf(name);
+        const Triple spec = model.spec->CornersOf(name);
         if (std::abs(own.value - spec.at.typ) > 1e-3 * std::abs(own.value)) {
             report.Say(spec.place,
                        fmt::format("{} of '{}' is {:g} in [Model] and {:g} in [Model Spec], which "
@@ -128,11 +121,6 @@ void SpecAgreesWithModel(const Model& model, Report& report)
                                    name, model.name, own.value, spec.at.typ));
         }
     }
-}
-
-const Section* ThresholdsOf(const Model& model)
-{
-    return model.section->Child(Key::ReceiverThresholds);
 }
 
 /// Those that are not given, of a set that belongs together.
@@ -147,29 +135,29 @@ std::vector<std::string> MissingOf(const Section& thresholds,
 
 void ThresholdsAreWhole(const Model& model, Report& report)
 {
-    const Section* const thresholds = ThresholdsOf(model);
-    if (!thresholds) {
+    if (!model.thresholds) {
         return;
     }
     if (model.type != ModelType::Unknown && !model.Traits().receives) {
-        report.Say(thresholds->place,
+        report.Say(model.thresholds->place,
                    fmt::format("[Receiver Thresholds] of '{}' stands in a model of type {}",
                                model.name, model.Traits().name),
                    "remove it, or correct Model_type");
         return;
     }
-    const auto single = MissingOf(*thresholds, {"Vth", "Vinh_ac", "Vinh_dc", "Vinl_ac", "Vinl_dc"});
-    const auto pair = MissingOf(*thresholds, {"Vdiff_ac", "Vdiff_dc"});
-    const auto slack = MissingOf(*thresholds, {single.empty() ? "Tslew_ac" : "Tdiffslew_ac"});
+    const auto single =
+        MissingOf(*model.thresholds, {"Vth", "Vinh_ac", "Vinh_dc", "Vinl_ac", "Vinl_dc"});
+    const auto pair = MissingOf(*model.thresholds, {"Vdiff_ac", "Vdiff_dc"});
+    const auto slack = MissingOf(*model.thresholds, {single.empty() ? "Tslew_ac" : "Tdiffslew_ac"});
     if (!single.empty() && !pair.empty()) {
         const auto& fewer = pair.size() < 2 ? pair : single;
         report.Say(
-            thresholds->place,
+            model.thresholds->place,
             fmt::format("[Receiver Thresholds] of '{}' has no {}", model.name, Joined(fewer, ", ")),
             "state Vth, Vinh_ac, Vinh_dc, Vinl_ac and Vinl_dc, of a pair Vdiff_ac and "
             "Vdiff_dc");
     } else if (!slack.empty()) {
-        report.Say(Warning, thresholds->place,
+        report.Say(Warning, model.thresholds->place,
                    fmt::format("[Receiver Thresholds] of '{}' has no {}", model.name, slack[0]),
                    "state the longest time between the levels");
     }
@@ -177,14 +165,13 @@ void ThresholdsAreWhole(const Model& model, Report& report)
 
 void SensitivityHasItsSupply(const Model& model, Report& report)
 {
-    const Section* const thresholds = ThresholdsOf(model);
-    if (!thresholds) {
+    if (!model.thresholds) {
         return;
     }
-    const bool has = thresholds->Find("Threshold_sensitivity");
-    const Word supply = thresholds->WordOf("Reference_supply");
+    const bool has = model.thresholds->Find("Threshold_sensitivity");
+    const Word supply = model.thresholds->WordOf("Reference_supply");
     if (has != static_cast<bool>(supply)) {
-        report.Say(thresholds->place,
+        report.Say(model.thresholds->place,
                    fmt::format("[Receiver Thresholds] of '{}' has {}", model.name,
                                has ? "Threshold_sensitivity without Reference_supply"
                                    : "Reference_supply without Threshold_sensitivity"),
@@ -205,7 +192,7 @@ void SensitivityHasItsSupply(const Model& model, Report& report)
 /// Says that one voltage is above another.
 void CheckBelow(const Model& model, const char* low, const char* high, Report& report)
 {
-    const Value a = ThresholdsOf(model)->ValueOf(low), b = ThresholdsOf(model)->ValueOf(high);
+    const Value a = model.thresholds->ValueOf(low), b = model.thresholds->ValueOf(high);
     if (a.value > b.value) {
         report.Say(a.place,
                    fmt::format("{} of '{}' is {}, {} is {}", low, model.name, Volts(a.value), high,
@@ -216,12 +203,11 @@ void CheckBelow(const Model& model, const char* low, const char* high, Report& r
 
 void ThresholdsAreOffsets(const Model& model, Report& report)
 {
-    const Section* const thresholds = ThresholdsOf(model);
-    if (!thresholds) {
+    if (!model.thresholds) {
         return;
     }
     for (const char* name : {"Vinh_ac", "Vinh_dc", "Vinl_ac", "Vinl_dc"}) {
-        const Value offset = thresholds->ValueOf(name);
+        const Value offset = model.thresholds->ValueOf(name);
         const bool high = name[3] == 'h';
         if (high ? offset.value < 0 : offset.value > 0) {
             report.Say(offset.place,
