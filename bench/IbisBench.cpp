@@ -20,8 +20,8 @@ constexpr std::size_t kBytes = 50'000'000;
 
 std::string Row(const char* unit, double x, const char* xUnit, double y)
 {
-    return fmt::format("{:<14} {:.6f}{}  {:.6f}{}  {:.6f}{}\n", fmt::format("{:.5f}{}", x, xUnit), y,
-                       unit, y, unit, y, unit);
+    return fmt::format("{:<14} {:.6f}{}  {:.6f}{}  {:.6f}{}\n", fmt::format("{:.5f}{}", x, xUnit),
+                       y, unit, y, unit, y, unit);
 }
 
 /// 100 rows of a 25 ohm driver, or of a clamp of 10 ohm behind 0.7 V.

@@ -35,7 +35,7 @@ END
 
 commands | while read -r name seeds extension arguments; do
     out=$folder/found/$name
-    rm -rf "$out"
+    rm -rf "$out" && mkdir -p "$out"
     # shellcheck disable=SC2086  # arguments are words
     afl-fuzz -i "fuzz/corpus/$seeds" -o "$out" -e "$extension" -V "$1" -t 10000 -m none -- "$amisim" $arguments \
         >"$folder/$name.log" 2>&1 </dev/null || { tail -20 "$folder/$name.log"; exit 1; }
