@@ -13,7 +13,7 @@ build() {
         tar c --null --ignore-failed-read -T - 2>/dev/null | tar x -C "$1/source"
     cmake -S "$1/source" -B "$2" -G Ninja -DBUILD_TESTING=OFF "${options[@]}" >/dev/null
     cmake --build "$2" >/dev/null
-    (cd "$2" && find . -type f \( -path './package/*.so' -o -path './package/*.*i*' -o -path ./host/amisim \) |
+    (cd "$2" && find . -type f \( -path './package/*.so' -o -path './package/*.*i*' -o -path './host/amisim*' \) |
         sort | xargs -r sha256sum)
 }
 one=$(build "$folder/one" "$folder/one/build")

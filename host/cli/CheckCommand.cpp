@@ -36,7 +36,7 @@ CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& o)
     return check;
 }
 
-ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& program,
+ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& worker,
                   const std::atomic<bool>& stop)
 {
     if (!options.files.explain.empty()) {
@@ -52,7 +52,7 @@ ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& prog
         throw Error(ExitCode::kUsage, "check: files and --run MODEL are two commands");
     contract::ContractOptions contract = options.contract;
     contract.modelName = options.modelName;
-    return CheckContract(contract, options.files.json, program, stop);
+    return CheckContract(contract, options.files.json, worker, stop);
 }
 
 }  // namespace amisim

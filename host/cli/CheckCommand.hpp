@@ -22,9 +22,9 @@ struct CheckOptions
 CLI::App* AddCheckCommand(CLI::App& app, CheckOptions& options);
 
 /// Checks files, or tries a model, and shows what was found on standard output.
-/// @param program  amisim itself, for the model's process
+/// @param worker  amisim-worker, for the model
 /// @throws Error  for a file that cannot be used
-ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& program,
+ExitCode RunCheck(const CheckOptions& options, const std::filesystem::path& worker,
                   const std::atomic<bool>& stop);
 
 }  // namespace amisim

@@ -14,10 +14,10 @@ using contract::CheckResult;
 
 constexpr const char* kGroup = "Model";
 
-contract::Surroundings MakeSurroundings(const std::filesystem::path& program,
+contract::Surroundings MakeSurroundings(const std::filesystem::path& worker,
                                         const std::atomic<bool>& stop)
 {
-    return {program, [&stop] { return stop.load(); }, nullptr};
+    return {worker, [&stop] { return stop.load(); }, nullptr};
 }
 
 ExitCode PrintAsText(const contract::ContractOptions& options, contract::Surroundings surroundings)
@@ -77,9 +77,9 @@ void AddContractOptions(CLI::App& check, contract::ContractOptions& o)
 }
 
 ExitCode CheckContract(const contract::ContractOptions& options, bool json,
-                       const std::filesystem::path& program, const std::atomic<bool>& stop)
+                       const std::filesystem::path& worker, const std::atomic<bool>& stop)
 {
-    const auto surroundings = MakeSurroundings(program, stop);
+    const auto surroundings = MakeSurroundings(worker, stop);
     return json ? PrintAsJson(options, surroundings) : PrintAsText(options, surroundings);
 }
 

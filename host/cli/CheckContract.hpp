@@ -16,6 +16,6 @@ void AddContractOptions(CLI::App& check, contract::ContractOptions& options);
 /// while it runs or as JSON at the end. JSON is printed for a model that cannot be used, too.
 /// @throws Error as TryContract does
 ExitCode CheckContract(const contract::ContractOptions& options, bool json,
-                       const std::filesystem::path& program, const std::atomic<bool>& stop);
+                       const std::filesystem::path& worker, const std::atomic<bool>& stop);
 
 }  // namespace amisim

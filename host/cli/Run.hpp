@@ -9,7 +9,7 @@
 namespace amisim {
 
 /// Runs a simulation, prints what was found and leaves it in the output folder.
-/// @param worker  this program
+/// @param worker  amisim-worker, for the model
 /// @param stop    true ends the run; what there was until then is written
 /// @throws Error for what keeps it from being begun
 ExitCode Run(const RunOptions& options, const std::filesystem::path& worker,

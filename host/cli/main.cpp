@@ -1,6 +1,5 @@
 #include <atomic>
 #include <csignal>
-#include <cstring>
 #include <sstream>
 
 #include "host/cli/CheckCommand.hpp"
@@ -10,10 +9,7 @@
 #include "host/cli/Run.hpp"
 #include "host/cli/SweepCommand.hpp"
 #include "host/cli/Terminal.hpp"
-#include "host/contract/ContractWorker.hpp"
 #include "host/options/RunCommand.hpp"
-#include "host/process/Keeper.hpp"
-#include "host/process/ModelWorker.hpp"
 
 using namespace amisim;
 
@@ -51,17 +47,6 @@ ExitCode Answer(const CLI::App& app, const CLI::ParseError& error)
 
 int main(int argc, char** argv)
 {
-    // A process in a box comes back from here as what the rest of the command line makes it.
-    if (argc == 4 && std::strcmp(argv[1], "_boxed") == 0) {
-        EnterBox(std::strcmp(argv[2], "namespaces") == 0);
-        argv[1] = argv[3];
-        argc = 2;
-    }
-    // The model's process: this program once more, its socket and memory under fixed descriptors.
-    if (argc == 2 && std::strcmp(argv[1], "_model-worker") == 0) return RunModelWorker(3, 4);
-    if (argc == 2 && std::strcmp(argv[1], "_contract-worker") == 0)
-        return contract::RunContractWorker(3, 4);
-
     CLI::App app("A channel simulator for IBIS-AMI models", "amisim");
     app.set_version_flag("--version", "amisim " AMISIM_VERSION);
     app.footer(kFooter);
@@ -103,13 +88,14 @@ int main(int argc, char** argv)
     sigaction(SIGXFSZ, &action, nullptr);
     try {
         const auto program = std::filesystem::read_symlink("/proc/self/exe");
+        const auto worker = program.parent_path() / "amisim-worker";
         ExitCode code = ExitCode::kOk;
         if (answered)
             code = *answered;
         else if (sweep->parsed())
             code = RunSweep(sweepOptions, program, g_stop);
         else if (check->parsed())
-            code = RunCheck(checkOptions, program, g_stop);
+            code = RunCheck(checkOptions, worker, g_stop);
         else if (compare->parsed())
             code = Compare(compareOptions);
         else if (params->parsed())
@@ -117,7 +103,7 @@ int main(int argc, char** argv)
         else if (completion->parsed())
             Print("{}", CompletionScript(app, shell));
         else
-            code = Run(runOptions, program, g_stop);
+            code = Run(runOptions, worker, g_stop);
         CheckOutput();
         return static_cast<int>(code);
     } catch (const Error& error) {

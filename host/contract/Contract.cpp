@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "base/NearestName.hpp"
+#include "host/contract/ContractWorker.hpp"
 #include "host/contract/Deviations.hpp"
 #include "host/process/WorkerProcess.hpp"
 
@@ -167,12 +168,12 @@ private:
         Witness witness(taskBytes_, check.name);
         const fs::path folder = scratch_.MakeRoom(check.name);
         WorkerProcess::Settings settings;
-        settings.workerProgram = surroundings_.program;
+        settings.workerProgram = surroundings_.worker;
         settings.folder = folder;
         settings.logFile = folder / "model.log";
         settings.callLimit = options_.checkLimit;
         if (surroundings_.interrupted) settings.interrupted = surroundings_.interrupted;
-        WorkerProcess worker("_contract-worker", witness.Descriptor(), settings,
+        WorkerProcess worker(kContractEntry, witness.Descriptor(), settings,
                              [&witness] { return witness.Fault(); });
         constexpr std::size_t kMost = 1 << 16;
         const auto packet = worker.Receive(1, kMost, [&witness] { return witness.Phase(); });

@@ -51,7 +51,7 @@ struct ContractReport
 /// What the program lends to the checks.
 struct Surroundings
 {
-    std::filesystem::path program;                 // amisim itself, for the workers
+    std::filesystem::path worker;                  // the program that tries them: amisim-worker
     std::function<bool()> interrupted;             // asked while waiting
     std::function<void(const CheckResult&)> each;  // told of each result as it comes
 };

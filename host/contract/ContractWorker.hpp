@@ -1,6 +1,11 @@
 #pragma once
 
+#include <string_view>
+
 namespace amisim::contract {
+
+/// What the worker program is told to be this.
+inline constexpr std::string_view kContractEntry = "contract";
 
 /// The child process's side: runs the check that the shared memory names and sends back its
 /// verdict.

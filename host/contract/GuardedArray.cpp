@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <system_error>
 
@@ -95,11 +96,11 @@ std::size_t GuardedArray::DescribeFault(const void* address, std::span<char> tex
         const std::byte* const begin = array->memory_ + kForbidden + kPattern;
         const std::byte* const end = begin + array->taken_;
         const bool before = at < begin;
-        const auto result =
-            fmt::format_to_n(text.data(), text.size(), "reached {} bytes {} the {} of the {} and ",
-                             before ? begin - at : at - end, before ? "before" : "past",
-                             before ? "beginning" : "end", array->name_);
-        return std::min(result.size, text.size());
+        const int size = std::snprintf(
+            text.data(), text.size(), "reached %td bytes %s of the %.*s and ",
+            before ? begin - at : at - end, before ? "before the beginning" : "past the end",
+            static_cast<int>(array->name_.size()), array->name_.data());
+        return std::min(static_cast<std::size_t>(size), text.size() - 1);
     }
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/process/ModelWorker.hpp"
+
 namespace amisim {
 namespace {
 
@@ -29,7 +31,7 @@ std::string Cause(SharedBlocks::Fault fault)
 
 ModelProcess::ModelProcess(const ModelStart& start, Settings settings)
     : blocks_(start),
-      worker_("_model-worker", blocks_.Descriptor(), std::move(settings),
+      worker_(kModelEntry, blocks_.Descriptor(), std::move(settings),
               [this] { return Cause(blocks_.Noted()); }),
       inputs_(start.slots, std::vector<double>(start.blockSamples)),
       sizes_(start.slots)

@@ -96,10 +96,10 @@ pid_t StartInNamespaces(const BoxedStart& start, char* const* arguments)
 
 pid_t StartBoxed(const BoxedStart& start, const BoxRequest& request)
 {
-    std::string entry = start.entry;
-    char name[] = "amisim", boxed[] = "_boxed", with[] = "namespaces", without[] = "none";
-    char* const inNamespaces[] = {name, boxed, with, entry.data(), nullptr};
-    char* const elsewhere[] = {name, boxed, without, entry.data(), nullptr};
+    std::string name = start.program, entry = start.entry, with = kInNamespaces,
+                without = kNotInNamespaces;
+    char* const inNamespaces[] = {name.data(), entry.data(), with.data(), nullptr};
+    char* const elsewhere[] = {name.data(), entry.data(), without.data(), nullptr};
     pid_t keeper = -1;
     if (request.kind == BoxKind::kFull) keeper = StartInNamespaces(start, inNamespaces);
     if (keeper < 0) keeper = fork();

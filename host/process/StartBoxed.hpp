@@ -11,11 +11,14 @@ namespace amisim {
 /// What the process is started with.
 struct BoxedStart
 {
-    std::string program, entry;  // this program, and its command for this kind of worker
+    std::string program, entry;  // the worker program, and what it is told to be
     std::string folder;          // its working folder
     int socket, memory, output;  // descriptors that it finds under the numbers below
     int lifeline, hostLifeline;  // both ends of a connection of sequenced packets
 };
+
+// The program is given two arguments: what it is to be, and whether it is in namespaces.
+inline constexpr char kInNamespaces[] = "namespaces", kNotInNamespaces[] = "none";
 
 // Standard output and error are `output`.
 inline constexpr int kWorkerSocket = 3;

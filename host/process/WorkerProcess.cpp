@@ -42,9 +42,14 @@ std::string Describe(int status)
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(std::string entry, int memory, Settings settings, Tell cause)
+WorkerProcess::WorkerProcess(std::string_view entry, int memory, Settings settings, Tell cause)
     : settings_(std::move(settings)), cause_(std::move(cause)), log_(settings_.logFile)
 {
+    if (access(settings_.workerProgram.c_str(), X_OK) != 0) {
+        throw Error(settings_.workerProgram,
+                    "expected the program that runs models, which belongs beside amisim",
+                    ExitCode::kInternal);
+    }
     int sockets[2], lifelines[2], pipes[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0 ||
         socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, lifelines) != 0)
@@ -54,7 +59,7 @@ WorkerProcess::WorkerProcess(std::string entry, int memory, Settings settings, T
     lifeline_ = lifelines[0];
     output_ = pipes[0];
     fcntl(output_, F_SETFL, O_NONBLOCK);
-    keeper_ = StartBoxed({settings_.workerProgram, std::move(entry), settings_.folder, sockets[1],
+    keeper_ = StartBoxed({settings_.workerProgram, std::string(entry), settings_.folder, sockets[1],
                           memory, pipes[1], lifelines[1], lifelines[0]},
                          settings_.box);
     const int error = errno;

@@ -29,7 +29,7 @@ public:
     std::string phase, reason, printed;
 };
 
-/// This program started anew to run a model's code: a process with a working folder of its own, a
+/// The worker program, started to run a model's code: a process with a working folder of its own, a
 /// socket and a piece of shared memory. Nothing that happens in it - crash, abort, exit, hang,
 /// endless output - reaches further than an exception here, and nothing that it starts outlives it.
 class WorkerProcess
@@ -37,7 +37,7 @@ class WorkerProcess
 public:
     struct Settings
     {
-        std::filesystem::path workerProgram;  // amisim itself
+        std::filesystem::path workerProgram;  // amisim-worker
         std::filesystem::path folder;         // the worker's working folder
         std::filesystem::path logFile;        // what the model prints
         BoxRequest box;
@@ -49,11 +49,12 @@ public:
     /// A text that is asked for only when the worker has failed.
     using Tell = std::function<std::string()>;
 
-    /// @param entry   the program's command for this kind of worker, such as "_model-worker"
+    /// @param entry   what the program is told to be: "model"
     /// @param memory  descriptor of the memory to be shared
     /// @param cause   what the worker noted about a fault: "ran out of stack and ", or nothing
-    /// @throws std::system_error when the system refuses a process
-    WorkerProcess(std::string entry, int memory, Settings settings, Tell cause);
+    /// @throws std::system_error when the system refuses a process, Error (kInternal) where the
+    /// program is not there
+    WorkerProcess(std::string_view entry, int memory, Settings settings, Tell cause);
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
     ~WorkerProcess();

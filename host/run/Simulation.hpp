@@ -31,7 +31,7 @@ class Simulation
 public:
     struct Surroundings
     {
-        std::filesystem::path worker;  // the program that runs the model in its process: amisim
+        std::filesystem::path worker;  // the program that the model runs in: amisim-worker
         std::filesystem::path folder;  // that the model runs in
         std::filesystem::path log;     // for what it prints
         std::function<bool()> stopped = [] { return false; };  // asked often; true ends the run

@@ -40,7 +40,7 @@ protected:
                               const ContractOptions& options = {"Contract.ami"})
     {
         setenv("CONTRACT_FAULT", fault.c_str(), 1);
-        ContractReport report = TryContract(options, {AMISIM_PROGRAM, nullptr, nullptr});
+        ContractReport report = TryContract(options, {AMISIM_WORKER, nullptr, nullptr});
         unsetenv("CONTRACT_FAULT");
         return report;
     }

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "host/files/WavePoints.hpp"
+#include "ibis/ElfFile.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -53,6 +55,27 @@ TEST_F(RunTest, LosslessLineReturnsThePatternAndAnOpenEye)
     }
     EXPECT_EQ(Result()["errors"], nullptr);
     EXPECT_NEAR(Result()["eye"]["height_v"], 0.8, 1e-3);
+}
+
+TEST_F(RunTest, TheWorkerStandsBesideTheProgramAndHasNoLibrariesButThoseOfTheLanguage)
+{
+    const std::regex known(
+        "(lib(c|m|gcc_s|stdc\\+\\+|asan|ubsan|tsan)|ld-linux-x86-64)\\.so\\.\\d+");
+    const auto needed = ibis::ReadElfFile(AMISIM_WORKER).needed;
+    EXPECT_FALSE(needed.empty());
+    for (const auto& library : needed) EXPECT_TRUE(std::regex_match(library, known)) << library;
+    // What its user starts by hand says so.
+    EXPECT_EQ(Shell(AMISIM_WORKER " model"), 2);
+    EXPECT_TRUE(Says("is started by amisim")) << output_;
+    ASSERT_EQ(Shell("cmake --install " BUILD_FOLDER " --component amisim --prefix installed"), 0);
+    EXPECT_EQ(Shell("installed/bin/amisim run " TEST_MODEL " --bits 1000"), 0) << output_;
+    EXPECT_NE(Read("installed/share/doc/amisim/licences/DejaVuSans.txt").find("Bitstream"),
+              std::string::npos);
+    fs::remove("installed/bin/amisim-worker");
+    EXPECT_EQ(Shell("installed/bin/amisim run " TEST_MODEL " --out none"), 1);
+    EXPECT_TRUE(Says(fs::current_path() / "installed/bin/amisim-worker: expected the program"))
+        << output_;
+    EXPECT_FALSE(fs::exists("none"));
 }
 
 TEST_F(RunTest, DroppedClocksPolarityAndASlicersDelayAreNoErrors)
