@@ -84,7 +84,12 @@ ModelProcess::InitResult ModelProcess::Init()
         const std::string said = init.message.empty() ? worker_.Log().Tail() : init.message;
         throw ModelFailure(ExitCode::kModelRefused, "AMI_Init", "returned 0", said);
     }
-    return {init.message, init.parameters};
+    InitResult result{init.message, init.parameters, {}};
+    const std::vector<double> all(blocks_.Impulses().begin(), blocks_.Impulses().end());
+    const auto rows = static_cast<std::ptrdiff_t>(all.size() / (blocks_.Aggressors() + 1));
+    for (auto from = all.begin(); from != all.end(); from += rows)
+        result.impulses.emplace_back(from, from + rows);
+    return result;
 }
 
 void ModelProcess::Submit(std::size_t samples)
@@ -109,7 +114,8 @@ ModelProcess::Block ModelProcess::Wait()
     // Threads of the model may write on: what is looked at is the host's own.
     const auto output = blocks_.Output(slot).first(sizes_[slot]);
     output_.assign(output.begin(), output.end());
-    return {std::span(inputs_[slot]).first(sizes_[slot]), output_, blocks_.Clocks(slot)};
+    return {std::span(inputs_[slot]).first(sizes_[slot]), output_, blocks_.Clocks(slot),
+            answer.parameters};
 }
 
 void ModelProcess::Close()

@@ -30,6 +30,7 @@ public:
     struct InitResult
     {
         std::string message, parametersOut;
+        std::vector<std::vector<double>> impulses;  // as the model left them, each by itself
     };
     /// Loads the library and calls AMI_Init. @throws ModelFailure
     InitResult Init();
@@ -46,6 +47,7 @@ public:
     {
         std::span<const double> input, output;
         SharedBlocks::ClockList clocks;
+        std::string parametersOut;
     };
     /// Waits for the oldest block under way. The spans are valid until the next call.
     ///  @throws ModelFailure, also when AMI_GetWave returned 0

@@ -1,9 +1,13 @@
 #include "host/process/ModelWorker.hpp"
 
 #include <sys/socket.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <optional>
@@ -18,6 +22,28 @@
 
 namespace amisim {
 namespace {
+
+/// A text of the model's, cut where it is too long. A model may leave a pointer behind that leads
+/// nowhere: it then has said nothing. Asking the system to copy, page by page, finds that out
+/// without a fault.
+std::string Said(const char* text)
+{
+    constexpr std::uintptr_t kPage = 4096;
+    std::string said;
+    while (text && said.size() < kLongestText) {
+        char page[kPage];
+        const std::size_t size = kPage - reinterpret_cast<std::uintptr_t>(text) % kPage;
+        const iovec to{page, size}, from{const_cast<char*>(text), size};
+        if (process_vm_readv(getpid(), &to, 1, &from, 1, 0) != static_cast<ssize_t>(size)) {
+            if (errno == EFAULT) break;
+            std::memcpy(page, text, strnlen(text, size - 1) + 1);  // not granted here
+        }
+        const std::size_t length = strnlen(page, size);
+        said.append(page, std::min(length, kLongestText - said.size()));
+        text = length < size ? nullptr : text + size;
+    }
+    return said;
+}
 
 class Worker
 {
@@ -75,8 +101,8 @@ private:
         const long result =
             module_->init(impulses.data(), rows, aggressors, blocks_.SampleInterval(),
                           blocks_.BitTime(), blocks_.Parameters(), &parameters, &memory_, &message);
-        if (message) message_.assign(message, strnlen(message, kLongestText));
-        if (parameters) parameters_.assign(parameters, strnlen(parameters, kLongestText));
+        message_ = Said(message);
+        parameters_ = Said(parameters);
         return result;
     }
 
@@ -86,8 +112,10 @@ private:
         std::ranges::copy(blocks_.Input(slot).first(samples), wave.begin());
         blocks_.MarkClocks(slot);
         char* parameters = nullptr;
-        return module_->getWave(wave.data(), static_cast<long>(samples),
-                                blocks_.ClockRoom(slot).data(), &parameters, memory_);
+        const long result = module_->getWave(wave.data(), static_cast<long>(samples),
+                                             blocks_.ClockRoom(slot).data(), &parameters, memory_);
+        parameters_ = Said(parameters);
+        return result;
     }
 
     SharedBlocks blocks_;

@@ -94,6 +94,13 @@ void WriteCurves(const RunResult& result, const PutFile& put)
     if (result.eye) WriteDensity(result.eye->density, "eye.npy", put);
     if (result.inputEye) WriteDensity(result.inputEye->density, "eye-input.npy", put);
 
+    Table parameters;
+    for (const ParameterTrack& track : result.parameters) {
+        for (std::size_t i = 0; i < track.bit.size(); ++i)
+            parameters.Row('"' + track.name + '"', track.bit[i], track.value[i]);
+    }
+    parameters.Save(put, "parameters_out.csv", "name,bit,value");
+
     const ClockFindings& clock = result.clock;
     WriteTrend(clock.tie, "ui", "tie.csv", put);
     WriteTrend(clock.period, "ppm", "unit_interval.csv", put);

@@ -105,6 +105,18 @@ Json AdaptationJson(const AdaptLog& log)
     return json;
 }
 
+Json ParametersJson(const std::vector<ParameterTrack>& tracks)
+{
+    Json list = Json::array();
+    for (const ParameterTrack& track : tracks) {
+        list.push_back({{"name", track.name},
+                        {"bits", track.bit},
+                        {"values", track.value},
+                        {"stride_bits", track.stride}});
+    }
+    return list;
+}
+
 }  // namespace
 
 Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSource& model)
@@ -148,6 +160,12 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                      {"parameters_in", model.parameters},
                      {"parameters_out", r.parametersOut},
                      {"message", r.modelMessage}};
+    if (!r.impulses.empty()) {
+        json["model"]["impulses"] = {{"samples", r.impulses[0].size()},
+                                     {"aggressors", r.impulses.size() - 1},
+                                     {"changed", r.impulsesChanged}};
+    }
+    json["parameters_out"] = ParametersJson(r.parameters);
     json["signal"] = SignalJson(options.signal);
     if (const auto& grade = r.channelGrade) {
         json["channel"]["grade"] = {{"band", grade->band},

@@ -2,8 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
+#include <span>
 
+#include "base/Printable.hpp"
 #include "base/Text.hpp"
 #include "host/results/Numbers.hpp"
 #include "host/results/Speed.hpp"
@@ -49,6 +52,26 @@ std::string OpeningsTable(const EyeFindings* input, const EyeFindings* output)
     return text;
 }
 
+/// The numbers that the model gave back, as they stand at the end.
+std::string ParametersTable(const std::vector<ParameterTrack>& tracks)
+{
+    constexpr std::size_t kMost = 12;
+    if (tracks.empty()) return "";
+    std::string text = "  The model gives back\n";
+    for (const ParameterTrack& track : std::span(tracks).first(std::min(kMost, tracks.size()))) {
+        text +=
+            fmt::format("    {:<24} {:.6g}", base::Shortened(track.name, 60), track.value.back());
+        if (track.value.size() > 1) {
+            text += fmt::format(" (at first {:.6g}, last changed by bit {})", track.value.front(),
+                                Grouped(track.bit.back()));
+        }
+        text += "\n";
+    }
+    if (tracks.size() > kMost)
+        text += fmt::format("    and {} more in result.json\n", tracks.size() - kMost);
+    return text;
+}
+
 }  // namespace
 
 std::string ToTable(const RunResult& r, const SimulationOptions& options)
@@ -60,6 +83,7 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
     if (r.lock) row("Verdict", Name(*r.lock));
     for (const Number& number : Numbers()) row(number.title, number.Line(r));
     text += OpeningsTable(r.inputEye ? &*r.inputEye : nullptr, r.eye ? &*r.eye : nullptr);
+    text += ParametersTable(r.parameters);
     const Speed speed(r, options.signal.samplesPerBit);
     row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",
                              Grouped(std::llround(speed.bitsASecond)), speed.nanosecondsASample,

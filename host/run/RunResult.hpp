@@ -12,6 +12,7 @@
 #include "host/known/AdaptLog.hpp"
 #include "host/known/EomLog.hpp"
 #include "host/process/Box.hpp"
+#include "host/process/ParameterLog.hpp"
 
 namespace amisim {
 
@@ -43,8 +44,11 @@ struct RunResult
     std::optional<AdaptLog> adaptation;  // absent when the model writes none
     std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
 
-    BoxState box;                             // that the model ran in
-    std::string modelMessage, parametersOut;  // from AMI_Init
+    BoxState box;                               // that the model ran in
+    std::string modelMessage, parametersOut;    // from AMI_Init
+    std::vector<ParameterTrack> parameters;     // numbers that the model gave back over the run
+    std::vector<std::vector<double>> impulses;  // V/s, as AMI_Init gave them back
+    bool impulsesChanged = false;               // by AMI_Init
     double seconds = 0, modelSeconds = 0;
     std::vector<std::string> notes;
     std::vector<std::string> files;  // written into the output folder

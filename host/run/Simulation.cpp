@@ -118,9 +118,12 @@ void Simulation::Drive(BlockListener& listener)
     }
     ModelProcess process(start, settings);
     result_.box = process.Box();
-    const auto init = process.Init();
+    auto init = process.Init();
     result_.modelMessage = init.message;
     result_.parametersOut = init.parametersOut;
+    TakeParameters(init.parametersOut, "AMI_Init");
+    result_.impulsesChanged = init.impulses != signal_.Impulses();
+    result_.impulses = std::move(init.impulses);
 
     listener.Start(signal_.Bits());
     std::int64_t made = 0;
@@ -159,6 +162,12 @@ void Simulation::Take(const ModelProcess::Block& block)
     ++blocks_;
     analyses_->Add(block.input, block.output, block.clocks.times);
     result_.bits += std::ssize(block.output) / options_.signal.samplesPerBit;
+    TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
+}
+
+void Simulation::TakeParameters(const std::string& text, const std::string& call)
+{
+    parameters_.Take(text, text.size() < kLongestText, result_.bits, call);
 }
 
 void Simulation::Evaluate()
@@ -171,6 +180,9 @@ void Simulation::Evaluate()
     result_.clock = std::move(found.clock);
     if (result_.bits > 0) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
+    result_.parameters = parameters_.Tracks();
+    result_.notes.insert(result_.notes.end(), parameters_.Notes().begin(),
+                         parameters_.Notes().end());
     result_.adaptation = ReadAdaptLog(surroundings_.folder / "Adapt.txt");
     if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
     if (!result_.eqLevel) {

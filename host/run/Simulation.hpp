@@ -55,6 +55,7 @@ private:
     void Drive(BlockListener& listener);
     std::int64_t MakeBlock(ModelProcess& process, std::int64_t made);
     void Take(const ModelProcess::Block& block);
+    void TakeParameters(const std::string& text, const std::string& call);
     void Evaluate();
 
     const SimulationOptions& options_;
@@ -63,6 +64,7 @@ private:
     Clock::time_point begin_ = Clock::now();
     SignalChain signal_;
     std::optional<Analyses> analyses_;
+    ParameterLog parameters_;
     RunResult result_;
     std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;
 };

@@ -291,6 +291,43 @@ TEST_F(RunTest, OddBehaviourIsNotedAndTheRunGoesOn)
     EXPECT_LT(fs::file_size("out/model.log"), 1'100'000u);
 }
 
+TEST_F(RunTest, WhatAModelGivesBackIsKeptAgainstTheBitsOfItsBlocks)
+{
+    ASSERT_EQ(RunModel("out taps", "--bits 2600"), 0) << output_;
+    const auto result = Result();
+    const auto& tracks = result["parameters_out"];
+    ASSERT_EQ(tracks.size(), 4U) << tracks;
+    EXPECT_EQ(tracks[0]["name"], "gain");
+    EXPECT_EQ(tracks[0]["bits"], nlohmann::json({0, 256, 512, 768, 1024, 1280}));
+    EXPECT_EQ(tracks[0]["values"], nlohmann::json({0.687, 0.637, 0.587, 0.537, 0.487, 0.36}));
+    EXPECT_EQ(tracks[1]["name"], "dfe.1");
+    EXPECT_EQ(tracks[1]["values"], nlohmann::json({-0.1}));
+    EXPECT_EQ(tracks[3]["name"], "dfe.taps[1]");
+    EXPECT_EQ(tracks[3]["bits"].back(), 2600) << "the last block is a short one";
+    EXPECT_TRUE(Says("gain                     0.36 (at first 0.687, last changed by bit 1,280)"));
+    EXPECT_NE(Read("out/parameters_out.csv").find("\"gain\",1280,0.36\n"), std::string::npos);
+    EXPECT_EQ(result["model"]["impulses"]["samples"], 512 * 64);
+    EXPECT_EQ(result["model"]["impulses"]["changed"], false);
+    ASSERT_EQ(RunModel("halve"), 0) << output_;
+    EXPECT_EQ(Result()["model"]["impulses"]["changed"], true);
+}
+
+TEST_F(RunTest, NothingThatIsGivenBackAsParametersDoesHarm)
+{
+    for (const auto& [mode, note] :
+         {std::pair("pass", ""),
+          {"out nothing", ""},
+          {"out wild", ""},
+          {"out garbage", "AMI_Init gives back are left out: expected one list in parentheses"},
+          {"out long", "AMI_Init gives back are left out: they are longer than 16384"}}) {
+        EXPECT_EQ(RunModel(mode), 0) << output_;
+        const auto messages = Result()["messages"];
+        EXPECT_EQ(messages.size(), *note ? 2U : 1U) << mode << messages;  // and the openings' one
+        EXPECT_TRUE(Says(note)) << output_;
+        EXPECT_EQ(Result()["parameters_out"].size(), 0U);
+    }
+}
+
 TEST_F(RunTest, WhatHasNoClockOrSignalIsNotCalledGood)
 {
     struct Case

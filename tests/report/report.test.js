@@ -134,6 +134,11 @@ try {
   assert.match(await broken.locator(".verdict").innerText(), /AMI_GetWave 3.*512 bits[^]*assertion that failed/);
   assert.ok(await broken.evaluate(() => amisimPlots.length) >= 2);
   assert.deepEqual(broken.faults, []);
+  const adapted = await open(browser, run("adapted", 0, testModel, "--bits", "5000", "--loss", "0", "-p", "Mode=out taps"));
+  assert.deepEqual(await adapted.evaluate(() => amisimPlots.map((plot) => plot.title).slice(-2)), ["gain", "dfe.taps[1]"]);
+  assert.match(await adapted.locator("tr", {hasText: "gain"}).first().innerText(), /0\.687\s+0\.36\s+1,280/);
+  assert.deepEqual(adapted.faults, []);
+
   const empty = await open(browser, run("empty", 5, testModel, "--bits", "5000", "-p", "Mode=init abort"));
   assert.match(await empty.locator(".verdict").innerText(), /AMI_Init/);
   assert.deepEqual(empty.faults, []);

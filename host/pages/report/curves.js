@@ -148,6 +148,27 @@ function clockSection() {
   return section("Clock", ...rows);
 }
 
+/** What the model gave back: a table of the values, and a plot of each that changed. */
+function parametersSection() {
+  const all = result.parameters_out ?? [];
+  if (all.length === 0) return null;
+  const changed = all.filter((p) => p.values.length > 1), shown = changed.slice(0, 12);
+  const figures = shown.map((p) => figure({
+    title: p.name, columns: [[...p.bits, Math.max(result.bits, p.bits.at(-1) + 1)], [...p.values, p.values.at(-1)]],
+    series: [{label: p.name, colour: "one", steps: true, unlisted: true, write: (v) => short(v)}],
+    x: {name: "bit", write: (v) => `bit ${grouped(v)}`, range: [0, Math.max(result.bits, p.bits.at(-1) + 1)]}, y: {name: p.name},
+    shaded: result.ignored_bits > 0 ? [{from: 0, to: result.ignored_bits, label: "not counted"}] : [],
+  }));
+  const rows = [];
+  for (let i = 0; i < figures.length; i += 2)
+    rows.push(element("div", {class: i + 1 < figures.length ? "pair" : ""}, ...figures.slice(i, i + 2)));
+  const columns = [{text: "parameter", number: false}, ...["at first", "at the end", "last changed by bit"].map((text) => ({text, number: true}))];
+  return section("What the model gives back", ...rows,
+    changed.length > shown.length ? element("p", {}, `${changed.length - shown.length} more change; parameters_out.csv has all.`) : null,
+    table("Numbers of AMI_parameters_out", columns,
+      all.map((p) => [element("code", {}, p.name), short(p.values[0]), short(p.values.at(-1)), p.values.length > 1 ? grouped(p.bits.at(-1)) : "–"])));
+}
+
 function adaptationSection() {
   const trace = result.adaptation.trace ?? [];
   if (trace.length === 0) return null;

@@ -177,10 +177,24 @@ void Plant(const char* what)
     std::printf("planted\n");
 }
 
+/// What is given back as parameters: "out KIND".
+char* ParametersOut()
+{
+    static char text[1 << 20];
+    if (Is("out wild")) return reinterpret_cast<char*>(16);
+    if (Is("out garbage")) std::strcpy(text, "no ( list");
+    if (Is("out long")) std::memset(text, '(', sizeof text - 1);
+    if (Is("out taps")) {  // settled with the fifth block
+        std::sprintf(text, "(TestModel (gain %g) (dfe (1 -0.1) (taps 1 %ld)) (Mode \"0.5\"))",
+                     g_calls < 5 ? 0.687 - 0.05 * static_cast<double>(g_calls) : 0.36, g_calls);
+    }
+    return std::strncmp(g_mode, "out ", 4) == 0 ? text : nullptr;
+}
+
 }  // namespace
 
 EXPORT long AMI_Init(double* impulse, long, long, double sampleInterval, double bitTime,
-                     const char* parameters, char**, void** memory, char** message)
+                     const char* parameters, char** out, void** memory, char** message)
 {
     if (const char* mode = std::strstr(parameters, "(Mode \""))
         std::sscanf(mode, "(Mode \"%31[^\"]", g_mode);
@@ -198,14 +212,17 @@ EXPORT long AMI_Init(double* impulse, long, long, double sampleInterval, double 
     if (Is("init overrun")) {
         for (long i = 0; i < 1 << 24; ++i) impulse[i] = 0;
     }
+    if (Is("halve")) impulse[20] /= 2;
+    *out = ParametersOut();
     if (Is("reach")) Reach();
     if (Is("meddle") || Is("meddle hang")) MeddleWithTheProcess();
     return Is("init 0") ? 0 : 1;
 }
 
-EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, void*)
+EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char** out, void*)
 {
     ++g_calls;
+    *out = ParametersOut();
     if (g_calls == 3) {
         Fault(Is("meddle hang") ? "hang" : g_mode);
         if (Is("wave 0")) return 0;
