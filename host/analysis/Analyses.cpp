@@ -156,6 +156,7 @@ void Analyses::Release()
         MakeIdealEdges(end_);
         idealNext_ = first;
     }
+    output_.Use(Sampler(sampler_, ideal_));
     input_.Expect(AmplitudeOf(heldInput_));
     output_.Expect(AmplitudeOf(heldOutput_));
     shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to,
@@ -201,8 +202,9 @@ Analyses::Findings Analyses::Find()
     const std::int64_t missing = bits - output_.UnitIntervals();
     if (missing > kEndBits) found.clock.missing = missing;
     if (const auto& compared = DecisionsOf(output_).symbols) {
-        found.comparison = {compared->Compared(),     compared->Errors(), compared->Unaligned(),
-                            compared->Realignments(), compared->Delay(),  compared->Inverted()};
+        found.comparison = {compared->Compared(),  ErrorsOf(DecisionsOf(output_)),
+                            compared->Unaligned(), compared->Realignments(),
+                            compared->Delay(),     compared->Inverted()};
     }
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);

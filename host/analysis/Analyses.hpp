@@ -41,6 +41,9 @@ public:
 
     explicit Analyses(const Settings& settings);
 
+    /// What stands between the output and its decisions; to be called before anything is added.
+    void Use(const SamplerSettings& sampler) { sampler_ = sampler; }
+
     /// Takes a block of samples, and the clock times that came with it, s.
     void Add(std::span<const double> input, std::span<const double> output,
              std::span<const double> clockTimes);
@@ -65,6 +68,7 @@ private:
     void Remark(Findings& found) const;
 
     Settings settings_;
+    SamplerSettings sampler_;
     double ignoreSamples_;
     ClockFrame frame_;
     ClockLook look_;

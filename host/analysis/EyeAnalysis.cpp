@@ -66,6 +66,12 @@ EyeAnalysis::EyeAnalysis(const Settings& settings)
 {
 }
 
+void EyeAnalysis::Use(const Sampler& sampler)
+{
+    sampler_ = sampler;
+    draws_.after = sampler_.Next();
+}
+
 void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::Edge> edges)
 {
     double greatest = GreatestOf(wave);
@@ -78,10 +84,11 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     if (end > ignored) {
         // No column gets more than all points of the trace, or one for each unit interval.
         const std::size_t most = wave_.size() * StepsPerSample() + edges_.size() + edges.size();
+        const double furthest = greatest + sampler_.MostVolts();
         for (VoltageHistogram* histogram : {&density_, &atSampling_.levels, &later_.levels})
-            histogram->Fit(greatest, most);
+            histogram->Fit(furthest, most);
         for (auto* histograms : {&decided_, &atSampling_.wrong, &later_.wrong}) {
-            for (VoltageHistogram& histogram : *histograms) histogram.Fit(greatest, most);
+            for (VoltageHistogram& histogram : *histograms) histogram.Fit(furthest, most);
         }
         const auto counted =
             static_cast<std::size_t>(std::min(end - ignored, static_cast<double>(wave.size())));
@@ -91,7 +98,7 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     // A unit interval is complete when the sample after the later instant of decision, which may
     // lie in the next one, is there too.
     edges_.insert(edges_.end(), edges.begin(), edges.end());
-    const double known = end - 2;
+    const double known = end - 2 - FurthestMoved();
     std::size_t used = 0;
     for (; used + 1 < edges_.size(); ++used) {
         const double begin = edges_[used].time, next = edges_[used + 1].time;
@@ -101,9 +108,10 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     edges_.erase(edges_.begin(), edges_.begin() + static_cast<std::ptrdiff_t>(used));
 
     const auto keptFrom = static_cast<std::int64_t>(end) - kKeptBits * settings_.samplesPerBit;
-    const auto neededFrom = edges_.empty()
-                                ? static_cast<std::int64_t>(end) - 2 * settings_.samplesPerBit
-                                : static_cast<std::int64_t>(std::floor(edges_.front().time)) - 1;
+    const auto neededFrom =
+        edges_.empty()
+            ? static_cast<std::int64_t>(end) - 2 * settings_.samplesPerBit
+            : static_cast<std::int64_t>(std::floor(edges_.front().time - FurthestMoved())) - 1;
     const std::int64_t from = std::max({waveStart_, neededFrom, keptFrom});
     wave_.erase(wave_.begin(), wave_.begin() + static_cast<std::ptrdiff_t>(std::min<std::int64_t>(
                                                    from - waveStart_, std::ssize(wave_))));
@@ -181,13 +189,27 @@ double EyeAnalysis::ValueAt(double time) const
 void EyeAnalysis::TakeWindow(Decisions& at)
 {
     for (const auto& [place, sent] : at.symbols->Wrong()) at.wrong[sent].Count(0, at.window[place]);
+    if (sampler_.Sensitivity() > 0 && at.symbols->Compared() > at.compared) {
+        at.unsure += std::ranges::count_if(at.window, [this](double v) { return IsUnsure(v); });
+        for (const auto& [place, sent] : at.symbols->Wrong())
+            at.unsure -= IsUnsure(at.window[place]);
+    }
+    at.compared = at.symbols->Compared();
     at.window.clear();
+}
+
+bool EyeAnalysis::IsUnsure(double value) const
+{
+    const auto near = [&](double threshold) {
+        return std::abs(value - threshold) < sampler_.Sensitivity();
+    };
+    return std::ranges::any_of(settings_.modulation.thresholds, near);
 }
 
 double EyeAnalysis::Decide(Decisions& at, double begin)
 {
     const double time = begin + at.offset * settings_.samplesPerBit;
-    const double value = ValueAt(time);
+    const double value = ValueAt(time) + draws_.now.volts;
     at.levels.Count(0, value);
     if (at.symbols) {
         const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
@@ -211,7 +233,7 @@ void EyeAnalysis::CountLevels(double begin, double end, Symbol symbol)
         const auto i = static_cast<int>(place);
         columns_[static_cast<std::size_t>(column)] = column;
         voltages_[static_cast<std::size_t>(column)] =
-            wave[i] + (wave[i + 1] - wave[i]) * (place - i);
+            wave[i] + (wave[i + 1] - wave[i]) * (place - i) + draws_.now.volts;
     }
     histogram.Count(columns_, voltages_);
 }
@@ -222,12 +244,14 @@ void EyeAnalysis::CountDensity(std::span<const double> wave, double first, doubl
     const int steps = static_cast<int>(StepsPerSample());
     const double perStep = perSample / steps;
     // Phases lie in the middle of columns, so that a clock on the sample grid fills them evenly.
-    const double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
+    double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
+    if (column < 0) column += static_cast<double>(kColumns);
     constexpr int kMask = static_cast<int>(kColumns) - 1;
     const int samples = static_cast<int>(wave.size()) - 1;
     columns_.resize(wave.size() - 1);
     voltages_.resize(wave.size() - 1);
     const double* const trace = wave.data();
+    const double noise = draws_.now.volts;
     std::int32_t* const columns = columns_.data();
     double* const voltages = voltages_.data();
     for (int step = 0; step < steps; ++step) {
@@ -235,7 +259,7 @@ void EyeAnalysis::CountDensity(std::span<const double> wave, double first, doubl
         const double part = static_cast<double>(step) / steps;
         for (int i = 0; i < samples; ++i) {
             columns[i] = static_cast<int>(from + perSample * i) & kMask;
-            voltages[i] = trace[i] + (trace[i + 1] - trace[i]) * part;
+            voltages[i] = trace[i] + (trace[i + 1] - trace[i]) * part + noise;
         }
         density_.Count(columns_, voltages_);
     }
@@ -244,11 +268,14 @@ void EyeAnalysis::CountDensity(std::span<const double> wave, double first, doubl
 void EyeAnalysis::AddInterval(double begin, double end)
 {
     if (begin < static_cast<double>(settings_.ignoreSamples)) return;
-    if (begin < static_cast<double>(waveStart_)) return;  // its samples are gone already
+    if (begin - FurthestMoved() < static_cast<double>(waveStart_))
+        return;  // its samples are gone already
     ++intervals_;
-    const double value = Decide(atSampling_, begin);
-    Decide(later_, begin);
-    CountLevels(begin, end, settings_.modulation.Decide(value));
+    draws_ = {draws_.now, draws_.after, sampler_.Next()};
+    const double late = draws_.now.late * settings_.samplesPerBit;
+    const double value = Decide(atSampling_, begin + late);
+    Decide(later_, begin + late);
+    CountLevels(begin + late, end + late, settings_.modulation.Decide(value));
 
     // A clock edge that falls on a sample, but for rounding, takes that sample with it.
     constexpr double kOnSample = 1e-6;
@@ -256,9 +283,10 @@ void EyeAnalysis::AddInterval(double begin, double end)
     const auto wave = std::span<const double>(wave_).subspan(
         static_cast<std::size_t>(first - static_cast<double>(waveStart_)),
         static_cast<std::size_t>(last - first) + 1);
-    CountDensity(wave, first, begin, end);
+    CountDensity(wave, first, begin + late, end + late);
     const bool joined = begin == joinedAt_;
-    for (ThresholdCrossings& crossings : crossings_) crossings.Add(wave, first, begin, end, joined);
+    for (ThresholdCrossings& crossings : crossings_)
+        crossings.Add(wave, first, begin, end, joined, draws_);
     boundaries_ += joined;
     joinedAt_ = end;
 }

@@ -9,6 +9,7 @@
 
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Sampler.hpp"
 #include "host/analysis/SymbolComparer.hpp"
 #include "host/analysis/ThresholdCrossings.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
@@ -31,6 +32,10 @@ public:
     };
 
     explicit EyeAnalysis(const Settings& settings);
+
+    /// Has what stands between this waveform and its decisions take part; to be called before the
+    /// first unit interval that counts.
+    void Use(const Sampler& sampler);
 
     /// Takes the next samples of the waveform and the clock edges up to their end (a model's clock
     /// list for the same block). Samples after the last edge are kept until the next one is known.
@@ -71,6 +76,8 @@ public:
         std::optional<SymbolComparer> symbols;
         std::vector<VoltageHistogram> wrong;  // the levels decided wrongly, by the symbol sent
         std::vector<double> window;           // levels of the symbols that the comparer still holds
+        std::int64_t unsure = 0;    // decided rightly, but nearer to a threshold than is needed
+        std::int64_t compared = 0;  // when the last window was taken
     };
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
@@ -83,6 +90,8 @@ public:
     /// True when the signal has no more levels than the modulation and switches where data are
     /// sampled, like a slicer's decisions.
     bool IsSliced() const;
+
+    double Sensitivity() const { return sampler_.Sensitivity(); }
 
     std::int64_t UnitIntervals() const { return intervals_; }  // counted
     std::int64_t NotFinite() const { return notFinite_; }      // samples taken as 0 V
@@ -97,8 +106,11 @@ private:
     double ValueAt(double time) const;  // of the waveform, straight between samples
     double Decide(Decisions& at, double begin);
     void TakeWindow(Decisions& at);
+    bool IsUnsure(double value) const;
     void CountLevels(double begin, double end, Symbol symbol);
     void CountDensity(std::span<const double> wave, double first, double begin, double end);
+
+    double FurthestMoved() const { return sampler_.Furthest() * settings_.samplesPerBit; }
 
     /// Points of the density's trace from a sample to the next.
     std::size_t StepsPerSample() const
@@ -115,6 +127,8 @@ private:
     std::vector<VoltageHistogram> decided_;
     Decisions atSampling_, later_;
     std::vector<ThresholdCrossings> crossings_;
+    Sampler sampler_;
+    ThresholdCrossings::Draws draws_;    // of the unit interval being counted
     std::vector<std::int32_t> columns_;  // of what is being counted, and its voltages
     std::vector<double> voltages_;
     std::int64_t boundaries_ = 0;

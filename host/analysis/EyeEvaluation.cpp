@@ -85,8 +85,10 @@ Sides TimeSides(const ThresholdCrossings& crossings, double trials)
 }
 
 /// Of two neighbouring levels: @param below, above  counts in row r (the lowest first)
+/// @param needed  V from the threshold, by which both levels are as good as nearer to each other
 template <typename Below, typename Above>
-Sides VoltageSides(const VoltageHistogram& scale, double trials, Below below, Above above)
+Sides VoltageSides(const VoltageHistogram& scale, double trials, double needed, Below below,
+                   Above above)
 {
     const std::size_t rows = scale.Rows();
     std::vector<std::uint64_t> low(rows), high(rows);
@@ -94,14 +96,14 @@ Sides VoltageSides(const VoltageHistogram& scale, double trials, Below below, Ab
         high[r] = above(r);
         low[rows - 1 - r] = below(r);
     }
-    return {Side(Tail(low, scale.Range(), -scale.BinHeight(), trials)),
-            Side(Tail(high, -scale.Range(), scale.BinHeight(), trials))};
+    return {Side(Tail(low, scale.Range() + needed, -scale.BinHeight(), trials)),
+            Side(Tail(high, -scale.Range() - needed, scale.BinHeight(), trials))};
 }
 
 /// At the sampling instant, by what was sent as far as it is known: a wrong decision belongs to
 /// the level of the symbol that was sent.
 Sides LevelSides(const EyeAnalysis::Decisions& at, const Modulation& modulation, std::size_t which,
-                 double trials)
+                 double trials, double needed)
 {
     const auto sent = [&](std::size_t row, std::size_t symbol) {
         std::uint64_t count = at.wrong[symbol].At(0, row);
@@ -112,7 +114,7 @@ Sides LevelSides(const EyeAnalysis::Decisions& at, const Modulation& modulation,
         return count;
     };
     return VoltageSides(
-        at.levels, trials, [&](std::size_t r) { return sent(r, which); },
+        at.levels, trials, needed, [&](std::size_t r) { return sent(r, which); },
         [&](std::size_t r) { return sent(r, which + 1); });
 }
 
@@ -234,7 +236,7 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     if (boundaries > 0)
         found.transitionDensity = static_cast<double>(crossings.Transitions()) / boundaries;
     found.wild = eye.Wild();
-    const Sides levels = LevelSides(decisions, eye.Alphabet(), which, trials);
+    const Sides levels = LevelSides(decisions, eye.Alphabet(), which, trials, eye.Sensitivity());
     found.vertical = CountedOpening(levels, kEyeProbability * trials);
     const Sides time = TimeSides(crossings, boundaries);
     const double allowed = kEyeProbability * boundaries;
@@ -256,7 +258,7 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
 
     // Where more decisions than that were wrong, the eye is closed, however its picture looks.
     const auto& symbols = eye.AtSampling().symbols;
-    const double errors = symbols ? static_cast<double>(symbols->Errors()) : 0;
+    const double errors = symbols ? static_cast<double>(ErrorsOf(eye.AtSampling())) : 0;
     const auto closed = [&](double ber) {
         return errors >= Tail::kFewest && errors > ber * static_cast<double>(symbols->Compared());
     };
@@ -264,7 +266,7 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     const VoltageHistogram &below = eye.Decided()[which], &above = eye.Decided()[which + 1];
     for (std::size_t c = 0; c < EyeAnalysis::kLevelColumns; ++c) {
         columns.push_back(VoltageSides(
-            below, trials, [&](std::size_t r) { return below.At(c, r); },
+            below, trials, eye.Sensitivity(), [&](std::size_t r) { return below.At(c, r); },
             [&](std::size_t r) { return above.At(c, r); }));
     }
     for (const double ber : bers) {

@@ -22,4 +22,10 @@ inline const EyeAnalysis::Decisions& DecisionsOf(const EyeAnalysis& eye)
     return eye.IsSliced() ? eye.AtLater() : eye.AtSampling();
 }
 
+/// Wrong decisions and, where the receiver needs more than a threshold, those that lacked that.
+inline std::int64_t ErrorsOf(const EyeAnalysis::Decisions& decisions)
+{
+    return decisions.symbols->Errors() + decisions.unsure;
+}
+
 }  // namespace amisim

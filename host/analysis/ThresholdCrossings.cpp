@@ -5,30 +5,47 @@
 
 namespace amisim {
 
-void ThresholdCrossings::Add(std::span<const double> wave, double first, double begin, double end,
-                             bool joined)
+ThresholdCrossings::Halves ThresholdCrossings::Scan(std::span<const double> wave, double first,
+                                                    double begin, double end, double threshold)
 {
-    Crossings firstHalf, secondHalf;
+    Halves found;
     for (std::size_t i = 0; i + 1 < wave.size(); ++i) {
-        if ((wave[i] > threshold_) == (wave[i + 1] > threshold_)) continue;
+        if ((wave[i] > threshold) == (wave[i + 1] > threshold)) continue;
         const double time = first + static_cast<double>(i) - begin +
-                            (wave[i] - threshold_) / (wave[i] - wave[i + 1]);
+                            (wave[i] - threshold) / (wave[i] - wave[i + 1]);
         const double phase = time / (end - begin);
         if (phase < 0.5) {
-            firstHalf.Add(phase);
+            found.first.Add(phase);
         } else {
-            secondHalf.Add(phase - 1);
+            found.second.Add(phase - 1);
         }
     }
-    if (joined && (before_.any || firstHalf.any)) {
+    return found;
+}
+
+void ThresholdCrossings::Add(std::span<const double> wave, double first, double begin, double end,
+                             bool joined, const Draws& draws)
+{
+    // Each sampling instant has its own noise: a transition between two is seen by both.
+    const auto scan = [&](const Sampler::Draw& draw) {
+        return Scan(wave, first, begin, end, threshold_ - draw.volts);
+    };
+    const auto& [before, now, after] = draws;
+    const Halves own = scan(now);
+    const Crossings ahead = before.volts == now.volts ? own.first : scan(before).first;
+    const Crossings behind = after.volts == now.volts ? own.second : scan(after).second;
+    if (joined) {
         const auto bin = [](double phase) {
             const double place = (phase + 0.5) * static_cast<double>(kBins);
             return static_cast<std::size_t>(std::clamp(place, 0.0, static_cast<double>(kBins - 1)));
         };
-        ++firstAfter_[bin(before_.any ? before_.first : firstHalf.first)];
-        ++lastBefore_[bin(firstHalf.any ? firstHalf.last : before_.last)];
+        if (before_.any || ahead.any)
+            ++firstAfter_[bin((before_.any ? before_.first : ahead.first) - before.late)];
+        if (own.first.any || beforeNext_.any)
+            ++lastBefore_[bin((own.first.any ? own.first.last : beforeNext_.last) - now.late)];
     }
-    before_ = secondHalf;
+    before_ = own.second;
+    beforeNext_ = behind;
 }
 
 std::uint64_t ThresholdCrossings::Transitions() const

@@ -5,6 +5,8 @@
 #include <span>
 #include <vector>
 
+#include "host/analysis/Sampler.hpp"
+
 namespace amisim {
 
 /// Counts the transitions of a waveform through a decision threshold against their distance from
@@ -22,11 +24,18 @@ public:
     {
     }
 
+    /// What the sampler does to the unit interval before, to this one and to the next.
+    struct Draws
+    {
+        Sampler::Draw before, now, after;
+    };
+
     /// Takes a unit interval (begin, end: times in samples).
     /// @param wave    its samples, and the first one after it
     /// @param first   number of the first of them
     /// @param joined  whether the unit interval before was taken last
-    void Add(std::span<const double> wave, double first, double begin, double end, bool joined);
+    void Add(std::span<const double> wave, double first, double begin, double end, bool joined,
+             const Draws& draws = {});
 
     const std::vector<std::uint64_t>& LastBefore() const { return lastBefore_; }
     const std::vector<std::uint64_t>& FirstAfter() const { return firstAfter_; }
@@ -47,9 +56,17 @@ private:
         }
     };
 
+    struct Halves
+    {
+        Crossings first, second;
+    };
+    static Halves Scan(std::span<const double> wave, double first, double begin, double end,
+                       double threshold);
+
     double threshold_;
     std::vector<std::uint64_t> lastBefore_, firstAfter_;
-    Crossings before_;  // in the second half of the unit interval before
+    // In the second half of the unit interval before, with its own noise and with that of the next.
+    Crossings before_, beforeNext_;
 };
 
 }  // namespace amisim

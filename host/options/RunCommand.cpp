@@ -134,6 +134,14 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
 
     AddSignalOptions(*run, o.signal);
 
+    run->add_option("--sampler-noise", o.samplerNoise,
+                    "Gaussian noise at the sampler behind the model's output, V rms: independent "
+                    "from bit to bit, it meets decisions and output eye, not the model")
+        ->check(CLI::Range(0.0, 1e3).description(""))
+        ->capture_default_str()
+        ->type_name("V")
+        ->group("Decisions");
+
     using Kind = WaveWriter::Kind;
     run->add_option("--save-wave", o.saveWave, "Save the output waveform: npy or csv [none]")
         ->transform(CLI::CheckedTransformer(std::map<std::string, Kind>{{"npy", Kind::kNpy},

@@ -50,8 +50,18 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
 
 ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
 {
+    if (IsTransmitters(ami)) {
+        throw Error(ExitCode::kModelLoad,
+                    fmt::format("{}: is a transmitter's model, by the reserved parameters that it "
+                                "has; expected a receiver's",
+                                ami.path.string()));
+    }
+    RequireNrz(ami, overrides);
     ModelSource source;
     source.parameters = ibis::ParameterString(ami, overrides);
+    Declarations declarations = ReadDeclarations(ami, overrides);
+    source.declared = std::move(declarations.numbers);
+    source.notes = std::move(declarations.notes);
     if (const auto exists = ami.Reserved("GetWave_Exists"); exists && *exists != "True") {
         throw Error(
             ExitCode::kModelLoad,
@@ -111,7 +121,7 @@ ModelSource ResolveModelSource(const std::filesystem::path& model, const std::st
         source.parameters = UncheckedString(resolved.rootName, pairs);
         source.settings = pairs;
     }
-    source.notes = resolved.notes;
+    source.notes.insert(source.notes.begin(), resolved.notes.begin(), resolved.notes.end());
     source.name = resolved.rootName;
     source.library = std::filesystem::absolute(resolved.library);
     source.files = {model, source.library};

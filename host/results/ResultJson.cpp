@@ -105,6 +105,22 @@ Json AdaptationJson(const AdaptLog& log)
     return json;
 }
 
+Json SamplerJson(const SamplerSettings& sampler)
+{
+    const auto jitter = [](const SamplerSettings::Jitter& j) {
+        return Json{{"mean_ui", j.mean},
+                    {"random_ui_rms", j.random},
+                    {"uniform_ui_peak", j.uniform},
+                    {"sine_ui_peak", j.sine},
+                    {"alternating_ui_peak", j.alternating}};
+    };
+    return {{"clock", jitter(sampler.clock)},
+            {"clock_recovery", jitter(sampler.recovered)},
+            {"gaussian_noise_v_rms", sampler.gaussianNoise},
+            {"uniform_noise_v_peak", sampler.uniformNoise},
+            {"sensitivity_v", sampler.sensitivity}};
+}
+
 Json ParametersJson(const std::vector<ParameterTrack>& tracks)
 {
     Json list = Json::array();
@@ -165,6 +181,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                                      {"aggressors", r.impulses.size() - 1},
                                      {"changed", r.impulsesChanged}};
     }
+    json["sampler"] = SamplerJson(r.sampler);
     json["parameters_out"] = ParametersJson(r.parameters);
     json["signal"] = SignalJson(options.signal);
     if (const auto& grade = r.channelGrade) {

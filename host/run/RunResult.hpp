@@ -7,6 +7,7 @@
 
 #include "base/Error.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Sampler.hpp"
 #include "host/analysis/Verdict.hpp"
 #include "host/channel/ChannelGrade.hpp"
 #include "host/known/AdaptLog.hpp"
@@ -46,6 +47,7 @@ struct RunResult
 
     BoxState box;                               // that the model ran in
     std::string modelMessage, parametersOut;    // from AMI_Init
+    SamplerSettings sampler;                    // what stood between output and decisions
     std::vector<ParameterTrack> parameters;     // numbers that the model gave back over the run
     std::vector<std::vector<double>> impulses;  // V/s, as AMI_Init gave them back
     bool impulsesChanged = false;               // by AMI_Init

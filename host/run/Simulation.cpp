@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "host/known/AdaptLog.hpp"
 #include "host/known/EomLog.hpp"
+#include "host/run/Receiver.hpp"
 
 namespace amisim {
 namespace {
@@ -122,6 +124,7 @@ void Simulation::Drive(BlockListener& listener)
     result_.modelMessage = init.message;
     result_.parametersOut = init.parametersOut;
     TakeParameters(init.parametersOut, "AMI_Init");
+    UseSampler();
     result_.impulsesChanged = init.impulses != signal_.Impulses();
     result_.impulses = std::move(init.impulses);
 
@@ -137,6 +140,16 @@ void Simulation::Drive(BlockListener& listener)
         result_.modelSeconds = process.ModelSeconds();
     }
     process.Close();
+}
+
+void Simulation::UseSampler()
+{
+    SamplerSettings sampler =
+        SamplerOf(model_.declared, parameters_.Tracks(), options_.signal.BitTime(), result_.notes);
+    sampler.gaussianNoise = std::hypot(sampler.gaussianNoise, options_.samplerNoise);
+    sampler.seed = options_.signal.seed;
+    analyses_->Use(sampler);
+    result_.sampler = sampler;
 }
 
 /// Makes and submits the next block; returns its bits.

@@ -55,6 +55,7 @@ private:
     void Drive(BlockListener& listener);
     std::int64_t MakeBlock(ModelProcess& process, std::int64_t made);
     void Take(const ModelProcess::Block& block);
+    void UseSampler();
     void TakeParameters(const std::string& text, const std::string& call);
     void Evaluate();
 

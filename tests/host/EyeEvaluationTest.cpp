@@ -28,6 +28,7 @@ struct Bench
     int delay = 0;                                                // samples
     double late = 0;                                              // of the clock edges, samples
     bool clocks = true;
+    SamplerSettings sampler;
     std::vector<double> bers = {1e-3, 1e-6, 1e-12};
 
     Analyses::Findings Run() const
@@ -62,6 +63,7 @@ struct Bench
         settings.bers = bers;
         settings.folder = testing::TempDir();
         Analyses analyses(settings);
+        analyses.Use(sampler);
         int edges = 0;
         constexpr std::size_t kBlock = 64 * kSamples;
         for (std::size_t at = 0; at < input.size(); at += kBlock) {
@@ -107,6 +109,92 @@ TEST(EyeEvaluation, GaussianNoiseAloneGivesTheErrorRatiosOfErfc)
         // What is closed by its errors has no opening, however its picture looks.
         EXPECT_EQ(found.eye->openings[0].height == 0, Q(distance) >= 1e-3);
     }
+}
+
+TEST(Sampler, ItsNoiseAndSensitivityGiveTheErrorsOfTheirDistributions)
+{
+    struct Case
+    {
+        double gaussian, uniform, sensitivity, ratio;
+        bool height;  // of 2 (amplitude - all that is bounded)
+    };
+    for (const Case& c : {
+             Case{kAmplitude / 2.5, 0, 0, Q(2.5), false},
+             {0, 0.5, 0, 0.1, false},
+             {0.1, 0, 0.15, Q(2.5), false},
+             {0, 0.1, 0, 0, true},
+             {0, 0, 0.3, 0, true},
+             {0, 0.1, 0.2, 0, true},
+         }) {
+        SCOPED_TRACE(testing::Message() << c.gaussian << " " << c.uniform << " " << c.sensitivity);
+        Bench bench;
+        bench.bits = 100000;
+        bench.sampler.gaussianNoise = c.gaussian;
+        bench.sampler.uniformNoise = c.uniform;
+        bench.sampler.sensitivity = c.sensitivity;
+        const auto found = bench.Run();
+        const double expected = c.ratio * static_cast<double>(found.comparison->compared);
+        EXPECT_NEAR(static_cast<double>(found.comparison->errors), expected,
+                    4 * std::sqrt(expected));
+        const double open = 2 * (kAmplitude - c.uniform - c.sensitivity);
+        if (c.height) {
+            EXPECT_NEAR(found.eye->vertical.Height(), open, 2e-3);
+        }
+        EXPECT_EQ(found.eye->openings[0].height > 0, c.height);
+        EXPECT_NEAR(found.inputEye->vertical.Height(), 2 * kAmplitude, 1e-3);
+    }
+}
+
+TEST(Sampler, ItsJitterNarrowsTheEyeByItsDistribution)
+{
+    using Jitter = SamplerSettings::Jitter;
+    struct Case
+    {
+        const char* what;
+        Jitter clock, recovered;
+        bool clocks;
+        double left, right;
+        double noise = 0;  // V rms
+    };
+    const double slope = 2 * kAmplitude * kSamples / Bench().edge;  // V in a unit interval
+    const double rare = InverseQ(2e-3);  // of a transition in every second unit interval, one side
+    for (const Case& c : {
+             Case{"random", {.random = 0.02}, {}, true, 0.5 - 0.02 * rare, 0.5 - 0.02 * rare},
+             {"uniform", {.uniform = 0.1}, {}, true, 0.4, 0.4},
+             {"sine", {.sine = 0.1}, {}, true, 0.4, 0.4},
+             {"alternating", {.alternating = 0.05}, {}, true, 0.45, 0.45},
+             {"late", {.mean = 0.1}, {}, true, 0.6, 0.4},
+             {"recovered, with clocks", {}, {.mean = 0.1}, true, 0.5, 0.5},
+             {"recovered", {}, {.mean = 0.1}, false, 0.6, 0.4},
+             {"both", {.uniform = 0.05}, {.alternating = 0.05}, false, 0.4, 0.4},
+             {"noise on a slope",
+              {},
+              {},
+              true,
+              0.5 - 0.1 * rare / slope,
+              0.5 - 0.1 * rare / slope,
+              0.1},
+         }) {
+        SCOPED_TRACE(c.what);
+        Bench bench;
+        bench.bits = 50000;
+        bench.clocks = c.clocks;
+        bench.sampler.clock = c.clock;
+        bench.sampler.recovered = c.recovered;
+        bench.sampler.gaussianNoise = c.noise;
+        const auto found = bench.Run();
+        EXPECT_NEAR(found.eye->left, c.left, 3e-3);
+        EXPECT_NEAR(found.eye->right, c.right, 3e-3);
+        EXPECT_LT(found.comparison->errors, 10);
+        EXPECT_NEAR(found.inputEye->Width(), 1, 3e-3);
+    }
+    // On a ramp time becomes voltage: of a unit interval's length each, they peak at its middle.
+    Bench ramps;
+    ramps.edge = kSamples;
+    ramps.sampler.clock.uniform = 0.25;
+    const double height = ramps.Run().eye->vertical.Height();
+    EXPECT_GE(height, kAmplitude - 1e-3);
+    EXPECT_LT(height, kAmplitude + 0.02);
 }
 
 TEST(EyeEvaluation, ExtrapolatesAKnownNoiseToRatiosThatWereNotCounted)

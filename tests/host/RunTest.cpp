@@ -328,6 +328,53 @@ TEST_F(RunTest, NothingThatIsGivenBackAsParametersDoesHarm)
     }
 }
 
+TEST_F(RunTest, WhatTheAmiDeclaresIsAppliedOrNotedOrRefused)
+{
+    struct Case
+    {
+        const char *name, *usage, *type, *value;
+        int code;
+        const char* says;
+    };
+    const char* const applied = "applied to the decisions, as the model's .ami has it: ";
+    for (const Case& c : {
+             Case{"Rx_Rj", "Info", "UI", "0.01", 0, "has it: Rx_Rj 0.01 UI"},
+             {"Rx_Dj", "Info", "Float", "2e-12", 0, "has it: Rx_Dj 2e-12 s"},
+             {"Rx_Noise", "In", "Float", "0.003", 0, "has it: Rx_Noise 0.003 V"},
+             {"Rx_Noise", "Info", "Float", "0", 0, ""},
+             {"Rx_Receiver_Sensitivity", "Info", "Float", "0.1", 0, applied},
+             {"Rx_Clock_Recovery_Rj", "Info", "UI", "0.01", 0, "returns no clock times, as"},
+             {"Rx_Sj", "Out", "UI", "0", 0, "Rx_Sj is not applied: AMI_Init is to give"},
+             {"Rx_Sj", "Dep", "UI", "0", 0, "Rx_Sj is not applied: its value would come from"},
+             {"Rx_Use_Clock_Input", "Info", "String", "Times", 0, "Rx_Use_Clock_Input is not"},
+             {"Rx_Use_Clock_Input", "Info", "String", "None", 0, ""},
+             {"PAM4_UpperThreshold", "Info", "Float", "0.1", 0, "is not honoured: the signal is"},
+             {"Modulation", "Info", "String", "PAM4", 4, "m.ami:8: the model's Modulation is PAM4"},
+             {"Modulation", "In", "String", "NRZ", 0, ""},
+             {"Modulation_Levels", "Info", "Integer", "3", 4, "Levels is 3, and the signal is NRZ"},
+             {"Tx_Rj", "Info", "UI", "0.01", 4, "m.ami: is a transmitter's model"},
+         }) {
+        fs::copy(TEST_MODEL, "m.so", fs::copy_options::overwrite_existing);
+        const bool text = std::string(c.type) == "String";
+        Save("m.ami",
+             fmt::format(
+                 "(m (Description \"\")\n(Reserved_Parameters\n"
+                 "(AMI_Version (Usage Info) (Type String) (Value \"7.0\") (Description \"\"))\n"
+                 "(Init_Returns_Impulse (Usage Info) (Type Boolean) (Value False)"
+                 "\n (Description \"\"))\n"
+                 "(GetWave_Exists (Usage Info) (Type Boolean) (Value True)"
+                 "\n (Description \"\"))\n"
+                 "({} (Usage {}) (Type {}) (Value {}) (Description \"\"))))\n",
+                 c.name, c.usage, c.type, text ? fmt::format("\"{}\"", c.value) : c.value));
+        EXPECT_EQ(Shell(AMISIM_PROGRAM " run m.ami --bits 300 --loss 0"), c.code) << output_;
+        EXPECT_TRUE(Says(c.says)) << c.name << "\n" << output_;
+        EXPECT_EQ(Says("applied") || Says("honoured"), c.code == 0 && *c.says) << output_;
+    }
+    EXPECT_EQ(RunModel("pass", "--sampler-noise 0.1"), 0) << output_;
+    EXPECT_EQ(Result()["sampler"]["gaussian_noise_v_rms"], 0.1);
+    EXPECT_LT(Result()["eye"]["height_v"], 0.8 - 2 * 2.5 * 0.1);
+}
+
 TEST_F(RunTest, WhatHasNoClockOrSignalIsNotCalledGood)
 {
     struct Case

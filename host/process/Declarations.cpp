@@ -1,0 +1,137 @@
+#include "host/process/Declarations.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "base/Error.hpp"
+#include "ibis/ami/AmiValue.hpp"
+#include "ibis/ami/Reserved.hpp"
+
+namespace amisim {
+namespace {
+
+/// Those that are applied to decisions.
+constexpr std::string_view kApplied[] = {"Rx_Rj",
+                                         "Rx_Dj",
+                                         "Rx_Sj",
+                                         "Rx_DCD",
+                                         "Rx_Clock_Recovery_Mean",
+                                         "Rx_Clock_Recovery_Rj",
+                                         "Rx_Clock_Recovery_Dj",
+                                         "Rx_Clock_Recovery_Sj",
+                                         "Rx_Clock_Recovery_DCD",
+                                         "Rx_Receiver_Sensitivity",
+                                         "Rx_Noise",
+                                         "Rx_GaussianNoise",
+                                         "Rx_UniformNoise"};
+
+/// Those that are not honoured, unless they have this value, and what becomes of it.
+struct Ignored
+{
+    std::string_view name;     // or how it begins, with a * behind
+    std::string_view unless;   // this value means nothing
+    std::string_view instead;  // what the host does
+};
+constexpr Ignored kIgnored[] = {
+    {"Rx_Clock_PDF", "", "the clock's jitter is that of the clock times"},
+    {"Rx_Decision_Time", "0", "data are sampled half a unit interval after each clock time"},
+    {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
+    {"DC_Offset", "0", "the signal is differential, around 0 V"},
+    {"PAM*", "", "the signal is NRZ, decided at 0 V"},
+    {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
+    {"Ts4file*", "", "the model's own network is not part of the channel"},
+    {"Tx_V", "", "the swing is that of --amplitude"},
+    {"Tx_R", "", "the channel is taken between its reference impedances"},
+    {"Rx_R", "", "the channel is taken between its reference impedances"},
+    {"Resolve_Exists", "False",
+     "AMI_Resolve is not called, and Dep parameters keep what they state"},
+    {"Repeater_Type", "", "the model is the end of the link"},
+    {"BCI_*", "", "no link training takes place"},
+    {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},
+};
+
+bool Fits(std::string_view pattern, std::string_view name)
+{
+    if (pattern.ends_with('*')) return name.starts_with(pattern.substr(0, pattern.size() - 1));
+    return name == pattern;
+}
+
+/// As it is sent or stated.
+std::string ValueOf(const ibis::AmiFile& file, const ibis::AmiParameter& parameter,
+                    const ibis::Overrides& overrides)
+{
+    for (auto given = overrides.rbegin(); given != overrides.rend(); ++given) {
+        if (file.Find(given->first) == &parameter)
+            return ibis::CheckedValue(file, parameter, given->second);
+    }
+    return parameter.defaultValue;
+}
+
+}  // namespace
+
+Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides)
+{
+    Declarations declared;
+    std::string_view last;  // of several that are alike one note is enough
+    for (const ibis::AmiParameter& parameter : file.parameters) {
+        if (!parameter.reserved) continue;
+        const std::string value = ValueOf(file, parameter, overrides);
+        if (std::ranges::find(kApplied, parameter.name) != std::end(kApplied)) {
+            if (parameter.usage == ibis::Usage::Dep) {
+                declared.notes.push_back(fmt::format(
+                    "{} is not applied: its value would come from AMI_Resolve", parameter.name));
+                continue;
+            }
+            declared.numbers.push_back({parameter.name, ibis::AsNumber(value).value_or(0),
+                                        parameter.type == ibis::Type::UI,
+                                        parameter.usage == ibis::Usage::Out});
+            continue;
+        }
+        const auto* const ignored = std::ranges::find_if(
+            kIgnored, [&](const Ignored& row) { return Fits(row.name, parameter.name); });
+        if (ignored == std::end(kIgnored) || ignored->name == last) continue;
+        const auto number = ibis::AsNumber(value);
+        const bool same =
+            value == ignored->unless || (number && number == ibis::AsNumber(ignored->unless));
+        if (!ignored->unless.empty() && same) continue;
+        last = ignored->name;
+        declared.notes.push_back(
+            fmt::format("{} is not honoured: {}", parameter.name, ignored->instead));
+    }
+    return declared;
+}
+
+bool IsTransmitters(const ibis::AmiFile& file)
+{
+    bool sends = false, receives = false;
+    for (const ibis::AmiParameter& parameter : file.parameters) {
+        const auto* const row =
+            parameter.reserved ? ibis::FindReservedParameter(parameter.name) : nullptr;
+        if (!row) continue;
+        sends |= row->direction == ibis::AmiDirection::Tx;
+        receives |= row->direction == ibis::AmiDirection::Rx;
+    }
+    return sends && !receives;
+}
+
+void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides)
+{
+    for (const auto& [name, expected] :
+         {std::pair{"Modulation", "NRZ"}, {"Modulation_Levels", "2"}}) {
+        const ibis::AmiParameter* const parameter = file.FindReserved(name);
+        if (!parameter) continue;
+        const std::string value = ValueOf(file, *parameter, overrides);
+        if (value == expected) continue;
+        const std::string remedy =
+            parameter->IsInput() && ibis::Admitted(*parameter, expected)
+                ? fmt::format("; -p {}={} asks the model for that", name, expected)
+                : "";
+        throw Error(ExitCode::kModelLoad,
+                    fmt::format("{}:{}: the model's {} is {}, and the signal is NRZ{}",
+                                file.path.string(), parameter->place.line, name, value, remedy));
+    }
+}
+
+}  // namespace amisim

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ibis/ami/AmiFile.hpp"
+#include "ibis/ami/ParameterString.hpp"
+
+namespace amisim {
+
+/// A reserved parameter of the .ami by which a receiver states what is to be applied to its
+/// decisions: Rx_Rj and its kin (IBIS 7.2 section 10).
+struct DeclaredNumber
+{
+    std::string name;
+    double value = 0;  // s, V or UI; of one that AMI_Init gives back what stands in for it
+    bool unitIntervals = false;  // its Type is UI
+    bool givenBack = false;      // Usage Out: AMI_Init tells the value
+};
+
+/// What the host makes of a model's reserved parameters.
+struct Declarations
+{
+    std::vector<DeclaredNumber> numbers;  // that are applied
+    std::vector<std::string> notes;       // a sentence on each that is declared and not honoured
+};
+
+/// @param overrides  of the user
+Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides);
+
+/// Whether reserved parameters say that this is a transmitter's model: there are some that only a
+/// transmitter has, and none that only a receiver has.
+bool IsTransmitters(const ibis::AmiFile& file);
+
+/// @throws Error (kModelLoad) for a modulation other than NRZ, the only one that is sent
+void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides);
+
+}  // namespace amisim
