@@ -42,7 +42,8 @@ Area Covered(const Point& place, const std::string& text, const Lettering& l)
 Canvas::Canvas(cairo_surface_t* surface, double width, double height)
     : cairo_(cairo_create(surface)), width_(width), height_(height)
 {
-    Rectangle({0, 0, width, height}, colours::kPaper);
+    Paint(colours::kPaper, 1);
+    cairo_paint(cairo_);  // up to the edge of the last pixel
 }
 
 Canvas::~Canvas()
@@ -70,6 +71,7 @@ void Canvas::Rectangle(const Area& a, const Colour& colour, double opacity)
 
 void Canvas::Line(std::span<const Point> points, const Stroke& stroke, const Area& clip)
 {
+    if (stroke.width == 0) return;
     cairo_save(cairo_);
     Clip(clip);
     Paint(stroke.colour, stroke.opacity);
@@ -137,11 +139,6 @@ void Canvas::Text(Point place, std::string_view given, const Lettering& letterin
     cairo_save(cairo_);
     cairo_translate(cairo_, place.x, place.y);
     if (lettering.upwards) cairo_rotate(cairo_, -std::numbers::pi / 2);
-    cairo_move_to(cairo_,
-                  lettering.align == Align::kLeft    ? 0
-                  : lettering.align == Align::kRight ? -width
-                                                     : -width / 2,
-                  kCapitals * lettering.size / 2);
     cairo_scaled_font_t* font = font::At(lettering.size);
     cairo_font_options_t* options = cairo_font_options_create();
     cairo_scaled_font_get_font_options(font, options);
@@ -149,6 +146,19 @@ void Canvas::Text(Point place, std::string_view given, const Lettering& letterin
     cairo_set_font_size(cairo_, lettering.size);
     cairo_set_font_options(cairo_, options);
     cairo_font_options_destroy(options);
+    const double left = lettering.align == Align::kLeft    ? 0
+                        : lettering.align == Align::kRight ? -width
+                                                           : -width / 2;
+    const auto begin = [&] { cairo_move_to(cairo_, left, kCapitals * lettering.size / 2); };
+    if (lettering.halo) {
+        begin();
+        cairo_text_path(cairo_, text.c_str());
+        Paint(colours::kPaper, 0.85);
+        cairo_set_line_width(cairo_, 4);
+        cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
+        cairo_stroke(cairo_);
+    }
+    begin();
     Paint(lettering.colour, 1);
     cairo_show_text(cairo_, text.c_str());
     cairo_restore(cairo_);

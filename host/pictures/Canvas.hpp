@@ -32,8 +32,8 @@ struct Area
 struct Stroke
 {
     Colour colour{};
-    double width = 1.5;
-    double dash = 0;  // length drawn and left out by turns; 0: all is drawn
+    double width = 1.5;  // 0: nothing
+    double dash = 0;     // length drawn and left out by turns; 0: all is drawn
     double opacity = 1;
 };
 
@@ -46,6 +46,7 @@ struct Lettering
     double size = 12;
     Align align = Align::kLeft;
     bool upwards = false;  // turned to be read from below
+    bool halo = false;     // of paper, upon what is drawn already
 };
 
 /// Draws on a surface of Cairo, whatever that makes of it: an image, SVG or PDF.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/Text.hpp"
 #include "host/pictures/Font.hpp"
 #include "host/results/EyeDensity.hpp"
 
@@ -125,7 +124,7 @@ std::vector<std::string> EyePicture::Caption() const
     std::string ratios;
     for (const Contour& contour : contours) {
         if (!contour.phase.empty())
-            ratios += (ratios.empty() ? "" : ", ") + ShortRatio(contour.ber);
+            ratios += (ratios.empty() ? "" : ", ") + plot::Ratio(contour.ber);
     }
     if (ratios.empty()) return {};
     return font::Wrapped("Contours inwards: error ratio " + ratios + "; dashed: extrapolated",

@@ -49,7 +49,9 @@ Axis LinePlot::AcrossAxis() const
 
 Axis LinePlot::UpwardsAxis() const
 {
-    return AxisOf(curves, &Curve::y, from, to, scale, 0.05);
+    Axis axis = AxisOf(curves, &Curve::y, from, to, scale, 0.05);
+    axis.counts = counts;
+    return axis;
 }
 
 std::vector<Tick> LinePlot::UpwardsTicks() const
@@ -108,36 +110,9 @@ void LinePlot::DrawKey(Canvas& canvas, const Panel& panel, double top) const
     }
 }
 
-void LinePlot::Draw(Canvas& canvas, const Area& whole, double aside) const
+void LinePlot::DrawCurves(Canvas& canvas, const Panel& panel) const
 {
-    const Panel panel = PanelIn(whole, aside);
     const Area& area = panel.area;
-    const auto place = [&](double v) { return std::clamp(panel.X(v), area.left, area.Right()); };
-    canvas.Text({area.left, whole.top + kTitle / 2}, font::Shortened(title, kText, area.width), {});
-    DrawKey(canvas, panel, whole.top);
-    panel.Name(canvas, across, upwards);
-    for (const Range& range : shaded) {
-        const double begin = place(range.from), end = place(range.to);
-        canvas.Rectangle({begin, area.top, end - begin, area.height}, colours::kFaint, 0.13);
-    }
-    panel.Grid(canvas, places.empty() ? panel.across.Ticks(8) : places, UpwardsTicks(),
-               colours::kGrid);
-    for (const Range& range : shaded) {
-        const double begin = place(range.from), end = place(range.to);
-        if (end - begin > font::Width(range.label, kSmall) + 8)
-            canvas.TextIfFree({end - 5, area.top + 10}, range.label,
-                              {.colour = colours::kFaint, .size = kSmall, .align = Align::kRight});
-    }
-    for (const Tick& mark : marks) {
-        if (!(mark.value >= panel.across.from && mark.value <= panel.across.to)) continue;
-        const double x = place(mark.value);
-        canvas.Rectangle({x - 0.5, area.top, 1, area.height}, colours::kInk, 0.7);
-        const bool leftwards = x + 6 + font::Width(mark.label, kSmall) > area.Right();
-        const Lettering as{.size = kSmall, .align = leftwards ? Align::kRight : Align::kLeft};
-        for (double y = area.top + 24; y < area.Bottom() - 8; y += 13) {
-            if (canvas.TextIfFree({x + (leftwards ? -6 : 6), y}, mark.label, as)) break;
-        }
-    }
     const Area around{area.left - 4, area.top - 4, area.width + 8, area.height + 8};
     for (const Curve& curve : curves) {
         std::vector<Point> points;
@@ -151,6 +126,56 @@ void LinePlot::Draw(Canvas& canvas, const Area& whole, double aside) const
                 canvas.Dot(point, 3, curve.stroke.colour, around);
         }
     }
+}
+
+/// What ranges and marks are called: beside their ends, where there is room.
+void LinePlot::DrawLabels(Canvas& canvas, const Panel& panel) const
+{
+    const Area& area = panel.area;
+    const auto write = [&](double x, bool leftwards, double y, const std::string& text,
+                           const Colour& colour) {
+        return canvas.TextIfFree({x + (leftwards ? -6 : 6), y}, text,
+                                 {.colour = colour,
+                                  .size = kSmall,
+                                  .align = leftwards ? Align::kRight : Align::kLeft,
+                                  .halo = true});
+    };
+    for (const Range& range : shaded) {
+        const double begin = panel.InX(range.from), end = panel.InX(range.to);
+        const double width = font::Width(range.label, kSmall) + 10;
+        const bool within = end - begin > width;
+        if (within || end + width < area.Right())
+            write(end, within, area.top + 10, range.label, colours::kFaint);
+    }
+    for (const Tick& mark : marks) {
+        if (!(mark.value >= panel.across.from && mark.value <= panel.across.to)) continue;
+        const double x = panel.X(mark.value);
+        canvas.Rectangle({x - 0.5, area.top, 1, area.height}, colours::kInk, 0.7);
+        const bool leftwards = x + 6 + font::Width(mark.label, kSmall) > area.Right();
+        for (double y = area.top + 24; y < area.Bottom() - 8; y += 13) {
+            if (write(x, leftwards, y, mark.label, colours::kInk)) break;
+        }
+    }
+}
+
+void LinePlot::Draw(Canvas& canvas, const Area& whole, double aside) const
+{
+    const Panel panel = PanelIn(whole, aside);
+    const Area& area = panel.area;
+    canvas.Text({area.left, whole.top + kTitle / 2}, font::Shortened(title, kText, area.width), {});
+    DrawKey(canvas, panel, whole.top);
+    panel.Name(canvas, across, upwards);
+    for (const Range& range : shaded) {
+        const double begin = panel.InX(range.from), end = panel.InX(range.to);
+        canvas.Rectangle({begin, area.top, end - begin, area.height}, colours::kFaint, 0.13);
+    }
+    panel.Grid(canvas, places.empty() ? panel.across.Ticks(8) : places, UpwardsTicks(),
+               colours::kGrid);
+    for (const Area& side : {Area{area.left - 0.75, area.top, 0.75, area.height + 0.75},
+                             Area{area.left, area.Bottom(), area.width, 0.75}})
+        canvas.Rectangle(side, colours::kFaint);
+    DrawCurves(canvas, panel);
+    DrawLabels(canvas, panel);
 }
 
 Picture PlotsPicture(std::vector<LinePlot> plots, Heading heading)

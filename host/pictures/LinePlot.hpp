@@ -24,6 +24,7 @@ struct LinePlot
     std::string across, upwards;   // names with units
     Scale scale = Scale::kLinear;  // upwards
     Scale scaleAcross = Scale::kLinear;
+    bool counts = false;  // upwards: whole numbers
     std::vector<Curve> curves;
 
     struct Range
@@ -56,6 +57,8 @@ private:
     Axis UpwardsAxis() const;
     std::vector<Tick> UpwardsTicks() const;
     void DrawKey(Canvas& canvas, const Panel& panel, double top) const;
+    void DrawCurves(Canvas& canvas, const Panel& panel) const;
+    void DrawLabels(Canvas& canvas, const Panel& panel) const;
 };
 
 /// Plots under each other, beneath a heading.

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/Text.hpp"
 #include "host/pictures/EyePicture.hpp"
 #include "host/pictures/LinePlot.hpp"
 #include "host/results/SignalDescription.hpp"
@@ -19,6 +18,7 @@ using plot::PlotsPicture;
 using plot::Scale;
 
 constexpr double kLowestRatio = 1e-15;  // that a bathtub shows
+constexpr double kExact = 1e-9;         // UI: smaller errors of a clock are those of the arithmetic
 
 std::vector<double> Scaled(const std::vector<double>& values, double factor, double offset = 0)
 {
@@ -67,7 +67,7 @@ private:
             picture.left = eye.left;
             picture.right = eye.right;
             size = fmt::format("eye {:.1f} mV × {:.3f} UI at {}", eye.vertical.Height() * 1000,
-                               eye.left + eye.right, ShortRatio(kEyeProbability));
+                               eye.left + eye.right, plot::Ratio(kEyeProbability));
         }
         picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
                            fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
@@ -120,13 +120,17 @@ private:
                 {clock.tie.bit, clock.tie.greatest, {colours::kBlue, 0.7, 0, 0.45}});
             plot.curves.push_back({clock.tie.bit, clock.tie.mean, {colours::kBlue, 1.4}});
             plot.acrossFrom = 0;
+            const auto isExact = [](double v) { return !(std::abs(v) > kExact); };
+            if (std::ranges::all_of(clock.tie.least, isExact) &&
+                std::ranges::all_of(clock.tie.greatest, isExact))
+                plot.from = -1e-3, plot.to = 1e-3;
             plot.shaded.push_back({0, static_cast<double>(result_.ignoredBits), "not counted"});
             if (!std::isnan(clock.settledAtBit))
                 plot.marks.push_back({clock.settledAtBit, "settled"});
             plots.push_back(plot);
         }
         const Spectrum& spectrum = clock.tieSpectrum;
-        if (!spectrum.frequency.empty()) {
+        if (std::ranges::any_of(spectrum.amplitude, [](double a) { return a > kExact; })) {
             LinePlot plot;
             plot.title = "Spectrum of the time interval error";
             plot.across = "frequency, MHz";
@@ -134,10 +138,11 @@ private:
             plot.scale = plot.scaleAcross = Scale::kLogarithmic;
             plot.curves.push_back(
                 {Scaled(spectrum.frequency, 1e-6), spectrum.amplitude, {colours::kBlue, 1.1}});
-            Curve tones{{}, {}, {colours::kVermilion, 3.5}, spectrum.tones.empty() ? "" : "tones"};
-            for (const auto& tone : spectrum.tones) {  // interrupted: dots
-                tones.x.insert(tones.x.end(), {tone.frequency * 1e-6, NAN});
-                tones.y.insert(tones.y.end(), {tone.amplitude, NAN});
+            const char* const label = spectrum.tones.empty() ? "" : "tones";
+            Curve tones{{}, {}, {colours::kVermilion, 0}, label, true};
+            for (const auto& tone : spectrum.tones) {
+                tones.x.push_back(tone.frequency * 1e-6);
+                tones.y.push_back(tone.amplitude);
             }
             plot.curves.push_back(tones);
             plots.push_back(plot);
@@ -185,6 +190,7 @@ private:
             plot->acrossTo = number + 0.5;
             plot->shaded = locking;
         }
+        for (auto& range : openings.shaded) range.label.clear();  // the plot above says it
         const auto final = result_.adaptation->Level();
         const std::string numbers =
             fmt::format("{}, {} measurements, level {}", rate_, number, *final);

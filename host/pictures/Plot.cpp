@@ -38,14 +38,20 @@ std::string Typeset(std::string number)
     return number.starts_with('-') ? "−" + number.substr(1) : number;
 }
 
+/// Of a value's first digit.
+int Exponent(double value)
+{
+    return static_cast<int>(std::floor(std::log10(value) + 1e-9));
+}
+
 /// A value with the digits that tell it from its neighbours a step away.
 std::string Label(double value, double step, double greatest)
 {
     if (std::abs(value) < step / 2) return "0";
-    const int last = static_cast<int>(std::floor(std::log10(step) + 1e-9));
+    const int last = Exponent(step);
     if (last >= -6 && greatest < 1e7)
         return Typeset(fmt::format("{:.{}f}", value, std::max(0, -last)));
-    const int first = static_cast<int>(std::floor(std::log10(std::abs(value)) + 1e-9));
+    const int first = Exponent(std::abs(value));
     const double mantissa = value / std::pow(10, first);
     return Typeset(
         fmt::format("{:.{}f}·{}", mantissa, std::clamp(first - last, 0, 15), PowerOfTen(first)));
@@ -64,8 +70,7 @@ double TickStep(double span, double parts)
 
 std::vector<Tick> LogarithmicTicks(const Axis& axis, double parts)
 {
-    const int first = static_cast<int>(std::floor(std::log10(axis.from) + 1e-9));
-    const int last = static_cast<int>(std::floor(std::log10(axis.to) + 1e-9));
+    const int first = Exponent(axis.from), last = Exponent(axis.to);
     const bool powers = first < -3 || last > 4;
     const bool finely = std::log10(axis.to / axis.from) < 2;
     const int step = std::max(1, static_cast<int>(std::ceil((last - first) / parts)));
@@ -96,7 +101,7 @@ std::vector<Tick> Axis::Ticks(double parts) const
 {
     if (scale == Scale::kLogarithmic) return LogarithmicTicks(*this, parts);
     std::vector<Tick> ticks;
-    const double step = TickStep(to - from, parts);
+    const double step = std::max(TickStep(to - from, parts), counts ? 1.0 : 0.0);
     const double greatest = std::max(std::abs(from), std::abs(to));
     const double first = std::ceil(from / step - 1e-9), last = std::floor(to / step + 1e-9);
     for (double i = first; i <= last && ticks.size() < 100; ++i)
@@ -110,6 +115,13 @@ std::string PowerOfTen(int exponent)
     std::string text = exponent < 0 ? "10⁻" : "10";
     for (const char figure : std::to_string(std::abs(exponent))) text += kFigures[figure - '0'];
     return text;
+}
+
+std::string Ratio(double value)
+{
+    if (value >= 0.01 || value <= 0) return fmt::format("{:g}", value);
+    const std::string digits = fmt::format("{:.3g}", value / std::pow(10, Exponent(value)));
+    return (digits == "1" ? "" : digits + "·") + PowerOfTen(Exponent(value));
 }
 
 double Heading::Height(double width) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,7 @@ struct Axis
 {
     double from, to;
     Scale scale = Scale::kLinear;
+    bool counts = false;  // of what comes in whole numbers
 
     /// Where a value stands: 0 at `from`, 1 at `to`.
     double Place(double value) const;
@@ -33,6 +35,9 @@ struct Axis
 
 /// 10 to the power of a whole number, in superior figures.
 std::string PowerOfTen(int exponent);
+
+/// An error ratio: "10⁻¹²", "2.5·10⁻⁴", "0.01".
+std::string Ratio(double value);
 
 /// What a picture shows, on what signal, and the numbers found; each in two lines at most.
 struct Heading
@@ -51,6 +56,8 @@ struct Panel
     Axis across, upwards;
 
     double X(double value) const { return area.left + area.width * across.Place(value); }
+    /// The same, or the nearest end of the panel.
+    double InX(double value) const { return std::clamp(X(value), area.left, area.Right()); }
     double Y(double value) const { return area.top + area.height * (1 - upwards.Place(value)); }
 
     /// Room for ticks and name below, and to the left for such ticks and a name.

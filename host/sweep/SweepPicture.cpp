@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <numeric>
+#include <tuple>
 
 #include "host/pictures/Font.hpp"
 #include "host/sweep/MetricScale.hpp"
@@ -12,9 +13,20 @@
 namespace amisim {
 namespace {
 
+// What stands in the place of a value.
+constexpr const char *kNotRanked = "!", *kFailed = "✕", *kMissing = "–";
+
 plot::Heading HeadingOf(const Table& table)
 {
-    return {DescribeGrid(table.plan), DescribeFixed(table.plan), ""};
+    std::string cases = fmt::format("{} cases", table.rows.size());
+    if (const std::string unranked = table.Unranked(); !unranked.empty())
+        cases += fmt::format("; {} not ranked: {}", kNotRanked, unranked);
+    for (const auto& [status, mark, name] : {std::tuple{Row::Status::kFailed, kFailed, "failed"},
+                                             {Row::Status::kMissing, kMissing, "not run"}}) {
+        if (const int count = table.Count(status); count > 0)
+            cases += fmt::format("; {} {} {}", mark, count, name);
+    }
+    return {DescribeGrid(table.plan), DescribeFixed(table.plan), cases};
 }
 
 /// Where the axis' values stand: the numbers themselves, or 0, 1, 2... where one is no number.
@@ -59,14 +71,14 @@ public:
         cellWidth_ = CellWidth();
         cellHeight_ = std::min(24.0, kMostHeight / metrics_ / rows_);
         left_ = kMargin + LongestLabel() + kGap;
-        width_ = std::max(left_ + cellWidth_ * columns_ + kMargin, plot::kWidth);
+        width_ = std::max(left_ + cellWidth_ * columns_ + kMargin, kLeastWidth);
         panelHeight_ = kPanelHead + cellHeight_ * rows_ + kPanelFoot;
         // A picture has an end, which a grid of many axes need not have.
         const double most = kMostHeight / metrics_ / panelHeight_;
         const std::size_t all = layout_.panels.size();
         layout_.panels.resize(std::clamp(static_cast<std::size_t>(most), std::size_t{1}, all));
         if (layout_.panels.size() < all)
-            heading_.numbers = "the first maps only: all are in report.html";
+            heading_.numbers += "; the first maps only: all are in report.html";
     }
 
     operator Picture() const
@@ -79,7 +91,8 @@ public:
 private:
     static constexpr double kMargin = 16, kGap = 8, kMetricHead = 30, kPanelHead = 20,
                             kPanelFoot = 48, kScaleWidth = 160, kText = 12;
-    static constexpr double kMostHeight = 5000, kMostWidth = 1400, kLongest = 200;
+    static constexpr double kMostHeight = 5000, kMostWidth = 1400, kLongest = 200, kWideCell = 60,
+                            kLeastWidth = 480;
 
     void Draw(Canvas& canvas) const
     {
@@ -104,14 +117,17 @@ private:
         return std::min(longest, kLongest);
     }
 
-    /// Wide enough for the longest value, unless that made the picture too wide for any page.
+    /// Wide enough for the longest value, unless that made the picture too wide for any page; a
+    /// few columns have more room.
     double CellWidth() const
     {
         double widest = 0;
         for (const auto& metric : Metrics()) widest = std::max(widest, Widest(metric, kText));
         for (const auto& value : x_.values)
             widest = std::max(widest, font::Width(font::Drawable(value), kText));
-        return std::min(widest + 10, kMostWidth / columns_);
+        const double room = plot::kWidth - 2 * kMargin - LongestLabel() - kGap;
+        const double wide = std::min(kWideCell, room / columns_);
+        return std::min(std::max(widest + 10, wide), kMostWidth / columns_);
     }
 
     /// Width of the longest of the metric's values.
@@ -126,27 +142,30 @@ private:
     static std::string CellText(const Row& row, const Metric& metric)
     {
         if (const auto value = metric.Of(row)) return metric.text(*value);
-        return row.status == Row::Status::kFailed ? "✕"
-               : row.status == Row::Status::kOk   ? "!"
-                                                  : "–";
+        return row.status == Row::Status::kFailed ? kFailed
+               : row.status == Row::Status::kOk   ? kNotRanked
+                                                  : kMissing;
     }
 
     void DrawScale(Canvas& canvas, const Metric& metric, const MetricScale& scale, double top) const
     {
         const double y = top + 8;
-        canvas.Text({kMargin, y}, metric.number.Heading(), {});
+        double x = kMargin;
+        const auto write = [&](const std::string& text, const Colour& colour) {
+            canvas.Text({x, y}, text, {.colour = colour});
+            x += font::Width(text, kText) + kGap;
+        };
+        write(metric.number.Heading(), colours::kInk);
         if (scale.From() >= scale.To()) return;
-        const std::string to = metric.text(scale.To());
-        const double right = width_ - kMargin - font::Width(to, kText) - kGap;
-        Lettering letters{.colour = colours::kFaint, .align = Align::kRight};
-        canvas.Text({width_ - kMargin, y}, to, letters);
-        canvas.Text({right - kScaleWidth - kGap, y}, metric.text(scale.From()), letters);
+        x += 2 * kGap;
+        write(metric.text(scale.From()), colours::kFaint);
         constexpr int kSteps = 80;
-        for (int i = 0; i < kSteps; ++i) {
-            // Each reaches under the next one, so that no seams are seen.
-            const double x = right - kScaleWidth + kScaleWidth * i / kSteps;
-            canvas.Rectangle({x, y - 5, right - x, 10}, scale.AtPlace((i + 0.5) / kSteps));
-        }
+        const double end = x + kScaleWidth, step = kScaleWidth / kSteps;
+        // Each reaches under the next one, so that no seams are seen.
+        for (int i = 0; i < kSteps; ++i, x += step)
+            canvas.Rectangle({x, y - 5, end - x, 10}, scale.AtPlace((i + 0.5) / kSteps));
+        x = end + kGap;
+        write(metric.text(scale.To()), colours::kFaint);
     }
 
     void DrawPanel(Canvas& canvas, const Layout::Panel& panel, const Metric& metric,
@@ -162,7 +181,7 @@ private:
         // The largest letters in which all values fit; none rather than some that nobody can read.
         double size = kText;
         while (size > 0 && (size + 2 > cellHeight_ || Widest(metric, size) + 4 > cellWidth_))
-            size = size > 7 ? size - 1 : 0;
+            size = size > 8 ? size - 1 : 0;
         std::vector<double> middles;
         for (std::size_t j = 0; j < y_.values.size(); ++j) {
             const double y = top + cellHeight_ * static_cast<double>(j);
@@ -217,6 +236,7 @@ plot::LinePlot CurvesOf(const Table& table, const Layout& layout, const Layout::
     plot::LinePlot plot;
     plot.across = axis.name;
     plot.upwards = metric.number.Heading();
+    plot.counts = metric.counts;
     if (metric.counts) plot.from = 0;
     for (std::size_t i = 0; i < places.size(); ++i)
         plot.places.push_back({places[i], axis.values[i]});

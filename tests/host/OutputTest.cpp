@@ -1,11 +1,16 @@
+#include <cairo.h>
+
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <set>
+#include <sstream>
 
 #include "host/pages/WriteResults.hpp"
 #include "host/pictures/EyePicture.hpp"
 #include "host/pictures/LinePlot.hpp"
+#include "host/pictures/Png.hpp"
 #include "host/results/CurveFiles.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/results/ResultTable.hpp"
@@ -287,14 +292,52 @@ TEST(PictureTest, AFormatIsWhatItsNameSaysAndTheSameEveryTime)
             EXPECT_EQ(file, picture.File(format));
         }
     }
-    const std::string png = picture.File(PictureFormat::kPng);
-    const auto number = [&](std::size_t at) {
-        int value = 0;
-        for (std::size_t i = at; i < at + 4; ++i) value = value << 8 | static_cast<uint8_t>(png[i]);
-        return value;
+}
+
+/// As another program sees it.
+std::vector<std::uint32_t> PixelsOf(const std::string& png, int width, int height)
+{
+    std::istringstream file(png);
+    const auto read = [](void* from, unsigned char* bytes, unsigned int count) {
+        static_cast<std::istream*>(from)->read(reinterpret_cast<char*>(bytes), count);
+        return CAIRO_STATUS_SUCCESS;
     };
-    EXPECT_EQ(number(16), std::ceil(2 * picture.width));
-    EXPECT_EQ(number(20), std::ceil(2 * picture.height));
+    cairo_surface_t* image = cairo_image_surface_create_from_png_stream(read, &file);
+    EXPECT_EQ(cairo_image_surface_get_width(image), width);
+    EXPECT_EQ(cairo_image_surface_get_height(image), height);
+    const auto* begin = reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(image));
+    std::vector<std::uint32_t> pixels(begin, begin + (begin ? width * height : 0));
+    cairo_surface_destroy(image);
+    return pixels;
+}
+
+TEST(PictureTest, APngKeepsFlatColoursExactlyAndOthersNearly)
+{
+    // Gradients of 16384 colours, and a few pixels of others upon them.
+    constexpr std::array<std::uint32_t, 3> kMarks = {0xff0072b2, 0xffd55e00, 0xffffffff};
+    std::vector<std::uint32_t> pixels;
+    for (std::uint32_t y = 0; y < 128; ++y) {
+        for (std::uint32_t x = 0; x < 128; ++x) pixels.push_back(0xff000000 | x << 17 | y << 8);
+    }
+    pixels.resize(128 * 200, 0xffedeff2);
+    for (std::size_t i = 0; i < 90; ++i) pixels[i * 97] = kMarks[i % kMarks.size()];
+    const auto read = PixelsOf(Png(pixels, 128, 144), 128, 200);
+    ASSERT_EQ(read.size(), pixels.size());
+    double sum = 0;
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        for (const int shift : {0, 8, 16}) {
+            const int d = static_cast<int>(pixels[i] >> shift & 255) -
+                          static_cast<int>(read[i] >> shift & 255);
+            EXPECT_LE(std::abs(d), 20) << i;
+            sum += d * d;
+        }
+        EXPECT_TRUE(i < 128 * 128 || pixels[i] == read[i]) << i;
+    }
+    EXPECT_LT(std::sqrt(sum / static_cast<double>(pixels.size())), 6);
+    const Picture picture = plot::PlotsPicture({MadeUpPlot(1, 0, "")}, {});
+    const auto whole = PixelsOf(picture.File(PictureFormat::kPng), 1440,
+                                static_cast<int>(std::ceil(2 * picture.height)));
+    EXPECT_EQ(whole.back(), 0xffffffff);
 }
 
 }  // namespace
