@@ -14,12 +14,18 @@ constexpr int kShades = 1023;
 using colours::kContour, colours::kFaint, colours::kMark;
 
 /// The bright end is kept for the crossings; most of an eye is of middling density.
+Colour ColourAt(double level)
+{
+    return colours::EyeDensities().At(std::pow(level, 1.6));
+}
+
+/// The same as pixels, from level 0 to 1.
 std::vector<std::uint32_t> Shades()
 {
     std::vector<std::uint32_t> shades;
     for (int i = 0; i <= kShades; ++i) {
         std::uint32_t pixel = 0;
-        for (const double part : colours::EyeDensities().At(std::pow(1.0 * i / kShades, 1.6)))
+        for (const double part : ColourAt(1.0 * i / kShades))
             pixel = pixel << 8 | static_cast<std::uint32_t>(std::lround(part * 255));
         shades.push_back(pixel);
     }
@@ -27,12 +33,10 @@ std::vector<std::uint32_t> Shades()
 }
 
 /// A bar with a scale of densities, the densest at its top.
-void DrawScale(Canvas& canvas, const Area& plot, double decades)
+void DrawDensities(Canvas& canvas, const Area& plot, double decades)
 {
     const Area bar{plot.Right() + 14, plot.top, 10, plot.height};
-    std::vector<std::uint32_t> pixels = Shades();
-    std::reverse(pixels.begin(), pixels.end());
-    canvas.Image(pixels, 1, bar, bar);
+    plot::DrawScale(canvas, bar, ColourAt);
     for (int decade = 0; decade <= decades; ++decade) {
         const double y = bar.top + bar.height * decade / decades;
         canvas.Rectangle({bar.Right(), y - 0.25, 3, 0.5}, kFaint);
@@ -153,7 +157,7 @@ void EyePicture::Draw(Canvas& canvas) const
     panel.Grid(canvas, phases, ticks, kMark, 0.14);
     DrawContours(canvas, panel);
     DrawOpening(canvas, panel);
-    DrawScale(canvas, panel.area, decades);
+    DrawDensities(canvas, panel.area, decades);
     double y = panel.area.Bottom() + plot::Panel::kBelow + kCaptionLine / 2;
     for (const std::string& line : Caption()) {
         canvas.Text({panel.area.left + panel.area.width / 2, y}, line,

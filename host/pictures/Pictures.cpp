@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "host/pictures/EyePicture.hpp"
+#include "host/pictures/Font.hpp"
 #include "host/pictures/LinePlot.hpp"
 #include "host/results/SignalDescription.hpp"
 
@@ -35,7 +36,7 @@ public:
         : result_(result),
           formats_(formats),
           put_(put),
-          model_(model),
+          model_(font::Shortened(model, plot::kLarge, 480)),  // so that what follows is seen
           signal_(Describe(options.signal)),
           rate_(fmt::format("{:g} Gbit/s", options.signal.bitRate * 1e-9))
     {

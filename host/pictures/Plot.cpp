@@ -26,7 +26,7 @@ std::vector<HeadingLine> Lines(const Heading& heading, double room)
         for (auto& line : font::Wrapped(text, lettering.size, room, 2))
             lines.push_back({std::move(line), lettering});
     };
-    add(heading.title, {.size = 14});
+    add(heading.title, {.size = kLarge});
     add(heading.signal, {.colour = colours::kFaint});
     add(heading.numbers, {.colour = colours::kFaint});
     return lines;
@@ -131,12 +131,15 @@ double Heading::Height(double width) const
 
 void Heading::Draw(Canvas& canvas, double left) const
 {
+    const auto lines = Lines(*this, canvas.Width() - 2 * kMargin);
+    // All begin at the margin where a long one has to.
+    for (const HeadingLine& line : lines) {
+        if (left + font::Width(line.text, line.lettering.size) > canvas.Width() - kMargin)
+            left = kMargin;
+    }
     double y = kTop + kLine / 2;
-    for (const HeadingLine& line : Lines(*this, canvas.Width() - 2 * kMargin)) {
-        // A long line begins at the margin.
-        const double width = font::Width(line.text, line.lettering.size);
-        const double x = std::clamp(canvas.Width() - kMargin - width, kMargin, left);
-        canvas.Text({x, y}, line.text, line.lettering);
+    for (const HeadingLine& line : lines) {
+        canvas.Text({left, y}, line.text, line.lettering);
         y += kLine;
     }
 }
@@ -175,6 +178,23 @@ void Panel::Name(Canvas& canvas, const std::string& acrossName,
     canvas.Text({kMargin + 6, area.top + area.height / 2},
                 font::Shortened(upwardsName, kText, area.height),
                 {.align = Align::kCentre, .upwards = true});
+}
+
+void DrawScale(Canvas& canvas, const Area& bar, const std::function<Colour(double)>& colourAt)
+{
+    constexpr int kSteps = 32;  // that can be told apart
+    for (int i = 0; i < kSteps; ++i) {
+        // Each reaches under the next one, so that no seams are seen.
+        const double part = 1.0 * i / kSteps;
+        Area rest = bar;
+        if (bar.width > bar.height) {
+            rest.left += part * bar.width;
+            rest.width -= part * bar.width;
+        } else {
+            rest.height -= part * bar.height;
+        }
+        canvas.Rectangle(rest, colourAt((i + 0.5) / kSteps));
+    }
 }
 
 void WriteRow(Canvas& canvas, const std::vector<double>& places,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ namespace amisim::plot {
 
 inline constexpr double kWidth = 720;  // of a picture of plots
 inline constexpr double kSmall = 10;   // size of lesser texts
+inline constexpr double kLarge = 14;   // of a heading's first line
 
 enum class Scale { kLinear, kLogarithmic };
 
@@ -71,6 +73,9 @@ struct Panel
     /// What stands along the two axes, with its unit.
     void Name(Canvas& canvas, const std::string& across, const std::string& upwards) const;
 };
+
+/// A bar with the colours of a scale from 0 to 1, along its longer side to the right or upwards.
+void DrawScale(Canvas& canvas, const Area& bar, const std::function<Colour(double)>& colourAt);
 
 /// Writes labels in a row, their middles at given places, as far as they are free: all, else every
 /// second, fifth, tenth...

@@ -10,10 +10,10 @@ namespace amisim {
 namespace {
 
 constexpr std::size_t kMostColours = 256;
-constexpr int kApart = 12;  // farther from each other, colours are kept however rare they are
+constexpr int kApart = 20;  // farther from each other, colours are kept however rare they are
 constexpr int kLevel = 3;   // of compression: a level more costs half as much again for a twentieth
 
-/// Neighbouring colours: those with the same six leading bits of red, green and blue.
+/// Neighbouring colours: those with the same five leading bits of red, green and blue.
 struct Bin
 {
     std::uint32_t count = 0, colour = 0, votes = 0;  // a colour that most of them have, if any has
@@ -46,7 +46,7 @@ void ForRuns(std::span<const std::uint32_t> pixels, Take take)
 
 std::size_t BinOf(std::uint32_t c)
 {
-    return (c >> 6 & 0x3f000) | (c >> 4 & 0xfc0) | (c >> 2 & 0x3f);
+    return (c >> 9 & 0x7c00) | (c >> 6 & 0x3e0) | (c >> 3 & 0x1f);
 }
 
 int SquaredDistance(std::uint32_t a, std::uint32_t b)
@@ -104,7 +104,7 @@ std::string Packed(const std::string& rows)
 
 std::string Png(std::span<const std::uint32_t> pixels, std::size_t width, double pixelsPerInch)
 {
-    std::vector<Bin> bins(1 << 18);
+    std::vector<Bin> bins(1 << 15);
     ForRuns(pixels, [&](std::uint32_t pixel, std::size_t times) {
         bins[BinOf(pixel)].Add(pixel, static_cast<std::uint32_t>(times));
     });

@@ -159,12 +159,9 @@ private:
         if (scale.From() >= scale.To()) return;
         x += 2 * kGap;
         write(metric.text(scale.From()), colours::kFaint);
-        constexpr int kSteps = 80;
-        const double end = x + kScaleWidth, step = kScaleWidth / kSteps;
-        // Each reaches under the next one, so that no seams are seen.
-        for (int i = 0; i < kSteps; ++i, x += step)
-            canvas.Rectangle({x, y - 5, end - x, 10}, scale.AtPlace((i + 0.5) / kSteps));
-        x = end + kGap;
+        plot::DrawScale(canvas, {x, y - 5, kScaleWidth, 10},
+                        [&](double place) { return scale.AtPlace(place); });
+        x += kScaleWidth + kGap;
         write(metric.text(scale.To()), colours::kFaint);
     }
 
