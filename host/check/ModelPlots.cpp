@@ -131,6 +131,7 @@ struct Figure
         plot.across = "time, ns";
         plot.upwards = "voltage, V";
         const double begin = rows.front().x * 1e9, end = rows.back().x * 1e9;
+        std::vector<plot::Curve> rests;
         for (const Corner corner : ibis::kCorners) {
             plot::Curve curve;
             for (const auto& row : rows) {
@@ -146,10 +147,11 @@ struct Figure
             const ibis::Load load{waveform.rFixture.value, waveform.FixtureVolts(corner)};
             for (const BufferState state : {BufferState::Low, BufferState::High}) {
                 const double rest = buffers[static_cast<std::size_t>(corner)].PadVolts(state, load);
-                if (std::isfinite(rest))
-                    plot.curves.push_back(Line(begin, rest, end, rest, colour));
+                if (std::isfinite(rest)) rests.push_back(Line(begin, rest, end, rest, colour));
             }
         }
+        if (!rests.empty()) rests.front().label = "at rest, by the I-V tables";
+        plot.curves.insert(plot.curves.end(), rests.begin(), rests.end());
         std::set<std::string> about;
         Mark(plot, about, waveform.section->place.line, waveform.curve,
              [](double x) { return x * 1e9; });
