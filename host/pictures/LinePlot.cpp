@@ -25,7 +25,7 @@ Axis AxisOf(const std::vector<Curve>& curves, const std::vector<double> Curve::*
     }
     if (least > greatest) least = logarithmic ? 0.1 : 0, greatest = 1;
     if (logarithmic) {
-        if (room > 0) greatest *= 2;
+        if (room > 0) least /= 1.5, greatest *= 2;
         if (least == greatest) least /= 10;
     } else {
         room *= greatest - least;

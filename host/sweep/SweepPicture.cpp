@@ -18,13 +18,14 @@ constexpr const char *kNotRanked = "!", *kFailed = "✕", *kMissing = "–";
 
 plot::Heading HeadingOf(const Table& table)
 {
-    std::string cases = fmt::format("{} cases", table.rows.size());
+    const std::size_t count = table.rows.size();
+    std::string cases = fmt::format("{} case{}", count, count == 1 ? "" : "s");
     if (const std::string unranked = table.Unranked(); !unranked.empty())
         cases += fmt::format("; {} not ranked: {}", kNotRanked, unranked);
     for (const auto& [status, mark, name] : {std::tuple{Row::Status::kFailed, kFailed, "failed"},
                                              {Row::Status::kMissing, kMissing, "not run"}}) {
-        if (const int count = table.Count(status); count > 0)
-            cases += fmt::format("; {} {} {}", mark, count, name);
+        if (const int some = table.Count(status); some > 0)
+            cases += fmt::format("; {} {} {}", mark, some, name);
     }
     return {DescribeGrid(table.plan), DescribeFixed(table.plan), cases};
 }
