@@ -44,8 +44,9 @@ table { border-collapse: collapse; font-variant-numeric: tabular-nums }
 svg { display: block; width: 100%; max-width: 64rem; height: auto }
 svg a circle { fill: transparent }
 svg a:hover circle, svg a:focus circle { stroke: #1b2130; stroke-width: 2 }
-.eyes { display: grid; grid-template-columns: repeat(auto-fit, minmax(24rem, 1fr)); gap: 1rem }
-figure { margin: 0 } figure img { width: 100%; height: auto }
+.eyes { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(36rem, 100%), 1fr));
+  gap: 1rem; margin-top: .8rem }
+figure { margin: 0; max-width: 60rem } figure img { width: 100%; height: auto }
 @media print { :root { color-scheme: light; --paper: #fff; --ink: #000; --faint: #444;
   --line: #bbb; --link: #000; --alarm: #900 }
   @page { size: A4 landscape; margin: 12mm } main { padding: 0; max-width: none }

@@ -138,7 +138,8 @@ std::vector<std::string> EyePicture::Caption() const
 void EyePicture::Draw(Canvas& canvas) const
 {
     const double greatest = EyeDensity(density).Greatest();
-    const double top = greatest > 0 ? 1.12 * greatest : 1;
+    // Of a trace that stays where it is, no row is stretched over the whole picture.
+    const double top = greatest > 0 ? std::max(1.12 * greatest, 16 * density.BinHeight()) : 1;
     const plot::Axis voltages{-top, top}, millivolts{-1000 * top, 1000 * top};
     std::vector<plot::Tick> ticks = millivolts.Ticks(9), phases;
     for (plot::Tick& tick : ticks) tick.value /= 1000;

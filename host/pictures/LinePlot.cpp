@@ -7,7 +7,7 @@
 namespace amisim::plot {
 namespace {
 
-constexpr double kRight = 22, kTitle = 24, kKeyRow = 18, kText = 12;
+constexpr double kRight = 22, kTitle = 24, kNoTitle = 8, kKeyRow = 18, kText = 12;
 constexpr double kSample = 24, kKeyGap = 16;  // of a curve in the key, between two of them
 
 /// Around the values, with some room on either side if asked for.
@@ -91,7 +91,9 @@ Panel LinePlot::PanelIn(const Area& whole, double aside) const
 {
     const double width = whole.width - aside - kRight;
     const auto key = Key(width);
-    const double above = kTitle + (key.empty() ? 0 : kKeyRow * key.back().row);
+    const double above = title.empty() && key.empty() ? kNoTitle
+                         : key.empty()                ? kTitle
+                                                      : kTitle + kKeyRow * key.back().row;
     return {{whole.left + aside, whole.top + above, width, whole.height - above - Panel::kBelow},
             AcrossAxis(),
             UpwardsAxis()};
