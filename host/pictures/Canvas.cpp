@@ -139,13 +139,7 @@ void Canvas::Text(Point place, std::string_view given, const Lettering& letterin
     cairo_save(cairo_);
     cairo_translate(cairo_, place.x, place.y);
     if (lettering.upwards) cairo_rotate(cairo_, -std::numbers::pi / 2);
-    cairo_scaled_font_t* font = font::At(lettering.size);
-    cairo_font_options_t* options = cairo_font_options_create();
-    cairo_scaled_font_get_font_options(font, options);
-    cairo_set_font_face(cairo_, cairo_scaled_font_get_font_face(font));
-    cairo_set_font_size(cairo_, lettering.size);
-    cairo_set_font_options(cairo_, options);
-    cairo_font_options_destroy(options);
+    cairo_set_scaled_font(cairo_, font::At(lettering.size));
     const double left = lettering.align == Align::kLeft    ? 0
                         : lettering.align == Align::kRight ? -width
                                                            : -width / 2;

@@ -59,7 +59,6 @@ public:
     Canvas& operator=(const Canvas&) = delete;
 
     double Width() const { return width_; }
-    double Height() const { return height_; }
 
     void Rectangle(const Area& area, const Colour& colour, double opacity = 1);
 

@@ -7,7 +7,7 @@
 typedef struct _cairo_scaled_font cairo_scaled_font_t;
 
 /// The font of all pictures: DejaVu Sans, which is part of the program, so that a picture looks the
-/// same wherever it is drawn. Sizes and widths are in points.
+/// same wherever it is drawn. Sizes and widths are in points. One thread at a time draws pictures.
 namespace amisim::font {
 
 /// The font at a size, unhinted: widths grow with the size.
