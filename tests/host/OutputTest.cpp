@@ -14,6 +14,7 @@
 #include "host/results/CurveFiles.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/results/ResultTable.hpp"
+#include "host/sweep/SweepReport.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -263,6 +264,39 @@ TEST(PictureTest, TextsNeitherCollideNorLeaveThePicture)
     logarithmic.scale = logarithmic.scaleAcross = plot::Scale::kLogarithmic;
     EXPECT_TRUE(TextsOf(plot::PlotsPicture({logarithmic}, {})).contains("2·10⁻⁹"));
     TextsOf(plot::PlotsPicture({plot::LinePlot()}, {}));
+}
+
+TEST(PictureTest, MapsOfAnyGridHoldTheirTexts)
+{
+    std::string longWord;
+    for (int i = 0; i < 30; ++i) longWord += "no_clock ";
+    for (const auto& sizes : std::vector<std::vector<int>>{
+             {1}, {40}, {1, 1}, {5, 3}, {32, 1}, {90, 60}, {200, 2}, {3, 2, 2}, {2, 2, 30}}) {
+        for (const std::string& word : {std::string(), std::string("axis "), longWord}) {
+            Table table;
+            table.plan.model = word + "model.so";
+            for (std::size_t k = 0; k < sizes.size(); ++k) {
+                Setting axis{word + std::to_string(k), false, {}, ""};
+                for (int i = 0; i < sizes[k]; ++i) axis.values.push_back(word + std::to_string(i));
+                table.plan.axes.push_back(axis);
+            }
+            for (const Case& aCase : Expand(table.plan)) {
+                const auto status = static_cast<Row::Status>(aCase.number % 11 % 3);
+                Row row{aCase, status, "", "not locked", false, 1, {}};
+                row.ranked = status == Row::Status::kOk && aCase.number % 7 != 0;
+                for (const Metric& metric : Metrics())
+                    row.numbers[metric.number.pointer] = 0.1 * aCase.number;
+                table.rows.push_back(row);
+            }
+            const auto texts = TextsOf(SweepPicture(table));
+            SCOPED_TRACE(fmt::format("{} by {}, {}", sizes[0], sizes.back(), word.size()));
+            EXPECT_TRUE(word.size() > 10 || texts.contains(table.plan.axes[0].name));
+            // What has no value is marked where the cells have room for it.
+            if (sizes.size() == 2 && sizes[0] == 5) {
+                for (const char* text : {"!", "✕", "–"}) EXPECT_TRUE(texts.contains(text)) << text;
+            }
+        }
+    }
 }
 
 TEST(PictureTest, LabelsTellNeighboursApart)
