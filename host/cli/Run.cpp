@@ -68,18 +68,25 @@ ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomi
     options.Check();
     const ModelSource model =
         ResolveModelSource(options.model, options.modelName, options.parameters);
+    std::optional<ModelSource> transmitter;
+    if (!options.transmitter.empty()) {
+        transmitter = ResolveModelSource(options.transmitter, options.transmitterName,
+                                         options.transmitterParameters, Role::kTransmitter);
+    }
     std::vector<fs::path> inputs = options.signal.Files();
     inputs.insert(inputs.end(), model.files.begin(), model.files.end());
+    if (transmitter)
+        inputs.insert(inputs.end(), transmitter->files.begin(), transmitter->files.end());
     OutputFolder folder(options.out, RunFolder(), OutputFolder::Use::kAlone, inputs);
     RunOptions known = options;
     known.signal.FindBitRate();
-    Simulation simulation(
-        known, model,
-        {worker, folder.Path(), folder.Path() / "model.log", [&stop] { return stop.load(); }});
+    Simulation simulation(known, model, transmitter ? &*transmitter : nullptr,
+                          {worker, folder.Path(), folder.Path() / "model.log",
+                           folder.Path() / "tx.log", [&stop] { return stop.load(); }});
     folder.RemoveAll();
     // The model may write these at any time. Where there is no room even for the list, the numbers
     // are still to be printed.
-    for (const char* name : {"result.json", "model.log", "Adapt.txt", "EOM.txt"})
+    for (const char* name : {"result.json", "model.log", "tx.log", "Adapt.txt", "EOM.txt"})
         folder.Claim(name);
     RunFiles files(known, folder);
     RunResult result = simulation.Run(files);

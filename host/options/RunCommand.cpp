@@ -12,6 +12,7 @@ Examples:
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
   amisim run retimer.ibs --touchstone backplane.s4p --tx-post 0.1 --fext near-pair.s4p --bits 100000
+  amisim run rx.ibs --tx tx.ibs --tx-param Post1=3 --touchstone backplane.s4p
   amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave npy
 
 Files in the output folder:
@@ -21,7 +22,7 @@ Files in the output folder:
   *.csv, eye*.npy       the same as numbers
   wave.npy or wave.csv  the model's output waveform with times (--save-wave)
   clock.csv             the clock times as the model returned them
-  model.log             what the model printed, if anything
+  model.log, tx.log     what the models printed, if anything
   and what the model itself writes, such as Adapt.txt and EOM.txt
 The next run in the folder replaces these, and no file that no run has written.
 
@@ -74,6 +75,20 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->type_name("NAME=VALUE");
+
+    const std::string tx = "Transmitter's model (docs/link.md)";
+    run->add_option("--tx", o.transmitter,
+                    "A transmitter's model in place of the built-in one: .ibs, .ami or .so")
+        ->type_name("MODEL")
+        ->group(tx);
+    run->add_option("--tx-model", o.transmitterName, "Its [Model] of an .ibs that holds several")
+        ->type_name("NAME")
+        ->group(tx);
+    run->add_option("--tx-param", o.transmitterParameters, "Set a parameter of it; may be repeated")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("NAME=VALUE")
+        ->group(tx);
 
     const std::string time = kTimeGroup;
     run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")

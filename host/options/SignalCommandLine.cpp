@@ -120,6 +120,12 @@ void AddTransmitterOptions(CLI::App& run, SignalOptions& o)
               "Duty-cycle distortion, UI: width of a single 1 less that of a single 0");
     AddNumber(run, group, "--noise", o.noise, "V", 0.0, 1e3,
               "Gaussian noise at the model's input, V rms");
+    run.add_option("--noise-bandwidth", o.noiseBandwidth,
+                   "Frequency that this noise reaches up to, Hz, at the same rms: then its effect "
+                   "is the same at any --samples-per-bit [half the sample rate]")
+        ->check(CLI::Range(1.0, 1e15).description(""))
+        ->type_name("HZ")
+        ->group(group);
     run.add_option("--seed", o.seed, "Seed of everything random, the pattern's start included")
         ->capture_default_str()
         ->type_name("N")
@@ -228,7 +234,8 @@ void CheckTogether(const CLI::App& run)
                                        {"--scale", "--wave"},
                                        {"--offset", "--wave"},
                                        {"--wave-step", "--wave"},
-                                       {"--sj-frequency", "--sj-amplitude"}}) {
+                                       {"--sj-frequency", "--sj-amplitude"},
+                                       {"--noise-bandwidth", "--noise"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
     }
     for (const char* name : {"--mixed-mode", "--accept-channel"}) {

@@ -22,7 +22,7 @@ const OutputFolder::Kind& RunFolder()
         for (const char* name :
              {"report.html", "bathtub.csv", "contours.csv", "eye.npy", "eye-input.npy", "tie.csv",
               "tie_histogram.csv", "tie_spectrum.csv", "unit_interval.csv", "parameters_out.csv",
-              "model.log", "Adapt.txt", "EOM.txt", "clock.csv", "wave.csv", "wave.npy"})
+              "model.log", "tx.log", "Adapt.txt", "EOM.txt", "clock.csv", "wave.csv", "wave.npy"})
             run.files.emplace_back(name);
         return run;
     }();

@@ -40,6 +40,10 @@ constexpr Ignored kIgnored[] = {
     {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
     {"PAM*", "", "the signal is NRZ, decided at 0 V"},
+    {"Tx_Rj", "0", "the edges have the jitter of --rj"},
+    {"Tx_Dj", "0", "the edges have no jitter of an even distribution"},
+    {"Tx_Sj", "0", "the edges have the jitter of --sj-amplitude"},
+    {"Tx_DCD", "0", "--dcd moves rising edges against falling ones"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
     {"Ts4file*", "", "the model's own network is not part of the channel"},
     {"Tx_V", "", "the swing is that of --amplitude"},
@@ -103,7 +107,7 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
     return declared;
 }
 
-bool IsTransmitters(const ibis::AmiFile& file)
+std::optional<Role> RoleOf(const ibis::AmiFile& file)
 {
     bool sends = false, receives = false;
     for (const ibis::AmiParameter& parameter : file.parameters) {
@@ -113,7 +117,8 @@ bool IsTransmitters(const ibis::AmiFile& file)
         sends |= row->direction == ibis::AmiDirection::Tx;
         receives |= row->direction == ibis::AmiDirection::Rx;
     }
-    return sends && !receives;
+    if (sends == receives) return std::nullopt;
+    return sends ? Role::kTransmitter : Role::kReceiver;
 }
 
 void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides)

@@ -29,9 +29,12 @@ struct Declarations
 /// @param overrides  of the user
 Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides);
 
-/// Whether reserved parameters say that this is a transmitter's model: there are some that only a
-/// transmitter has, and none that only a receiver has.
-bool IsTransmitters(const ibis::AmiFile& file);
+/// At which end of a channel a model is to run.
+enum class Role { kTransmitter, kReceiver };
+
+/// The end that it has reserved parameters of, and none of the other; nothing where they do not
+/// tell.
+std::optional<Role> RoleOf(const ibis::AmiFile& file);
 
 /// @throws Error (kModelLoad) for a modulation other than NRZ, the only one that is sent
 void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides);

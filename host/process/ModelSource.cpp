@@ -48,25 +48,34 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
     return result;
 }
 
-ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
+void RequireRole(const ibis::AmiFile& ami, Role role)
 {
-    if (IsTransmitters(ami)) {
-        throw Error(ExitCode::kModelLoad,
-                    fmt::format("{}: is a transmitter's model, by the reserved parameters that it "
-                                "has; expected a receiver's",
-                                ami.path.string()));
-    }
+    const std::optional<Role> stated = RoleOf(ami);
+    if (!stated || stated == role) return;
+    throw Error(
+        ExitCode::kModelLoad,
+        fmt::format("{}: is a {} model, by the reserved parameters that it has; {}",
+                    ami.path.string(), stated == Role::kReceiver ? "receiver's" : "transmitter's",
+                    stated == Role::kReceiver ? "--tx expects a transmitter's"
+                                              : "give it with --tx, and a receiver's here"));
+}
+
+ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides, Role role)
+{
+    RequireRole(ami, role);
     RequireNrz(ami, overrides);
     ModelSource source;
     source.parameters = ibis::ParameterString(ami, overrides);
     Declarations declarations = ReadDeclarations(ami, overrides);
     source.declared = std::move(declarations.numbers);
     source.notes = std::move(declarations.notes);
-    if (const auto exists = ami.Reserved("GetWave_Exists"); exists && *exists != "True") {
-        throw Error(
-            ExitCode::kModelLoad,
-            fmt::format("{}: the model says GetWave_Exists {}: it has no time-domain part to run",
-                        ami.path.string(), *exists));
+    source.getWave = ami.Reserved("GetWave_Exists").value_or("True") == "True";
+    source.returnsImpulse = ami.Reserved("Init_Returns_Impulse").value_or("False") == "True";
+    if (!source.getWave && !source.returnsImpulse) {
+        throw Error(ExitCode::kModelLoad,
+                    fmt::format("{}: the model says GetWave_Exists False and Init_Returns_Impulse "
+                                "False: it does nothing to a signal",
+                                ami.path.string()));
     }
     if (const auto bits = ami.Reserved("Ignore_Bits"))
         source.ignoreBits = ParseNumber<std::int64_t>(*bits);
@@ -108,7 +117,7 @@ std::optional<std::string> ModelSource::Setting(const std::string& parameter) co
 }
 
 ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
-                               const std::vector<std::string>& overrides)
+                               const std::vector<std::string>& overrides, Role role)
 {
     ibis::Overrides pairs = LastOfEach(overrides);
     const ibis::ResolvedModel resolved = ibis::ResolveModel(model, modelName);
@@ -116,7 +125,7 @@ ModelSource ResolveModelSource(const std::filesystem::path& model, const std::st
     ModelSource source;
     if (resolved.ami) {
         AddOwnSettings(*resolved.ami, resolved.library, pairs);
-        source = WithDefinitions(*resolved.ami, pairs);
+        source = WithDefinitions(*resolved.ami, pairs, role);
     } else {
         source.parameters = UncheckedString(resolved.rootName, pairs);
         source.settings = pairs;

@@ -14,9 +14,11 @@ namespace amisim {
 /// A model as the user named it, resolved to what running it takes.
 struct ModelSource
 {
-    std::filesystem::path library;           // absolute
-    std::string name;                        // root of its parameter string
-    std::string parameters;                  // what AMI_Init is handed
+    std::filesystem::path library;  // absolute
+    std::string name;               // root of its parameter string
+    std::string parameters;         // what AMI_Init is handed
+    bool getWave = true;            // it has AMI_GetWave
+    bool returnsImpulse = false;    // its AMI_Init gives the impulse response back as filtered
     std::optional<std::int64_t> ignoreBits;  // the model's own Ignore_Bits
     // Its own Least_Samples_Per_Bit, which is no parameter of the standard's.
     std::optional<std::int64_t> leastSamplesPerBit;
@@ -40,9 +42,9 @@ void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& libra
 /// @param modelName  of the [Model] in an .ibs; empty: its only one
 /// @param overrides  "Name=Value" texts; the last one for a parameter counts
 /// @throws Error kInput for a file, kUsage for an override that does not suit, kModelLoad for a
-/// model
-///         that has no part that runs in the time domain
+///         model of the other end, or that has nothing to say in the time domain
 ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
-                               const std::vector<std::string>& overrides);
+                               const std::vector<std::string>& overrides,
+                               Role role = Role::kReceiver);
 
 }  // namespace amisim

@@ -83,7 +83,7 @@ private:
     long Load()
     {
         try {
-            module_.emplace(blocks_.ModulePath());
+            module_.emplace(blocks_.ModulePath(), blocks_.TimeDomain());
             return 1;
         } catch (const Error& error) {
             message_ = std::string(error.what()).substr(0, kLongestText);

@@ -19,6 +19,7 @@ struct ModelStart
     // Impulse responses, V/s: the signal's, then one from each aggressor; all of one length, at
     // least one sample.
     std::vector<std::vector<double>> impulses;
+    bool timeDomain = true;        // whether AMI_GetWave is to be called
     std::size_t blockSamples = 0;  // most samples in one block
     std::size_t slots = 6;         // blocks in flight between host and model
 };
@@ -49,6 +50,7 @@ public:
     double SampleInterval() const { return header_.sampleInterval; }
     double BitTime() const { return header_.bitTime; }
     std::span<double> Impulses() const;  // one after the other
+    bool TimeDomain() const { return header_.timeDomain; }
     std::size_t Aggressors() const { return header_.aggressors; }
 
     std::size_t Slots() const { return header_.slots; }
@@ -88,6 +90,7 @@ private:
             slotsAt;                // byte offsets; the module path follows the header
         std::size_t impulseLength;  // of all together
         std::size_t aggressors;
+        bool timeDomain;
         std::size_t slots;
         std::size_t blockSamples;
         std::size_t clockRoom;  // doubles per slot, without the guard

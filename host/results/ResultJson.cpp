@@ -176,6 +176,15 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                      {"parameters_in", model.parameters},
                      {"parameters_out", r.parametersOut},
                      {"message", r.modelMessage}};
+    if (const auto& tx = r.transmitter) {
+        json["transmitter"] = {{"file", options.transmitter.string()},
+                               {"name", tx->name},
+                               {"parameters_in", tx->parametersIn},
+                               {"parameters_out", tx->parametersOut},
+                               {"message", tx->message},
+                               {"seconds", tx->seconds}};
+    }
+    if (r.residual) json["model"]["filter_residual"] = *r.residual;
     if (!r.impulses.empty()) {
         json["model"]["impulses"] = {{"samples", r.impulses[0].size()},
                                      {"aggressors", r.impulses.size() - 1},

@@ -85,6 +85,7 @@ Json SignalJson(const SignalOptions& o)
     json["sine_jitter_hz"] = o.sineFrequency;
     json["duty_cycle_distortion_ui"] = o.dutyCycleDistortion;
     json["noise_v_rms"] = o.noise;
+    if (o.noiseBandwidth) json["noise_bandwidth_hz"] = *o.noiseBandwidth;
     json["seed"] = o.seed;
     json.update(ChannelJson(o));
     if (o.mixedMode != "auto") json["mixed_mode"] = o.mixedMode;
@@ -123,6 +124,7 @@ std::string Describe(const SignalOptions& o)
     if (o.dutyCycleDistortion != 0)
         text += fmt::format(", {:g} UI duty-cycle distortion", o.dutyCycleDistortion);
     if (o.noise != 0) text += fmt::format(", {:g} mV rms noise", o.noise * 1000);
+    if (o.noiseBandwidth) text += fmt::format(" up to {:g} GHz", *o.noiseBandwidth * 1e-9);
     return text;
 }
 

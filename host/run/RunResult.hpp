@@ -45,9 +45,17 @@ struct RunResult
     std::optional<AdaptLog> adaptation;  // absent when the model writes none
     std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
 
-    BoxState box;                               // that the model ran in
-    std::string modelMessage, parametersOut;    // from AMI_Init
-    SamplerSettings sampler;                    // what stood between output and decisions
+    BoxState box;                             // that the model ran in
+    std::string modelMessage, parametersOut;  // from AMI_Init
+    /// Of the transmitter's model, if there is one.
+    struct Transmitter
+    {
+        std::string name, parametersIn, parametersOut, message;
+        double seconds = 0;  // spent in it
+    };
+    std::optional<Transmitter> transmitter;
+    std::optional<double> residual;  // of the receiver's filter, where it had to be divided out
+    SamplerSettings sampler;         // what stood between output and decisions
     std::vector<ParameterTrack> parameters;     // numbers that the model gave back over the run
     std::vector<std::vector<double>> impulses;  // V/s, as AMI_Init gave them back
     bool impulsesChanged = false;               // by AMI_Init

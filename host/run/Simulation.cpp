@@ -15,22 +15,30 @@ namespace {
 constexpr std::size_t kMostLoggedEyes = 400;
 
 /// Of those sent, until they have been compared.
-std::int64_t HeldBits(const SimulationOptions& options)
+std::int64_t HeldBits(const SimulationOptions& options, bool transmitter)
 {
+    constexpr std::int64_t kAhead = 1 << 17;  // of the bits that a transmitter's model has had
     return 10 * options.blockBits + Analyses::kHeldBits + SymbolComparer::kLongestDelay +
-           4 * static_cast<std::int64_t>(SymbolComparer::kWindow);
+           4 * static_cast<std::int64_t>(SymbolComparer::kWindow) +
+           (transmitter ? kAhead + 10 * options.blockBits : 0);
 }
 
 }  // namespace
 
 Simulation::Simulation(const SimulationOptions& options, const ModelSource& model,
-                       Surroundings surroundings)
+                       const ModelSource* transmitter, Surroundings surroundings)
     : options_(options),
       model_(model),
+      transmitter_(transmitter),
       surroundings_(std::move(surroundings)),
-      signal_(options.signal, HeldBits(options))
+      signal_(options.signal, HeldBits(options, transmitter)),
+      link_(signal_, transmitter, model)
 {
     result_.notes = model_.notes;
+    if (transmitter) {
+        for (const std::string& note : transmitter->notes)
+            result_.notes.push_back("transmitter: " + note);
+    }
     if (model.leastSamplesPerBit && options.signal.samplesPerBit < *model.leastSamplesPerBit) {
         result_.notes.push_back(fmt::format(
             "the model asks for {} samples per bit or more: with {} its own measurements, and "
@@ -71,13 +79,16 @@ std::int64_t Simulation::IgnoredBits()
     if (options_.ignoreBits) return std::min(*options_.ignoreBits, signal_.Bits());
     const std::int64_t half = signal_.Bits() / 2;
     if (!model_.ignoreBits) return half;
-    if (*model_.ignoreBits > half) {
+    // A receiver settles only after the transmitter before it.
+    const std::int64_t asked =
+        *model_.ignoreBits + (transmitter_ ? transmitter_->ignoreBits.value_or(0) : 0);
+    if (asked > half) {
         result_.notes.push_back(
             fmt::format("the model asks for {} bits to be ignored; of {} only the first half "
                         "is: give more --bits",
-                        *model_.ignoreBits, signal_.Bits()));
+                        asked, signal_.Bits()));
     }
-    return std::min(*model_.ignoreBits, half);
+    return std::min(asked, half);
 }
 
 void Simulation::StartAnalyses()
@@ -96,21 +107,26 @@ void Simulation::StartAnalyses()
     analyses_.emplace(settings);
 }
 
-void Simulation::Drive(BlockListener& listener)
+ModelStart Simulation::StartOf(const ModelSource& model) const
 {
     ModelStart start;
-    start.modulePath = model_.library;
-    start.parameters = model_.parameters;
+    start.modulePath = model.library;
+    start.parameters = model.parameters;
     start.sampleInterval = options_.signal.SampleInterval();
     start.bitTime = options_.signal.BitTime();
-    start.impulses = signal_.Impulses();
+    start.impulses = link_.Responses();
+    start.timeDomain = model.getWave;
     start.blockSamples =
         static_cast<std::size_t>(options_.blockBits * options_.signal.samplesPerBit);
+    return start;
+}
 
+ModelProcess::Settings Simulation::ProcessSettings(const std::filesystem::path& log) const
+{
     ModelProcess::Settings settings;
     settings.workerProgram = surroundings_.worker;
     settings.folder = surroundings_.folder;
-    settings.logFile = surroundings_.log;
+    settings.logFile = log;
     settings.callLimit = options_.callLimit;
     settings.box = options_.Box();
     settings.interrupted = surroundings_.stopped;
@@ -118,28 +134,89 @@ void Simulation::Drive(BlockListener& listener)
         settings.deadline = begin_ + std::chrono::duration_cast<Clock::duration>(
                                          std::chrono::duration<double>(*options_.timeLimit));
     }
-    ModelProcess process(start, settings);
+    return settings;
+}
+
+void Simulation::StartTransmitter()
+{
+    result_.transmitter = {transmitter_->name, transmitter_->parameters, "", "", 0};
+    const auto init = link_.StartTransmitter(StartOf(*transmitter_),
+                                             ProcessSettings(surroundings_.transmitterLog));
+    result_.transmitter->message = init.message;
+    result_.transmitter->parametersOut = init.parametersOut;
+}
+
+void Simulation::Drive(BlockListener& listener)
+{
+    if (transmitter_) StartTransmitter();
+    ModelProcess process(StartOf(model_), ProcessSettings(surroundings_.log));
     result_.box = process.Box();
     auto init = process.Init();
     result_.modelMessage = init.message;
     result_.parametersOut = init.parametersOut;
     TakeParameters(init.parametersOut, "AMI_Init");
     UseSampler();
-    result_.impulsesChanged = init.impulses != signal_.Impulses();
+    result_.impulsesChanged = init.impulses != link_.Responses();
+    link_.Connect(init.impulses, result_.notes);
+    result_.residual = link_.Residual();
     result_.impulses = std::move(init.impulses);
 
     listener.Start(signal_.Bits());
+    if (model_.getWave) {
+        RunThroughModel(process, listener);
+    } else {
+        RunThroughResponse(listener);
+    }
+    process.Close();
+    link_.Close();
+}
+
+void Simulation::RunThroughModel(ModelProcess& process, BlockListener& listener)
+{
     std::int64_t made = 0;
     while (true) {
-        while (process.SlotFree() && made < signal_.Bits() && !surroundings_.stopped())
-            made += MakeBlock(process, made);
+        while (process.SlotFree() && made < signal_.Bits() && !surroundings_.stopped()) {
+            const std::size_t samples = SamplesOfBlock(made);
+            link_.Input().Read(process.NextInput().first(samples));
+            process.Submit(samples);
+            made += options_.blockBits;
+        }
         if (!process.Busy()) break;
         const ModelProcess::Block block = process.Wait();
         Take(block);
         listener.Take(block);
         result_.modelSeconds = process.ModelSeconds();
     }
-    process.Close();
+}
+
+/// The output of a receiver that only changes the impulse response.
+void Simulation::RunThroughResponse(BlockListener& listener)
+{
+    std::vector<double> input, output;
+    for (std::int64_t made = 0; made < signal_.Bits() && !surroundings_.stopped();
+         made += options_.blockBits) {
+        if (options_.timeLimit && Clock::now() > *ProcessSettings("").deadline) {
+            throw ModelFailure(ExitCode::kTimeLimit, "the run",
+                               "was stopped by the time limit of the run", "");
+        }
+        input.resize(SamplesOfBlock(made));
+        output.resize(input.size());
+        link_.Input().Read(input);
+        if (link_.Output()) {
+            link_.Output()->Read(output);
+        } else {
+            output = input;
+        }
+        const ModelProcess::Block block{input, output, {}, ""};
+        Take(block);
+        listener.Take(block);
+    }
+}
+
+std::size_t Simulation::SamplesOfBlock(std::int64_t made) const
+{
+    const std::int64_t bits = std::min(options_.blockBits, signal_.Bits() - made);
+    return static_cast<std::size_t>(bits * options_.signal.samplesPerBit);
 }
 
 void Simulation::UseSampler()
@@ -150,16 +227,6 @@ void Simulation::UseSampler()
     sampler.seed = options_.signal.seed;
     analyses_->Use(sampler);
     result_.sampler = sampler;
-}
-
-/// Makes and submits the next block; returns its bits.
-std::int64_t Simulation::MakeBlock(ModelProcess& process, std::int64_t made)
-{
-    const std::int64_t bits = std::min(options_.blockBits, signal_.Bits() - made);
-    const auto samples = static_cast<std::size_t>(bits * options_.signal.samplesPerBit);
-    signal_.Output().Read(process.NextInput().first(samples));
-    process.Submit(samples);
-    return bits;
 }
 
 void Simulation::Take(const ModelProcess::Block& block)
@@ -193,9 +260,9 @@ void Simulation::Evaluate()
     result_.clock = std::move(found.clock);
     if (result_.bits > 0) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
-    result_.parameters = parameters_.Tracks();
-    result_.notes.insert(result_.notes.end(), parameters_.Notes().begin(),
-                         parameters_.Notes().end());
+    TakeTracks(parameters_, "");
+    TakeTracks(link_.Parameters(), "tx.");
+    if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();
     result_.adaptation = ReadAdaptLog(surroundings_.folder / "Adapt.txt");
     if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
     if (!result_.eqLevel) {
@@ -208,6 +275,15 @@ void Simulation::Evaluate()
         result_.notes.push_back(
             fmt::format("EOM.txt: only the first {} eyes are taken over", kMostLoggedEyes));
     }
+}
+
+void Simulation::TakeTracks(const ParameterLog& log, const char* prefix)
+{
+    for (ParameterTrack track : log.Tracks()) {
+        track.name.insert(0, prefix);
+        result_.parameters.push_back(std::move(track));
+    }
+    result_.notes.insert(result_.notes.end(), log.Notes().begin(), log.Notes().end());
 }
 
 }  // namespace amisim

@@ -8,6 +8,7 @@
 #include "host/analysis/Analyses.hpp"
 #include "host/process/ModelProcess.hpp"
 #include "host/process/ModelSource.hpp"
+#include "host/run/Link.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
 #include "host/signal/SignalChain.hpp"
@@ -34,13 +35,15 @@ public:
         std::filesystem::path worker;  // the program that the model runs in: amisim-worker
         std::filesystem::path folder;  // that the model runs in
         std::filesystem::path log;     // for what it prints
+        std::filesystem::path transmitterLog;
         std::function<bool()> stopped = [] { return false; };  // asked often; true ends the run
     };
 
     /// @throws Error (kInput) for a file of the signal, (kUsage) for options that do not fit
     /// together
+    /// @param transmitter  null: the one that is built in
     Simulation(const SimulationOptions& options, const ModelSource& model,
-               Surroundings surroundings);
+               const ModelSource* transmitter, Surroundings surroundings);
 
     /// To be called once. A model that fails is part of the result, as is a run that was stopped;
     /// what was found until then is there. @throws std::system_error when the system refuses a
@@ -53,17 +56,25 @@ private:
     std::int64_t IgnoredBits();
     void StartAnalyses();
     void Drive(BlockListener& listener);
-    std::int64_t MakeBlock(ModelProcess& process, std::int64_t made);
+    ModelStart StartOf(const ModelSource& model) const;
+    ModelProcess::Settings ProcessSettings(const std::filesystem::path& log) const;
+    void StartTransmitter();
+    void RunThroughModel(ModelProcess& process, BlockListener& listener);
+    void RunThroughResponse(BlockListener& listener);
+    std::size_t SamplesOfBlock(std::int64_t made) const;
     void Take(const ModelProcess::Block& block);
     void UseSampler();
     void TakeParameters(const std::string& text, const std::string& call);
+    void TakeTracks(const ParameterLog& log, const char* prefix);
     void Evaluate();
 
     const SimulationOptions& options_;
     const ModelSource& model_;
+    const ModelSource* transmitter_;
     Surroundings surroundings_;
     Clock::time_point begin_ = Clock::now();
     SignalChain signal_;
+    Link link_;
     std::optional<Analyses> analyses_;
     ParameterLog parameters_;
     RunResult result_;

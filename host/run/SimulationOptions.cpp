@@ -50,6 +50,14 @@ void SimulationOptions::Check() const
 {
     Box();
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    if (!transmitter.empty() && !signal.wave.empty())
+        fail("--tx: goes with a pattern, not with the waveform of --wave");
+    if (!transmitter.empty() && signal.deemphasis.Sum() > 0)
+        fail(
+            "--tx-pre, --tx-post: are those of the built-in transmitter; with --tx the model has "
+            "its own");
+    if (transmitter.empty() && (!transmitterName.empty() || !transmitterParameters.empty()))
+        fail("--tx-model, --tx-param: are for a model given with --tx");
     if (signal.bits && ignoreBits && *ignoreBits >= *signal.bits) {
         fail(fmt::format("--ignore-bits {} leaves nothing of --bits {}: give fewer", *ignoreBits,
                          *signal.bits));

@@ -18,6 +18,10 @@ struct SimulationOptions
     std::string modelName;                // of the [Model] in an .ibs; empty: its only one
     std::vector<std::string> parameters;  // Name=Value
 
+    std::filesystem::path transmitter;  // its model; empty: the one that is built in
+    std::string transmitterName;        // as modelName
+    std::vector<std::string> transmitterParameters;
+
     SignalOptions signal;
     std::int64_t blockBits = 256;
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours

@@ -10,6 +10,7 @@
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
 #include "host/signal/Convolver.hpp"
+#include "host/signal/LowPass.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/SignalMix.hpp"
 #include "host/signal/SymbolPattern.hpp"
@@ -99,7 +100,7 @@ ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelRespo
 }  // namespace
 
 SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits)
-    : sentUnitInterval_(options.samplesPerBit)
+    : options_(options), sentUnitInterval_(options.samplesPerBit)
 {
     options.Check();
     if (options.wave.empty()) {
@@ -141,7 +142,7 @@ void SignalChain::UseWaveFile(const SignalOptions& options)
         notes_.push_back(fmt::format("{}: holds {} bits, fewer than asked for", name, there));
     output_ = file.get();
     stages_.push_back(std::move(file));
-    impulses_ = {{1 / options.SampleInterval()}};
+    taps_ = {{1.0}};
 }
 
 void SignalChain::KeepImpulse(const Transmitter::Settings& transmitter,
@@ -154,15 +155,84 @@ void SignalChain::KeepImpulse(const Transmitter::Settings& transmitter,
         for (std::size_t k = 0; k < channel.taps.size(); ++k)
             impulse[i + k] += edge[i] * channel.taps[k];
     }
-    for (double& value : impulse) value /= channel.sampleInterval;
-    impulses_.push_back(std::move(impulse));
+    taps_.push_back(std::move(impulse));
 }
 
 void SignalChain::PadImpulses(int samplesPerBit)
 {
     std::size_t longest = kImpulseBits * static_cast<std::size_t>(samplesPerBit);
-    for (const auto& impulse : impulses_) longest = std::max(longest, impulse.size());
-    for (auto& impulse : impulses_) impulse.resize(longest, 0.0);
+    for (const auto& taps : taps_) longest = std::max(longest, taps.size());
+    for (const auto& taps : taps_) {
+        auto& impulse = impulses_.emplace_back(longest);
+        std::ranges::transform(taps, impulse.begin(),
+                               [&](double tap) { return tap / options_.SampleInterval(); });
+    }
+}
+
+/// Of a response that a model has not changed its own, to the last bit.
+std::vector<double> SignalChain::TapsOf(std::size_t column,
+                                        const std::vector<double>& response) const
+{
+    if (response == impulses_[column]) return taps_[column];
+    std::vector<double> taps;
+    for (const double value : response) taps.push_back(value * options_.SampleInterval());
+    while (taps.size() > 1 && taps.back() == 0) taps.pop_back();
+    return taps;
+}
+
+SignalSource* SignalChain::AddNoise(SignalSource* signal, const LeadingTaps& filter)
+{
+    if (!HasNoise()) return signal;
+    const Random random(options_.seed, kNoiseStream);
+    if (!options_.noiseBandwidth && filter.taps.empty())
+        return Add<NoiseSource>(*signal, options_.noise, random);
+    SignalSource* noise = Add<NoiseSource>(*Add<Silence>(), options_.noise, random);
+    if (options_.noiseBandwidth) {
+        noise =
+            Add<Convolver>(*noise, LowPass(*options_.noiseBandwidth * options_.SampleInterval()));
+    }
+    if (!filter.taps.empty()) {
+        noise = Add<Convolver>(*noise, filter.taps);
+        std::vector<double> before(filter.lead);
+        noise->Read(before);
+    }
+    return Add<SignalMix>(std::vector<SignalSource*>{signal, noise});
+}
+
+SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
+{
+    SignalSource* const output = output_;
+    SignalSource* stimulus = nullptr;
+    if (senders_.empty()) {
+        stimulus = Add<WaveFile>(WavePoints::Open(options_.wave, options_.reading),
+                                 options_.SampleInterval());
+    } else {
+        const Sender& sender = senders_[column];
+        Transmitter::Settings settings = sender.settings;
+        settings.amplitude = 0.5;
+        settings.deemphasis = {};
+        settings.square = true;
+        stimulus =
+            Add<Transmitter>(settings, sender.symbols(), counts ? &*sent_ : nullptr, sender.random);
+    }
+    output_ = output;
+    return *stimulus;
+}
+
+SignalSource& SignalChain::Through(SignalSource& through,
+                                   const std::vector<std::vector<double>>& responses,
+                                   const LeadingTaps& noiseFilter)
+{
+    SignalSource* const output = output_;
+    std::vector<SignalSource*> parts;
+    for (std::size_t k = 0; k < responses.size(); ++k) {
+        SignalSource& from = k == 0 ? through : Stimulus(k, false);
+        parts.push_back(Add<Convolver>(from, TapsOf(k, responses[k])));
+    }
+    SignalSource* const clean = parts.size() > 1 ? Add<SignalMix>(parts) : parts[0];
+    SignalSource* const made = AddNoise(clean, noiseFilter);
+    output_ = output;
+    return *made;
 }
 
 void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits)
@@ -188,12 +258,13 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
     const auto ahead = static_cast<std::size_t>(
         static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
     sent_.emplace(ahead + static_cast<std::size_t>(heldBits));
-    SignalSource* const transmitter = Add<Transmitter>(settings, MakeSymbols(options), &*sent_,
-                                                       Random(options.seed, kJitterStream));
+    senders_.push_back(
+        {settings, [this] { return MakeSymbols(options_); }, Random(options.seed, kJitterStream)});
+    SignalSource* const transmitter =
+        Add<Transmitter>(settings, MakeSymbols(options), &*sent_, senders_[0].random);
     Add<Convolver>(*transmitter, channel.taps);
     if (!options.fext.empty() || !options.next.empty()) AddAggressors(options, channel);
-    if (options.noise > 0)
-        Add<NoiseSource>(*output_, options.noise, Random(options.seed, kNoiseStream));
+    output_ = AddNoise(output_, {});
 }
 
 void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel)
@@ -210,9 +281,11 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
         KeepImpulse(settings, coupling);
-        auto symbols = std::make_unique<Prbs>(options.prbs, random.Bits());
-        SignalSource* const aggressor =
-            Add<Transmitter>(settings, std::move(symbols), nullptr, random);
+        const auto symbols = [order = options.prbs, seed = random.Bits()] {
+            return std::make_unique<Prbs>(order, seed);
+        };
+        senders_.push_back({settings, symbols, random});
+        SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
     };
     for (const auto& path : options.fext) add(path, true);

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "host/channel/ChannelResponse.hpp"
+#include "host/signal/Deconvolution.hpp"
 #include "host/signal/SignalOptions.hpp"
 #include "host/signal/SignalSource.hpp"
 #include "host/signal/SymbolHistory.hpp"
@@ -23,8 +25,13 @@ public:
     /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
     SignalChain(const SignalOptions& options, std::int64_t heldBits);
 
+    SignalChain(const SignalChain&) = delete;
+    SignalChain& operator=(const SignalChain&) = delete;
+
     /// What the model receives.
     SignalSource& Output() const { return *output_; }
+
+    bool HasNoise() const { return options_.noise > 0; }
 
     std::int64_t Bits() const { return bits_; }  // of the whole run
     const SymbolHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
@@ -36,6 +43,19 @@ public:
     /// file, behind which nothing is known, that of a step of 1 V.
     const std::vector<std::vector<double>>& Impulses() const { return impulses_; }
 
+    /// The signal as models are driven with it: from -0.5 to +0.5 V, square, its edges where the
+    /// transmitter of this column (as of Impulses()) has them, jitter included; of a waveform file
+    /// the waveform. Convolved with the column's response it is what Output() has of it.
+    /// @param counts  whether Sent() is to know its symbols, in place of Output()'s
+    SignalSource& Stimulus(std::size_t column, bool counts);
+
+    /// What responses make of the signal: `through` convolved with the first, each aggressor's
+    /// stimulus with its own, and noise.
+    /// @param responses    as Impulses()
+    /// @param noiseFilter  that the noise has passed; empty: none
+    SignalSource& Through(SignalSource& through, const std::vector<std::vector<double>>& responses,
+                          const LeadingTaps& noiseFilter);
+
     /// Of the channel, where it comes from a file of S parameters.
     const std::optional<ChannelGrade>& Grade() const { return grade_; }
 
@@ -45,6 +65,13 @@ public:
     static constexpr std::size_t kImpulseBits = 512;
 
 private:
+    /// What makes a column's symbols, and when.
+    struct Sender
+    {
+        Transmitter::Settings settings;
+        std::function<std::unique_ptr<SymbolSource>()> symbols;
+        Random random;
+    };
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
@@ -52,13 +79,17 @@ private:
     void PadImpulses(int samplesPerBit);
     template <typename Stage, typename... Arguments>
     SignalSource* Add(Arguments&&... arguments);
+    SignalSource* AddNoise(SignalSource* signal, const LeadingTaps& filter);
+    std::vector<double> TapsOf(std::size_t column, const std::vector<double>& response) const;
 
+    SignalOptions options_;
+    std::vector<Sender> senders_;  // of each column; none for a waveform file
     std::optional<SymbolHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;
     SignalSource* output_ = nullptr;  // one of them
     std::int64_t bits_ = 0;
     double sentUnitInterval_ = 0;
-    std::vector<std::vector<double>> impulses_;
+    std::vector<std::vector<double>> taps_, impulses_;  // V; the same in V/s and padded
     std::optional<ChannelGrade> grade_;
     std::vector<std::string> notes_;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "host/signal/SignalSource.hpp"
@@ -26,6 +27,17 @@ public:
 private:
     std::vector<SignalSource*> inputs_;
     std::vector<double> part_;
+};
+
+/// 0 V without end.
+class Silence : public SignalSource
+{
+public:
+    std::size_t Read(std::span<double> out) override
+    {
+        std::ranges::fill(out, 0.0);
+        return out.size();
+    }
 };
 
 }  // namespace amisim

@@ -39,6 +39,11 @@ void SignalOptions::Check() const
                         "leaves the bit itself",
                         deemphasis.Sum()));
     }
+    // A filter for less would take as many samples as a hundred bits have, and more.
+    if (noiseBandwidth && *noiseBandwidth < bitRate / 100) {
+        fail(fmt::format("--noise-bandwidth {:g}: expected a hundredth of the bit rate or more",
+                         *noiseBandwidth));
+    }
     // Neighbouring edges move against each other by this part of a unit interval at most.
     const double shear = 2 * std::numbers::pi * sineFrequency / bitRate * sineJitter;
     if (shear > 0.5) {

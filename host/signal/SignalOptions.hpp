@@ -31,11 +31,12 @@ struct SignalOptions
     // As between two crystals. Without any offset or noise a clock recovery may have a false place
     // of rest, where it stays if that is where it starts.
     double ppm = 100;
-    double randomJitter = 0;         // UI rms
-    double sineJitter = 0;           // UI peak
-    double sineFrequency = 1e6;      // Hz
-    double dutyCycleDistortion = 0;  // UI, width of a single 1 less that of a single 0
-    double noise = 0;                // V rms
+    double randomJitter = 0;               // UI rms
+    double sineJitter = 0;                 // UI peak
+    double sineFrequency = 1e6;            // Hz
+    double dutyCycleDistortion = 0;        // UI, width of a single 1 less that of a single 0
+    double noise = 0;                      // V rms
+    std::optional<double> noiseBandwidth;  // Hz; absent: up to half the sample rate
     std::uint64_t seed = 1;
 
     // The channel: a file if one is given, else the line.

@@ -54,7 +54,8 @@ void Transmitter::MakeBoundary()
     const double late = jitter_.Next(ideal, (change > 0) - (change < 0));
     lastTime_ = std::max(ideal + late, lastTime_ + kClosest * settings_.unitInterval);
     boundary_ += 1;
-    if (level != level_) edges_.push_back({lastTime_, level_, level});
+    if (level != level_)
+        edges_.push_back({settings_.square ? lastTime_ - 0.5 : lastTime_, level_, level});
     level_ = level;
 }
 
@@ -62,6 +63,13 @@ void Transmitter::AddRamp(const Edge& edge, std::span<double> out, std::size_t b
                           std::size_t end) const
 {
     if (begin >= end) return;
+    if (settings_.square) {
+        for (std::size_t n = begin; n < end; ++n) {
+            const double since = first_ + static_cast<double>(n) - edge.time + 0.5;
+            out[n] += (edge.to - edge.from) * since;
+        }
+        return;
+    }
     // sin of the phase within the edge, from -pi/2 to pi/2, turned on from sample to sample.
     const double step = std::numbers::pi / settings_.rampTime;
     const double phase = step * (first_ + static_cast<double>(begin) - edge.time);
@@ -78,7 +86,7 @@ void Transmitter::AddRamp(const Edge& edge, std::span<double> out, std::size_t b
 
 std::size_t Transmitter::Read(std::span<double> out)
 {
-    const double half = settings_.rampTime / 2, size = static_cast<double>(out.size());
+    const double half = RampTime() / 2, size = static_cast<double>(out.size());
     while (lastTime_ - half < first_ + size) MakeBoundary();
 
     // The line steps where an edge has settled; what the edge did until then is added to that.

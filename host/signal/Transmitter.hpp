@@ -40,6 +40,9 @@ public:
         double start = 0;        // samples, where the first symbol begins; the line is idle before
         double unitInterval = 64;      // samples; the transmitter's own, ppm offset included
         double rampTime = 0.366 * 64;  // samples from start to end of an edge
+        // Instead of ramps, steps: the sample before one holds as much of it as it lasts of the
+        // time until the next, so that a filter behind sees it where it is.
+        bool square = false;
         Modulation modulation;
         Deemphasis deemphasis;
         EdgeJitter::Settings jitter;
@@ -70,6 +73,7 @@ private:
     };
     void TakeSymbol();
     void MakeBoundary();
+    double RampTime() const { return settings_.square ? 1 : settings_.rampTime; }
     void AddRamp(const Edge& edge, std::span<double> out, std::size_t begin, std::size_t end) const;
 
     Settings settings_;

@@ -172,6 +172,66 @@ TEST(SignalChain, AggressorsAddTheirOwnPatternAtTheirOwnRate)
     EXPECT_GT(LargestDifference(Output(options), alone), 0.2);
 }
 
+TEST(SignalChain, NoiseOfABandwidthIsTheSameAtAnySampleRate)
+{
+    for (const int samplesPerBit : {32, 64, 128}) {
+        SignalOptions options;
+        options.samplesPerBit = samplesPerBit;
+        options.amplitude = 0;
+        options.noise = 0.01;
+        options.noiseBandwidth = options.bitRate;
+        const auto wave = Output(options, 1 << 20);
+        // The correlation of what is white up to B, sin(2 pi B t) / (2 pi B t), in quarters of a
+        // bit.
+        const auto correlation = [&](std::size_t lag) {
+            double sum = 0;
+            for (std::size_t n = 4096; n + lag < wave.size(); ++n) sum += wave[n] * wave[n + lag];
+            return sum / static_cast<double>(wave.size() - 4096) / 1e-4;
+        };
+        const auto quarter = static_cast<std::size_t>(samplesPerBit) / 4;
+        // The filter's slope takes a little, chance the rest.
+        const double tolerance = 0.03 + 3 / std::sqrt(2.0 * (1 << 20) / samplesPerBit);
+        EXPECT_NEAR(correlation(0), 1, tolerance);
+        EXPECT_NEAR(correlation(quarter), 2 / std::numbers::pi, tolerance);
+        EXPECT_NEAR(correlation(2 * quarter), 0, tolerance);
+        EXPECT_NEAR(correlation(6 * quarter), 0, tolerance);
+    }
+}
+
+TEST(SignalChain, AStimulusThroughTheImpulseResponsesIsTheSignal)
+{
+    TemporaryFolder folder;
+    SaveTouchstone("pair.s2p", 0.2, 2e-9);
+    SignalOptions options;
+    options.lossDb = 0;  // and no memory, so that the first ramp's lost half has no effect for long
+    options.fext = {"pair.s2p"};
+    options.noise = 0.01;
+    // With both a boundary's jitter would move all symbols there, against all echoes of a symbol.
+    for (const bool jitter : {false, true}) {
+        options.randomJitter = jitter ? 0.02 : 0;
+        options.deemphasis = jitter ? Deemphasis{} : Deemphasis{{0.1}, {0.2}};
+        const std::size_t later = (jitter ? 0 : 64) + 12;  // the pre-cursor's bit, half of a ramp
+        SignalChain chain(options, 0);
+        std::vector<double> direct(64 * 1000), through(direct.size());
+        chain.Output().Read(direct);
+        auto& stimulus = chain.Stimulus(0, false);
+        chain.Through(stimulus, chain.Impulses(), {{1.0}, 0}).Read(through);
+        // The noise is not later: the same samples at other times.
+        const auto quiet = [&](SignalOptions same) {
+            same.noise = 0;
+            return Output(same, direct.size());
+        }(options);
+        double apart = 0, noise = 0;
+        for (std::size_t n = 256; n + later < direct.size(); ++n) {
+            const double shifted = direct[n + later] - quiet[n + later];
+            apart = std::max(apart, std::abs(through[n + later] - shifted - quiet[n]));
+            noise = std::max(noise, std::abs(shifted));
+        }
+        EXPECT_LT(apart, 1.2e-3) << "a straight line from sample to sample, on a ramp of 23";
+        EXPECT_GT(noise, 0.03);
+    }
+}
+
 TEST(SignalChain, RefusesAChannelThatCannotBeTrustedUnlessItIsAccepted)
 {
     TemporaryFolder folder;

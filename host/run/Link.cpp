@@ -1,0 +1,168 @@
+#include "host/run/Link.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/signal/Deconvolution.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr double kWorthANote = 1e-3;  // residual
+
+/// A failure of the transmitter's model says so.
+template <typename Step>
+auto OfTransmitter(Step step)
+{
+    try {
+        return step();
+    } catch (const ModelFailure& failure) {
+        throw ModelFailure(failure.Code(), failure.phase + " of the transmitter", failure.reason,
+                           failure.printed);
+    }
+}
+
+}  // namespace
+
+/// What the transmitter's AMI_GetWave makes of the stimulus, in blocks, several of which are under
+/// way.
+class Link::WaveSource : public SignalSource
+{
+public:
+    WaveSource(ModelProcess& process, SignalSource& stimulus, std::size_t blockSamples,
+               std::int64_t blockBits, ParameterLog& parameters)
+        : process_(process),
+          stimulus_(stimulus),
+          blockSamples_(blockSamples),
+          blockBits_(blockBits),
+          parameters_(parameters)
+    {
+    }
+
+    std::size_t Read(std::span<double> out) override
+    {
+        for (std::size_t done = 0; done < out.size();) {
+            if (taken_ == block_.size()) OfTransmitter([&] { Refill(); });
+            const std::size_t count = std::min(out.size() - done, block_.size() - taken_);
+            std::ranges::copy(block_.subspan(taken_, count),
+                              out.begin() + static_cast<std::ptrdiff_t>(done));
+            taken_ += count;
+            done += count;
+        }
+        return out.size();
+    }
+
+private:
+    void Refill()
+    {
+        while (process_.SlotFree()) {
+            stimulus_.Read(process_.NextInput().first(blockSamples_));
+            process_.Submit(blockSamples_);
+        }
+        const ModelProcess::Block block = process_.Wait();
+        block_ = block.output;
+        taken_ = 0;
+        ++blocks_;
+        parameters_.Take(block.parametersOut, block.parametersOut.size() < kLongestText,
+                         blocks_ * blockBits_,
+                         fmt::format("AMI_GetWave {} of the transmitter", blocks_));
+    }
+
+    ModelProcess& process_;
+    SignalSource& stimulus_;
+    std::size_t blockSamples_;
+    std::int64_t blockBits_, blocks_ = 0;
+    ParameterLog& parameters_;
+    std::span<const double> block_;
+    std::size_t taken_ = 0;
+};
+
+Link::Link(SignalChain& signal, const ModelSource* transmitter, const ModelSource& receiver)
+    : signal_(signal),
+      hasTransmitter_(transmitter != nullptr),
+      returnsImpulse_(transmitter && transmitter->returnsImpulse),
+      flow_(FlowOf(transmitter, receiver)),
+      responses_(signal.Impulses())
+{
+}
+
+Link::~Link() = default;
+
+ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
+                                                const ModelProcess::Settings& settings)
+{
+    ModelStart own = start;
+    own.impulses = {responses_[0]};  // aggressors have transmitters of their own
+    own.timeDomain = flow_.txWave;
+    const auto blockBits =
+        std::llround(static_cast<double>(own.blockSamples) * own.sampleInterval / own.bitTime);
+    return OfTransmitter([&] {
+        transmitter_ = std::make_unique<ModelProcess>(own, settings);
+        auto init = transmitter_->Init();
+        parameters_.Take(init.parametersOut, init.parametersOut.size() < kLongestText, 0,
+                         "AMI_Init of the transmitter");
+        if (returnsImpulse_) responses_[0] = init.impulses[0];
+        if (flow_.txWave) {
+            wave_ = std::make_unique<WaveSource>(*transmitter_, signal_.Stimulus(0, true),
+                                                 own.blockSamples, blockBits, parameters_);
+            tee_.emplace(*wave_);
+        }
+        return init;
+    });
+}
+
+/// What comes before the channel, for the input (0) and for the output (1).
+SignalSource& Link::Source(std::size_t which)
+{
+    if (tee_) return tee_->End(which);
+    // Without a transmitter's model the signal's own chain knows what is sent.
+    return signal_.Stimulus(0, which == 0 && hasTransmitter_);
+}
+
+void Link::Connect(const std::vector<std::vector<double>>& returned,
+                   std::vector<std::string>& notes)
+{
+    if (!hasTransmitter_) {
+        input_ = &signal_.Output();  // its edges are ramps wherever they are between two samples
+    } else {
+        auto responses = responses_;
+        if (flow_.input == Response::kRoad) responses[0] = signal_.Impulses()[0];
+        input_ = &signal_.Through(Source(0), responses, {});
+    }
+    if (flow_.output == Response::kNone || returned == responses_) return;
+    const LeadingTaps filter = ReceiverFilter(returned, notes);
+    auto responses = returned;
+    if (flow_.output == Response::kDivided) responses[0] = Convolved(signal_.Impulses()[0], filter);
+    output_ = &signal_.Through(Source(1), responses, filter);
+}
+
+/// What the receiver's AMI_Init convolves with. Needed for noise, and where the transmitter's part
+/// is in the response and in the wave.
+LeadingTaps Link::ReceiverFilter(const std::vector<std::vector<double>>& returned,
+                                 std::vector<std::string>& notes)
+{
+    if (flow_.output != Response::kDivided && !signal_.HasNoise()) return {};
+    Deconvolved found = Deconvolve(responses_[0], returned[0]);
+    residual_ = found.residual;
+    if (found.residual > kWorthANote) {
+        notes.push_back(fmt::format(
+            "what the receiver's AMI_Init does to the response is no linear filter, or "
+            "more than the response tells: the one that comes nearest leaves {:.2g} of "
+            "it over, and {} is only as true",
+            found.residual, flow_.output == Response::kDivided ? "the output" : "the noise in it"));
+    }
+    return std::move(found.filter);
+}
+
+void Link::Close()
+{
+    if (!transmitter_) return;
+    OfTransmitter([&] {
+        while (transmitter_->Busy()) transmitter_->Wait();
+        transmitter_->Close();
+    });
+}
+
+}  // namespace amisim

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/process/ModelProcess.hpp"
+#include "host/process/ParameterLog.hpp"
+#include "host/run/Flow.hpp"
+#include "host/signal/SignalChain.hpp"
+#include "host/signal/SignalTee.hpp"
+
+namespace amisim {
+
+/// The signals at a receiver's input and, of one without AMI_GetWave, at its output: made of the
+/// signal chain, of a transmitter's model if there is one, and of what AMI_Init has given back. The
+/// steps are to be taken in the order in which they stand.
+class Link
+{
+public:
+    /// @param transmitter  null: the one that is built in
+    Link(SignalChain& signal, const ModelSource* transmitter, const ModelSource& receiver);
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+    ~Link();
+
+    /// Has the transmitter's model initialised. @throws ModelFailure, whose phase names the
+    /// transmitter; as ModelProcess
+    ModelProcess::InitResult StartTransmitter(const ModelStart& start,
+                                              const ModelProcess::Settings& settings);
+
+    /// What the receiver's AMI_Init is handed.
+    const std::vector<std::vector<double>>& Responses() const { return responses_; }
+
+    /// @param returned  as the receiver's AMI_Init gave it back
+    /// @param notes     gets a sentence on a receiver's filter that had to be found by division
+    void Connect(const std::vector<std::vector<double>>& returned, std::vector<std::string>& notes);
+
+    SignalSource& Input() const { return *input_; }
+    /// Null where the receiver makes the output itself, or lets its input through as it is.
+    SignalSource* Output() const { return output_; }
+
+    /// How far the filter that was found by division is from the receiver's; absent without one.
+    const std::optional<double>& Residual() const { return residual_; }
+
+    void Close();
+
+    /// What the transmitter's model gave back, and the time spent in it.
+    const ParameterLog& Parameters() const { return parameters_; }
+    double ModelSeconds() const { return transmitter_ ? transmitter_->ModelSeconds() : 0; }
+
+private:
+    class WaveSource;
+    SignalSource& Source(std::size_t which);
+    LeadingTaps ReceiverFilter(const std::vector<std::vector<double>>& returned,
+                               std::vector<std::string>& notes);
+
+    SignalChain& signal_;
+    bool hasTransmitter_, returnsImpulse_;
+    const Flow& flow_;
+    std::vector<std::vector<double>> responses_;
+    std::unique_ptr<ModelProcess> transmitter_;
+    std::unique_ptr<WaveSource> wave_;
+    std::optional<SignalTee> tee_;
+    SignalSource* input_ = nullptr;
+    SignalSource* output_ = nullptr;
+    std::optional<double> residual_;
+    ParameterLog parameters_;
+};
+
+}  // namespace amisim

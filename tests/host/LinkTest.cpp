@@ -1,0 +1,206 @@
+#include <fmt/format.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "host/files/WavePoints.hpp"
+#include "host/signal/Deconvolution.hpp"
+#include "host/signal/Random.hpp"
+#include "tests/host/Support.hpp"
+
+namespace amisim {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Links of a FIR filter as transmitter and another as receiver, of any kind.
+class LinkTest : public ProgramTest
+{
+protected:
+    struct Kind
+    {
+        bool wave, impulse;
+    };
+    static constexpr Kind kWave{true, false}, kImpulse{false, true}, kDual{true, true};
+
+    LinkTest() { fs::create_directories("m"); }
+
+    static void Make(const std::string& name, Kind kind, double first, double second,
+                     double fold = 0)
+    {
+        fs::copy(FIR_MODEL, "m/" + name + ".so", fs::copy_options::overwrite_existing);
+        const auto parameter = [](const char* what, const char* type, const std::string& value) {
+            return fmt::format("({} (Usage {}) (Type {}) (Value {}) (Description \"\"))\n", what,
+                               std::string(type) == "Float" ? "In" : "Info", type, value);
+        };
+        const auto truth = [](bool value) { return value ? "True" : "False"; };
+        Save("m/" + name + ".ami",
+             "(" + name + " (Description \"\")\n(Reserved_Parameters\n" +
+                 parameter("AMI_Version", "String", "\"7.0\"") +
+                 parameter("GetWave_Exists", "Boolean", truth(kind.wave)) +
+                 parameter("Init_Returns_Impulse", "Boolean", truth(kind.impulse)) +
+                 ")\n(Model_Specific\n" + parameter("First", "Float", fmt::format("{}", first)) +
+                 parameter("Second", "Float", fmt::format("{}", second)) +
+                 parameter("Impulse", "Float", kind.impulse ? "1" : "0") +
+                 parameter("Fold", "Float", fmt::format("{}", fold)) + "))\n");
+    }
+
+    /// The output's samples; "" as transmitter: the one that is built in.
+    std::vector<double> Output(const std::string& transmitter, const std::string& options)
+    {
+        const std::string tx = transmitter.empty() ? "" : " --tx m/" + transmitter + ".ami";
+        EXPECT_EQ(Shell(AMISIM_PROGRAM " run m/rx.ami --save-wave npy --bits 400 " + options + tx),
+                  0)
+            << output_;
+        std::vector<double> values;
+        const auto points = WavePoints::Open("out/wave.npy", {});
+        for (WavePoint point; points->Next(point);) values.push_back(point.value);
+        EXPECT_EQ(values.size(), 400U * 64);
+        return values;
+    }
+
+    static nlohmann::json Result() { return nlohmann::json::parse(Read("out/result.json")); }
+
+    /// The largest difference, `a` being so many samples later, over the largest of `b`; without
+    /// the first two bits where it is, since a ramp that began before time 0 is cut off.
+    static double Apart(const std::vector<double>& a, const std::vector<double>& b,
+                        std::size_t later = 0)
+    {
+        double apart = 0, largest = 0;
+        for (std::size_t n = later > 0 ? 128 : 0; n + later < a.size(); ++n) {
+            apart = std::max(apart, std::abs(a[n + later] - b[n]));
+            largest = std::max(largest, std::abs(b[n]));
+        }
+        return apart / largest;
+    }
+};
+
+TEST_F(LinkTest, EveryKindOfTransmitterAndReceiverGivesTheSameOutput)
+{
+    const std::string line = "--loss 8 --ppm 130 --rj 0.02 --block-bits 50 --amplitude 0.7";
+    std::vector<double> first;
+    for (const Kind tx : {kWave, kImpulse, kDual}) {
+        for (const Kind rx : {kWave, kImpulse, kDual}) {
+            SCOPED_TRACE(fmt::format("{}{} {}{}", tx.wave, tx.impulse, rx.wave, rx.impulse));
+            Make("tx", tx, 0.8, -0.2);
+            Make("rx", rx, 1.1, -0.3);
+            const auto output = Output("tx", line);
+            if (first.empty()) first = output;
+            const bool divided = tx.wave && tx.impulse && !rx.wave;
+            EXPECT_LT(Apart(output, first), divided ? 1e-5 : 1e-9);
+            EXPECT_EQ(Result()["model"].contains("filter_residual"), divided);
+            EXPECT_EQ(Result()["errors"], 0);
+            EXPECT_EQ(Result()["transmitter"]["name"], "tx");
+        }
+    }
+    // Both filters and the swing are in it: a constant level passes all.
+    Make("tx", kWave, 0.8, -0.2);
+    const auto flat = Output("tx", "--clock-pattern 100 --loss 0 --amplitude 0.7");
+    EXPECT_NEAR(std::abs(flat[64 * 95]), 0.35 * 0.6 * 0.8, 1e-12);
+}
+
+TEST_F(LinkTest, ModelsThatChangeNothingGiveTheRunWithoutThem)
+{
+    const std::string line = "--loss 8 --noise 0.01 --amplitude 1 --rise-time 0 --ppm 0";
+    Make("rx", kWave, 1, 0);
+    const auto alone = Output("", line);
+    const std::string wave = Read("out/wave.npy");
+    for (const Kind tx : {Kind{false, false}, kWave, kImpulse, kDual}) {
+        for (const Kind rx : {kWave, kImpulse, kDual}) {
+            SCOPED_TRACE(fmt::format("{}{} {}{}", tx.wave, tx.impulse, rx.wave, rx.impulse));
+            const bool builtIn = !tx.wave && !tx.impulse;
+            if (!builtIn) Make("tx", tx, 1, 0);
+            Make("rx", rx, 1, 0);
+            Output(builtIn ? "" : "tx", line);
+            EXPECT_EQ(Read("out/wave.npy"), wave);
+        }
+    }
+}
+
+TEST_F(LinkTest, AReceiverThatOnlyHasAnImpulseFiltersNoiseAndCrosstalkToo)
+{
+    std::string pair = "# Hz S RI R 50\n";
+    for (double f = 20e6; f < 80e9; f += 20e6) pair += fmt::format("{0} 0 0 .2 0 .2 0 0 0\n", f);
+    Save("pair.s2p", pair);
+    // Half of the ramp lies before a bit's beginning, and an impulse response begins with it.
+    const auto ramp = static_cast<std::size_t>(std::ceil(0.15 * 64 / 0.40966553 / 2));
+    // Without loss what is cut off there has no effect for long.
+    const std::string line = "--loss 0 --ppm 0 ", lossy = "--loss 8 ",
+                      noise = "--noise 0.02 --noise-bandwidth 2e10 ";
+    const auto both = [&](const std::string& options) {
+        Make("rx", kWave, 1.1, -0.3);
+        auto wave = Output("", options);
+        Make("rx", kImpulse, 1.1, -0.3);
+        return std::pair(std::move(wave), Output("", options));
+    };
+    const auto [wave, impulse] = both(line);
+    EXPECT_LT(Apart(impulse, wave, ramp), 1e-9);
+    const auto [quietWave, quietImpulse] = both(lossy);
+    auto [noisyWave, noisyImpulse] = both(lossy + noise);
+    for (std::size_t n = 0; n < wave.size(); ++n) {
+        noisyWave[n] -= quietWave[n];
+        noisyImpulse[n] -= quietImpulse[n];
+    }
+    EXPECT_LT(Apart(noisyImpulse, noisyWave), 1e-3);
+    EXPECT_LT(Result()["model"]["filter_residual"], 1e-4);
+    const auto [crossedWave, crossedImpulse] = both(line + "--fext pair.s2p");
+    EXPECT_GT(Apart(crossedWave, wave), 0.2);
+    EXPECT_LT(Apart(crossedImpulse, crossedWave, ramp), 2e-3) << "edges between samples";
+    EXPECT_TRUE(Says("an ideal clock is used"));
+}
+
+TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)
+{
+    Make("tx", kDual, 0.8, -0.2);
+    Make("rx", kImpulse, 1, 0, 1e9);
+    Output("tx", "--loss 8");
+    EXPECT_TRUE(Says("is no linear filter, or more than the response tells")) << output_;
+    EXPECT_GT(Result()["model"]["filter_residual"], 1e-3);
+
+    Make("tx", kWave, 1, 0);
+    Make("none", {false, false}, 1, 0);
+    struct Case
+    {
+        const char* options;
+        int code;
+        const char* says;
+    };
+    for (const Case& c : {
+             Case{"--tx m/none.ami", 4, "does nothing to a signal"},
+             {"--tx m/tx.ami --tx-param Third=1", 2, "no parameter 'Third'"},
+             {"--tx m/tx.ami --tx-post 0.1", 2, "the model has its own"},
+             {"--tx m/tx.ami --wave x.csv", 2, "goes with a pattern"},
+             {"--tx-param First=1", 2, "for a model given with --tx"},
+             {"--tx " TEST_MODEL " --tx-param Mode=abort", 5,
+              "in AMI_GetWave 3 of the transmitter"},
+             {"--tx " TEST_MODEL " --tx-param 'Mode=init 0'", 6, "in AMI_Init of the transmitter"},
+             {"--tx " TEST_MODEL " --tx-param 'Mode=out taps'", 0, "tx.gain"},
+         }) {
+        EXPECT_EQ(Shell(std::string(AMISIM_PROGRAM " run m/rx.ami --bits 2000 ") + c.options),
+                  c.code)
+            << output_;
+        EXPECT_TRUE(Says(c.says)) << c.options << "\n" << output_;
+    }
+}
+
+TEST(Deconvolution, FindsTheFilterAndSaysHowTrulyItDoes)
+{
+    Random random(3);
+    std::vector<double> before(4096), filter(300);
+    for (std::size_t n = 0; n < 200; ++n) before[n] = std::exp(-0.03 * static_cast<double>(n));
+    for (double& tap : filter) tap = random.Normal() / 10;
+    std::vector<double> after = Convolved(before, {filter, 0});
+    double direct = 0;
+    for (std::size_t k = 0; k <= 100; ++k) direct += before[100 - k] * filter[k];
+    EXPECT_NEAR(after[100], direct, 1e-12);
+    const Deconvolved found = Deconvolve(before, after);
+    EXPECT_LT(found.residual, 1e-6);
+    for (std::size_t n = 0; n < filter.size(); ++n)
+        ASSERT_NEAR(found.filter.taps[n + found.filter.lead], filter[n], 1e-6);
+    // What comes before what it is made of is no filter's doing.
+    std::rotate(before.begin(), before.end() - 2000, before.end());
+    EXPECT_GT(Deconvolve(before, after).residual, 0.1);
+}
+
+}  // namespace
+}  // namespace amisim
