@@ -107,15 +107,17 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
         if (flow_.txWave) {
             wave_ = std::make_unique<WaveSource>(*transmitter_, signal_.Stimulus(0, true),
                                                  own.blockSamples, blockBits, parameters_);
-            tee_.emplace(*wave_);
         }
         return init;
     });
 }
 
-/// What comes before the channel, for the input (0) and for the output (1).
+/// What comes before the channel, for the input (0) and for the output (1). What only the input
+/// reads must not be held for the output.
 SignalSource& Link::Source(std::size_t which)
 {
+    if (wave_ && !separateOutput_) return *wave_;
+    if (wave_ && !tee_) tee_.emplace(*wave_);
     if (tee_) return tee_->End(which);
     // Without a transmitter's model the signal's own chain knows what is sent.
     return signal_.Stimulus(0, which == 0 && hasTransmitter_);
@@ -124,6 +126,7 @@ SignalSource& Link::Source(std::size_t which)
 void Link::Connect(const std::vector<std::vector<double>>& returned,
                    std::vector<std::string>& notes)
 {
+    separateOutput_ = flow_.output != Response::kNone && returned != responses_;
     if (!hasTransmitter_) {
         input_ = &signal_.Output();  // its edges are ramps wherever they are between two samples
     } else {
@@ -131,7 +134,7 @@ void Link::Connect(const std::vector<std::vector<double>>& returned,
         if (flow_.input == Response::kRoad) responses[0] = signal_.Impulses()[0];
         input_ = &signal_.Through(Source(0), responses, {});
     }
-    if (flow_.output == Response::kNone || returned == responses_) return;
+    if (!separateOutput_) return;
     const LeadingTaps filter = ReceiverFilter(returned, notes);
     auto responses = returned;
     if (flow_.output == Response::kDivided) responses[0] = Convolved(signal_.Impulses()[0], filter);

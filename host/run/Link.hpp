@@ -63,6 +63,7 @@ private:
     std::unique_ptr<ModelProcess> transmitter_;
     std::unique_ptr<WaveSource> wave_;
     std::optional<SignalTee> tee_;
+    bool separateOutput_ = false;  // made of the responses, not by the receiver from its input
     SignalSource* input_ = nullptr;
     SignalSource* output_ = nullptr;
     std::optional<double> residual_;
