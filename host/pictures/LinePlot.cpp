@@ -130,7 +130,7 @@ void LinePlot::DrawCurves(Canvas& canvas, const Panel& panel) const
     }
 }
 
-/// What ranges and marks are called: beside their ends, where there is room.
+/// What ranges, points and marks are called: beside them, where there is room.
 void LinePlot::DrawLabels(Canvas& canvas, const Panel& panel) const
 {
     const Area& area = panel.area;
@@ -148,6 +148,13 @@ void LinePlot::DrawLabels(Canvas& canvas, const Panel& panel) const
         const bool within = end - begin > width;
         if (within || end + width < area.Right())
             write(end, within, area.top + 10, range.label, colours::kFaint);
+    }
+    for (const Curve& curve : curves) {
+        for (std::size_t i = 0; i < curve.names.size(); ++i) {
+            const double x = panel.X(curve.x[i]);
+            const bool leftwards = x + 6 + font::Width(curve.names[i], kSmall) > area.Right();
+            write(x, leftwards, panel.Y(curve.y[i]) - 8, curve.names[i], colours::kInk);
+        }
     }
     for (const Tick& mark : marks) {
         if (!(mark.value >= panel.across.from && mark.value <= panel.across.to)) continue;

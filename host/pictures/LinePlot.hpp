@@ -13,8 +13,9 @@ struct Curve
 {
     std::vector<double> x, y;
     Stroke stroke;
-    std::string label = {};  // in the key; empty: not listed
-    bool dots = false;       // the points are seen
+    std::string label = {};               // in the key; empty: not listed
+    bool dots = false;                    // the points are seen
+    std::vector<std::string> names = {};  // beside the points
 };
 
 /// One panel with curves, its axes, ticks and key; a picture is one or several of them.

@@ -144,6 +144,7 @@ private:
             for (const auto& tone : spectrum.tones) {
                 tones.x.push_back(tone.frequency * 1e-6);
                 tones.y.push_back(tone.amplitude);
+                tones.names.push_back(fmt::format("{:.4g} MHz", tone.frequency * 1e-6));
             }
             plot.curves.push_back(tones);
             plots.push_back(plot);
