@@ -1,5 +1,6 @@
 #include "ibis/ChooseModel.hpp"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/TextFile.hpp"
@@ -7,9 +8,14 @@
 namespace ibis {
 namespace {
 
-std::optional<ExecutableLine> ForThisPlatform(const std::vector<ExecutableLine>& lines)
+constexpr std::string_view kReceivers = "Executable_Rx", kTransmitters = "Executable_Tx";
+
+std::optional<ExecutableLine> ForThisPlatform(const std::vector<ExecutableLine>& lines, End end)
 {
-    for (const std::string_view keyword : {"Executable_Rx", "Executable", "Executable_Tx"}) {
+    const bool receives = end == End::Receiver;
+    for (const std::string_view keyword :
+         {receives ? kReceivers : kTransmitters, std::string_view("Executable"),
+          receives ? kTransmitters : kReceivers}) {
         for (const ExecutableLine& line : lines) {
             if (line.keyword == keyword && IsThisPlatform(line.platform.Text())) {
                 return line;
@@ -19,7 +25,17 @@ std::optional<ExecutableLine> ForThisPlatform(const std::vector<ExecutableLine>&
     return std::nullopt;
 }
 
-ExecutableLine LineOf(const IbisFile& file, const Model& model)
+/// The only end that a model of this type can be at.
+std::optional<End> EndOf(const Model& model)
+{
+    const TypeTraits& traits = TraitsOf(model.type);
+    if (traits.receives == traits.drives) {
+        return std::nullopt;
+    }
+    return traits.receives ? End::Receiver : End::Transmitter;
+}
+
+ExecutableLine LineOf(const IbisFile& file, const Model& model, End end)
 {
     const std::vector<ExecutableLine> lines = ExecutablesOf(model);
     if (lines.empty()) {
@@ -28,7 +44,7 @@ ExecutableLine LineOf(const IbisFile& file, const Model& model)
                                 "[Algorithmic Model] of '{}'",
                                 model.name));
     }
-    if (const auto line = ForThisPlatform(lines)) {
+    if (const auto line = ForThisPlatform(lines, end)) {
         return *line;
     }
     std::vector<std::string> platforms;
@@ -42,7 +58,7 @@ ExecutableLine LineOf(const IbisFile& file, const Model& model)
 
 }  // namespace
 
-ChosenModel ChooseModel(const IbisFile& file, std::string_view name)
+ChosenModel ChooseModel(const IbisFile& file, std::string_view name, End end)
 {
     std::vector<std::string> all;
     std::vector<const Model*> fitting;
@@ -51,9 +67,14 @@ ChosenModel ChooseModel(const IbisFile& file, std::string_view name)
             continue;
         }
         all.emplace_back(model.name);
-        if (name.empty() ? ForThisPlatform(ExecutablesOf(model)).has_value() : model.name == name) {
+        if (name.empty() ? ForThisPlatform(ExecutablesOf(model), end).has_value()
+                         : model.name == name) {
             fitting.push_back(&model);
         }
+    }
+    const auto isForEnd = [&](const Model* model) { return EndOf(*model) == end; };
+    if (name.empty() && fitting.size() > 1 && std::ranges::count_if(fitting, isForEnd) == 1) {
+        fitting = {*std::ranges::find_if(fitting, isForEnd)};
     }
     const auto fail = [&](const std::string& text) { return Error(file.document.path, text); };
     if (all.empty()) {
@@ -64,7 +85,12 @@ ChosenModel ChooseModel(const IbisFile& file, std::string_view name)
         fitting.push_back(file.FindModel(all[0]));  // whose lines tell why not
     }
     if (fitting.size() == 1) {
-        return {std::string(fitting[0]->name), LineOf(file, *fitting[0])};
+        const ExecutableLine line = LineOf(file, *fitting[0], end);
+        std::optional<End> own = EndOf(*fitting[0]);
+        if (line.keyword != "Executable") {
+            own = line.keyword == kReceivers ? End::Receiver : End::Transmitter;
+        }
+        return {std::string(fitting[0]->name), line, own};
     }
     if (!name.empty() && fitting.empty()) {
         throw fail(fmt::format("no model '{}' with an [Algorithmic Model]; there {} {}", name,

@@ -78,37 +78,38 @@ struct Files
 {
     fs::path library, ami;
     std::string modelName, platform;
+    std::optional<End> end;
 };
 
-Files FromIbs(const fs::path& path, std::string_view modelName, bool needsLibrary)
+Files FromIbs(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
 {
     Findings findings(path.string());  // for amisim check to tell
     const IbisFile ibs = ReadIbisFile(path, findings);
-    const ChosenModel model = ChooseModel(ibs, modelName);
+    const ChosenModel model = ChooseModel(ibs, modelName, end);
     return {needsLibrary ? Named(model.line.library, path) : fs::path(),
-            Named(model.line.ami, path), model.name, model.line.platform.String()};
+            Named(model.line.ami, path), model.name, model.line.platform.String(), model.end};
 }
 
-Files Find(const fs::path& path, std::string_view modelName, bool needsLibrary)
+Files Find(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
 {
     if (!Exists(path)) {
         throw Error(path, "does not exist");
     }
     const std::string kind = Lowercase(path.extension().string());
     if (kind == ".ibs") {
-        return FromIbs(path, modelName, needsLibrary);
+        return FromIbs(path, modelName, end, needsLibrary);
     }
     if (!modelName.empty()) {
         throw Error(path,
                     fmt::format("a model name ('{}') goes with an .ibs file only", modelName));
     }
     if (kind == ".ami") {
-        return {LibraryOf(path).value_or(""), path, "", ""};
+        return {LibraryOf(path).value_or(""), path, "", "", {}};
     }
     if (path.filename().string().find(".so") == std::string::npos) {
         throw Error(path, "expected an .ibs, .ami or .so file");
     }
-    return {path, AmiOf(path).value_or(""), "", ""};
+    return {path, AmiOf(path).value_or(""), "", "", {}};
 }
 
 }  // namespace
@@ -126,9 +127,9 @@ std::optional<fs::path> AmiOf(const fs::path& library)
                        {stem + ".ami", (stem.starts_with("lib") ? stem.substr(3) : stem) + ".ami"});
 }
 
-ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
+ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName, End end)
 {
-    const Files files = Find(path, modelName, true);
+    const Files files = Find(path, modelName, end, true);
     if (files.library.empty()) {
         throw Error(path, fmt::format("expected the model's library {}.so beside it; name the "
                                       ".ibs or the .so instead",
@@ -138,6 +139,7 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
     resolved.rootName = path.stem().string();
     resolved.modelName = files.modelName;
     resolved.platform = files.platform;
+    resolved.end = files.end;
     // A model runs in a folder of its own, and a bare name would be searched for elsewhere.
     resolved.library = fs::absolute(files.library);
     if (!files.ami.empty()) {
@@ -148,7 +150,7 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName)
 
 ResolvedModel ResolveDefinitions(const fs::path& path, std::string_view modelName)
 {
-    const Files files = Find(path, modelName, false);
+    const Files files = Find(path, modelName, End::Receiver, false);
     if (files.ami.empty()) {
         throw Error(path, fmt::format("has no {}.ami beside it", path.stem().string()));
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ibis/ChooseModel.hpp"
 #include "ibis/ami/AmiFile.hpp"
 
 namespace ibis {
@@ -15,6 +16,7 @@ struct ResolvedModel
 {
     std::filesystem::path library;   ///< the shared library, absolute
     std::optional<AmiFile> ami;      ///< absent only for a library without an .ami beside it
+    std::optional<End> end;          ///< of a channel that it is for, where the .ibs tells
     std::string rootName;            ///< root of the parameter string
     std::string modelName;           ///< name of the [Model], "" unless found through an .ibs
     std::string platform;            ///< of its Executable line, likewise
@@ -23,14 +25,16 @@ struct ResolvedModel
 };
 
 /// From
-///  - an .ibs: the Executable line for this platform of the model named, or of the only one;
+///  - an .ibs: the Executable line for this platform of the model named, or of the only one, or of
+///    the only one for this end of a channel;
 ///  - an .ami: the library of the same stem beside it (also with "lib" in front);
 ///  - an .so: the .ami of the same stem beside it (also without a leading "lib"), if there is one;
 ///    otherwise the stem serves as the root's name.
 /// Files beside a link are looked for beside what it leads to as well. Throws Error that names
 /// the file and the remedy when a file is missing, cannot be read, is no definition of parameters
 /// or leaves a choice. modelName is for .ibs only and an error otherwise.
-ResolvedModel ResolveModel(const std::filesystem::path& path, std::string_view modelName = {});
+ResolvedModel ResolveModel(const std::filesystem::path& path, std::string_view modelName = {},
+                           End end = End::Receiver);
 
 /// The same for the file's parameter definitions alone: there must be an .ami, but no library.
 ResolvedModel ResolveDefinitions(const std::filesystem::path& path,

@@ -25,7 +25,8 @@ void PrintFailure(const RunResult::Failure& failure, std::int64_t bits)
 void PrintResults(const RunResult& result, const SimulationOptions& options,
                   const ModelSource& model)
 {
-    Print("{}: {}\n{}", model.name, Describe(options.signal),
+    const std::string before = result.transmitter ? result.transmitter->name + " to " : "";
+    Print("{}{}: {}\n{}", before, model.name, Describe(options.signal),
           result.bits > 0 ? ToTable(result, options) : "");
     for (const auto& note : result.notes)
         Print("  Note: {}\n", base::Shortened(note, kLongestPrinted));

@@ -71,7 +71,7 @@ ExitCode Run(const RunOptions& options, const fs::path& worker, const std::atomi
     std::optional<ModelSource> transmitter;
     if (!options.transmitter.empty()) {
         transmitter = ResolveModelSource(options.transmitter, options.transmitterName,
-                                         options.transmitterParameters, Role::kTransmitter);
+                                         options.transmitterParameters, ibis::End::Transmitter);
     }
     std::vector<fs::path> inputs = options.signal.Files();
     inputs.insert(inputs.end(), model.files.begin(), model.files.end());

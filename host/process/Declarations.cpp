@@ -107,7 +107,7 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
     return declared;
 }
 
-std::optional<Role> RoleOf(const ibis::AmiFile& file)
+std::optional<ibis::End> EndOf(const ibis::AmiFile& file)
 {
     bool sends = false, receives = false;
     for (const ibis::AmiParameter& parameter : file.parameters) {
@@ -118,7 +118,7 @@ std::optional<Role> RoleOf(const ibis::AmiFile& file)
         receives |= row->direction == ibis::AmiDirection::Rx;
     }
     if (sends == receives) return std::nullopt;
-    return sends ? Role::kTransmitter : Role::kReceiver;
+    return sends ? ibis::End::Transmitter : ibis::End::Receiver;
 }
 
 void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides)

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "ibis/ChooseModel.hpp"
 #include "ibis/ami/AmiFile.hpp"
 #include "ibis/ami/ParameterString.hpp"
 
@@ -29,12 +30,9 @@ struct Declarations
 /// @param overrides  of the user
 Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides);
 
-/// At which end of a channel a model is to run.
-enum class Role { kTransmitter, kReceiver };
-
 /// The end that it has reserved parameters of, and none of the other; nothing where they do not
 /// tell.
-std::optional<Role> RoleOf(const ibis::AmiFile& file);
+std::optional<ibis::End> EndOf(const ibis::AmiFile& file);
 
 /// @throws Error (kModelLoad) for a modulation other than NRZ, the only one that is sent
 void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides);

@@ -48,21 +48,24 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
     return result;
 }
 
-void RequireRole(const ibis::AmiFile& ami, Role role)
+/// By its [Model], or else by the reserved parameters that its .ami has.
+void RequireEnd(const std::filesystem::path& model, const ibis::ResolvedModel& resolved,
+                ibis::End end)
 {
-    const std::optional<Role> stated = RoleOf(ami);
-    if (!stated || stated == role) return;
-    throw Error(
-        ExitCode::kModelLoad,
-        fmt::format("{}: is a {} model, by the reserved parameters that it has; {}",
-                    ami.path.string(), stated == Role::kReceiver ? "receiver's" : "transmitter's",
-                    stated == Role::kReceiver ? "--tx expects a transmitter's"
-                                              : "give it with --tx, and a receiver's here"));
+    std::optional<ibis::End> stated = resolved.end;
+    if (!stated && resolved.ami) stated = EndOf(*resolved.ami);
+    if (!stated || stated == end) return;
+    const bool receiver = stated == ibis::End::Receiver;
+    throw Error(ExitCode::kModelLoad,
+                fmt::format("{}: is a {} model, by its {}; {}", model.string(),
+                            receiver ? "receiver's" : "transmitter's",
+                            resolved.end ? "[Model]" : "reserved parameters",
+                            receiver ? "--tx expects a transmitter's"
+                                     : "give it with --tx, and a receiver's here"));
 }
 
-ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides, Role role)
+ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
 {
-    RequireRole(ami, role);
     RequireNrz(ami, overrides);
     ModelSource source;
     source.parameters = ibis::ParameterString(ami, overrides);
@@ -117,15 +120,16 @@ std::optional<std::string> ModelSource::Setting(const std::string& parameter) co
 }
 
 ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
-                               const std::vector<std::string>& overrides, Role role)
+                               const std::vector<std::string>& overrides, ibis::End end)
 {
     ibis::Overrides pairs = LastOfEach(overrides);
-    const ibis::ResolvedModel resolved = ibis::ResolveModel(model, modelName);
+    const ibis::ResolvedModel resolved = ibis::ResolveModel(model, modelName, end);
+    RequireEnd(model, resolved, end);
     if (resolved.ami) ibis::RequireSendable(*resolved.ami);
     ModelSource source;
     if (resolved.ami) {
         AddOwnSettings(*resolved.ami, resolved.library, pairs);
-        source = WithDefinitions(*resolved.ami, pairs, role);
+        source = WithDefinitions(*resolved.ami, pairs);
     } else {
         source.parameters = UncheckedString(resolved.rootName, pairs);
         source.settings = pairs;

@@ -45,6 +45,6 @@ void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& libra
 ///         model of the other end, or that has nothing to say in the time domain
 ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
                                const std::vector<std::string>& overrides,
-                               Role role = Role::kReceiver);
+                               ibis::End end = ibis::End::Receiver);
 
 }  // namespace amisim

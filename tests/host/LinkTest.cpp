@@ -159,6 +159,10 @@ TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)
 
     Make("tx", kWave, 1, 0);
     Make("none", {false, false}, 1, 0);
+    Save("m/both.ibs",
+         "[IBIS Ver] 7.0\n[Model] out\nModel_type Output\n[Algorithmic Model]\n"
+         "Executable Linux_64 tx.so tx.ami\n[Model] in\nModel_type Input\n[Algorithmic Model]\n"
+         "Executable Linux_64 rx.so rx.ami\n[End]\n");
     struct Case
     {
         const char* options;
@@ -166,7 +170,9 @@ TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)
         const char* says;
     };
     for (const Case& c : {
-             Case{"--tx m/none.ami", 4, "does nothing to a signal"},
+             Case{"--tx m/both.ibs", 0, ""},
+             {"--tx m/both.ibs --tx-model in", 4, "is a receiver's model, by its [Model]; --tx"},
+             {"--tx m/none.ami", 4, "does nothing to a signal"},
              {"--tx m/tx.ami --tx-param Third=1", 2, "no parameter 'Third'"},
              {"--tx m/tx.ami --tx-post 0.1", 2, "the model has its own"},
              {"--tx m/tx.ami --wave x.csv", 2, "goes with a pattern"},

@@ -352,7 +352,8 @@ TEST_F(RunTest, WhatTheAmiDeclaresIsAppliedOrNotedOrRefused)
              {"Modulation", "Info", "String", "PAM4", 4, "m.ami:8: the model's Modulation is PAM4"},
              {"Modulation", "In", "String", "NRZ", 0, ""},
              {"Modulation_Levels", "Info", "Integer", "3", 4, "Levels is 3, and the signal is NRZ"},
-             {"Tx_Rj", "Info", "UI", "0.01", 4, "m.ami: is a transmitter's model"},
+             {"Tx_Rj", "Info", "UI", "0.01", 4,
+              "m.ami: is a transmitter's model, by its reserved parameters"},
          }) {
         fs::copy(TEST_MODEL, "m.so", fs::copy_options::overwrite_existing);
         const bool text = std::string(c.type) == "String";

@@ -45,10 +45,11 @@ Executable Windows_64 fast.dll fast.ami
 [Model] never read
 )";
 
-ChosenModel Chosen(const char* text, const char* path, const char* name = "")
+ChosenModel Chosen(const char* text, const char* path, const char* name = "",
+                   End end = End::Receiver)
 {
     Findings findings(path);
-    return ChooseModel(ParseIbisText(text, path, findings), name);
+    return ChooseModel(ParseIbisText(text, path, findings), name, end);
 }
 
 TEST(ChooseModel, TakesTheOneThatRunsHere)
@@ -56,6 +57,23 @@ TEST(ChooseModel, TakesTheOneThatRunsHere)
     EXPECT_EQ(Chosen(kTwo, "some/two.ibs").name, "Slow");
     EXPECT_EQ(MessageOf([&] { Chosen(kTwo, "some/two.ibs", "fast"); }),
               "some/two.ibs: no model 'fast' with an [Algorithmic Model]; there are Slow, Fast");
+}
+
+TEST(ChooseModel, TakesTheOneForItsEndAndTellsWhichItIs)
+{
+    const char* const both =
+        "[IBIS Ver] 7.0\n[Model] tx\nModel_type Output\n[Algorithmic Model]\n"
+        "Executable Linux_64 tx.so tx.ami\n[Model] rx\nModel_type Input\n[Algorithmic Model]\n"
+        "Executable Linux_64 rx.so rx.ami";
+    for (const auto& [end, name, either] :
+         {std::tuple(End::Receiver, "rx", "sub/rx.so"), {End::Transmitter, "tx", "tx.so"}}) {
+        const ChosenModel chosen = Chosen(both, "m.ibs", "", end);
+        EXPECT_EQ(chosen.name, name);
+        EXPECT_EQ(chosen.end, end);
+        EXPECT_EQ(Chosen(kTwo, "two.ibs", "", end).line.library.Text(), either);
+        EXPECT_EQ(Chosen(kTwo, "two.ibs", "", end).end, end);
+    }
+    EXPECT_EQ(Chosen(both, "m.ibs", "tx").end, End::Transmitter);
 }
 
 TEST(ChooseModel, NamesWhatIsWrong)

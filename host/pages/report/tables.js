@@ -106,7 +106,9 @@ function settingsSection() {
   const {model, signal, speed, alignment} = result;
   const pair = [{text: "", number: false}, {text: "", number: false}];
   const parameters = Object.entries(model.settings).map(([name, value]) => [name, element("code", {}, String(value))]);
-  const modelRows = [["File", model.file], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
+  const {transmitter} = result;
+  const modelRows = [transmitter ? ["Transmitter", transmitter.file] : null,
+    transmitter ? ["Its parameters in", element("code", {}, transmitter.parameters_in)] : null, ["File", model.file], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
     model.parameters_out ? ["Parameters out", element("code", {}, model.parameters_out)] : null,
     model.message ? ["Message", element("code", {}, model.message)] : null].filter(Boolean);
   const runRows = [["Bits", grouped(result.bits)], ["Ignored at the start", grouped(result.ignored_bits)],
