@@ -12,7 +12,7 @@
 namespace amisim {
 namespace {
 
-/// Those that are applied to decisions.
+/// Those that are applied to decisions and edges.
 constexpr std::string_view kApplied[] = {"Rx_Rj",
                                          "Rx_Dj",
                                          "Rx_Sj",
@@ -25,7 +25,12 @@ constexpr std::string_view kApplied[] = {"Rx_Rj",
                                          "Rx_Receiver_Sensitivity",
                                          "Rx_Noise",
                                          "Rx_GaussianNoise",
-                                         "Rx_UniformNoise"};
+                                         "Rx_UniformNoise",
+                                         "Tx_Rj",
+                                         "Tx_Dj",
+                                         "Tx_Sj",
+                                         "Tx_Sj_Frequency",
+                                         "Tx_DCD"};
 
 /// Those that are not honoured, unless they have this value, and what becomes of it.
 struct Ignored
@@ -40,10 +45,6 @@ constexpr Ignored kIgnored[] = {
     {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
     {"PAM*", "", "the signal is NRZ, decided at 0 V"},
-    {"Tx_Rj", "0", "the edges have the jitter of --rj"},
-    {"Tx_Dj", "0", "the edges have no jitter of an even distribution"},
-    {"Tx_Sj", "0", "the edges have the jitter of --sj-amplitude"},
-    {"Tx_DCD", "0", "--dcd moves rising edges against falling ones"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
     {"Ts4file*", "", "the model's own network is not part of the channel"},
     {"Tx_V", "", "the swing is that of --amplitude"},

@@ -10,8 +10,8 @@
 
 namespace amisim {
 
-/// A reserved parameter of the .ami by which a receiver states what is to be applied to its
-/// decisions: Rx_Rj and its kin (IBIS 7.2 section 10).
+/// A reserved parameter of the .ami by which a model states what is to be applied to a receiver's
+/// decisions, Rx_Rj and its kin, or to a transmitter's edges (IBIS 7.2 section 10).
 struct DeclaredNumber
 {
     std::string name;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/run/Declared.hpp"
 #include "host/signal/Deconvolution.hpp"
 
 namespace amisim {
@@ -81,8 +82,7 @@ private:
 
 Link::Link(SignalChain& signal, const ModelSource* transmitter, const ModelSource& receiver)
     : signal_(signal),
-      hasTransmitter_(transmitter != nullptr),
-      returnsImpulse_(transmitter && transmitter->returnsImpulse),
+      model_(transmitter),
       flow_(FlowOf(transmitter, receiver)),
       responses_(signal.Impulses())
 {
@@ -91,7 +91,8 @@ Link::Link(SignalChain& signal, const ModelSource* transmitter, const ModelSourc
 Link::~Link() = default;
 
 ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
-                                                const ModelProcess::Settings& settings)
+                                                const ModelProcess::Settings& settings,
+                                                std::vector<std::string>& notes)
 {
     ModelStart own = start;
     own.impulses = {responses_[0]};  // aggressors have transmitters of their own
@@ -103,7 +104,8 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
         auto init = transmitter_->Init();
         parameters_.Take(init.parametersOut, init.parametersOut.size() < kLongestText, 0,
                          "AMI_Init of the transmitter");
-        if (returnsImpulse_) responses_[0] = init.impulses[0];
+        signal_.UseJitter(EdgeJitterOf(model_->declared, parameters_.Tracks(), own.bitTime, notes));
+        if (flow_.txImpulse) responses_[0] = init.impulses[0];
         if (flow_.txWave) {
             wave_ = std::make_unique<WaveSource>(*transmitter_, signal_.Stimulus(0, true),
                                                  own.blockSamples, blockBits, parameters_);
@@ -120,14 +122,14 @@ SignalSource& Link::Source(std::size_t which)
     if (wave_ && !tee_) tee_.emplace(*wave_);
     if (tee_) return tee_->End(which);
     // Without a transmitter's model the signal's own chain knows what is sent.
-    return signal_.Stimulus(0, which == 0 && hasTransmitter_);
+    return signal_.Stimulus(0, which == 0 && model_);
 }
 
 void Link::Connect(const std::vector<std::vector<double>>& returned,
                    std::vector<std::string>& notes)
 {
     separateOutput_ = flow_.output != Response::kNone && returned != responses_;
-    if (!hasTransmitter_) {
+    if (!model_) {
         input_ = &signal_.Output();  // its edges are ramps wherever they are between two samples
     } else {
         auto responses = responses_;

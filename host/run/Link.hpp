@@ -25,10 +25,12 @@ public:
     Link& operator=(const Link&) = delete;
     ~Link();
 
-    /// Has the transmitter's model initialised. @throws ModelFailure, whose phase names the
+    /// Has the transmitter's model initialised. @param notes  gets a sentence on the jitter that it
+    /// declares. @throws ModelFailure, whose phase names the
     /// transmitter; as ModelProcess
     ModelProcess::InitResult StartTransmitter(const ModelStart& start,
-                                              const ModelProcess::Settings& settings);
+                                              const ModelProcess::Settings& settings,
+                                              std::vector<std::string>& notes);
 
     /// What the receiver's AMI_Init is handed.
     const std::vector<std::vector<double>>& Responses() const { return responses_; }
@@ -57,7 +59,7 @@ private:
                                std::vector<std::string>& notes);
 
     SignalChain& signal_;
-    bool hasTransmitter_, returnsImpulse_;
+    const ModelSource* model_;  // of the transmitter
     const Flow& flow_;
     std::vector<std::vector<double>> responses_;
     std::unique_ptr<ModelProcess> transmitter_;

@@ -7,7 +7,7 @@
 
 #include "host/known/AdaptLog.hpp"
 #include "host/known/EomLog.hpp"
-#include "host/run/Receiver.hpp"
+#include "host/run/Declared.hpp"
 
 namespace amisim {
 namespace {
@@ -140,8 +140,8 @@ ModelProcess::Settings Simulation::ProcessSettings(const std::filesystem::path& 
 void Simulation::StartTransmitter()
 {
     result_.transmitter = {transmitter_->name, transmitter_->parameters, "", "", 0};
-    const auto init = link_.StartTransmitter(StartOf(*transmitter_),
-                                             ProcessSettings(surroundings_.transmitterLog));
+    const auto init = link_.StartTransmitter(
+        StartOf(*transmitter_), ProcessSettings(surroundings_.transmitterLog), result_.notes);
     result_.transmitter->message = init.message;
     result_.transmitter->parametersOut = init.parametersOut;
 }

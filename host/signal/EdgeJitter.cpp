@@ -13,6 +13,14 @@ double EdgeJitter::Next(double time, int direction)
         late += settings_.sineAmplitude *
                 std::sin(2 * std::numbers::pi * settings_.sineFrequency * time);
     }
+    const Declared& declared = settings_.declared;
+    if (declared.randomRms > 0) late += declared.randomRms * random_.Normal();
+    if (declared.uniform > 0) late += declared.uniform * (2 * random_.Uniform() - 1);
+    if (declared.sineAmplitude != 0) {
+        late +=
+            declared.sineAmplitude * std::sin(2 * std::numbers::pi * declared.sineFrequency * time);
+    }
+    late += made_++ % 2 == 0 ? declared.alternating : -declared.alternating;
     return late;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "host/signal/Random.hpp"
 
 namespace amisim {
@@ -10,14 +12,25 @@ namespace amisim {
 ///  - Sinusoidal: amplitude * sin(2 pi frequency time), positive meaning late.
 ///  - Duty-cycle distortion: the width of a single 1 less that of a single 0. Rising edges come a
 ///    quarter of it early and falling ones a quarter late; boundaries between equal bits stay.
+///
+/// Besides, what a transmitter's model declares: random and sinusoidal as above, even between minus
+/// and plus a value, and late and early by a value in turn, whatever the bits.
 class EdgeJitter
 {
 public:
+    struct Declared
+    {
+        double randomRms = 0;
+        double uniform = 0;
+        double sineAmplitude = 0, sineFrequency = 0;
+        double alternating = 0;
+    };
     struct Settings
     {
         double randomRms = 0;
         double sineAmplitude = 0, sineFrequency = 0;
         double dutyCycle = 0;
+        Declared declared = {};
     };
 
     EdgeJitter(const Settings& settings, Random random) : settings_(settings), random_(random) {}
@@ -29,6 +42,7 @@ public:
 private:
     Settings settings_;
     Random random_;
+    std::int64_t made_ = 0;
 };
 
 }  // namespace amisim

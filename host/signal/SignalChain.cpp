@@ -219,6 +219,14 @@ SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
     return *stimulus;
 }
 
+void SignalChain::UseJitter(const EdgeJitter::Declared& declared)
+{
+    const double unit = options_.samplesPerBit;
+    senders_[0].settings.jitter.declared = {
+        declared.randomRms * unit, declared.uniform * unit, declared.sineAmplitude * unit,
+        declared.sineFrequency * options_.SampleInterval(), declared.alternating * unit};
+}
+
 SignalSource& SignalChain::Through(SignalSource& through,
                                    const std::vector<std::vector<double>>& responses,
                                    const LeadingTaps& noiseFilter)

@@ -49,6 +49,10 @@ public:
     /// @param counts  whether Sent() is to know its symbols, in place of Output()'s
     SignalSource& Stimulus(std::size_t column, bool counts);
 
+    /// Adds what a transmitter's model declares to the jitter of the stimuli of column 0 to come;
+    /// in UI, and Hz.
+    void UseJitter(const EdgeJitter::Declared& declared);
+
     /// What responses make of the signal: `through` convolved with the first, each aggressor's
     /// stimulus with its own, and noise.
     /// @param responses    as Impulses()

@@ -26,7 +26,7 @@ protected:
     LinkTest() { fs::create_directories("m"); }
 
     static void Make(const std::string& name, Kind kind, double first, double second,
-                     double fold = 0)
+                     double fold = 0, const std::string& more = "")
     {
         fs::copy(FIR_MODEL, "m/" + name + ".so", fs::copy_options::overwrite_existing);
         const auto parameter = [](const char* what, const char* type, const std::string& value) {
@@ -38,7 +38,7 @@ protected:
              "(" + name + " (Description \"\")\n(Reserved_Parameters\n" +
                  parameter("AMI_Version", "String", "\"7.0\"") +
                  parameter("GetWave_Exists", "Boolean", truth(kind.wave)) +
-                 parameter("Init_Returns_Impulse", "Boolean", truth(kind.impulse)) +
+                 parameter("Init_Returns_Impulse", "Boolean", truth(kind.impulse)) + more +
                  ")\n(Model_Specific\n" + parameter("First", "Float", fmt::format("{}", first)) +
                  parameter("Second", "Float", fmt::format("{}", second)) +
                  parameter("Impulse", "Float", kind.impulse ? "1" : "0") +
@@ -147,6 +147,22 @@ TEST_F(LinkTest, AReceiverThatOnlyHasAnImpulseFiltersNoiseAndCrosstalkToo)
     EXPECT_GT(Apart(crossedWave, wave), 0.2);
     EXPECT_LT(Apart(crossedImpulse, crossedWave, ramp), 2e-3) << "edges between samples";
     EXPECT_TRUE(Says("an ideal clock is used"));
+}
+
+TEST_F(LinkTest, JitterThatATransmitterDeclaresMovesItsEdges)
+{
+    Make("rx", kWave, 1, 0);
+    for (const char* const unit : {"UI", "Float"}) {
+        const char* const value = std::string(unit) == "UI" ? "0.05" : "4.84848e-12";
+        Make("tx", kWave, 1, 0, 0,
+             fmt::format("(Tx_DCD (Usage Info) (Type {}) (Value {}) (Description \"\"))\n"
+                         "(Tx_Sj (Usage Info) (Type UI) (Value 0.1) (Description \"\"))\n",
+                         unit, value));
+        Output("tx", "--loss 0 --ppm 0 --ignore-bits 50");
+        EXPECT_TRUE(Says("applied to the edges, as the transmitter's .ami has it: Tx_DCD"));
+        EXPECT_TRUE(Says("Tx_Sj is not applied: there is no Tx_Sj_Frequency"));
+        EXPECT_NEAR(Result()["eye"]["width_ui"], 0.9, 2e-3);
+    }
 }
 
 TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)

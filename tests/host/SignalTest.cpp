@@ -189,15 +189,22 @@ TEST(Transmitter, JitterMovesTheEdgesAsAskedFor)
         EdgeJitter::Settings jitter;  // samples
         double rms, tolerance;        // of the deviation from early, late, sine
     };
-    for (const Case& c : {Case{"none", {}, 0, 1e-3},
-                          {"random", {0.02 * kUi, 0, 0, 0}, 0.02 * kUi, 0.02 * 0.02 * kUi},
-                          {"sine", {0, 0.3 * kUi, kFrequency, 0}, 0, 2e-3},
-                          {"long sine", {0, 8 * kUi, kFrequency / 1000, 0}, 0, 2e-3},
-                          {"duty cycle", {0, 0, 0, 0.1 * kUi}, 0, 1e-3},
-                          {"all at their limits",
-                           {0.1 * kUi, 0.5 * kUi / 6.2832, 0.015, 0.5 * kUi},
-                           0.1 * kUi,
-                           0.03 * 0.1 * kUi}}) {
+    for (const Case& c :
+         {Case{"none", {}, 0, 1e-3},
+          {"random", {0.02 * kUi, 0, 0, 0}, 0.02 * kUi, 0.02 * 0.02 * kUi},
+          {"sine", {0, 0.3 * kUi, kFrequency, 0}, 0, 2e-3},
+          {"long sine", {0, 8 * kUi, kFrequency / 1000, 0}, 0, 2e-3},
+          {"duty cycle", {0, 0, 0, 0.1 * kUi}, 0, 1e-3},
+          {"declared, random", {.declared = {.randomRms = 1.28}}, 1.28, 0.02 * 1.28},
+          {"declared, even", {.declared = {.uniform = 3}}, 3 / std::sqrt(3.0), 0.02 * 3},
+          {"declared, the rest",
+           {.declared = {.sineAmplitude = 5, .sineFrequency = kFrequency, .alternating = 3}},
+           0,
+           1e-3},
+          {"all at their limits",
+           {0.1 * kUi, 0.5 * kUi / 6.2832, 0.015, 0.5 * kUi},
+           0.1 * kUi,
+           0.03 * 0.1 * kUi}}) {
         SCOPED_TRACE(c.name);
         Transmitter::Settings settings;
         settings.unitInterval = kUi / (1 + 150e-6);
@@ -214,9 +221,13 @@ TEST(Transmitter, JitterMovesTheEdgesAsAskedFor)
             if (edges++ == 0) continue;  // from idle
             const int direction = std::fmod(edges, 2) == 0 ? -1 : 1;
             ASSERT_EQ(wave[n + 1] > 0, direction > 0);
-            const double known = c.jitter.sineAmplitude * std::sin(2 * std::numbers::pi *
-                                                                   c.jitter.sineFrequency * ideal) -
-                                 0.25 * direction * c.jitter.dutyCycle;
+            const double known =
+                c.jitter.sineAmplitude *
+                    std::sin(2 * std::numbers::pi * c.jitter.sineFrequency * ideal) -
+                0.25 * direction * c.jitter.dutyCycle +
+                c.jitter.declared.sineAmplitude *
+                    std::sin(2 * std::numbers::pi * c.jitter.declared.sineFrequency * ideal) +
+                direction * c.jitter.declared.alternating;
             const double time = static_cast<double>(n) + wave[n] / (wave[n] - wave[n + 1]);
             const double rest = time - ideal - known;
             ASSERT_NEAR(rest, 0, c.rms == 0 ? c.tolerance : 6 * c.rms) << edges;

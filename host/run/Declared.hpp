@@ -6,6 +6,7 @@
 #include "host/analysis/Sampler.hpp"
 #include "host/process/Declarations.hpp"
 #include "host/process/ParameterLog.hpp"
+#include "host/signal/EdgeJitter.hpp"
 
 namespace amisim {
 
@@ -16,5 +17,10 @@ namespace amisim {
 SamplerSettings SamplerOf(const std::vector<DeclaredNumber>& declared,
                           const std::vector<ParameterTrack>& given, double bitTime,
                           std::vector<std::string>& notes);
+
+/// What a transmitter's .ami states of its edges, likewise. In UI, and the sine's in Hz.
+EdgeJitter::Declared EdgeJitterOf(const std::vector<DeclaredNumber>& declared,
+                                  const std::vector<ParameterTrack>& given, double bitTime,
+                                  std::vector<std::string>& notes);
 
 }  // namespace amisim
