@@ -323,7 +323,8 @@ TEST_F(SweepTest, WhatHasNotLockedIsNotRanked)
     ASSERT_EQ(Sweep("--grid 'Mode=pass,clock twice,no clock,zeros' --grid loss=0,6"), 0) << output_;
     EXPECT_TRUE(Says("not ranked: 2 no clock, 2 no signal, 2 not locked")) << output_;
     const std::string page = Read("sweep/report.html");
-    for (const auto& row : Table()["cases"]) {
+    const auto table = Table();
+    for (const auto& row : table["cases"]) {
         const std::string name = "Mode=" + row["axes"]["Mode"].get<std::string>() +
                                  ", loss=" + std::to_string(row["axes"]["loss"].get<int>());
         const bool marked = page.find("title=\"" + name + ": " + row["verdict"].get<std::string>() +
