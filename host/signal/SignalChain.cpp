@@ -99,6 +99,17 @@ ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelRespo
 
 }  // namespace
 
+std::vector<double> Road::EdgeResponse() const
+{
+    const std::vector<double> edge = Transmitter::EdgeResponse(transmitter);
+    std::vector<double> response(edge.size() + taps.size() - 1);
+    for (std::size_t i = 0; i < edge.size(); ++i) {
+        if (edge[i] == 0) continue;
+        for (std::size_t k = 0; k < taps.size(); ++k) response[i + k] += edge[i] * taps[k];
+    }
+    return response;
+}
+
 SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits)
     : options_(options), sentUnitInterval_(options.samplesPerBit)
 {
@@ -145,17 +156,10 @@ void SignalChain::UseWaveFile(const SignalOptions& options)
     taps_ = {{1.0}};
 }
 
-void SignalChain::KeepImpulse(const Transmitter::Settings& transmitter,
-                              const ChannelResponse& channel)
+void SignalChain::KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel)
 {
-    const std::vector<double> edge = Transmitter::EdgeResponse(transmitter);
-    std::vector<double> impulse(edge.size() + channel.taps.size() - 1);
-    for (std::size_t i = 0; i < edge.size(); ++i) {
-        if (edge[i] == 0) continue;
-        for (std::size_t k = 0; k < channel.taps.size(); ++k)
-            impulse[i + k] += edge[i] * channel.taps[k];
-    }
-    taps_.push_back(std::move(impulse));
+    roads_.push_back({transmitter, channel.taps});
+    taps_.push_back(roads_.back().EdgeResponse());
 }
 
 void SignalChain::PadImpulses(int samplesPerBit)
@@ -208,7 +212,7 @@ SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
                                  options_.SampleInterval());
     } else {
         const Sender& sender = senders_[column];
-        Transmitter::Settings settings = sender.settings;
+        Transmitter::Settings settings = roads_[column].transmitter;
         settings.amplitude = 0.5;
         settings.deemphasis = {};
         settings.square = true;
@@ -260,14 +264,14 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
         if (!path.empty()) notes_.push_back(Note(path, channel));
     }
     grade_ = channel.grade;
-    KeepImpulse(settings, channel);
+    KeepRoad(settings, channel);
 
     // Symbols are made as far ahead as the channel's blocks reach.
     const auto ahead = static_cast<std::size_t>(
         static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
     sent_.emplace(ahead + static_cast<std::size_t>(heldBits));
     senders_.push_back(
-        {settings, [this] { return MakeSymbols(options_); }, Random(options.seed, kJitterStream)});
+        {[this] { return MakeSymbols(options_); }, Random(options.seed, kJitterStream)});
     SignalSource* const transmitter =
         Add<Transmitter>(settings, MakeSymbols(options), &*sent_, senders_[0].random);
     Add<Convolver>(*transmitter, channel.taps);
@@ -288,11 +292,11 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
             TransmitterSettings(options, options.aggressorAmplitude, options.aggressorPpm);
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
-        KeepImpulse(settings, coupling);
+        KeepRoad(settings, coupling);
         const auto symbols = [order = options.prbs, seed = random.Bits()] {
             return std::make_unique<Prbs>(order, seed);
         };
-        senders_.push_back({settings, symbols, random});
+        senders_.push_back({symbols, random});
         SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
     };

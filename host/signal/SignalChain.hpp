@@ -11,8 +11,20 @@
 #include "host/signal/SignalOptions.hpp"
 #include "host/signal/SignalSource.hpp"
 #include "host/signal/SymbolHistory.hpp"
+#include "host/signal/Transmitter.hpp"
 
 namespace amisim {
+
+/// A transmitter and what carries its signal to the model's input.
+struct Road
+{
+    Transmitter::Settings transmitter;
+    std::vector<double> taps;  // of the channel, V/V
+
+    /// What a single edge, from the lowest level to the highest, does at the model's input: V from
+    /// sample to sample, without jitter. Their running sum is the response to a step.
+    std::vector<double> EdgeResponse() const;
+};
 
 /// The road of the signal up to the model's input, built from the options: transmitter, channel,
 /// aggressors with theirs, and noise; or a waveform file.
@@ -43,6 +55,9 @@ public:
     /// file, behind which nothing is known, that of a step of 1 V.
     const std::vector<std::vector<double>>& Impulses() const { return impulses_; }
 
+    /// The signal's own road, then those of the aggressors; none for a waveform file.
+    const std::vector<Road>& Roads() const { return roads_; }
+
     /// The signal as models are driven with it: from -0.5 to +0.5 V, square, its edges where the
     /// transmitter of this column (as of Impulses()) has them, jitter included; of a waveform file
     /// the waveform. Convolved with the column's response it is what Output() has of it.
@@ -72,14 +87,13 @@ private:
     /// What makes a column's symbols, and when.
     struct Sender
     {
-        Transmitter::Settings settings;
         std::function<std::unique_ptr<SymbolSource>()> symbols;
         Random random;
     };
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
-    void KeepImpulse(const Transmitter::Settings& transmitter, const ChannelResponse& channel);
+    void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel);
     void PadImpulses(int samplesPerBit);
     template <typename Stage, typename... Arguments>
     SignalSource* Add(Arguments&&... arguments);
@@ -93,6 +107,7 @@ private:
     SignalSource* output_ = nullptr;  // one of them
     std::int64_t bits_ = 0;
     double sentUnitInterval_ = 0;
+    std::vector<Road> roads_;                           // of each column, as senders_
     std::vector<std::vector<double>> taps_, impulses_;  // V; the same in V/s and padded
     std::optional<ChannelGrade> grade_;
     std::vector<std::string> notes_;

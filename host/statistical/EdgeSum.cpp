@@ -1,0 +1,227 @@
+#include "host/statistical/EdgeSum.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+namespace amisim {
+namespace {
+
+/// Phases of a sine that stand for all of them.
+constexpr int kSinePhases = 24;
+
+}  // namespace
+
+EdgeSum::EdgeSum(SymbolTrellis trellis, StepResponse response, const BoundaryJitter& jitter)
+    : trellis_(std::move(trellis)), response_(std::move(response)), jitter_(jitter), nodes_(jitter)
+{
+    const int phases = jitter.sineAmplitude != 0 ? kSinePhases : 1;
+    for (const double sign : {1.0, -1.0}) {
+        for (int i = 0; i < phases; ++i) {
+            commons_.push_back({sign * jitter.evenOdd, 2 * std::numbers::pi * i / phases});
+        }
+        if (jitter.evenOdd == 0) {
+            break;
+        }
+    }
+    double greatest = 0;
+    for (const auto& [difference, direction] : trellis_.Changes()) {
+        greatest = std::max(greatest, std::abs(difference));
+    }
+    constexpr int kLooks = 16;  // a unit interval
+    for (int since = 0; since < response_.Settled() + 1; ++since) {
+        double most = 0;
+        for (int i = 0; i < kLooks; ++i) {
+            const double at = since + static_cast<double>(i) / kLooks;
+            most = std::max(most, std::abs(response_(at + 1) - response_(at)));
+        }
+        cursors_.push_back(greatest * most);
+    }
+}
+
+/// @param volts  what a symbol before the first one does at most
+EdgeSum::Boundaries EdgeSum::Active(double time, double volts) const
+{
+    const double reach = nodes_.Reach() + std::abs(jitter_.dutyCycle) / 4 +
+                         std::abs(jitter_.evenOdd) + std::abs(jitter_.sineAmplitude);
+    // The symbol's own boundary is always among them: there its states are told apart.
+    std::size_t since = cursors_.size();
+    while (since > 1 && cursors_[since - 1] <= volts) {
+        --since;
+    }
+    return {std::min(0, static_cast<int>(std::floor(time - static_cast<double>(since) - reach))),
+            std::max(0, static_cast<int>(std::ceil(time - response_.Begin() + reach)))};
+}
+
+double EdgeSum::Late(const Common& common, int boundary) const
+{
+    return (boundary % 2 == 0 ? 1 : -1) * common.evenOdd +
+           jitter_.sineAmplitude *
+               std::sin(2 * std::numbers::pi * jitter_.sineFrequency * boundary + common.phase);
+}
+
+std::vector<EdgeSum::Range> EdgeSum::Extremes(double time) const
+{
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    const auto [first, last] = Active(time, 0);
+    const std::size_t count = trellis_.States(), levels = trellis_.Levels();
+    // Of each symbol, the states' ranges; until the symbol's boundary there is one for all.
+    std::vector<std::vector<Range>> all(1);
+    for (std::size_t state = 0; state < count; ++state) {
+        const double volts = trellis_.Driven(state) * response_.Final();
+        all[0].push_back({volts, volts});
+    }
+    for (int boundary = first; boundary <= last; ++boundary) {
+        const double edge = response_(time - boundary);
+        for (std::vector<Range>& ranges : all) {
+            std::vector<Range> next(count, {kInfinity, -kInfinity});
+            for (std::size_t state = 0; state < count; ++state) {
+                for (const auto& [from, change] : trellis_.Into(state)) {
+                    const double added = trellis_.Changes()[change].difference * edge;
+                    next[state].low = std::min(next[state].low, ranges[from].low + added);
+                    next[state].high = std::max(next[state].high, ranges[from].high + added);
+                }
+            }
+            ranges = std::move(next);
+        }
+        if (boundary == 0) {
+            all.resize(levels, all[0]);
+            for (std::size_t state = 0; state < count; ++state) {
+                for (std::size_t symbol = 0; symbol < levels; ++symbol) {
+                    if (trellis_.Main(state) != symbol)
+                        all[symbol][state] = {kInfinity, -kInfinity};
+                }
+            }
+        }
+    }
+    std::vector<Range> extremes;
+    for (const std::vector<Range>& ranges : all) {
+        extremes.push_back({std::ranges::min(ranges, {}, &Range::low).low,
+                            std::ranges::max(ranges, {}, &Range::high).high});
+    }
+    return extremes;
+}
+
+/// Of what the symbols before the first boundary but the last of them add, V squared. So far away
+/// the response hardly changes over a few symbols: their sum counts, not how the de-emphasis
+/// spreads it.
+double EdgeSum::PastVariance(double time, int first) const
+{
+    double sum = 0;
+    for (double since = time - first + 1; since < response_.Settled() + 1; ++since) {
+        const double cursor = response_(since + 1) - response_(since);
+        sum += cursor * cursor;
+    }
+    return sum * trellis_.Variance();
+}
+
+/// The place of the change that does the opposite, or `change` where there is none.
+std::size_t EdgeSum::Mirrored(std::size_t change) const
+{
+    const auto& changes = trellis_.Changes();
+    SymbolTrellis::Change opposite = changes[change];
+    opposite.difference = -opposite.difference;
+    opposite.direction = -opposite.direction;
+    const auto found = std::ranges::find(changes, opposite);
+    return jitter_.dutyCycle == 0 && found != changes.end()
+               ? static_cast<std::size_t>(found - changes.begin())
+               : change;
+}
+
+/// Of each change that may happen at a boundary so long before; that of no change stays empty.
+std::vector<Characteristic> EdgeSum::EdgesAt(double time, double step, std::size_t size) const
+{
+    std::vector<Characteristic> edges(trellis_.Changes().size());
+    std::vector<double> volts;
+    const double reach = nodes_.Reach();
+    for (std::size_t i = 1; i < edges.size(); ++i) {
+        const auto& [difference, direction] = trellis_.Changes()[i];
+        if (const std::size_t mirrored = Mirrored(i); mirrored < i) {
+            edges[i] = edges[mirrored];
+            for (double& value : edges[i].imaginary) {
+                value = -value;
+            }
+            continue;
+        }
+        const double since = time + 0.25 * jitter_.dutyCycle * direction;
+        // So dense that the highest frequency turns by less than a quarter between two of them.
+        const double moved =
+            std::abs(difference) * std::max(std::abs(response_(since + reach) - response_(since)),
+                                            std::abs(response_(since - reach) - response_(since)));
+        constexpr double kStill = 1e-3;
+        const double turns = moved * step * static_cast<double>(size);
+        const auto count =
+            turns < kStill ? 1 : static_cast<std::size_t>(4 * turns / std::numbers::pi) + 2;
+        const JitterNodes::Nodes& nodes = nodes_.AtLeast(count);
+        volts.clear();
+        for (const double late : nodes.times) {
+            volts.push_back(difference * response_(since - late));
+        }
+        edges[i] = Characteristic(size);
+        AddValues(volts, nodes.weights, step, edges[i]);
+    }
+    return edges;
+}
+
+EdgeSum::States EdgeSum::Step(const States& before, const std::vector<Characteristic>& edges) const
+{
+    const double each = 1.0 / static_cast<double>(trellis_.Levels());
+    States after(before.size(), Characteristic(before[0].Size()));
+    for (std::size_t state = 0; state < after.size(); ++state) {
+        for (const auto& [from, change] : trellis_.Into(state)) {
+            if (change == 0) {
+                AddScaled(each, before[from], after[state]);
+            } else {
+                AddProduct(each, before[from], edges[change], after[state]);
+            }
+        }
+    }
+    return after;
+}
+
+void EdgeSum::AddWith(const Common& common, double time, double step, double weight,
+                      std::vector<Characteristic>& sum) const
+{
+    const std::size_t count = trellis_.States(), size = sum[0].Size();
+    const double bin = std::numbers::pi / (step * static_cast<double>(size));
+    const auto [first, last] = Active(time, bin / 16);
+    std::vector<States> all(1, States(count, Characteristic(size)));
+    const double variance = PastVariance(time, first);
+    for (std::size_t state = 0; state < count; ++state) {
+        const double volts[] = {trellis_.Driven(state) * response_(time - first + 1)};
+        const double share[] = {1.0 / static_cast<double>(count)};
+        AddValues(volts, share, step, all[0][state]);
+        Spread(variance, step, all[0][state]);
+    }
+    for (int boundary = first; boundary <= last; ++boundary) {
+        const auto edges = EdgesAt(time - boundary - Late(common, boundary), step, size);
+        for (States& states : all) {
+            states = Step(states, edges);
+        }
+        if (boundary == 0) {
+            all.resize(sum.size(), all[0]);
+            for (std::size_t state = 0; state < count; ++state) {
+                for (std::size_t symbol = 0; symbol < sum.size(); ++symbol) {
+                    if (trellis_.Main(state) != symbol) all[symbol][state] = Characteristic(size);
+                }
+            }
+        }
+    }
+    for (std::size_t symbol = 0; symbol < sum.size(); ++symbol) {
+        for (const Characteristic& state : all[symbol]) {
+            AddScaled(weight * static_cast<double>(sum.size()), state, sum[symbol]);
+        }
+    }
+}
+
+std::vector<Characteristic> EdgeSum::At(double time, double step, std::size_t size) const
+{
+    std::vector<Characteristic> sum(trellis_.Levels(), Characteristic(size));
+    for (const Common& common : commons_) {
+        AddWith(common, time, step, 1.0 / static_cast<double>(commons_.size()), sum);
+    }
+    return sum;
+}
+
+}  // namespace amisim

@@ -1,0 +1,419 @@
+#include "host/statistical/StatisticalEye.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <numbers>
+#include <thread>
+
+#include "host/analysis/Tail.hpp"
+#include "host/statistical/VoltageDensity.hpp"
+
+namespace amisim {
+namespace {
+
+constexpr int kPhases = 64;  // columns a unit interval, and one more at its end
+constexpr int kMiddle = kPhases / 2;
+constexpr int kAggressorPhases = 32;
+constexpr std::size_t kDelayBins = 512;  // to find the crossings by
+constexpr std::size_t kFewestBins = 2048, kMostBins = 16384;
+constexpr std::size_t kVoltagePoints = 401;
+
+/// A density with lines in it (few possible values) goes on beyond the highest frequency. Where
+/// that is more than kLeft, it is cut off by a Gaussian of this many bins, or it would ring.
+constexpr double kLeft = 1e-13, kSmearBins = 2.46;
+
+/// One phase of the eye: the density of each symbol's voltage.
+using Column = std::vector<VoltageDensity>;
+
+/// Calls work(0) ... work(count - 1), on all processors.
+template <typename Work>
+void InParallel(int count, Work work)
+{
+    std::atomic<int> next = 0;
+    const auto run = [&] {
+        for (int i = next++; i < count; i = next++) {
+            work(i);
+        }
+    };
+    std::vector<std::jthread> others;
+    const int threads = std::min(count, static_cast<int>(std::thread::hardware_concurrency()));
+    for (int i = 1; i < threads; ++i) {
+        others.emplace_back(run);
+    }
+    run();
+}
+
+/// Makes the columns of one link.
+class Columns
+{
+public:
+    explicit Columns(const StatisticalLink& link);
+
+    const EdgeSum& Signal() const { return signal_; }
+    const VoltageGrid& Grid() const { return grid_; }
+    double Smear() const { return smear_; }
+
+    /// With bins so fine as the density at that time needs.
+    void Refine(double time);
+    void SetBins(std::size_t bins);
+    Column At(double time) const;
+
+private:
+    std::vector<Characteristic> SymbolsAt(double time) const;
+    double HighestLeft(double time) const;
+
+    EdgeSum signal_;
+    std::vector<EdgeSum> aggressors_;
+    double noise_ = 0, smear_ = 0;  // V rms
+    VoltageGrid grid_;
+    Characteristic common_;  // of what is added to every symbol at every phase
+};
+
+std::vector<EdgeSum> MakeAggressors(const StatisticalLink& link)
+{
+    std::vector<EdgeSum> aggressors;
+    for (const StepResponse& response : link.aggressors) {
+        aggressors.emplace_back(SymbolTrellis({}, {}), response, BoundaryJitter{});
+    }
+    return aggressors;
+}
+
+/// The greatest voltage that all of the sums can reach at any phase, V.
+double Peak(const EdgeSum& sum)
+{
+    double peak = 0;
+    for (int phase = 0; phase < kPhases; ++phase) {
+        for (const auto& [low, high] : sum.Extremes(static_cast<double>(phase) / kPhases)) {
+            peak = std::max({peak, -low, high});
+        }
+    }
+    return peak;
+}
+
+Columns::Columns(const StatisticalLink& link)
+    : signal_(SymbolTrellis(link.modulation, link.deemphasis), link.response, link.jitter),
+      aggressors_(MakeAggressors(link)),
+      noise_(link.noise)
+{
+    constexpr double kSigmas = 9;
+    // With jitter a sum may reach a little further.
+    double peak = 1.1 * Peak(signal_) + kSigmas * noise_;
+    for (const EdgeSum& aggressor : aggressors_) {
+        peak += Peak(aggressor);
+    }
+    grid_.range = peak;
+}
+
+void Columns::SetBins(std::size_t bins)
+{
+    grid_.bins = bins;
+    const double step = grid_.FrequencyStep();
+    const std::size_t size = grid_.Frequencies();
+    common_ = Characteristic(size);
+    std::ranges::fill(common_.real, 1.0);
+    Spread(noise_ * noise_ + smear_ * smear_, step, common_);
+    for (const EdgeSum& aggressor : aggressors_) {
+        Characteristic mean(size), product(size);
+        for (int phase = 0; phase < kAggressorPhases; ++phase) {
+            const double time = static_cast<double>(phase) / kAggressorPhases;
+            for (const Characteristic& symbol : aggressor.At(time, step, size)) {
+                AddScaled(1.0 / (2.0 * kAggressorPhases), symbol, mean);
+            }
+        }
+        AddProduct(1, common_, mean, product);
+        common_ = std::move(product);
+    }
+}
+
+std::vector<Characteristic> Columns::SymbolsAt(double time) const
+{
+    std::vector<Characteristic> symbols =
+        signal_.At(time, grid_.FrequencyStep(), grid_.Frequencies());
+    for (Characteristic& symbol : symbols) {
+        Characteristic whole(grid_.Frequencies());
+        AddProduct(1, symbol, common_, whole);
+        symbol = std::move(whole);
+    }
+    return symbols;
+}
+
+double Columns::HighestLeft(double time) const
+{
+    double left = 0;
+    for (const Characteristic& symbol : SymbolsAt(time)) {
+        for (std::size_t n = symbol.Size() * 7 / 8; n < symbol.Size(); ++n) {
+            left = std::max(left, std::hypot(symbol.real[n], symbol.imaginary[n]));
+        }
+    }
+    return left;
+}
+
+void Columns::Refine(double time)
+{
+    while (HighestLeft(time) > kLeft) {
+        if (grid_.bins == kMostBins) {
+            smear_ = kSmearBins * grid_.BinHeight();
+            SetBins(grid_.bins);
+            return;
+        }
+        SetBins(2 * grid_.bins);
+    }
+}
+
+Column Columns::At(double time) const
+{
+    Column column;
+    for (const Characteristic& symbol : SymbolsAt(time)) {
+        column.emplace_back(grid_, symbol);
+    }
+    return column;
+}
+
+/// Part of the symbols on the wrong side of a threshold that is at that voltage.
+double WrongAt(const Column& column, std::size_t which, double volts)
+{
+    double wrong = 0;
+    for (std::size_t symbol = 0; symbol < column.size(); ++symbol) {
+        wrong += symbol > which ? column[symbol].Below(volts) : column[symbol].Above(volts);
+    }
+    return wrong / static_cast<double>(column.size());
+}
+
+/// Symbols that are independent cross the middle in half of the unit intervals: where half of these
+/// have done so, a quarter of the symbols is on the wrong side.
+constexpr double kHalfCrossed = 0.25;
+
+/// Time at which the symbol that begins at 0 has crossed the middle threshold in half of the cases
+/// in which it does.
+double FindDelay(const Columns& columns, const Modulation& modulation)
+{
+    const std::size_t which = (modulation.thresholds.size() - 1) / 2;
+    const auto wrong = [&](double time) {
+        return WrongAt(columns.At(time), which, modulation.thresholds[which]);
+    };
+    // Where the step does half of what it does at most is near.
+    const StepResponse& step = columns.Signal().Response();
+    constexpr double kScan = 1.0 / 32;
+    double greatest = 0;
+    for (double time = step.Begin(); time < step.Settled(); time += kScan) {
+        greatest = std::max(greatest, std::abs(step(time)));
+    }
+    double half = step.Begin();
+    while (half < step.Settled() && std::abs(step(half)) < greatest / 2) {
+        half += kScan;
+    }
+    constexpr double kStep = 1.0 / 8, kFar = 1.5;
+    double before = half - kFar, after = before + kStep, least = 1;
+    for (double time = before, last = wrong(time); time < half + kFar; time += kStep) {
+        const double next = wrong(time + kStep);
+        if (next < least) {
+            least = next;
+        }
+        if (last >= kHalfCrossed && next < kHalfCrossed) {
+            before = time;
+            after = time + kStep;
+            break;
+        }
+        last = next;
+    }
+    constexpr double kExact = 1e-5;
+    while (after - before > kExact) {
+        const double middle = (before + after) / 2;
+        (wrong(middle) >= kHalfCrossed ? before : after) = middle;
+    }
+    return (before + after) / 2;
+}
+
+/// For one unit of the symbols' levels.
+StepResponse ResponseOf(const Road& road)
+{
+    const auto& levels = road.transmitter.modulation.levels;
+    std::vector<double> edge = road.EdgeResponse();
+    for (double& added : edge) {
+        added /= levels.back() - levels.front();
+    }
+    return {edge, road.transmitter.unitInterval};
+}
+
+/// What one threshold's eye is made of.
+class Evaluation
+{
+public:
+    Evaluation(const std::vector<Column>& columns, const Modulation& modulation, std::size_t which,
+               double range)
+        : columns_(columns),
+          which_(which),
+          threshold_(modulation.thresholds[which]),
+          share_(static_cast<double>(modulation.levels.size())),
+          range_(range)
+    {
+    }
+
+    EyeFindings Find(const std::vector<double>& bers) const;
+
+private:
+    static double PhaseOf(int column) { return static_cast<double>(column) / kPhases; }
+    const Column& At(int column) const { return columns_[static_cast<std::size_t>(column)]; }
+
+    /// Between the two symbols beside the threshold: may be upside down.
+    Opening OpeningAt(int column, double ratio) const
+    {
+        return {At(column)[which_ + 1].LowestWith(ratio * share_),
+                At(column)[which_].HighestWith(ratio * share_)};
+    }
+    double Reach(double ratio, int direction) const;
+    Contour MakeContour(double ber) const;
+    Bathtub TimeBathtub() const;
+    Bathtub VoltageBathtub() const;
+
+    const std::vector<Column>& columns_;
+    std::size_t which_;
+    double threshold_, share_, range_;
+};
+
+/// How far from the middle the threshold may be sampled with that error ratio, UI; unknown where
+/// nothing ever crosses it. Straight on the Q scale from column to column.
+double Evaluation::Reach(double ratio, int direction) const
+{
+    constexpr double kLeast = 1e-18;  // less than anything that is computed
+    double last = WrongAt(At(kMiddle), which_, threshold_);
+    if (last > ratio) {
+        return 0;
+    }
+    for (int away = 1; away <= kMiddle; ++away) {
+        const double next = WrongAt(At(kMiddle + direction * away), which_, threshold_);
+        if (next > ratio) {
+            const double from = InverseQ(std::max(last, kLeast)), to = InverseQ(next);
+            const double part = (from - InverseQ(ratio)) / (from - to);
+            return PhaseOf(away - 1) + part / kPhases;
+        }
+        last = next;
+    }
+    return 0.5;
+}
+
+Contour Evaluation::MakeContour(double ber) const
+{
+    const Contour nothing{.ber = ber, .computed = true};
+    Contour contour = nothing;
+    for (int column = 0; column <= kPhases; ++column) {
+        const Opening open = OpeningAt(column, ber);
+        if (open.Height() > 0) {
+            contour.phase.push_back(PhaseOf(column));
+            contour.high.push_back(open.high);
+            contour.low.push_back(open.low);
+        } else if (column > kMiddle) {
+            break;
+        } else {
+            contour = nothing;  // what was open before is another eye's
+        }
+    }
+    return contour;
+}
+
+Bathtub Evaluation::TimeBathtub() const
+{
+    Bathtub tub;
+    for (int column = 0; column <= kPhases; ++column) {
+        tub.x.push_back(PhaseOf(column));
+        tub.counted.push_back(WrongAt(At(column), which_, threshold_));
+        tub.extrapolated.push_back(kUnknown);
+    }
+    return tub;
+}
+
+Bathtub Evaluation::VoltageBathtub() const
+{
+    Bathtub tub;
+    for (std::size_t i = 0; i < kVoltagePoints; ++i) {
+        const double part = static_cast<double>(i) / static_cast<double>(kVoltagePoints - 1);
+        const double volts = range_ * (2 * part - 1);
+        tub.x.push_back(volts);
+        tub.counted.push_back(
+            (At(kMiddle)[which_ + 1].Below(volts) + At(kMiddle)[which_].Above(volts)) / share_);
+        tub.extrapolated.push_back(kUnknown);
+    }
+    return tub;
+}
+
+EyeFindings Evaluation::Find(const std::vector<double>& bers) const
+{
+    EyeFindings found;
+    const Opening tall = OpeningAt(kMiddle, kEyeProbability);
+    found.vertical = tall.Height() > 0 ? tall : Opening{};
+    found.left = Reach(kEyeProbability, -1);
+    found.right = Reach(kEyeProbability, 1);
+    for (const double ber : bers) {
+        found.openings.push_back({ber, std::max(0.0, OpeningAt(kMiddle, ber).Height()),
+                                  Reach(ber, -1) + Reach(ber, 1), false, false});
+        found.contours.push_back(MakeContour(ber));
+    }
+    found.time = TimeBathtub();
+    found.voltage = VoltageBathtub();
+    return found;
+}
+
+}  // namespace
+
+StatisticalLink LinkAtInput(const std::vector<Road>& roads, double noise)
+{
+    StatisticalLink link;
+    // Jitter moves a boundary with all of its cursors: they belong to the symbols, not the
+    // response.
+    Road plain = roads.front();
+    const Transmitter::Settings& sent = roads.front().transmitter;
+    plain.transmitter.deemphasis = {};
+    link.modulation = sent.modulation;
+    link.deemphasis = sent.deemphasis;
+    link.jitter.randomRms = sent.jitter.randomRms / sent.unitInterval;
+    link.jitter.dutyCycle = sent.jitter.dutyCycle / sent.unitInterval;
+    link.jitter.sineAmplitude = sent.jitter.sineAmplitude / sent.unitInterval;
+    link.jitter.sineFrequency = sent.jitter.sineFrequency * sent.unitInterval;
+    link.response = ResponseOf(plain);
+    for (std::size_t i = 1; i < roads.size(); ++i) {
+        link.aggressors.push_back(ResponseOf(roads[i]));
+    }
+    link.noise = noise;
+    return link;
+}
+
+std::vector<Contour> BestContours(const EyeFindings& counted, const EyeFindings* computed)
+{
+    if (!computed) {
+        return counted.contours;
+    }
+    std::vector<Contour> best;
+    for (const Contour& line : computed->contours) {
+        const auto same = std::ranges::find(counted.contours, line.ber, &Contour::ber);
+        best.push_back(same != counted.contours.end() && !same->extrapolated ? *same : line);
+    }
+    return best;
+}
+
+StatisticalEye ComputeStatisticalEye(const StatisticalLink& link, const std::vector<double>& bers)
+{
+    Columns columns(link);
+    StatisticalEye eye;
+    columns.SetBins(kDelayBins);
+    eye.delay = FindDelay(columns, link.modulation);
+    columns.SetBins(kFewestBins);
+    columns.Refine(eye.delay + 0.5);
+    eye.binHeight = columns.Grid().BinHeight();
+    eye.smear = columns.Smear();
+
+    std::vector<Column> all(kPhases + 1);
+    InParallel(kPhases + 1, [&](int column) {
+        all[static_cast<std::size_t>(column)] =
+            columns.At(eye.delay + static_cast<double>(column) / kPhases);
+    });
+    const auto extremes = columns.Signal().Extremes(eye.delay + 0.5);
+    for (std::size_t which = 0; which < link.modulation.thresholds.size(); ++which) {
+        eye.eyes.push_back(
+            Evaluation(all, link.modulation, which, columns.Grid().range).Find(bers));
+        eye.worstHeights.push_back(extremes[which + 1].low - extremes[which].high);
+    }
+    return eye;
+}
+
+}  // namespace amisim
