@@ -272,7 +272,7 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     for (const double ber : bers) {
         if (closed(ber)) {
             found.openings.push_back({ber, 0, 0, false, false});
-            found.contours.push_back({ber, false, {}, {}, {}});
+            found.contours.push_back({.ber = ber});
             continue;
         }
         const Sides::Gap tall = levels.At(ber), wide = time.At(ber);

@@ -54,7 +54,9 @@ struct Contour
 {
     double ber = 0;
     bool extrapolated = false;
-    std::vector<double> phase, high, low;  // of equal length, phases rising; empty: closed
+    // Of equal length, phases rising; empty: closed.
+    std::vector<double> phase = {}, high = {}, low = {};
+    bool computed = false;  // neither counted nor extrapolated
 };
 
 /// Jitter of the signal against the clock, from the two sides of the time bathtub.

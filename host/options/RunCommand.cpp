@@ -149,6 +149,15 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
 
     AddSignalOptions(*run, o.signal);
 
+    run->add_option("--statistical", o.statistical,
+                    "Eyes computed from responses, down to any error ratio: also, besides those "
+                    "counted, or off [also]")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, bool>{{"also", true}, {"off", false}})
+                .description(""))
+        ->type_name("WHICH")
+        ->group("Decisions");
+
     run->add_option("--sampler-noise", o.samplerNoise,
                     "Gaussian noise at the sampler behind the model's output, V rms: independent "
                     "from bit to bit, it meets decisions and output eye, not the model")

@@ -81,16 +81,17 @@ Json BathtubJson(const Bathtub& bathtub)
             {"extrapolated", Rounded(bathtub.extrapolated)}};
 }
 
-Json EyeCurves(const std::optional<EyeFindings>& eye)
+Json EyeCurves(const EyeFindings* eye, const EyeFindings* computed = nullptr)
 {
     if (!eye) return nullptr;
     Json json = {{"density", DensityJson(eye->density)},
                  {"time", BathtubJson(eye->time)},
                  {"voltage", BathtubJson(eye->voltage)}};
     json["contours"] = Json::array();
-    for (const Contour& c : eye->contours) {
+    for (const Contour& c : BestContours(*eye, computed)) {
         json["contours"].push_back({{"ber", c.ber},
                                     {"extrapolated", c.extrapolated},
+                                    {"computed", c.computed},
                                     {"phase", Rounded(c.phase)},
                                     {"high", Rounded(c.high)},
                                     {"low", Rounded(c.low)}});
@@ -148,12 +149,16 @@ std::string ReportPage(const RunResult& result, const SimulationOptions& options
                                    {"unit", number.unit},
                                    {"text", value ? Json(number.Text(*value)) : Json(nullptr)}};
     }
+    const EyeFindings* const input = FirstOf(result.statisticalInput);
+    const EyeFindings* const output = FirstOf(result.statisticalOutput);
     const Json data = {{"numbers", numbers},
                        {"result", ToJson(result, options, model)},
                        {"signal", Describe(options.signal)},
                        {"bitTime", options.signal.BitTime()},
-                       {"output", EyeCurves(result.eye)},
-                       {"input", EyeCurves(result.inputEye)},
+                       {"output", EyeCurves(result.eye ? &*result.eye : nullptr, output)},
+                       {"input", EyeCurves(result.inputEye ? &*result.inputEye : nullptr, input)},
+                       {"statisticalInput", EyeCurves(input)},
+                       {"statisticalOutput", EyeCurves(output)},
                        {"clock", ClockCurves(result.clock)},
                        {"loggedEyes", LoggedEyesJson(result.loggedEyes)}};
     std::string page(amisim_page_begin, amisim_page_end);

@@ -1,5 +1,7 @@
 #include "host/pictures/EyePicture.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -96,7 +98,9 @@ void EyePicture::DrawContours(Canvas& canvas, const plot::Panel& panel) const
         if (points.empty()) continue;
         points.push_back(points.front());
         canvas.Line(points,
-                    {.colour = kContour, .width = 1, .dash = contour.extrapolated ? 3.0 : 0},
+                    {.colour = kContour,
+                     .width = 1,
+                     .dash = contour.extrapolated || contour.computed ? 3.0 : 0},
                     panel.area);
     }
 }
@@ -131,8 +135,11 @@ std::vector<std::string> EyePicture::Caption() const
             ratios += (ratios.empty() ? "" : ", ") + plot::Ratio(contour.ber);
     }
     if (ratios.empty()) return {};
-    return font::Wrapped("Contours inwards: error ratio " + ratios + "; dashed: extrapolated",
-                         plot::kSmall, plot::kWidth - 150, 2);
+    const char* const dashed =
+        std::ranges::any_of(contours, &Contour::computed) ? "computed" : "extrapolated";
+    return font::Wrapped(
+        fmt::format("Contours inwards: error ratio {}; dashed: {}", ratios, dashed), plot::kSmall,
+        plot::kWidth - 150, 2);
 }
 
 void EyePicture::Draw(Canvas& canvas) const

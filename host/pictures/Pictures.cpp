@@ -44,8 +44,9 @@ public:
 
     void Save() const
     {
-        if (result_.eye) SaveEye(*result_.eye, "output", "eye");
-        if (result_.inputEye) SaveEye(*result_.inputEye, "input", "eye-input");
+        if (result_.eye) SaveEye(*result_.eye, FirstOf(result_.statisticalOutput), "output", "eye");
+        if (result_.inputEye)
+            SaveEye(*result_.inputEye, FirstOf(result_.statisticalInput), "input", "eye-input");
         SaveBathtub(&EyeFindings::time, "bathtub-time");
         SaveBathtub(&EyeFindings::voltage, "bathtub-voltage");
         SaveClock();
@@ -59,7 +60,8 @@ private:
             put_(fmt::format("{}.{}", name, Name(format)), picture.File(format));
     }
 
-    void SaveEye(const EyeFindings& eye, const char* side, const char* name) const
+    void SaveEye(const EyeFindings& eye, const EyeFindings* computed, const char* side,
+                 const char* name) const
     {
         EyePicture picture{.heading = {}, .density = eye.density};
         picture.opening = eye.sliced ? Opening{} : eye.vertical;
@@ -72,7 +74,7 @@ private:
         }
         picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
                            fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
-        picture.contours = eye.contours;
+        picture.contours = BestContours(eye, computed);
         Put(name, picture);
     }
 
@@ -85,26 +87,36 @@ private:
         plot.upwards = "error ratio";
         plot.across = time ? "time from the sampling instant, UI" : "threshold, mV";
         double least = 1e-3;
-        const auto add = [&](const std::optional<EyeFindings>& eye, const char* label,
-                             const Colour& colour) {
-            if (!eye || ((*eye).*which).x.empty()) return;
-            const Bathtub& bathtub = (*eye).*which;
-            const auto x = time ? Scaled(bathtub.x, 1, -eye->sampledAt) : Scaled(bathtub.x, 1000);
-            plot.curves.push_back({x, bathtub.extrapolated, {colour, 1.4, 4, 0.8}});
-            plot.curves.push_back({x, bathtub.counted, {colour, 2}, label});
-            for (const auto* ratios : {&bathtub.counted, &bathtub.extrapolated}) {
-                for (const double r : *ratios) {
-                    if (r > 0) least = std::min(least, r);
-                }
+        const auto draw = [&](const EyeFindings& eye, const std::vector<double>& ratios,
+                              const Stroke& style, const char* label) {
+            const Bathtub& bathtub = eye.*which;
+            const auto x = time ? Scaled(bathtub.x, 1, -eye.sampledAt) : Scaled(bathtub.x, 1000);
+            plot.curves.push_back({x, ratios, style, label});
+            for (const double r : ratios) {
+                if (r > 0) least = std::min(least, r);
             }
         };
-        add(result_.inputEye, "input", colours::kVermilion);
-        add(result_.eye, "output", colours::kBlue);
+        // What is computed takes the place of what would be guessed from the tail.
+        const auto add = [&](const std::optional<EyeFindings>& eye, const EyeFindings* computed,
+                             const char* label, const Colour& colour) {
+            const Stroke dashed{colour, 1.4, 4, 0.8};
+            if (!eye || ((*eye).*which).x.empty()) return;
+            const EyeFindings& tail = computed ? *computed : *eye;
+            draw(tail, computed ? (tail.*which).counted : (tail.*which).extrapolated, dashed, "");
+            draw(*eye, ((*eye).*which).counted, {colour, 2}, label);
+        };
+        const EyeFindings* const input = FirstOf(result_.statisticalInput);
+        const EyeFindings* const output = FirstOf(result_.statisticalOutput);
+        add(result_.inputEye, input, "input", colours::kVermilion);
+        add(result_.eye, output, "output", colours::kBlue);
         if (plot.curves.empty()) return;
         plot.from = std::pow(10, std::floor(std::log10(std::max(least, kLowestRatio))));
         plot.title = time ? "Time bathtub at 0 V" : "Voltage bathtub";
-        Put(name,
-            PlotsPicture({plot}, {model_, signal_, rate_ + ", counted; dashed: extrapolated"}));
+        const char* const dashed = input && output ? "computed"
+                                   : input         ? "computed, at the output extrapolated"
+                                                   : "extrapolated";
+        Put(name, PlotsPicture({plot}, {model_, signal_,
+                                        fmt::format("{}, counted; dashed: {}", rate_, dashed)}));
     }
 
     void SaveClock() const

@@ -81,14 +81,16 @@ void WriteDensity(const VoltageHistogram& density, const std::string& file, cons
 void WriteCurves(const RunResult& result, const PutFile& put)
 {
     Table bathtubs, contours;
-    const auto add = [&](const std::optional<EyeFindings>& eye, const char* name) {
-        if (!eye) return;
-        AddBathtub(bathtubs, name, "phase_ui", eye->time);
-        AddBathtub(bathtubs, name, "voltage_v", eye->voltage);
-        AddContours(contours, name, eye->contours);
+    const auto add = [&](const EyeFindings& eye, const char* name) {
+        AddBathtub(bathtubs, name, "phase_ui", eye.time);
+        AddBathtub(bathtubs, name, "voltage_v", eye.voltage);
+        AddContours(contours, name, eye.contours);
     };
-    add(result.eye, "output");
-    add(result.inputEye, "input");
+    if (result.eye) add(*result.eye, "output");
+    if (result.inputEye) add(*result.inputEye, "input");
+    // What is computed stands where other eyes have what is counted.
+    if (const auto* eye = FirstOf(result.statisticalInput)) add(*eye, "statistical_input");
+    if (const auto* eye = FirstOf(result.statisticalOutput)) add(*eye, "statistical_output");
     bathtubs.Save(put, "bathtub.csv", "eye,axis,position,counted_ratio,extrapolated_ratio");
     contours.Save(put, "contours.csv", "eye,ber,extrapolated,phase_ui,high_v,low_v");
     if (result.eye) WriteDensity(result.eye->density, "eye.npy", put);

@@ -121,6 +121,22 @@ Json SamplerJson(const SamplerSettings& sampler)
             {"sensitivity_v", sampler.sensitivity}};
 }
 
+/// A computed eye has the members of a counted one that make sense of it.
+Json StatisticalJson(const std::optional<StatisticalEye>& eye)
+{
+    if (!eye) return nullptr;
+    const StatisticalEye& computed = *eye;
+    Json json = EyeJson(computed.eyes.front());
+    for (const char* counted : {"unit_intervals", "shift_ui", "sliced", "not_finite_samples",
+                                "wild_samples", "transition_density", "jitter", "fits", "density"})
+        json.erase(counted);
+    json["worst_height_v"] = computed.worstHeights.front();
+    json["delay_ui"] = computed.delay;
+    json["bin_v"] = computed.binHeight;
+    json["smear_v_rms"] = computed.smear;
+    return json;
+}
+
 Json ParametersJson(const std::vector<ParameterTrack>& tracks)
 {
     Json list = Json::array();
@@ -164,6 +180,8 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     }
     if (r.eye) json["eye"].update(EyeJson(*r.eye));
     json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
+    json["statistical"] = {{"input_eye", StatisticalJson(r.statisticalInput)},
+                           {"eye", StatisticalJson(r.statisticalOutput)}};
     json["clock"].update(ClockJson(r.clock));
     json["adaptation"] = r.adaptation ? AdaptationJson(*r.adaptation)
                                       : Json{{"measurements", nullptr}, {"finished", nullptr}};

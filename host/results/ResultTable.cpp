@@ -23,31 +23,46 @@ std::string Value(double value, bool extrapolated, int digits, const char* unit)
     return fmt::format("{}{:.{}f} {}", extrapolated ? "~" : "", value, digits, unit);
 }
 
-/// The openings at the input and at the output, a line for each bit error ratio.
-std::string OpeningsTable(const EyeFindings* input, const EyeFindings* output)
+/// A line for each bit error ratio.
+std::string OpeningsTable(const RunResult& result)
 {
-    const EyeFindings* const either = output ? output : input;
-    if (!either || either->openings.empty()) return "";
+    struct Eye
+    {
+        const char* title;
+        const EyeFindings* eye;
+    };
+    std::vector<Eye> eyes;
+    const auto add = [&](const std::optional<EyeFindings>& counted,
+                         const std::optional<StatisticalEye>& computed, const char* title) {
+        if (counted) eyes.push_back({title, &*counted});
+        if (computed) eyes.push_back({"computed", FirstOf(computed)});
+    };
+    add(result.inputEye, result.statisticalInput, "at the input");
+    add(result.eye, result.statisticalOutput, "at the output");
+    if (eyes.empty() || eyes.back().eye->openings.empty()) return "";
     const auto at = [](const EyeFindings* eye, double ber) {
         for (std::size_t i = 0; eye && i < eye->openings.size(); ++i) {
             if (eye->openings[i].ber == ber) return eye->openings[i];
         }
         return OpeningAt{};
     };
-    std::string text = fmt::format("  {:<26} {:<24} {}\n", "Opening at BER (~ from fit)",
-                                   input ? "at the input" : "", output ? "at the output" : "");
-    for (const OpeningAt& row : either->openings) {
-        std::string line = fmt::format("  {:<26} ", "  " + ShortRatio(row.ber));
-        for (const EyeFindings* eye : {input, output}) {
-            const OpeningAt o = at(eye, row.ber);
-            line += fmt::format(
-                "{:<24} ", eye ? fmt::format("{:<11} {}",
-                                             Value(o.height * 1000, o.heightExtrapolated, 1, "mV"),
-                                             Value(o.width, o.widthExtrapolated, 3, "UI"))
-                               : "");
-        }
+    const auto trimmed = [](std::string line) {
         line.erase(line.find_last_not_of(' ') + 1);
-        text += line + "\n";
+        return line + "\n";
+    };
+    std::string heading = fmt::format("  {:<26} ", "Opening at BER (~ from fit)");
+    for (const Eye& eye : eyes) heading += fmt::format("{:<24} ", eye.title);
+    std::string text = trimmed(heading);
+    for (const OpeningAt& row : eyes.back().eye->openings) {
+        std::string line = fmt::format("  {:<26} ", "  " + ShortRatio(row.ber));
+        for (const Eye& eye : eyes) {
+            const OpeningAt o = at(eye.eye, row.ber);
+            line += fmt::format(
+                "{:<24} ",
+                fmt::format("{:<11} {}", Value(o.height * 1000, o.heightExtrapolated, 1, "mV"),
+                            Value(o.width, o.widthExtrapolated, 3, "UI")));
+        }
+        text += trimmed(line);
     }
     return text;
 }
@@ -82,7 +97,7 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
     };
     if (r.lock) row("Verdict", Name(*r.lock));
     for (const Number& number : Numbers()) row(number.title, number.Line(r));
-    text += OpeningsTable(r.inputEye ? &*r.inputEye : nullptr, r.eye ? &*r.eye : nullptr);
+    text += OpeningsTable(r);
     text += ParametersTable(r.parameters);
     const Speed speed(r, options.signal.samplesPerBit);
     row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",

@@ -14,6 +14,7 @@
 #include "host/known/EomLog.hpp"
 #include "host/process/Box.hpp"
 #include "host/process/ParameterLog.hpp"
+#include "host/statistical/StatisticalEye.hpp"
 
 namespace amisim {
 
@@ -37,6 +38,8 @@ struct RunResult
 
     std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
+    // Computed; absent when responses do not tell them, or they were not asked for.
+    std::optional<StatisticalEye> statisticalInput, statisticalOutput;
     ClockFindings clock;
     std::optional<Lock> lock;  // absent when the model returned no bits
     double bitTime = 0;        // s, nominal
@@ -63,5 +66,11 @@ struct RunResult
     std::vector<std::string> notes;
     std::vector<std::string> files;  // written into the output folder
 };
+
+/// Of the computed eyes of a modulation's thresholds the first; null where there are none.
+inline const EyeFindings* FirstOf(const std::optional<StatisticalEye>& computed)
+{
+    return computed ? &computed->eyes.front() : nullptr;
+}
 
 }  // namespace amisim

@@ -8,6 +8,7 @@
 #include "host/known/AdaptLog.hpp"
 #include "host/known/EomLog.hpp"
 #include "host/run/Declared.hpp"
+#include "host/run/StatisticalLinks.hpp"
 
 namespace amisim {
 namespace {
@@ -245,6 +246,22 @@ void Simulation::Take(const ModelProcess::Block& block)
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
 }
 
+/// Of symbols that are as good as random.
+void Simulation::ComputeEyes()
+{
+    const SignalOptions& signal = options_.signal;
+    const bool random = signal.pattern.empty() && signal.clockPattern == 0;
+    const StatisticalLinks links(signal_, transmitter_, link_);
+    if (!options_.statistical || !random || !links.Possible()) return;
+    if (const auto input = links.AtInput())
+        result_.statisticalInput = ComputeStatisticalEye(*input, options_.bers);
+    if (model_.returnsImpulse && !result_.impulses.empty()) {
+        const StatisticalLink output =
+            links.AtOutput(result_.impulses, result_.sampler.gaussianNoise);
+        result_.statisticalOutput = ComputeStatisticalEye(output, options_.bers);
+    }
+}
+
 void Simulation::TakeParameters(const std::string& text, const std::string& call)
 {
     parameters_.Take(text, text.size() < kLongestText, result_.bits, call);
@@ -260,6 +277,7 @@ void Simulation::Evaluate()
     result_.clock = std::move(found.clock);
     if (result_.bits > 0) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
+    ComputeEyes();
     TakeTracks(parameters_, "");
     TakeTracks(link_.Parameters(), "tx.");
     if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();

@@ -66,6 +66,7 @@ private:
     void UseSampler();
     void TakeParameters(const std::string& text, const std::string& call);
     void TakeTracks(const ParameterLog& log, const char* prefix);
+    void ComputeEyes();
     void Evaluate();
 
     const SimulationOptions& options_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "base/Error.hpp"
 #include "base/TextFile.hpp"
@@ -203,6 +204,20 @@ SignalSource* SignalChain::AddNoise(SignalSource* signal, const LeadingTaps& fil
     return Add<SignalMix>(std::vector<SignalSource*>{signal, noise});
 }
 
+double SignalChain::NoiseThrough(const LeadingTaps& filter) const
+{
+    if (!HasNoise()) return 0;
+    std::vector<double> shape{1.0};
+    if (options_.noiseBandwidth)
+        shape = LowPass(*options_.noiseBandwidth * options_.SampleInterval());
+    if (!filter.taps.empty()) {
+        shape.resize(shape.size() + filter.taps.size() - 1);
+        shape = Convolved(shape, {filter.taps, 0});
+    }
+    const double power = std::inner_product(shape.begin(), shape.end(), shape.begin(), 0.0);
+    return options_.noise * std::sqrt(power);
+}
+
 SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
 {
     SignalSource* const output = output_;
@@ -226,7 +241,7 @@ SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
 void SignalChain::UseJitter(const EdgeJitter::Declared& declared)
 {
     const double unit = options_.samplesPerBit;
-    senders_[0].settings.jitter.declared = {
+    roads_[0].transmitter.jitter.declared = {
         declared.randomRms * unit, declared.uniform * unit, declared.sineAmplitude * unit,
         declared.sineFrequency * options_.SampleInterval(), declared.alternating * unit};
 }

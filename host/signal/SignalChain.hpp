@@ -44,6 +44,10 @@ public:
     SignalSource& Output() const { return *output_; }
 
     bool HasNoise() const { return options_.noise > 0; }
+    /// V rms of the noise behind a filter; of no taps: none.
+    double NoiseThrough(const LeadingTaps& filter) const;
+
+    double SampleInterval() const { return options_.SampleInterval(); }  // s
 
     std::int64_t Bits() const { return bits_; }  // of the whole run
     const SymbolHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }

@@ -15,8 +15,7 @@ namespace {
 constexpr int kPhases = 64;  // columns a unit interval, and one more at its end
 constexpr int kMiddle = kPhases / 2;
 constexpr int kAggressorPhases = 32;
-constexpr std::size_t kDelayBins = 512;  // to find the crossings by
-constexpr std::size_t kFewestBins = 2048, kMostBins = 16384;
+constexpr std::size_t kFewestBins = 512, kMostBins = 16384;
 constexpr std::size_t kVoltagePoints = 401;
 
 /// A density with lines in it (few possible values) goes on beyond the highest frequency. Where
@@ -103,6 +102,7 @@ Columns::Columns(const StatisticalLink& link)
         peak += Peak(aggressor);
     }
     grid_.range = peak;
+    SetBins(kFewestBins);
 }
 
 void Columns::SetBins(std::size_t bins)
@@ -186,8 +186,12 @@ constexpr double kHalfCrossed = 0.25;
 
 /// Time at which the symbol that begins at 0 has crossed the middle threshold in half of the cases
 /// in which it does.
-double FindDelay(const Columns& columns, const Modulation& modulation)
+double FindDelay(StatisticalLink link)
 {
+    // A sine and what is even and odd move the transitions to both sides alike.
+    link.jitter.sineAmplitude = link.jitter.evenOdd = 0;
+    const Columns columns(link);
+    const Modulation& modulation = link.modulation;
     const std::size_t which = (modulation.thresholds.size() - 1) / 2;
     const auto wrong = [&](double time) {
         return WrongAt(columns.At(time), which, modulation.thresholds[which]);
@@ -203,19 +207,12 @@ double FindDelay(const Columns& columns, const Modulation& modulation)
     while (half < step.Settled() && std::abs(step(half)) < greatest / 2) {
         half += kScan;
     }
-    constexpr double kStep = 1.0 / 8, kFar = 1.5;
-    double before = half - kFar, after = before + kStep, least = 1;
-    for (double time = before, last = wrong(time); time < half + kFar; time += kStep) {
-        const double next = wrong(time + kStep);
-        if (next < least) {
-            least = next;
-        }
-        if (last >= kHalfCrossed && next < kHalfCrossed) {
-            before = time;
-            after = time + kStep;
-            break;
-        }
-        last = next;
+    constexpr double kStep = 1.0 / 8;
+    double before = half - 1.5, after = before;
+    for (int i = 0; i < 24 && !(wrong(before) >= kHalfCrossed && wrong(after) < kHalfCrossed);
+         ++i) {
+        before = after;
+        after += kStep;
     }
     constexpr double kExact = 1e-5;
     while (after - before > kExact) {
@@ -223,17 +220,6 @@ double FindDelay(const Columns& columns, const Modulation& modulation)
         (wrong(middle) >= kHalfCrossed ? before : after) = middle;
     }
     return (before + after) / 2;
-}
-
-/// For one unit of the symbols' levels.
-StepResponse ResponseOf(const Road& road)
-{
-    const auto& levels = road.transmitter.modulation.levels;
-    std::vector<double> edge = road.EdgeResponse();
-    for (double& added : edge) {
-        added /= levels.back() - levels.front();
-    }
-    return {edge, road.transmitter.unitInterval};
 }
 
 /// What one threshold's eye is made of.
@@ -356,28 +342,6 @@ EyeFindings Evaluation::Find(const std::vector<double>& bers) const
 
 }  // namespace
 
-StatisticalLink LinkAtInput(const std::vector<Road>& roads, double noise)
-{
-    StatisticalLink link;
-    // Jitter moves a boundary with all of its cursors: they belong to the symbols, not the
-    // response.
-    Road plain = roads.front();
-    const Transmitter::Settings& sent = roads.front().transmitter;
-    plain.transmitter.deemphasis = {};
-    link.modulation = sent.modulation;
-    link.deemphasis = sent.deemphasis;
-    link.jitter.randomRms = sent.jitter.randomRms / sent.unitInterval;
-    link.jitter.dutyCycle = sent.jitter.dutyCycle / sent.unitInterval;
-    link.jitter.sineAmplitude = sent.jitter.sineAmplitude / sent.unitInterval;
-    link.jitter.sineFrequency = sent.jitter.sineFrequency * sent.unitInterval;
-    link.response = ResponseOf(plain);
-    for (std::size_t i = 1; i < roads.size(); ++i) {
-        link.aggressors.push_back(ResponseOf(roads[i]));
-    }
-    link.noise = noise;
-    return link;
-}
-
 std::vector<Contour> BestContours(const EyeFindings& counted, const EyeFindings* computed)
 {
     if (!computed) {
@@ -395,9 +359,7 @@ StatisticalEye ComputeStatisticalEye(const StatisticalLink& link, const std::vec
 {
     Columns columns(link);
     StatisticalEye eye;
-    columns.SetBins(kDelayBins);
-    eye.delay = FindDelay(columns, link.modulation);
-    columns.SetBins(kFewestBins);
+    eye.delay = FindDelay(link);
     columns.Refine(eye.delay + 0.5);
     eye.binHeight = columns.Grid().BinHeight();
     eye.smear = columns.Smear();

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "host/analysis/Findings.hpp"
-#include "host/signal/SignalChain.hpp"
 #include "host/statistical/EdgeSum.hpp"
 
 namespace amisim {
@@ -19,10 +18,6 @@ struct StatisticalLink
     std::vector<StepResponse> aggressors;  // of NRZ neighbours that keep no phase with the signal
     double noise = 0;                      // V rms, Gaussian, at the sampler
 };
-
-/// What a model receives, from the roads that lead to it; without one there is nothing to compute.
-/// @param noise  V rms
-StatisticalLink LinkAtInput(const std::vector<Road>& roads, double noise);
 
 /// An eye computed from responses, at any error ratio down to 1e-14 without counting. As where it
 /// is counted, symbols are independent and equally likely; phase 0 is where half of the transitions

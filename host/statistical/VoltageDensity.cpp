@@ -9,14 +9,18 @@
 namespace amisim {
 namespace {
 
-/// Density in each bin: p(v) = step / 2 pi * sum over all n of phi(w) exp(-i w v). The first bin's
+/// Part of the voltages in each bin: its height / 2 pi times the integral of phi(w) exp(-i w v)
+/// sinc(w height / 2) over w, of which the sinc stands for the mean over the bin. The first bin's
 /// centre is at -range, where exp(-i w v) is (-1)^n.
 std::vector<double> Bins(const VoltageGrid& grid, const Characteristic& characteristic)
 {
     std::vector<std::complex<double>> spectrum(grid.Frequencies());
     for (std::size_t n = 0; n < spectrum.size(); ++n) {
-        const double sign = n % 2 == 0 ? 1 : -1;
-        spectrum[n] = sign * std::complex(characteristic.real[n], -characteristic.imaginary[n]);
+        const double angle =
+            std::numbers::pi * static_cast<double>(n) / static_cast<double>(grid.bins);
+        const double mean = n == 0 ? 1 : std::sin(angle) / angle;
+        spectrum[n] = (n % 2 == 0 ? mean : -mean) *
+                      std::complex(characteristic.real[n], -characteristic.imaginary[n]);
     }
     Eigen::FFT<double> fft;
     fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);

@@ -165,6 +165,32 @@ TEST_F(LinkTest, JitterThatATransmitterDeclaresMovesItsEdges)
     }
 }
 
+TEST_F(LinkTest, EyesAreComputedThroughBothModelsAsTheyAreCounted)
+{
+    const std::string options =
+        "--loss 6 --noise 0.01 --rj 0.02 --sj-amplitude 0.05 --sj-frequency 3e8 --bits 50000";
+    const auto run = [&](Kind tx, Kind rx) {
+        Make("tx", tx, 0.85, -0.15, 0,
+             "(Tx_Dj (Usage Info) (Type UI) (Value 0.04) (Description \"\"))\n"
+             "(Tx_DCD (Usage Info) (Type UI) (Value 0.02) (Description \"\"))\n");
+        Make("rx", rx, 1.2, -0.3);
+        EXPECT_EQ(Shell(AMISIM_PROGRAM " run m/rx.ami --tx m/tx.ami " + options), 0) << output_;
+        return Result();
+    };
+    const auto result = run(kImpulse, kImpulse);
+    for (const char* eye : {"input_eye", "eye"}) {
+        for (const char* member : {"height_v", "width_ui"}) {
+            const double counted = result[eye][member];
+            EXPECT_NEAR(result["statistical"][eye][member], counted, 0.02 * counted)
+                << eye << " " << member;
+        }
+    }
+    // What AMI_Init does not return cannot be known.
+    const auto wave = run(kWave, kWave);
+    EXPECT_EQ(wave["statistical"]["input_eye"], nullptr);
+    EXPECT_EQ(wave["statistical"]["eye"], nullptr);
+}
+
 TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)
 {
     Make("tx", kDual, 0.8, -0.2);

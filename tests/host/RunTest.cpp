@@ -57,6 +57,26 @@ TEST_F(RunTest, LosslessLineReturnsThePatternAndAnOpenEye)
     EXPECT_NEAR(Result()["eye"]["height_v"], 0.8, 1e-3);
 }
 
+TEST_F(RunTest, TheInputEyeIsComputedAsItIsCounted)
+{
+    ASSERT_EQ(RunModel("pass", "--bits 40000 --loss 6 --noise 0.01 --rj 0.02 --tx-post 0.1"), 0);
+    const auto result = Result();
+    const auto &counted = result["input_eye"], &computed = result["statistical"]["input_eye"];
+    // At an error ratio of 1e-3, where there are forty events: within three of their deviations.
+    for (const char* member : {"height_v", "width_ui"}) {
+        const double value = counted[member];
+        EXPECT_NEAR(computed[member], value, 0.03 * value) << member;
+    }
+    // Further out counting ends, and the eye is not closed by more than its worst case and noise.
+    const double far = computed["openings"].back()["height_v"];
+    EXPECT_LT(far, counted["height_v"]);
+    EXPECT_GT(far, computed["worst_height_v"].get<double>() - 2 * 8 * 0.01 - 0.1);
+    for (const char* option : {"--statistical off", "--clock-pattern 2"}) {
+        ASSERT_EQ(RunModel("pass", option), 0) << output_;
+        EXPECT_EQ(Result()["statistical"]["input_eye"], nullptr) << option;
+    }
+}
+
 TEST_F(RunTest, TheWorkerStandsBesideTheProgramAndHasNoLibrariesButThoseOfTheLanguage)
 {
     const std::regex known(

@@ -15,23 +15,32 @@ function fitted(x, counted, low, high) {
 }
 
 function bathtubFigure(title, which, x, caption) {
-  const sides = [["input", data.input, result.input_eye, "two"], ["output", data.output, result.eye, "one"]]
+  const sides = [["input", data.input, result.input_eye, "two", data.statisticalInput], ["output", data.output, result.eye, "one", data.statisticalOutput]]
     .filter(([, curves]) => curves && hasPoints(curves[which].counted));
   if (sides.length === 0) return null;
   const positive = (list) => list.map((v) => v > 0 ? v : null);
   const tables = [], series = [], ratios = [];
   let fits = null;
-  for (const [name, curves, eye, shade] of sides) {
+  for (const [name, curves, eye, shade, computed] of sides) {
     const tub = curves[which], {time_left, time_right, voltage_low, voltage_high} = eye.fits;
     const [low, high] = which === "time" ? [time_left, time_right] : [voltage_low, voltage_high];
-    const counted = positive(tub.counted), extrapolated = positive(tub.extrapolated);
-    tables.push([tub.x.map((v) => x.of(v, eye)), counted, extrapolated, fitted(tub.x, counted, low, high)]);
-    const write = (v) => ratio(v);
+    const counted = positive(tub.counted), write = (v) => ratio(v);
+    // What is computed takes the place of what would be guessed from the tail.
+    const further = positive(computed ? computed[which].counted : tub.extrapolated);
+    const dashed = {colour: shade, dash: [6, 4], width: 1.5, unlisted: !hasPoints(further), write};
     series.push({label: `${name}, counted`, colour: shade, width: 2.5, write});
-    series.push({label: `${name}, extrapolated`, colour: shade, dash: [6, 4], width: 1.5, unlisted: !hasPoints(extrapolated), write});
-    series.push({label: "", colour: shade, dots: true, silent: true, unlisted: true, write});
-    fits ||= low || high;
-    ratios.push(...counted, ...extrapolated);
+    if (computed) {
+      const frame = {sampled_at_ui: 0.5};
+      tables.push([tub.x.map((v) => x.of(v, eye)), counted]);
+      tables.push([computed[which].x.map((v) => x.of(v, frame)), further]);
+      series.push({label: `${name}, computed`, ...dashed});
+    } else {
+      tables.push([tub.x.map((v) => x.of(v, eye)), counted, further, fitted(tub.x, counted, low, high)]);
+      series.push({label: `${name}, extrapolated`, ...dashed});
+      series.push({label: "", colour: shade, dots: true, silent: true, unlisted: true, write});
+      fits ||= low || high;
+    }
+    ratios.push(...counted, ...further);
   }
   const known = ratios.filter((v) => v !== null);
   const columns = joined(tables);
@@ -42,10 +51,17 @@ function bathtubFigure(title, which, x, caption) {
   });
 }
 
+/** What the dashed lines are made of. */
+function dashedLines() {
+  const fits = "from the Gaussian tails fitted through the dots";
+  if (data.statisticalInput && data.statisticalOutput) return "computed from responses";
+  return data.statisticalInput ? `at the input computed from its response; at the output ${fits}` : fits;
+}
+
 function bathtubSection() {
   const figures = [
     bathtubFigure("Time, at 0 V", "time", {name: "time from the sampling instant, UI", of: (v, eye) => v - eye.sampled_at_ui, write: (v) => intervals(v, 3)},
-      "Error ratio if data were sampled at that instant. Dashed: from the Gaussian tails fitted through the dots."),
+      `Error ratio if data were sampled at that instant. Dashed: ${dashedLines()}.`),
     bathtubFigure("Voltage, at the sampling instant", "voltage", {name: "threshold, mV", of: (v) => v * 1000, write: (v) => `${fixed(v, 1)} mV`},
       "Error ratio if data were decided at that threshold."),
   ].filter(Boolean);

@@ -77,7 +77,7 @@ function eyeFigure(title, eye, curves, caption) {
   });
   const contours = curves.contours.filter((c) => c.phase.length > 0);
   const style = (c) => ({fixed: kContourColours[curves.contours.indexOf(c) % kContourColours.length],
-    dash: c.extrapolated ? [5, 3] : undefined});
+    dash: c.extrapolated || c.computed ? [5, 3] : undefined});
 
   const marks = (ctx, x, y) => {
     const scale = devicePixelRatio;
@@ -111,7 +111,7 @@ function eyeFigure(title, eye, curves, caption) {
     title, caption,
     x: {name: "time from the sampling instant, UI", range: [-1, 1]},
     y: {name: "voltage, mV", range: [-top, top]},
-    key: contours.map((c) => [`${ratio(c.ber)}${c.extrapolated ? " (from fit)" : ""}`, {...style(c), ground: true}]),
+    key: contours.map((c) => [`${ratio(c.ber)}${c.extrapolated ? " (from fit)" : c.computed ? " (computed)" : ""}`, {...style(c), ground: true}]),
     plugins: [picturePlugin(() => picture,
       () => ({left: -1 - sampled, right: 2 - sampled, top: density.high * 1000, bottom: density.low * 1000}), true, marks)],
     describe: (u, i, px, py) => {

@@ -63,7 +63,9 @@ function tiles() {
 }
 
 function openingsTable() {
-  const sides = [["input", result.input_eye], ["output", result.eye]].filter(([, eye]) => eye?.openings?.length);
+  const sides = [["input", result.input_eye], ["computed input", result.statistical.input_eye], ["output", result.eye],
+    ["computed output", result.statistical.eye]]
+    .filter(([, eye]) => eye?.openings?.length);
   if (sides.length === 0) return null;
   const ratios = [...new Set(sides.flatMap(([, eye]) => eye.openings.map((o) => o.ber)))].sort((a, b) => b - a);
   const value = (number, extrapolated, places, unit) => number === null || number === undefined ? "–"
@@ -75,7 +77,8 @@ function openingsTable() {
     return [value(o.height_v === null || o.height_v === undefined ? null : o.height_v * 1000, o.height_extrapolated, 1, "mV"),
       value(o.width_ui, o.width_extrapolated, 3, "UI")];
   })]));
-  card.append(element("figcaption", {}, "Counted where enough bits were; ", element("span", {class: "fit"}, "*"), " extrapolated by the fit."));
+  card.append(element("figcaption", {}, "Counted where enough bits were; ", element("span", {class: "fit"}, "*"), ` extrapolated by the fit.${
+    result.statistical.input_eye || result.statistical.eye ? " Computed: from responses, noise and jitter." : ""}`));
   return card;
 }
 

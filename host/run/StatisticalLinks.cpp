@@ -1,0 +1,93 @@
+#include "host/run/StatisticalLinks.hpp"
+
+#include <cmath>
+#include <utility>
+
+#include "host/signal/Deconvolution.hpp"
+
+namespace amisim {
+
+StatisticalLinks::StatisticalLinks(const SignalChain& signal, const ModelSource* transmitter,
+                                   const Link& link)
+    : signal_(signal), transmitter_(transmitter), link_(link)
+{
+}
+
+/// @param edge  V from sample to sample, from the lowest level to the highest
+StepResponse StatisticalLinks::ResponseOf(std::size_t column, std::vector<double> edge) const
+{
+    const Transmitter::Settings& sent = signal_.Roads()[column].transmitter;
+    const double swing = sent.modulation.levels.back() - sent.modulation.levels.front();
+    for (double& added : edge) added /= swing;
+    return {edge, sent.unitInterval};
+}
+
+BoundaryJitter StatisticalLinks::Jitter() const
+{
+    const Transmitter::Settings& sent = signal_.Roads().front().transmitter;
+    const EdgeJitter::Settings& own = sent.jitter;
+    const EdgeJitter::Declared& declared = own.declared;
+    const bool ownSine = own.sineAmplitude != 0;
+    BoundaryJitter jitter;
+    jitter.randomRms = std::hypot(own.randomRms, declared.randomRms) / sent.unitInterval;
+    jitter.uniform = declared.uniform / sent.unitInterval;
+    jitter.dutyCycle = own.dutyCycle / sent.unitInterval;
+    jitter.evenOdd = declared.alternating / sent.unitInterval;
+    jitter.sineAmplitude =
+        (ownSine ? own.sineAmplitude : declared.sineAmplitude) / sent.unitInterval;
+    jitter.sineFrequency =
+        (ownSine ? own.sineFrequency : declared.sineFrequency) * sent.unitInterval;
+    return jitter;
+}
+
+bool StatisticalLinks::Possible() const
+{
+    if (signal_.Roads().empty()) return false;
+    const EdgeJitter::Settings& jitter = signal_.Roads().front().transmitter.jitter;
+    return jitter.sineAmplitude == 0 || jitter.declared.sineAmplitude == 0;
+}
+
+StatisticalLink StatisticalLinks::Through(const std::vector<std::vector<double>>& responses) const
+{
+    StatisticalLink link;
+    link.modulation = signal_.Roads().front().transmitter.modulation;
+    link.jitter = Jitter();
+    for (std::size_t column = 0; column < responses.size(); ++column) {
+        std::vector<double> edge = responses[column];
+        for (double& added : edge) added *= signal_.SampleInterval();
+        StepResponse response = ResponseOf(column, std::move(edge));
+        if (column == 0) {
+            link.response = std::move(response);
+        } else {
+            link.aggressors.push_back(std::move(response));
+        }
+    }
+    return link;
+}
+
+std::optional<StatisticalLink> StatisticalLinks::AtInput() const
+{
+    if (transmitter_ && !transmitter_->returnsImpulse) return std::nullopt;
+    StatisticalLink link = Through(link_.Responses());
+    if (!transmitter_) {
+        // Jitter moves a boundary with all of its cursors: they belong to the symbols.
+        Road plain = signal_.Roads().front();
+        link.deemphasis = std::exchange(plain.transmitter.deemphasis, {});
+        link.response = ResponseOf(0, plain.EdgeResponse());
+    }
+    link.noise = signal_.NoiseThrough({});
+    return link;
+}
+
+StatisticalLink StatisticalLinks::AtOutput(const std::vector<std::vector<double>>& returned,
+                                           double samplerNoise) const
+{
+    StatisticalLink link = Through(returned);
+    LeadingTaps filter;
+    if (signal_.HasNoise() && returned[0] != link_.Responses()[0])
+        filter = Deconvolve(link_.Responses()[0], returned[0]).filter;
+    link.noise = std::hypot(signal_.NoiseThrough(filter), samplerNoise);
+    return link;
+}
+
+}  // namespace amisim

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "host/process/ModelSource.hpp"
+#include "host/run/Link.hpp"
+#include "host/signal/SignalChain.hpp"
+#include "host/statistical/StatisticalEye.hpp"
+
+namespace amisim {
+
+/// What the eyes of a run can be computed from, in the statistical flow (IBIS 7.2 section 10): the
+/// responses as each AMI_Init gave them back. For signals that amisim makes itself.
+class StatisticalLinks
+{
+public:
+    /// @param transmitter  null: the one that is built in
+    StatisticalLinks(const SignalChain& signal, const ModelSource* transmitter, const Link& link);
+
+    /// There is a signal of known shape, and at most one sine in its jitter.
+    bool Possible() const;
+
+    /// Absent behind a transmitter's model whose AMI_Init does not return the response.
+    std::optional<StatisticalLink> AtInput() const;
+
+    /// @param returned      by the receiver's AMI_Init
+    /// @param samplerNoise  V rms, added at the sampler
+    StatisticalLink AtOutput(const std::vector<std::vector<double>>& returned,
+                             double samplerNoise) const;
+
+private:
+    StatisticalLink Through(const std::vector<std::vector<double>>& responses) const;
+    StepResponse ResponseOf(std::size_t column, std::vector<double> edge) const;
+    BoundaryJitter Jitter() const;
+
+    const SignalChain& signal_;
+    const ModelSource* transmitter_;
+    const Link& link_;
+};
+
+}  // namespace amisim
