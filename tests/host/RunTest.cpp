@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
-#include <regex>
+#include <set>
 
 #include "host/files/WavePoints.hpp"
 #include "ibis/ElfFile.hpp"
@@ -79,11 +79,12 @@ TEST_F(RunTest, TheInputEyeIsComputedAsItIsCounted)
 
 TEST_F(RunTest, TheWorkerStandsBesideTheProgramAndHasNoLibrariesButThoseOfTheLanguage)
 {
-    const std::regex known(
-        "(lib(c|m|gcc_s|stdc\\+\\+|asan|ubsan|tsan)|ld-linux-x86-64)\\.so\\.\\d+");
+    const std::set<std::string> known = {"libc",    "libm",     "libgcc_s", "libstdc++",
+                                         "libasan", "libubsan", "libtsan",  "ld-linux-x86-64"};
     const auto needed = ibis::ReadElfFile(AMISIM_WORKER).needed;
     EXPECT_FALSE(needed.empty());
-    for (const auto& library : needed) EXPECT_TRUE(std::regex_match(library, known)) << library;
+    for (const auto& library : needed)
+        EXPECT_TRUE(known.contains(library.substr(0, library.find(".so")))) << library;
     // What its user starts by hand says so.
     EXPECT_EQ(Shell(AMISIM_WORKER " model"), 2);
     EXPECT_TRUE(Says("is started by amisim")) << output_;
