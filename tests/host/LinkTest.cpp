@@ -168,7 +168,8 @@ TEST_F(LinkTest, JitterThatATransmitterDeclaresMovesItsEdges)
 TEST_F(LinkTest, EyesAreComputedThroughBothModelsAsTheyAreCounted)
 {
     const std::string options =
-        "--loss 6 --noise 0.01 --rj 0.02 --sj-amplitude 0.05 --sj-frequency 3e8 --bits 50000";
+        "--loss 6 --noise 0.01 --noise-bandwidth 2e10 --rj 0.02 --sj-amplitude 0.05 "
+        "--sj-frequency 3e8 --bits 50000";
     const auto run = [&](Kind tx, Kind rx) {
         Make("tx", tx, 0.85, -0.15, 0,
              "(Tx_Dj (Usage Info) (Type UI) (Value 0.04) (Description \"\"))\n"
