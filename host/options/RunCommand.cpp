@@ -79,7 +79,7 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
     const std::string tx = "Transmitter's model (docs/link.md)";
     run->add_option("--tx", o.transmitter,
                     "A transmitter's model in place of the built-in one: .ibs, .ami or .so")
-        ->type_name("MODEL")
+        ->type_name("FILE")
         ->group(tx);
     run->add_option("--tx-model", o.transmitterName, "Its [Model] of an .ibs that holds several")
         ->type_name("NAME")

@@ -234,7 +234,12 @@ void RunSyntax::CheckCase(const std::vector<std::string>& arguments, const std::
     try {
         line.Parse(all);
         line.options.Check();
-        ResolveModelSource(model_, line.options.modelName, line.options.parameters);
+        const RunOptions& run = line.options;
+        ResolveModelSource(model_, run.modelName, run.parameters);
+        if (!run.transmitter.empty()) {
+            ResolveModelSource(run.transmitter, run.transmitterName, run.transmitterParameters,
+                               ibis::End::Transmitter);
+        }
     } catch (const CLI::ParseError& error) {
         Fail("case " + name, error.what());
     } catch (const Error& error) {

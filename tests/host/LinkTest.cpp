@@ -232,6 +232,24 @@ TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)
     }
 }
 
+TEST_F(LinkTest, ASweepSetsParametersOfTheTransmitter)
+{
+    Make("tx", kImpulse, 1, 0);
+    Make("rx", kWave, 1, 0);
+    const std::string sweep = AMISIM_PROGRAM " sweep m/rx.ami --grid tx-param=First=0.5,First=1 ";
+    ASSERT_EQ(Shell(sweep + "--out sweep -- --tx m/tx.ami --loss 0 --bits 500"), 0) << output_;
+    const std::string table = Read("sweep/table.csv");
+    double half = 0, whole = 0;
+    EXPECT_EQ(std::sscanf(table.c_str() + table.find('\n'), "\n1,First=0.5,%lf", &half), 1)
+        << table;
+    EXPECT_EQ(std::sscanf(table.c_str() + table.find("\n2,"), "\n2,First=1,%lf", &whole), 1)
+        << table;
+    EXPECT_NEAR(whole, 0.8, 1e-3);
+    EXPECT_NEAR(half, 0.4, 1e-3);
+    EXPECT_EQ(Shell(sweep + "--out sweep -- --tx m/none.ami"), 3);
+    EXPECT_TRUE(Says("case tx-param=First=0.5: m/none.ami: does not exist")) << output_;
+}
+
 TEST(Deconvolution, FindsTheFilterAndSaysHowTrulyItDoes)
 {
     Random random(3);
