@@ -134,7 +134,7 @@ function figure(options) {
     const lines = options.series.map((s, n) => [s, options.columns[n + 1][i]])
       .filter(([s, v]) => !s.silent && v !== null && v !== undefined)
       .map(([s, v]) => [`${s.label} ${s.write(v)}`, s]);
-    return lines.length ? [[options.x.write(options.columns[0][i]), null], ...lines] : [];
+    return [[options.x.write(options.columns[0][i]), null], ...lines];  // the place, where nothing was found, too
   });
   const logarithmic = options.y.logarithmic;
   const full = {x: options.x.range, y: options.y.range};
