@@ -5,11 +5,18 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include "base/Names.hpp"
 #include "base/Printable.hpp"
 
 namespace base {
+
+/// What the system says of an error number. Unlike strerror it may be called from any thread.
+inline std::string SystemText(int number)
+{
+    return std::generic_category().message(number);
+}
 
 /// What amisim's exit code tells a script. The texts of `amisim run --help` and
 /// `amisim sweep --help` list the same numbers.

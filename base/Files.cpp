@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "base/Error.hpp"
 
@@ -63,7 +62,7 @@ void WriteWhole(const std::filesystem::path& path, std::string_view bytes)
     part += fmt::format(".{}.part", getpid());
     if (const int error = ReplaceFile(path, bytes, part, false)) {
         throw Error(ExitCode::kInput,
-                    fmt::format("{}: cannot be written: {}", path.string(), std::strerror(error)));
+                    fmt::format("{}: cannot be written: {}", path.string(), SystemText(error)));
     }
 }
 

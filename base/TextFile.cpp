@@ -1,9 +1,9 @@
 #include "base/TextFile.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace base {
@@ -23,20 +23,22 @@ std::string ReadWholeFile(const std::filesystem::path& path)
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                &std::fclose);
     if (!file) {
-        throw Error(path, fmt::format("cannot be opened: {}", std::strerror(errno)));
+        throw Error(path, fmt::format("cannot be opened: {}", SystemText(errno)));
     }
     const auto size = std::filesystem::file_size(path, error);
     std::string text(error ? 0 : size, '\0');
     size_t got = std::fread(text.data(), 1, text.size(), file.get());
     // What has no size, such as a pipe, or has grown since.
-    for (char more[4096]; size_t count = std::fread(more, 1, sizeof more, file.get());) {
+    std::array<char, 4096> more;
+    size_t count = 0;
+    while ((count = std::fread(more.data(), 1, more.size(), file.get())) > 0) {
         text.resize(got);
-        text.append(more, count);
+        text.append(more.data(), count);
         got += count;
     }
     text.resize(got);
     if (std::ferror(file.get())) {
-        throw Error(path, fmt::format("cannot be read: {}", std::strerror(errno)));
+        throw Error(path, fmt::format("cannot be read: {}", SystemText(errno)));
     }
     return text;
 }

@@ -57,8 +57,10 @@ void Looking(benchmark::State& state)
         const auto block = std::span(wave).subspan(at, size);
         end += static_cast<double>(size);
         std::vector<double> times;
-        for (; edge * settings.sentUnitInterval < end; edge += 1)
+        while (edge * settings.sentUnitInterval < end) {
             times.push_back(edge * settings.sentUnitInterval * settings.sampleInterval);
+            edge += 1;
+        }
         analyses.Add(block, block, times);
     });
 }

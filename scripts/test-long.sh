@@ -38,8 +38,7 @@ fuzz() { scripts/fuzz.sh "${SECONDS_EACH:-600}"; }
 
 afl() { scripts/afl.sh "${SECONDS_EACH:-600}"; }
 
-# After fuzz, in whose folder clang's commands are.
-lint() { scripts/lint.sh build/fuzz; }
+lint() { scripts/lint.sh; }
 
 systems() { scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so "$long/systems"; }
 

@@ -30,7 +30,7 @@ void ClockFrame::Add(std::span<const double> times)
                 last_ = time;
                 continue;
             }
-            for (double k = 1; k < gap; ++k) {
+            for (int k = 1; k < static_cast<int>(gap); ++k) {
                 Push(last_ + (time - last_) * k / gap, false);
                 ++filled_;
             }

@@ -156,6 +156,7 @@ std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double ber
         return (static_cast<double>(c) + 0.5) / static_cast<double>(count);
     };
     std::vector<Sides::Gap> gaps;
+    gaps.reserve(columns.size());
     for (const Sides& sides : columns) gaps.push_back(sides.At(ber));
     Contour contour;
     contour.ber = ber;

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "base/Error.hpp"
@@ -64,7 +63,7 @@ void Spool::Replay(const std::function<void(std::span<const double>)>& take)
             throw Error(ExitCode::kInput,
                         fmt::format("the clock times put aside for their analysis cannot be read: "
                                     "{}",
-                                    got < 0 ? std::strerror(errno) : "their file is too short"));
+                                    got < 0 ? base::SystemText(errno) : "their file is too short"));
         }
         take(std::span(chunk).first(count));
         at += static_cast<std::int64_t>(count);

@@ -298,6 +298,7 @@ std::vector<double> TimeResponse(const std::vector<Complex>& values)
     }
     Eigen::FFT<double>().inv(time, spectrum);
     std::vector<double> real;
+    real.reserve(time.size());
     for (const Complex& value : time) {
         real.push_back(value.real());
     }

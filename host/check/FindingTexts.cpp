@@ -42,7 +42,7 @@ const char* ColourOf(Severity severity)
 /// first.
 std::string Coloured(const Finding& finding)
 {
-    const std::string line = base::Printable(finding.Line());
+    std::string line = base::Printable(finding.Line());
     const std::string word =
         fmt::format(": {} {}: ", Name(finding.severity), RuleName(finding.number));
     const std::size_t at = line.find(word);

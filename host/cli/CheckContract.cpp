@@ -1,8 +1,5 @@
 #include "host/cli/CheckContract.hpp"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "host/cli/Terminal.hpp"
@@ -22,7 +19,7 @@ contract::Surroundings MakeSurroundings(const std::filesystem::path& worker,
 
 ExitCode PrintAsText(const contract::ContractOptions& options, contract::Surroundings surroundings)
 {
-    const bool colours = isatty(STDOUT_FILENO) != 0 && !std::getenv("NO_COLOR");
+    const bool colours = ColoursWanted();
     surroundings.each = [colours](const CheckResult& result) {
         // Made printable where it quotes the model; its colours are meant.
         const std::string text = ToText(result, colours);

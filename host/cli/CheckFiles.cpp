@@ -1,10 +1,8 @@
 #include "host/cli/CheckFiles.hpp"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <charconv>
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "base/Files.hpp"
@@ -19,12 +17,6 @@
 
 namespace amisim {
 namespace {
-
-bool ColoursWanted()
-{
-    const char* const none = std::getenv("NO_COLOR");
-    return isatty(STDOUT_FILENO) == 1 && (!none || !*none);
-}
 
 void PrintJson(const nlohmann::ordered_json& json)
 {

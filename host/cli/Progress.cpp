@@ -46,7 +46,7 @@ void Progress::Update(std::int64_t bits)
     const int width = std::min(columns - static_cast<int>(text.size()) - 2, 30);
     if (width < 0) text.resize(static_cast<std::size_t>(std::max(columns - 1, 0)));
     std::string bar;
-    for (int i = 0; i < width; ++i) bar += i < static_cast<int>(part * width + 0.5) ? "█" : "░";
+    for (int i = 0; i < width; ++i) bar += i < std::lround(part * width) ? "█" : "░";
     fmt::print(stderr, "\r{}{}{}\033[K", bar, bar.empty() ? "" : " ", text);
     std::fflush(stderr);
 }

@@ -1,7 +1,9 @@
 #include "host/cli/Terminal.hpp"
 
+#include <unistd.h>
+
 #include <cerrno>
-#include <cstring>
+#include <cstdlib>
 #include <string>
 
 #include "base/Error.hpp"
@@ -34,6 +36,13 @@ void PrintPrepared(std::string_view text)
     Write(stdout, text);
 }
 
+bool ColoursWanted()
+{
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here ever sets the environment
+    const char* const none = std::getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) == 1 && (!none || !*none);
+}
+
 void FlushOutput()
 {
     Remember(std::fflush(stdout) != 0);
@@ -44,7 +53,7 @@ void CheckOutput()
     FlushOutput();
     if (g_outputError == 0) return;
     throw Error(ExitCode::kInput, fmt::format("standard output: cannot be written: {}",
-                                              std::strerror(g_outputError)));
+                                              base::SystemText(g_outputError)));
 }
 
 }  // namespace amisim

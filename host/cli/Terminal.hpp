@@ -35,6 +35,9 @@ void PrintError(fmt::format_string<T...> format, T&&... values)
     PrintTo(stderr, fmt::format(format, std::forward<T>(values)...));
 }
 
+/// Standard output is a terminal, and the user has not asked for no colours (NO_COLOR).
+bool ColoursWanted();
+
 /// Hands what has been printed on standard output to the system, now.
 void FlushOutput();
 

@@ -45,6 +45,7 @@ ExitCode Answer(const CLI::App& app, const CLI::ParseError& error)
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): memory may fail while the options are set up
 int main(int argc, char** argv)
 {
     CLI::App app("A channel simulator for IBIS-AMI models", "amisim");

@@ -25,6 +25,7 @@ AmiModule::AmiModule(const std::string& path, bool timeDomain)
     // The library stays loaded until the worker ends: a model's destructors run at exit, if at all.
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library)
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): of glibc each thread has a text of its own
         throw Error(ExitCode::kModelLoad, fmt::format("cannot load the model: {}", dlerror()));
     init = Find<Init>(library, path, "AMI_Init");
     if (timeDomain) getWave = Find<GetWave>(library, path, "AMI_GetWave");

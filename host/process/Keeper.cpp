@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,11 +35,10 @@ std::vector<pid_t> Children()
         std::string text;
         std::getline(file, text, '\0');
         // "pid (name) state parent ...", where the name may hold anything.
-        const std::size_t nameEnd = text.rfind(')');
+        std::istringstream behind(text.substr(text.rfind(')') + 1));
+        char state = 0;
         pid_t parent = 0;
-        if (nameEnd != std::string::npos &&
-            std::sscanf(text.c_str() + nameEnd, ") %*c %d", &parent) == 1 && parent == getpid())
-            children.push_back(std::stoi(name));
+        if (behind >> state >> parent && parent == getpid()) children.push_back(std::stoi(name));
     }
     return children;
 }
@@ -100,14 +100,14 @@ void EnterBox(bool namespaces)
     sigset_t mask, before;
     sigemptyset(&mask);
     sigaddset(&mask, SIGCHLD);
-    sigprocmask(SIG_BLOCK, &mask, &before);
+    pthread_sigmask(SIG_BLOCK, &mask, &before);
     const int signals = signalfd(-1, &mask, SFD_CLOEXEC | SFD_NONBLOCK);
     const pid_t worker = fork();
     if (worker < 0) _exit(127);
     if (worker > 0) Keep(worker, signals, namespaces);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     close(signals);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     const BoxNews news{BoxNews::Kind::kEntered, 0, Confine(request, namespaces)};
     (void)send(kLifeline, &news, sizeof news, MSG_NOSIGNAL);
     close(kLifeline);

@@ -36,7 +36,7 @@ std::string NoLine(const RunResult&)
 
 constexpr const char* kNone = "-";
 
-const std::vector<Number> kNumbers = {
+constexpr Number kNumbers[] = {
     {"/bits", "Bits", "", 1, "{:.0f}", true, nullptr, "Bits that the model returned.",
      [](const RunResult& r) { return Count(r.bits); },
      [](const RunResult& r) {
@@ -136,7 +136,7 @@ std::string Number::Text(double value) const
     return fmt::format(fmt::runtime(format), value * factor);
 }
 
-const std::vector<Number>& Numbers()
+std::span<const Number> Numbers()
 {
     return kNumbers;
 }
@@ -144,7 +144,7 @@ const std::vector<Number>& Numbers()
 const Number& NumberAt(std::string_view pointer)
 {
     const auto found = std::ranges::find(kNumbers, pointer, &Number::pointer);
-    if (found == kNumbers.end()) throw std::logic_error(fmt::format("no number {}", pointer));
+    if (found == std::end(kNumbers)) throw std::logic_error(fmt::format("no number {}", pointer));
     return *found;
 }
 

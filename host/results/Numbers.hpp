@@ -1,9 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "host/run/RunResult.hpp"
 
@@ -32,7 +32,7 @@ struct Number
 };
 
 /// In the order in which they are shown.
-const std::vector<Number>& Numbers();
+std::span<const Number> Numbers();
 
 /// The one at that place.
 const Number& NumberAt(std::string_view pointer);

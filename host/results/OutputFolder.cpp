@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <sstream>
 #include <stdexcept>
 
@@ -118,7 +117,7 @@ void OutputFolder::Lock(Use use)
         {
         };
         if (mark_.file < 0 && errno != ELOOP)
-            Fail(fmt::format("cannot be written: {}", std::strerror(errno)));
+            Fail(fmt::format("cannot be written: {}", base::SystemText(errno)));
         if (mark_.file < 0 || fstat(mark_.file, &opened) != 0 || !S_ISREG(opened.st_mode))
             Fail(fmt::format("{} is in the way: it is no file", kMarkName));
         if (use == Use::kWithoutLock) return;
@@ -195,7 +194,7 @@ void OutputFolder::Remove(const std::string& name)
 {
     if (!list_.contains(name)) return;
     if (unlink((folder_ / name).c_str()) != 0 && errno != ENOENT)
-        Fail(fmt::format("{} cannot be removed: {}", name, std::strerror(errno)));
+        Fail(fmt::format("{} cannot be removed: {}", name, base::SystemText(errno)));
 }
 
 void OutputFolder::RemoveAll()
@@ -224,7 +223,7 @@ int OutputFolder::TryWrite(const std::string& name, std::string_view bytes, bool
 void OutputFolder::Write(const std::string& name, std::string_view bytes, bool synced)
 {
     if (const int error = TryWrite(name, bytes, synced))
-        Fail(fmt::format("{} cannot be written: {}", name, std::strerror(error)));
+        Fail(fmt::format("{} cannot be written: {}", name, base::SystemText(error)));
 }
 
 int OutputFolder::MakeRoomAndWrite(const std::string& name,
@@ -283,7 +282,7 @@ std::string OutputFolder::Dropped() const
         const auto next = std::next(entry);
         const bool same = next != dropped_.end() && next->second == entry->second;
         text += entry->first;
-        text += same ? ", " : fmt::format(": {}", std::strerror(entry->second));
+        text += same ? ", " : fmt::format(": {}", base::SystemText(entry->second));
         if (!same && next != dropped_.end()) text += "; ";
     }
     return text;

@@ -14,7 +14,7 @@
 namespace amisim {
 namespace {
 
-const std::string kNone = "-";
+constexpr const char* kNone = "-";
 
 /// A number with its unit; "~" in front of what is extrapolated.
 std::string Value(double value, bool extrapolated, int digits, const char* unit)

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 
 #include "host/known/AdaptLog.hpp"
@@ -284,8 +285,11 @@ void Simulation::Evaluate()
     result_.adaptation = ReadAdaptLog(surroundings_.folder / "Adapt.txt");
     if (result_.adaptation) result_.eqLevel = result_.adaptation->Level();
     if (!result_.eqLevel) {
-        if (const auto level = model_.Setting("EQ_Level"))
-            result_.eqLevel = std::atoi(level->c_str());
+        int level = 0;
+        if (const auto text = model_.Setting("EQ_Level");
+            text &&
+            std::from_chars(text->data(), text->data() + text->size(), level).ptr != text->data())
+            result_.eqLevel = level;
     }
     EomLog eom = ReadEomLog(surroundings_.folder / "EOM.txt", kMostLoggedEyes);
     result_.loggedEyes = std::move(eom.eyes);

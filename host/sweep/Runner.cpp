@@ -80,8 +80,9 @@ int Prepare(const fs::path& folder, const std::vector<fs::path>& inputs)
     errno = output.Claim("run.log");
     const int log = errno == 0 ? CreateFile(folder / "run.log", O_APPEND) : -1;
     if (log >= 0) return log;
-    throw Error(ExitCode::kInput, fmt::format("{}: cannot be written: {}",
-                                              (folder / "run.log").string(), std::strerror(errno)));
+    throw Error(ExitCode::kInput,
+                fmt::format("{}: cannot be written: {}", (folder / "run.log").string(),
+                            base::SystemText(errno)));
 }
 
 }  // namespace

@@ -174,7 +174,7 @@ void AnaloguePartFits(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{800, Error, Since(50), "[Algorithmic Model] stands in a [Model] and is closed",
       "Elsewhere it belongs to no buffer.", "[Algorithmic Model] below [Component]"},
      nullptr},

@@ -245,7 +245,7 @@ void PathsArePlausible(const Board& board, Report& report)
     }
 }
 
-const Check<Board> kChecks[] = {
+constexpr Check<Board> kChecks[] = {
     {{740, Error, Since(30),
       "A board is closed by [End Board Description] and has [Manufacturer], [Number Of Pins], [Pin "
       "List] and [Path Description]",

@@ -196,7 +196,7 @@ void IssoFitsTheDriver(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kModelChecks[] = {
+constexpr Check<Model> kModelChecks[] = {
     {{413,
       Warning,
       {},
@@ -212,7 +212,7 @@ const Check<Model> kModelChecks[] = {
      IssoFitsTheDriver},
 };
 
-const Check<ModelAtRest> kRestChecks[] = {
+constexpr Check<ModelAtRest> kRestChecks[] = {
     {{406,
       Warning,
       {},

@@ -204,7 +204,7 @@ void LocationsArePinOrDie(const Component& component, Report& report)
     }
 }
 
-const Check<Component> kChecks[] = {
+constexpr Check<Component> kChecks[] = {
     {{135,
       Warning,
       {},
@@ -316,7 +316,7 @@ void NamesAreShort(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{200,
       Error,
       {},

@@ -145,7 +145,7 @@ void RowsFitTheirNeighbours(const AnyTable& table, Report& report)
     }
 }
 
-const Check<AnyTable> kChecks[] = {
+constexpr Check<AnyTable> kChecks[] = {
     {{400,
       Error,
       {},

@@ -270,7 +270,7 @@ void CircuitHasThePorts(const NamedExternal& external, Report& report)
     }
 }
 
-const Check<NamedExternal> kChecks[] = {
+constexpr Check<NamedExternal> kChecks[] = {
     {{650, Error, Since(41),
       "[External Model] and [External Circuit] are closed and state a known Language first",
       "The languages are SPICE, VHDL-AMS, Verilog-AMS, VHDL-A(MS), Verilog-A(MS) and, from version "

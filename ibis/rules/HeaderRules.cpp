@@ -159,7 +159,7 @@ void HasModel(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kChecks[] = {
+constexpr Check<IbisFile> kChecks[] = {
     {{150,
       Error,
       {},

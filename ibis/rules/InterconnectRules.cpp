@@ -113,6 +113,7 @@ std::string FaultOfType(const Terminal& terminal)
     });
     if (type == types.end()) {
         std::vector<std::string> names;
+        names.reserve(types.size());
         for (const TypeRow& row : types) {
             names.emplace_back(row.name);
         }
@@ -209,7 +210,7 @@ void UnusedPortsAreOfTouchstone(const InterconnectSet& set, Report& report)
     }
 }
 
-const Check<InterconnectSet> kChecks[] = {
+constexpr Check<InterconnectSet> kChecks[] = {
     {{750, Error, Since(70),
       "[Interconnect Model Set] and [Interconnect Model] are closed, a set has at least one model, "
       "and the models' names are unique",

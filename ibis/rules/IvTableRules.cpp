@@ -256,7 +256,7 @@ void ResistanceIsOfADriver(const IvTable& table, Report& report)
     }
 }
 
-const Check<IvTable> kChecks[] = {
+constexpr Check<IvTable> kChecks[] = {
     {{408,
       Warning,
       {},

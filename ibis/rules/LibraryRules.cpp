@@ -54,7 +54,7 @@ bool Promises(const std::optional<AmiFile>& ami, std::string_view parameter)
 std::string FaultOf(const fs::path& path, const ExecutableLine& line, const IbisFile& ibs)
 {
     const ElfFile library = ReadElfFile(path);
-    const std::string mismatch = PlatformMismatch(library, line.platform.Text());
+    std::string mismatch = PlatformMismatch(library, line.platform.Text());
     if (!mismatch.empty() || library.kind != ElfFile::Kind::Elf || library.exports.empty()) {
         return mismatch;  // of other kinds the symbols are not read
     }
@@ -116,7 +116,7 @@ void LibrariesAreWhatTheLinesSay(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{803,
       Error,
       {},

@@ -221,7 +221,7 @@ void TimingLoadIsOfUse(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{303,
       Error,
       {},
@@ -352,7 +352,7 @@ void ModelsDiffer(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{328,
       Note,
       {},

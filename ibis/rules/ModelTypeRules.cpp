@@ -226,7 +226,7 @@ void EclSwings(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{350,
       Error,
       {},

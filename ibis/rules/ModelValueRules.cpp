@@ -268,7 +268,7 @@ void TransitTimesBelongToClamps(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{313,
       Error,
       {},

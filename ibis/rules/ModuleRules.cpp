@@ -163,7 +163,7 @@ void TerminalsAreAtPins(const Module& module, Report& report)
     }
 }
 
-const Check<Module> kChecks[] = {
+constexpr Check<Module> kChecks[] = {
     {{760, Note, Since(71),
       "A module, its lists, groups and sets are closed; its pins are counted, its designators are "
       "of known parts with these pins, its voltages of its signals, and no module holds itself",

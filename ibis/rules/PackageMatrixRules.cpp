@@ -103,7 +103,7 @@ void MatricesAreSmall(const PackageModel& model, Report& report)
     }
 }
 
-const Check<PackageModel> kChecks[] = {
+constexpr Check<PackageModel> kChecks[] = {
     {{704,
       Error,
       {},

@@ -207,7 +207,7 @@ void PinsAreThoseOfTheComponent(const Component& component, Report& report)
     }
 }
 
-const Check<PackageModel> kChecks[] = {
+constexpr Check<PackageModel> kChecks[] = {
     {{700, Error, Since(20),
       "A package model is closed by [End Package Model] and has [Manufacturer], [OEM], "
       "[Description], [Number Of Pins] and [Pin Numbers]",
@@ -234,7 +234,7 @@ const Check<PackageModel> kChecks[] = {
      HasSectionsOrMatrices},
 };
 
-const Check<Component> kComponentChecks[] = {
+constexpr Check<Component> kComponentChecks[] = {
     {{710,
       Warning,
       {},

@@ -212,7 +212,7 @@ void PinsArePlausible(const PackageModel& model, Report& report)
     }
 }
 
-const Check<PackageModel> kChecks[] = {
+constexpr Check<PackageModel> kChecks[] = {
     {{708,
       Warning,
       {},

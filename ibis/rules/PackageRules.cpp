@@ -120,7 +120,7 @@ void PackageIsNotEmpty(const Component& component, Report& report)
     }
 }
 
-const Check<Component> kChecks[] = {
+constexpr Check<Component> kChecks[] = {
     {{202,
       Error,
       {},

@@ -174,7 +174,7 @@ void NamesFitThePairs(const Component& component, Report& report)
     NamedPairsAreStated(component, report);
 }
 
-const Check<Component> kChecks[] = {
+constexpr Check<Component> kChecks[] = {
     {{230, Error, Since(20),
       "[Diff Pin] has 4 or 6 columns and pairs two different pins, each once",
       "The pair cannot be found otherwise.", "1 99 NA NA where there is no pin 99"},

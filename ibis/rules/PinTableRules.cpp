@@ -252,7 +252,7 @@ void ClockPinsFit(const Component& component, Report& report)
     }
 }
 
-const Check<Component> kChecks[] = {
+constexpr Check<Component> kChecks[] = {
     {{220, Error, Since(20), "[Pin Mapping] has one row of 3, 5 or 6 columns for each pin",
       "A pin without a row has no supply.", "[Pin Mapping] without the row of pin 3"},
      MappingNamesEachPinOnce},

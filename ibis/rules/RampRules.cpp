@@ -217,7 +217,7 @@ void HasWaveforms(const Model& model, Report& report)
     }
 }
 
-const Check<Edge> kEdgeChecks[] = {
+constexpr Check<Edge> kEdgeChecks[] = {
     {{450,
       Error,
       {},
@@ -256,7 +256,7 @@ const Check<Edge> kEdgeChecks[] = {
      TakesTheTimeOfItsWaveform},
 };
 
-const Check<Model> kModelChecks[] = {
+constexpr Check<Model> kModelChecks[] = {
     {{452,
       Warning,
       {},

@@ -87,7 +87,7 @@ void CircuitCallsFit(const Component& component, Report& report)
     }
 }
 
-const Check<Component> kChecks[] = {
+constexpr Check<Component> kChecks[] = {
     {{240, Error, Since(20), "A [Package Model] is defined in the file or in a .pkg file beside it",
       "The package is left out otherwise.", "[Package Model] QFP64 without the .pkg file"},
      PackageModelIsDefined},

@@ -79,7 +79,7 @@ void ScheduledDriversHaveNoClamps(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{630, Error, Since(30),
       "[Driver Schedule] names drivers without a schedule, and lets each return to where it began",
       "In a period each of them goes on as often as off; NA stands for no change.",

@@ -81,7 +81,7 @@ void SelectedModelsAreAlike(const ModelSelector& selector, Report& report)
     }
 }
 
-const Check<ModelSelector> kChecks[] = {
+constexpr Check<ModelSelector> kChecks[] = {
     {{300, Error, Since(30), "The name of a [Model Selector] is its own",
       "Nobody knows which of two is meant.", "a [Model Selector] with the name of a [Model]"},
      SelectorNameIsItsOwn},
@@ -146,7 +146,7 @@ void ModelsAreUsed(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{214,
       Note,
       {},

@@ -153,7 +153,7 @@ void SeriesCurrentIsSymmetric(const Model& model, Report& report)
     }
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{357, Error, Since(30),
       "Series elements stand in models of type Series, or below the states of a Series_switch",
       "Each state needs an element; [Rl Series] needs [L Series], [Lc Series] and [Rc Series] need "

@@ -225,7 +225,7 @@ void ThresholdsAreOffsets(const Model& model, Report& report)
     CheckBelow(model, "Vcross_low", "Vcross_high", report);
 }
 
-const Check<Model> kChecks[] = {
+constexpr Check<Model> kChecks[] = {
     {{600, Error, Since(30), "The rows of [Model Spec] have typical values",
       "NA elsewhere falls back to them.", "Vinh NA 2.0 2.2"},
      SpecHasTypicalValues},

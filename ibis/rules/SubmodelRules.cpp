@@ -250,13 +250,13 @@ void SubmodelsAreUsed(const IbisFile& file, Report& report)
     }
 }
 
-const Check<Model> kModelChecks[] = {
+constexpr Check<Model> kModelChecks[] = {
     {{620, Error, Since(30), "[Add Submodel] names submodels that there are, and their modes",
       "The modes are Driving, Non-Driving and All.", "[Add Submodel] with 'Keeper NonDriving'"},
      AddedSubmodelsExist},
 };
 
-const Check<Submodel> kSubmodelChecks[] = {
+constexpr Check<Submodel> kSubmodelChecks[] = {
     {{621, Error, Since(30), "A [Submodel] has a name of its own and a known type",
       "The types are Dynamic_clamp, Bus_hold and Fall_back.", "Submodel_type Bus_keeper"},
      SubmodelIsKnown},
@@ -282,7 +282,7 @@ void SubmodelSpecsFit(const IbisFile& file, Report& report)
     }
 }
 
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{623, Warning, Since(30),
       "[Submodel Spec] has typical values and triggers within the supply; Off_delay is for "
       "Bus_hold",

@@ -147,19 +147,19 @@ void EmissionsAreWellFormed(const IbisFile& file, Report& report)
     }
 }
 
-const Check<Section> kDataChecks[] = {
+constexpr Check<Section> kDataChecks[] = {
     {{660, Error, Since(40),
       "[Test Data] has a type, a driver and a load that there are, and a waveform",
       "It is what a simulator's result is compared with.", "Test_load L1 without [Test Load] L1"},
      TestDataFit},
 };
-const Check<Section> kLoadChecks[] = {
+constexpr Check<Section> kLoadChecks[] = {
     {{661, Error, Since(40),
       "[Test Load] has a type, values that are not negative, and Td together with Zo",
       "It is the network that [Test Data] were taken with.", "Td = 1ns without Zo"},
      TestLoadFits},
 };
-const Check<IbisFile> kFileChecks[] = {
+constexpr Check<IbisFile> kFileChecks[] = {
     {{670, Warning, Since(50),
       "[Begin EMI Component] and [Begin EMI Model] are closed and name pins, domains and types "
       "that "

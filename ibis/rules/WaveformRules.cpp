@@ -291,7 +291,7 @@ void InitialDelaysFit(const Model& model, Report& report)
     }
 }
 
-const Check<ModelWaveform> kTableChecks[] = {
+constexpr Check<ModelWaveform> kTableChecks[] = {
     {{500, Error, Since(20), "A waveform states R_fixture above zero and V_fixture",
       "Without its load a waveform tells nothing about the buffer.",
       "[Rising Waveform] without V_fixture"},
@@ -333,7 +333,7 @@ const Check<ModelWaveform> kTableChecks[] = {
      CurrentHasTheWaveformsTimes},
 };
 
-const Check<Model> kModelChecks[] = {
+constexpr Check<Model> kModelChecks[] = {
     {{506, Warning, Since(20), "Rising and falling waveforms come in pairs of the same fixture",
       "Simulators combine the edges of one fixture.", "two rising waveforms and one falling"},
      EdgesComeInPairs},

@@ -255,7 +255,7 @@ void IsFinelyResolved(const ModelWaveform& table, Report& report)
     }
 }
 
-const Check<TableAtRest> kRestChecks[] = {
+constexpr Check<TableAtRest> kRestChecks[] = {
     {{508, Warning, Since(20), "A waveform begins and ends where the I-V tables put the pad",
       "At rest both describe the same buffer; a simulator that uses both gets neither. From 2 % of "
       "the swing it is a note, from 5 % a warning.",
@@ -268,7 +268,7 @@ const Check<TableAtRest> kRestChecks[] = {
      FixtureFollowsTheSupply},
 };
 
-const Check<ModelWaveform> kShapeChecks[] = {
+constexpr Check<ModelWaveform> kShapeChecks[] = {
     {{509, Warning, Since(20), "A waveform has settled at its end",
       "A simulator holds the last value. Above 1 % of the swing in the last 5 % of time it is a "
       "note, above 5 % a warning.",
