@@ -14,6 +14,16 @@ function fitted(x, counted, low, high) {
   });
 }
 
+/** A curve of ratios at other x, straight on a logarithmic scale; null outside of it and next to nothing. */
+function logarithmicAt(x, ratios, places) {
+  let i = 0;
+  return places.map((place) => {
+    while (i + 2 < x.length && x[i + 1] < place) ++i;
+    const part = (place - x[i]) / (x[i + 1] - x[i]), [from, to] = [ratios[i], ratios[i + 1]];
+    return part < 0 || part > 1 || !(from > 0 && to > 0) ? null : Math.exp(Math.log(from) * (1 - part) + Math.log(to) * part);
+  });
+}
+
 function bathtubFigure(title, which, x, caption) {
   const sides = [["input", data.input, result.input_eye, "two", data.statisticalInput], ["output", data.output, result.eye, "one", data.statisticalOutput]]
     .filter(([, curves]) => curves && hasPoints(curves[which].counted));
@@ -26,20 +36,13 @@ function bathtubFigure(title, which, x, caption) {
     const [low, high] = which === "time" ? [time_left, time_right] : [voltage_low, voltage_high];
     const counted = positive(tub.counted), write = (v) => ratio(v);
     // What is computed takes the place of what would be guessed from the tail.
-    const further = positive(computed ? computed[which].counted : tub.extrapolated);
+    const further = computed ? logarithmicAt(computed[which].x, computed[which].counted, tub.x) : positive(tub.extrapolated);
     const dashed = {colour: shade, dash: [6, 4], width: 1.5, unlisted: !hasPoints(further), write};
     series.push({label: `${name}, counted`, colour: shade, width: 2.5, write});
-    if (computed) {
-      const frame = {sampled_at_ui: 0.5};
-      tables.push([tub.x.map((v) => x.of(v, eye)), counted]);
-      tables.push([computed[which].x.map((v) => x.of(v, frame)), further]);
-      series.push({label: `${name}, computed`, ...dashed});
-    } else {
-      tables.push([tub.x.map((v) => x.of(v, eye)), counted, further, fitted(tub.x, counted, low, high)]);
-      series.push({label: `${name}, extrapolated`, ...dashed});
-      series.push({label: "", colour: shade, dots: true, silent: true, unlisted: true, write});
-      fits ||= low || high;
-    }
+    tables.push([tub.x.map((v) => x.of(v, eye)), counted, further, computed ? counted.map(() => null) : fitted(tub.x, counted, low, high)]);
+    series.push({label: `${name}, ${computed ? "computed" : "extrapolated"}`, ...dashed});
+    series.push({label: "", colour: shade, dots: true, silent: true, unlisted: true, write});
+    fits ||= !computed && (low || high);
     ratios.push(...counted, ...further);
   }
   const known = ratios.filter((v) => v !== null);
@@ -67,8 +70,9 @@ function bathtubSection() {
   ].filter(Boolean);
   const tables = [openingsTable(), jitterTable()].filter(Boolean);
   if (figures.length + tables.length === 0) return null;
+  const wide = data.statisticalInput || data.statisticalOutput;  // the table of openings then has seven or nine columns
   return section("Bathtubs and openings", element("div", {class: figures.length > 1 ? "pair" : ""}, ...figures),
-    element("div", {class: tables.length > 1 ? "pair tables" : ""}, ...tables));
+    element("div", {class: tables.length > 1 && !wide ? "pair tables" : ""}, ...tables));
 }
 
 function trendFigure(title, trend, y, caption) {
