@@ -109,7 +109,8 @@ std::vector<EdgeSum::Range> EdgeSum::Extremes(double time) const
 double EdgeSum::PastVariance(double time, int first) const
 {
     double sum = 0;
-    for (double since = time - first + 1; since < response_.Settled() + 1; ++since) {
+    for (int boundary = first; time - boundary < response_.Settled(); --boundary) {
+        const double since = time - boundary + 1;
         const double cursor = response_(since + 1) - response_(since);
         sum += cursor * cursor;
     }

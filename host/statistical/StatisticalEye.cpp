@@ -196,19 +196,8 @@ double FindDelay(StatisticalLink link)
     const auto wrong = [&](double time) {
         return WrongAt(columns.At(time), which, modulation.thresholds[which]);
     };
-    // Where the step does half of what it does at most is near.
-    const StepResponse& step = columns.Signal().Response();
-    constexpr double kScan = 1.0 / 32;
-    double greatest = 0;
-    for (double time = step.Begin(); time < step.Settled(); time += kScan) {
-        greatest = std::max(greatest, std::abs(step(time)));
-    }
-    double half = step.Begin();
-    while (half < step.Settled() && std::abs(step(half)) < greatest / 2) {
-        half += kScan;
-    }
     constexpr double kStep = 1.0 / 8;
-    double before = half - 1.5, after = before;
+    double before = columns.Signal().Response().Half() - 1.5, after = before;
     for (int i = 0; i < 24 && !(wrong(before) >= kHalfCrossed && wrong(after) < kHalfCrossed);
          ++i) {
         before = after;

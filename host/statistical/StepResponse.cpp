@@ -13,12 +13,14 @@ StepResponse::StepResponse(std::span<const double> edge, double samplesPerUnit)
         values_.push_back(values_.back() + added);
         peak = std::max(peak, std::abs(values_.back()));
     }
-    const auto moves = [&](double from) {
-        return [=, this](double value) { return std::abs(value - from) > 1e-9 * peak; };
+    const auto isAway = [](double from, double far) {
+        return [from, far](double value) { return std::abs(value - from) > far; };
     };
-    const auto first = std::ranges::find_if(values_, moves(0));
-    const auto last = std::find_if(values_.rbegin(), values_.rend(), moves(Final()));
+    const auto first = std::ranges::find_if(values_, isAway(0, 1e-9 * peak));
+    const auto half = std::ranges::find_if(values_, isAway(0, 0.5 * peak));
+    const auto last = std::find_if(values_.rbegin(), values_.rend(), isAway(Final(), 1e-9 * peak));
     begin_ = (static_cast<double>(first - values_.begin()) - 2) / samplesPerUnit;
+    half_ = (static_cast<double>(half - values_.begin()) - 1) / samplesPerUnit;
     settled_ = static_cast<double>(values_.rend() - last) / samplesPerUnit;
 }
 

@@ -22,11 +22,13 @@ public:
     /// Unit intervals until it leaves 0, and until it stays within a part in 1e9 of its peak of the
     /// final value.
     double Begin() const { return begin_; }
+    /// Unit intervals until it has gone half as far from 0 as it ever does.
+    double Half() const { return half_; }
     double Settled() const { return settled_; }
 
 private:
     double samplesPerUnit_ = 1;
-    double begin_ = 0, settled_ = 0;
+    double begin_ = 0, half_ = 0, settled_ = 0;
     std::vector<double> values_;  // V, from a 0 on, one sample before time 0
 };
 
