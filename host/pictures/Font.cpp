@@ -79,7 +79,7 @@ std::string Drawable(std::string_view text)
 
 std::string Shortened(std::string_view text, double size, double room)
 {
-    const std::string whole = Drawable(text);
+    std::string whole = Drawable(text);
     if (Width(whole, size) <= room) return whole;
     const double left = room - Width(kEllipsis, size);
     std::size_t length = whole.size();

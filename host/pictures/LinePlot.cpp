@@ -161,7 +161,8 @@ void LinePlot::DrawLabels(Canvas& canvas, const Panel& panel) const
         const double x = panel.X(mark.value);
         canvas.Rectangle({x - 0.5, area.top, 1, area.height}, colours::kInk, 0.7);
         const bool leftwards = x + 6 + font::Width(mark.label, kSmall) > area.Right();
-        for (double y = area.top + 24; y < area.Bottom() - 8; y += 13) {
+        for (int line = 0; area.top + 24 + 13 * line < area.Bottom() - 8; ++line) {
+            const double y = area.top + 24 + 13 * line;
             if (write(x, leftwards, y, mark.label, colours::kInk)) break;
         }
     }

@@ -33,7 +33,7 @@ std::vector<HeadingLine> Lines(const Heading& heading, double room)
 }
 
 /// With a minus sign rather than a hyphen.
-std::string Typeset(std::string number)
+std::string Typeset(const std::string& number)
 {
     return number.starts_with('-') ? "−" + number.substr(1) : number;
 }
@@ -104,8 +104,10 @@ std::vector<Tick> Axis::Ticks(double parts) const
     const double step = std::max(TickStep(to - from, parts), counts ? 1.0 : 0.0);
     const double greatest = std::max(std::abs(from), std::abs(to));
     const double first = std::ceil(from / step - 1e-9), last = std::floor(to / step + 1e-9);
-    for (double i = first; i <= last && ticks.size() < 100; ++i)
-        ticks.push_back({i * step, Label(i * step, step, greatest)});
+    for (int i = 0; first + i <= last && i < 100; ++i) {
+        const double value = (first + i) * step;
+        ticks.push_back({value, Label(value, step, greatest)});
+    }
     return ticks;
 }
 
