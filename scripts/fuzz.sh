@@ -6,8 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh tests clang libclang-rt-14-dev
 folder=$PWD/build/fuzz
-cmake -S . -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_EXPORT_COMPILE_COMMANDS=ON \
-    -DRETIMER_FUZZ=ON -DRETIMER_SANITIZE=ON >/dev/null
+cmake -S . -B "$folder" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DRETIMER_FUZZ=ON -DRETIMER_SANITIZE=ON >/dev/null
 cmake --build "$folder" --target fuzzers
 for fuzzer in "$folder"/fuzz/fuzz_*; do
     name=$(basename "$fuzzer" | sed 's/^fuzz_//')

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "host/process/Protocol.hpp"
 #include "ibis/ami/AmiTree.hpp"
 #include "ibis/ami/AmiValue.hpp"
 
@@ -40,11 +41,11 @@ void Thin(ParameterTrack& track)
 
 }  // namespace
 
-void ParameterLog::Take(std::string_view text, bool whole, std::int64_t bit, std::string_view call)
+void ParameterLog::Take(std::string_view text, std::int64_t bit, std::string_view call)
 {
     if (text.empty() || text == last_) return;
     last_ = text;
-    if (!whole) {
+    if (text.size() >= kLongestText) {  // only its beginning is here
         Refuse(call, fmt::format("they are longer than {} characters", text.size()));
         return;
     }

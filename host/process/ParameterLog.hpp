@@ -26,10 +26,9 @@ public:
     static constexpr std::size_t kMostTracks = 256, kMostPoints = 2000;
 
     /// @param text   empty: the model gives nothing back, and all stays as it was
-    /// @param whole  false when the text was too long, so that only its beginning is here
     /// @param bit    that the block of this call ended at
     /// @param call   for the notes: "AMI_GetWave 3"
-    void Take(std::string_view text, bool whole, std::int64_t bit, std::string_view call);
+    void Take(std::string_view text, std::int64_t bit, std::string_view call);
 
     const std::vector<ParameterTrack>& Tracks() const { return tracks_; }
 

@@ -66,8 +66,7 @@ private:
         block_ = block.output;
         taken_ = 0;
         ++blocks_;
-        parameters_.Take(block.parametersOut, block.parametersOut.size() < kLongestText,
-                         blocks_ * blockBits_,
+        parameters_.Take(block.parametersOut, blocks_ * blockBits_,
                          fmt::format("AMI_GetWave {} of the transmitter", blocks_));
     }
 
@@ -102,8 +101,7 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
     return OfTransmitter([&] {
         transmitter_ = std::make_unique<ModelProcess>(own, settings);
         auto init = transmitter_->Init();
-        parameters_.Take(init.parametersOut, init.parametersOut.size() < kLongestText, 0,
-                         "AMI_Init of the transmitter");
+        parameters_.Take(init.parametersOut, 0, "AMI_Init of the transmitter");
         signal_.UseJitter(EdgeJitterOf(model_->declared, parameters_.Tracks(), own.bitTime, notes));
         if (flow_.txImpulse) responses_[0] = init.impulses[0];
         if (flow_.txWave) {

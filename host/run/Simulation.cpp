@@ -93,6 +93,22 @@ std::int64_t Simulation::IgnoredBits()
     return std::min(asked, half);
 }
 
+/// That openings are asked for: each once, the greatest first.
+std::vector<double> Simulation::ErrorRatios() const
+{
+    std::vector<double> ratios = options_.bers;
+    std::ranges::sort(ratios, std::greater{});
+    ratios.erase(std::unique(ratios.begin(), ratios.end()), ratios.end());
+    return ratios;
+}
+
+std::optional<Simulation::Clock::time_point> Simulation::Deadline() const
+{
+    if (!options_.timeLimit) return std::nullopt;
+    return begin_ + std::chrono::duration_cast<Clock::duration>(
+                        std::chrono::duration<double>(*options_.timeLimit));
+}
+
 void Simulation::StartAnalyses()
 {
     Analyses::Settings settings;
@@ -101,10 +117,7 @@ void Simulation::StartAnalyses()
     settings.ignoreBits = result_.ignoredBits;
     settings.sentUnitInterval = signal_.SentUnitInterval();
     settings.sent = signal_.Sent();
-    settings.bers = options_.bers;
-    std::ranges::sort(settings.bers, std::greater{});
-    settings.bers.erase(std::unique(settings.bers.begin(), settings.bers.end()),
-                        settings.bers.end());
+    settings.bers = ErrorRatios();
     settings.folder = surroundings_.folder;
     analyses_.emplace(settings);
 }
@@ -132,10 +145,7 @@ ModelProcess::Settings Simulation::ProcessSettings(const std::filesystem::path& 
     settings.callLimit = options_.callLimit;
     settings.box = options_.Box();
     settings.interrupted = surroundings_.stopped;
-    if (options_.timeLimit) {
-        settings.deadline = begin_ + std::chrono::duration_cast<Clock::duration>(
-                                         std::chrono::duration<double>(*options_.timeLimit));
-    }
+    settings.deadline = Deadline();
     return settings;
 }
 
@@ -197,7 +207,7 @@ void Simulation::RunThroughResponse(BlockListener& listener)
     std::vector<double> input, output;
     for (std::int64_t made = 0; made < signal_.Bits() && !surroundings_.stopped();
          made += options_.blockBits) {
-        if (options_.timeLimit && Clock::now() > *ProcessSettings("").deadline) {
+        if (const auto deadline = Deadline(); deadline && Clock::now() > *deadline) {
             throw ModelFailure(ExitCode::kTimeLimit, "the run",
                                "was stopped by the time limit of the run", "");
         }
@@ -255,17 +265,17 @@ void Simulation::ComputeEyes()
     const StatisticalLinks links(signal_, transmitter_, link_);
     if (!options_.statistical || !random || !links.Possible()) return;
     if (const auto input = links.AtInput())
-        result_.statisticalInput = ComputeStatisticalEye(*input, options_.bers);
+        result_.statisticalInput = ComputeStatisticalEye(*input, ErrorRatios());
     if (model_.returnsImpulse && !result_.impulses.empty()) {
         const StatisticalLink output =
             links.AtOutput(result_.impulses, result_.sampler.gaussianNoise);
-        result_.statisticalOutput = ComputeStatisticalEye(output, options_.bers);
+        result_.statisticalOutput = ComputeStatisticalEye(output, ErrorRatios());
     }
 }
 
 void Simulation::TakeParameters(const std::string& text, const std::string& call)
 {
-    parameters_.Take(text, text.size() < kLongestText, result_.bits, call);
+    parameters_.Take(text, result_.bits, call);
 }
 
 void Simulation::Evaluate()

@@ -54,6 +54,8 @@ private:
     using Clock = std::chrono::steady_clock;
 
     std::int64_t IgnoredBits();
+    std::vector<double> ErrorRatios() const;
+    std::optional<Clock::time_point> Deadline() const;
     void StartAnalyses();
     void Drive(BlockListener& listener);
     ModelStart StartOf(const ModelSource& model) const;

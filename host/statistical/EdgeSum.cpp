@@ -61,11 +61,25 @@ double EdgeSum::Late(const Common& common, int boundary) const
                std::sin(2 * std::numbers::pi * jitter_.sineFrequency * boundary + common.phase);
 }
 
+/// Makes of what all symbols have in common one for each, which has nothing in the others' states.
+template <typename Value>
+void EdgeSum::PartBySymbol(std::vector<std::vector<Value>>& all, const Value& nothing) const
+{
+    all.resize(trellis_.Levels(), all[0]);
+    for (std::size_t symbol = 0; symbol < all.size(); ++symbol) {
+        for (std::size_t state = 0; state < trellis_.States(); ++state) {
+            if (trellis_.Main(state) != symbol) {
+                all[symbol][state] = nothing;
+            }
+        }
+    }
+}
+
 std::vector<EdgeSum::Range> EdgeSum::Extremes(double time) const
 {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     const auto [first, last] = Active(time, 0);
-    const std::size_t count = trellis_.States(), levels = trellis_.Levels();
+    const std::size_t count = trellis_.States();
     // Of each symbol, the states' ranges; until the symbol's boundary there is one for all.
     std::vector<std::vector<Range>> all(1);
     for (std::size_t state = 0; state < count; ++state) {
@@ -86,13 +100,7 @@ std::vector<EdgeSum::Range> EdgeSum::Extremes(double time) const
             ranges = std::move(next);
         }
         if (boundary == 0) {
-            all.resize(levels, all[0]);
-            for (std::size_t state = 0; state < count; ++state) {
-                for (std::size_t symbol = 0; symbol < levels; ++symbol) {
-                    if (trellis_.Main(state) != symbol)
-                        all[symbol][state] = {kInfinity, -kInfinity};
-                }
-            }
+            PartBySymbol(all, Range{kInfinity, -kInfinity});
         }
     }
     std::vector<Range> extremes;
@@ -201,12 +209,7 @@ void EdgeSum::AddWith(const Common& common, double time, double step, double wei
             states = Step(states, edges);
         }
         if (boundary == 0) {
-            all.resize(sum.size(), all[0]);
-            for (std::size_t state = 0; state < count; ++state) {
-                for (std::size_t symbol = 0; symbol < sum.size(); ++symbol) {
-                    if (trellis_.Main(state) != symbol) all[symbol][state] = Characteristic(size);
-                }
-            }
+            PartBySymbol(all, Characteristic(size));
         }
     }
     for (std::size_t symbol = 0; symbol < sum.size(); ++symbol) {

@@ -58,6 +58,8 @@ private:
     };
     double Late(const Common& common, int boundary) const;
 
+    template <typename Value>
+    void PartBySymbol(std::vector<std::vector<Value>>& all, const Value& nothing) const;
     std::size_t Mirrored(std::size_t change) const;
 
     using States = std::vector<Characteristic>;

@@ -197,12 +197,18 @@ double FindDelay(StatisticalLink link)
         return WrongAt(columns.At(time), which, modulation.thresholds[which]);
     };
     constexpr double kStep = 1.0 / 8;
-    double before = columns.Signal().Response().Half() - 1.5, after = before;
-    for (int i = 0; i < 24 && !(wrong(before) >= kHalfCrossed && wrong(after) < kHalfCrossed);
-         ++i) {
-        before = after;
-        after += kStep;
+    constexpr int kSteps = 23;
+    double before = columns.Signal().Response().Half() - 1.5;
+    double last = wrong(before);
+    for (int i = 0; i < kSteps; ++i) {
+        const double next = wrong(before + kStep);
+        if (last >= kHalfCrossed && next < kHalfCrossed) {
+            break;
+        }
+        before += kStep;
+        last = next;
     }
+    double after = before + kStep;
     constexpr double kExact = 1e-5;
     while (after - before > kExact) {
         const double middle = (before + after) / 2;
@@ -247,8 +253,8 @@ private:
     double threshold_, share_, range_;
 };
 
-/// How far from the middle the threshold may be sampled with that error ratio, UI; unknown where
-/// nothing ever crosses it. Straight on the Q scale from column to column.
+/// How far from the middle the threshold may be sampled with that error ratio, UI. Straight on the
+/// Q scale from column to column.
 double Evaluation::Reach(double ratio, int direction) const
 {
     constexpr double kLeast = 1e-18;  // less than anything that is computed

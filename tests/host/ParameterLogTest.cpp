@@ -14,8 +14,7 @@ TEST(ParameterLog, HoldsSoMuchWhateverComesAndTheLastValueExactly)
     std::int64_t bit = 0;
     for (int call = 0; call < 100'000; ++call) {
         bit += 7;
-        log.Take(fmt::format("(m (up {}) (still 3) (blink {}))", call, call / 5 % 2), true, bit,
-                 "x");
+        log.Take(fmt::format("(m (up {}) (still 3) (blink {}))", call, call / 5 % 2), bit, "x");
     }
     ASSERT_EQ(log.Tracks().size(), 3U);
     for (const ParameterTrack& track : log.Tracks()) {
@@ -33,7 +32,7 @@ TEST(ParameterLog, HoldsSoMuchWhateverComesAndTheLastValueExactly)
 
     std::string many = "(m";
     for (int i = 0; i < 1000; ++i) many += fmt::format(" (p{} {})", i, i);
-    for (int call = 0; call < 2; ++call) log.Take(many + ")", true, bit, "AMI_GetWave 9");
+    for (int call = 0; call < 2; ++call) log.Take(many + ")", bit, "AMI_GetWave 9");
     EXPECT_EQ(log.Tracks().size(), ParameterLog::kMostTracks);
     EXPECT_EQ(log.Notes(),
               std::vector<std::string>{
@@ -60,7 +59,7 @@ TEST(ParameterLog, TakesTheNumbersOfAnyTreeAndLeavesTheRest)
              {"\xff\xfe\x01", "", 1},
          }) {
         ParameterLog log;
-        for (int call = 0; call < 2; ++call) log.Take(c.text, true, 5, "AMI_Init");
+        for (int call = 0; call < 2; ++call) log.Take(c.text, 5, "AMI_Init");
         std::string found;
         for (const auto& track : log.Tracks())
             found += fmt::format("{}={} ", track.name, track.value.back());
