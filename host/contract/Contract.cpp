@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <thread>
 
 #include "base/NearestName.hpp"
@@ -68,12 +69,14 @@ std::string ReproducingCommand(const ContractOptions& options, const Check& chec
     return command;
 }
 
-/// Generators that are seeded with the time of day change by the second.
+/// Generators that are seeded with time() change by the second; it is some milliseconds behind the
+/// clocks that can be slept by.
 void WaitForTheNextSecond()
 {
-    using std::chrono::system_clock, std::chrono::seconds;
-    const auto next = std::chrono::ceil<seconds>(system_clock::now());
-    std::this_thread::sleep_until(next + std::chrono::milliseconds(1));
+    const std::time_t second = std::time(nullptr);
+    while (std::time(nullptr) == second) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 std::string LastLine(const std::string& text)
