@@ -1,0 +1,44 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <filesystem>
+#include <string>
+
+#include "host/cli/CheckCommand.hpp"
+#include "host/cli/CompareCommand.hpp"
+#include "host/cli/ParamsCommand.hpp"
+#include "host/cli/SweepCommand.hpp"
+#include "host/options/RunCommand.hpp"
+
+namespace amisim {
+
+/// The command line of `amisim`: every subcommand with its options. What tells of them - help,
+/// completion, the man pages, the Python module - reads these definitions.
+class Commands
+{
+public:
+    Commands();
+    Commands(const Commands&) = delete;
+    Commands& operator=(const Commands&) = delete;
+
+    CLI::App& App() { return app_; }
+
+    /// Does what the command line that App() has parsed asks for.
+    /// @param program  amisim itself, with amisim-worker beside it
+    /// @param stop     true ends what is under way
+    /// @throws Error for what keeps it from being done
+    ExitCode Do(const std::filesystem::path& program, const std::atomic<bool>& stop) const;
+
+private:
+    CLI::App app_;
+    RunOptions runOptions_;
+    SweepOptions sweepOptions_;
+    CheckOptions checkOptions_;
+    CompareOptions compareOptions_;
+    ParamsOptions paramsOptions_;
+    std::string shell_;
+    const CLI::App *sweep_, *check_, *compare_, *params_, *completion_;
+};
+
+}  // namespace amisim
