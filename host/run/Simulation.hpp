@@ -1,17 +1,9 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <functional>
-#include <optional>
 
-#include "host/analysis/Analyses.hpp"
-#include "host/process/ModelProcess.hpp"
-#include "host/process/ModelSource.hpp"
-#include "host/run/Link.hpp"
-#include "host/run/RunResult.hpp"
-#include "host/run/SimulationOptions.hpp"
-#include "host/signal/SignalChain.hpp"
+#include "host/run/Segment.hpp"
 
 namespace amisim {
 
@@ -43,7 +35,7 @@ public:
     /// together
     /// @param transmitter  null: the one that is built in
     Simulation(const SimulationOptions& options, const ModelSource& model,
-               const ModelSource* transmitter, Surroundings surroundings);
+               const ModelSource* transmitter, const Surroundings& surroundings);
 
     /// To be called once. A model that fails is part of the result, as is a run that was stopped;
     /// what was found until then is there. @throws std::system_error when the system refuses a
@@ -51,37 +43,14 @@ public:
     RunResult Run(BlockListener& listener);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     std::int64_t IgnoredBits();
-    std::vector<double> ErrorRatios() const;
-    std::optional<Clock::time_point> Deadline() const;
-    void StartAnalyses();
     void Drive(BlockListener& listener);
-    ModelStart StartOf(const ModelSource& model) const;
-    ModelProcess::Settings ProcessSettings(const std::filesystem::path& log) const;
-    void StartTransmitter();
-    void RunThroughModel(ModelProcess& process, BlockListener& listener);
-    void RunThroughResponse(BlockListener& listener);
-    std::size_t SamplesOfBlock(std::int64_t made) const;
-    void Take(const ModelProcess::Block& block);
-    void UseSampler();
-    void TakeParameters(const std::string& text, const std::string& call);
-    void TakeTracks(const ParameterLog& log, const char* prefix);
-    void ComputeEyes();
-    void Evaluate();
 
     const SimulationOptions& options_;
-    const ModelSource& model_;
-    const ModelSource* transmitter_;
-    Surroundings surroundings_;
-    Clock::time_point begin_ = Clock::now();
-    SignalChain signal_;
-    Link link_;
-    std::optional<Analyses> analyses_;
-    ParameterLog parameters_;
-    RunResult result_;
-    std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;
+    std::function<bool()> stopped_;
+    Segment::Clock::time_point begin_ = Segment::Clock::now();
+    Segment segment_;
+    std::int64_t ignoredBits_;
 };
 
 }  // namespace amisim

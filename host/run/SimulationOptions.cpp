@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <string_view>
 
 #include "base/Error.hpp"
@@ -44,6 +45,14 @@ BoxRequest SimulationOptions::Box() const
             none ? 0 : std::max<std::uint64_t>(1, static_cast<std::uint64_t>(number * known->unit));
     }
     return request;
+}
+
+std::vector<double> SimulationOptions::ErrorRatios() const
+{
+    std::vector<double> ratios = bers;
+    std::ranges::sort(ratios, std::greater{});
+    ratios.erase(std::unique(ratios.begin(), ratios.end()), ratios.end());
+    return ratios;
 }
 
 void SimulationOptions::Check() const

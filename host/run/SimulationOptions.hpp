@@ -11,10 +11,10 @@
 
 namespace amisim {
 
-/// What a simulation is asked for; the defaults are those of the command line.
-struct SimulationOptions
+/// One segment of a link: a transmitter, the channel behind it and a receiver.
+struct SegmentOptions
 {
-    std::filesystem::path model;
+    std::filesystem::path model;          // of the receiver
     std::string modelName;                // of the [Model] in an .ibs; empty: its only one
     std::vector<std::string> parameters;  // Name=Value
 
@@ -23,6 +23,11 @@ struct SimulationOptions
     std::vector<std::string> transmitterParameters;
 
     SignalOptions signal;
+};
+
+/// What a simulation is asked for; the defaults are those of the command line.
+struct SimulationOptions : SegmentOptions
+{
     std::int64_t blockBits = 256;
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
@@ -39,6 +44,9 @@ struct SimulationOptions
 
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;
+
+    /// That openings are asked for: each once, the greatest first.
+    std::vector<double> ErrorRatios() const;
 
     /// What a model is to run in. @throws Error (kUsage) for a limit that is none
     BoxRequest Box() const;

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "host/analysis/Analyses.hpp"
+#include "host/process/ModelProcess.hpp"
+#include "host/process/ModelSource.hpp"
+#include "host/run/Link.hpp"
+#include "host/run/RunResult.hpp"
+#include "host/run/SimulationOptions.hpp"
+#include "host/signal/SignalChain.hpp"
+
+namespace amisim {
+
+/// One segment of a link as it runs: a signal, perhaps a transmitter's model, the channel, the
+/// receiver's model, and all that is looked at. The steps are to be taken in the order in which
+/// they stand.
+class Segment
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    struct Surroundings
+    {
+        std::filesystem::path worker;               // the program that models run in
+        std::filesystem::path folder;               // that they run in
+        std::filesystem::path log, transmitterLog;  // for what they print
+        std::function<bool()> stopped;              // asked often; true ends the run
+        std::optional<Clock::time_point> deadline;
+    };
+
+    /// @param own          what is asked for of this segment
+    /// @param run          and of all
+    /// @param transmitter  null: the one that is built in
+    /// @throws Error (kInput) for a file of the signal, (kUsage) for options that do not fit
+    /// together
+    Segment(const SegmentOptions& own, const SimulationOptions& run, const ModelSource& receiver,
+            const ModelSource* transmitter, Surroundings surroundings);
+    Segment(const Segment&) = delete;
+    Segment& operator=(const Segment&) = delete;
+
+    std::int64_t Bits() const { return signal_.Bits(); }  // of the whole run
+
+    /// The bits that both models together ask for; absent where the receiver's asks for none.
+    std::optional<std::int64_t> IgnoredBits() const;
+
+    /// Has everything looked at. @param ignoredBits  from the start on
+    void StartAnalyses(std::int64_t ignoredBits);
+
+    /// Has the models initialised. @throws ModelFailure, as ModelProcess
+    void Start();
+
+    /// The next block that the receiver has returned, valid until the next call; nothing at the end
+    /// of the run. Blocks are made ahead, so that host and models work at the same time.
+    /// @throws ModelFailure
+    std::optional<ModelProcess::Block> Next();
+
+    /// Ends the models. @throws ModelFailure
+    void Close();
+
+    /// What was found, failed or not. Ends the analyses.
+    void Evaluate();
+
+    RunResult& Result() { return result_; }
+
+private:
+    ModelStart StartOf(const ModelSource& model) const;
+    ModelProcess::Settings ProcessSettings(const std::filesystem::path& log) const;
+    void StartTransmitter();
+    std::optional<ModelProcess::Block> FromModel();
+    std::optional<ModelProcess::Block> FromResponse();
+    bool Ended() const { return made_ >= Bits() || surroundings_.stopped(); }
+    std::size_t NextSamples();
+    void UseSampler();
+    void Take(const ModelProcess::Block& block);
+    void TakeParameters(const std::string& text, const std::string& call);
+    void TakeTracks(const ParameterLog& log, const char* prefix);
+    void ComputeEyes();
+
+    const SegmentOptions& own_;
+    const SimulationOptions& run_;
+    const ModelSource& receiver_;
+    const ModelSource* transmitter_;
+    Surroundings surroundings_;
+    SignalChain signal_;
+    Link link_;
+    std::optional<Analyses> analyses_;
+    std::unique_ptr<ModelProcess> process_;  // of the receiver
+    ParameterLog parameters_;
+    RunResult result_;
+    std::int64_t made_ = 0;               // bits of the input
+    std::vector<double> input_, output_;  // of a receiver without AMI_GetWave
+    std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;
+};
+
+}  // namespace amisim
