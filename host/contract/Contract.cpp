@@ -1,13 +1,12 @@
 #include "host/contract/Contract.hpp"
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <thread>
 
 #include "base/NearestName.hpp"
+#include "base/ScratchFolder.hpp"
 #include "host/contract/ContractWorker.hpp"
 #include "host/contract/Deviations.hpp"
 #include "host/process/WorkerProcess.hpp"
@@ -16,35 +15,6 @@ namespace amisim::contract {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Where the workers stand and models leave their logs; gone afterwards.
-class ScratchFolder
-{
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "amisim-XXXXXX").string();
-        if (!mkdtemp(pattern.data()))
-            throw Error(ExitCode::kInput, "cannot create a temporary folder " + pattern);
-        path_ = pattern;
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder()
-    {
-        std::error_code error;
-        fs::remove_all(path_, error);
-    }
-
-    fs::path MakeRoom(std::string_view name) const
-    {
-        fs::create_directories(path_ / name);
-        return path_ / name;
-    }
-
-private:
-    fs::path path_;
-};
 
 /// A word as a shell reads it.
 std::string Word(const std::string& text)
@@ -222,7 +192,7 @@ private:
 
     const ContractOptions& options_;
     const Surroundings& surroundings_;
-    ScratchFolder scratch_;
+    ScratchFolder scratch_;  // where the workers stand and models leave their logs
     Task task_;
     std::string taskBytes_;
     Deviations deviations_;

@@ -14,6 +14,7 @@
 #include "host/known/EomLog.hpp"
 #include "host/process/Box.hpp"
 #include "host/process/ParameterLog.hpp"
+#include "host/run/SmallSignal.hpp"
 #include "host/statistical/StatisticalEye.hpp"
 
 namespace amisim {
@@ -40,6 +41,7 @@ struct RunResult
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
     // Computed; absent when responses do not tell them, or they were not asked for.
     std::optional<StatisticalEye> statisticalInput, statisticalOutput;
+    std::optional<SmallSignal> smallSignal;  // of AMI_GetWave, where the output is computed by it
     ClockFindings clock;
     std::optional<Lock> lock;  // absent when the model returned no bits
     double bitTime = 0;        // s, nominal

@@ -7,7 +7,6 @@
 
 #include "host/run/Declared.hpp"
 #include "host/run/OwnLogs.hpp"
-#include "host/run/StatisticalLinks.hpp"
 
 namespace amisim {
 namespace {
@@ -32,7 +31,8 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
       transmitter_(transmitter),
       surroundings_(std::move(surroundings)),
       signal_(own.signal, HeldBits(run, transmitter)),
-      link_(signal_, transmitter, receiver)
+      link_(signal_, transmitter, receiver),
+      computed_(own, run, receiver, transmitter, signal_, link_)
 {
     result_.notes = receiver_.notes;
     if (transmitter) {
@@ -192,6 +192,7 @@ void Segment::Take(const ModelProcess::Block& block)
     }
     ++blocks_;
     analyses_->Add(block.input, block.output, block.clocks.times);
+    computed_.Add(block.input, block.output);
     result_.bits += std::ssize(block.output) / own_.signal.samplesPerBit;
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
 }
@@ -207,22 +208,6 @@ void Segment::Close()
     link_.Close();
 }
 
-/// Of symbols that are as good as random.
-void Segment::ComputeEyes()
-{
-    const SignalOptions& signal = own_.signal;
-    const bool random = signal.pattern.empty() && signal.clockPattern == 0;
-    const StatisticalLinks links(signal_, transmitter_, link_);
-    if (!run_.statistical || !random || !links.Possible()) return;
-    if (const auto input = links.AtInput())
-        result_.statisticalInput = ComputeStatisticalEye(*input, run_.ErrorRatios());
-    if (receiver_.returnsImpulse && !result_.impulses.empty()) {
-        const StatisticalLink output =
-            links.AtOutput(result_.impulses, result_.sampler.gaussianNoise);
-        result_.statisticalOutput = ComputeStatisticalEye(output, run_.ErrorRatios());
-    }
-}
-
 void Segment::Evaluate()
 {
     Analyses::Findings found = analyses_->Find();
@@ -233,7 +218,8 @@ void Segment::Evaluate()
     result_.clock = std::move(found.clock);
     if (result_.bits > 0) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
-    ComputeEyes();
+    computed_.Find({StartOf(receiver_), ProcessSettings(surroundings_.log), parameters_.Tracks()},
+                   result_);
     TakeTracks(parameters_, "");
     TakeTracks(link_.Parameters(), "tx.");
     if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();

@@ -9,6 +9,7 @@
 #include "host/analysis/Analyses.hpp"
 #include "host/process/ModelProcess.hpp"
 #include "host/process/ModelSource.hpp"
+#include "host/run/ComputedEyes.hpp"
 #include "host/run/Link.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
@@ -79,7 +80,6 @@ private:
     void Take(const ModelProcess::Block& block);
     void TakeParameters(const std::string& text, const std::string& call);
     void TakeTracks(const ParameterLog& log, const char* prefix);
-    void ComputeEyes();
 
     const SegmentOptions& own_;
     const SimulationOptions& run_;
@@ -88,6 +88,7 @@ private:
     Surroundings surroundings_;
     SignalChain signal_;
     Link link_;
+    ComputedEyes computed_;
     std::optional<Analyses> analyses_;
     std::unique_ptr<ModelProcess> process_;  // of the receiver
     ParameterLog parameters_;

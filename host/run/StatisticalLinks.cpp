@@ -1,7 +1,6 @@
 #include "host/run/StatisticalLinks.hpp"
 
 #include <cmath>
-#include <utility>
 
 #include "host/signal/Deconvolution.hpp"
 
@@ -47,34 +46,44 @@ bool StatisticalLinks::Possible() const
     return jitter.sineAmplitude == 0 || jitter.declared.sineAmplitude == 0;
 }
 
-StatisticalLink StatisticalLinks::Through(const std::vector<std::vector<double>>& responses) const
+StatisticalLink StatisticalLinks::Through(const Edges& edges) const
 {
     StatisticalLink link;
     link.modulation = signal_.Roads().front().transmitter.modulation;
     link.jitter = Jitter();
-    for (std::size_t column = 0; column < responses.size(); ++column) {
-        std::vector<double> edge = responses[column];
-        for (double& added : edge) added *= signal_.SampleInterval();
-        StepResponse response = ResponseOf(column, std::move(edge));
-        if (column == 0) {
-            link.response = std::move(response);
-        } else {
-            link.aggressors.push_back(std::move(response));
-        }
-    }
+    link.response = ResponseOf(0, edges[0]);
+    for (std::size_t column = 1; column < edges.size(); ++column)
+        link.aggressors.push_back(ResponseOf(column, edges[column]));
     return link;
 }
 
-std::optional<StatisticalLink> StatisticalLinks::AtInput() const
+StatisticalLinks::Edges StatisticalLinks::EdgesOf(
+    const std::vector<std::vector<double>>& responses) const
 {
-    if (transmitter_ && !transmitter_->returnsImpulse) return std::nullopt;
-    StatisticalLink link = Through(link_.Responses());
+    Edges edges = responses;
+    for (std::vector<double>& edge : edges) {
+        for (double& added : edge) added *= signal_.SampleInterval();
+    }
+    return edges;
+}
+
+StatisticalLinks::Edges StatisticalLinks::InputEdges() const
+{
+    if (transmitter_ && !transmitter_->returnsImpulse) return {};
+    Edges edges = EdgesOf(link_.Responses());
     if (!transmitter_) {
         // Jitter moves a boundary with all of its cursors: they belong to the symbols.
         Road plain = signal_.Roads().front();
-        link.deemphasis = std::exchange(plain.transmitter.deemphasis, {});
-        link.response = ResponseOf(0, plain.EdgeResponse());
+        plain.transmitter.deemphasis = {};
+        edges[0] = plain.EdgeResponse();
     }
+    return edges;
+}
+
+StatisticalLink StatisticalLinks::AtInput(const Edges& edges) const
+{
+    StatisticalLink link = Through(edges);
+    if (!transmitter_) link.deemphasis = signal_.Roads().front().transmitter.deemphasis;
     link.noise = signal_.NoiseThrough({});
     return link;
 }
@@ -82,10 +91,22 @@ std::optional<StatisticalLink> StatisticalLinks::AtInput() const
 StatisticalLink StatisticalLinks::AtOutput(const std::vector<std::vector<double>>& returned,
                                            double samplerNoise) const
 {
-    StatisticalLink link = Through(returned);
+    StatisticalLink link = Through(EdgesOf(returned));
     LeadingTaps filter;
     if (signal_.HasNoise() && returned[0] != link_.Responses()[0])
         filter = Deconvolve(link_.Responses()[0], returned[0]).filter;
+    link.noise = std::hypot(signal_.NoiseThrough(filter), samplerNoise);
+    return link;
+}
+
+StatisticalLink StatisticalLinks::AtOutput(Edges edges, const LeadingTaps& filter,
+                                           double samplerNoise) const
+{
+    for (std::vector<double>& edge : edges) {
+        edge.resize(edge.size() + filter.taps.size());
+        edge = Convolved(edge, filter);
+    }
+    StatisticalLink link = AtInput(edges);
     link.noise = std::hypot(signal_.NoiseThrough(filter), samplerNoise);
     return link;
 }

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "host/files/WavePoints.hpp"
@@ -26,13 +27,17 @@ protected:
     LinkTest() { fs::create_directories("m"); }
 
     static void Make(const std::string& name, Kind kind, double first, double second,
-                     double fold = 0, const std::string& more = "")
+                     double fold = 0, const std::string& more = "",
+                     const std::map<std::string, double>& own = {})
     {
         fs::copy(FIR_MODEL, "m/" + name + ".so", fs::copy_options::overwrite_existing);
         const auto parameter = [](const char* what, const char* type, const std::string& value) {
             return fmt::format("({} (Usage {}) (Type {}) (Value {}) (Description \"\"))\n", what,
                                std::string(type) == "Float" ? "In" : "Info", type, value);
         };
+        std::string set;
+        for (const auto& [what, value] : own)
+            set += parameter(what.c_str(), "Float", fmt::format("{}", value));
         const auto truth = [](bool value) { return value ? "True" : "False"; };
         Save("m/" + name + ".ami",
              "(" + name + " (Description \"\")\n(Reserved_Parameters\n" +
@@ -42,7 +47,7 @@ protected:
                  ")\n(Model_Specific\n" + parameter("First", "Float", fmt::format("{}", first)) +
                  parameter("Second", "Float", fmt::format("{}", second)) +
                  parameter("Impulse", "Float", kind.impulse ? "1" : "0") +
-                 parameter("Fold", "Float", fmt::format("{}", fold)) + "))\n");
+                 parameter("Fold", "Float", fmt::format("{}", fold)) + set + "))\n");
     }
 
     /// The output's samples; "" as transmitter: the one that is built in.
@@ -190,6 +195,41 @@ TEST_F(LinkTest, EyesAreComputedThroughBothModelsAsTheyAreCounted)
     const auto wave = run(kWave, kWave);
     EXPECT_EQ(wave["statistical"]["input_eye"], nullptr);
     EXPECT_EQ(wave["statistical"]["eye"], nullptr);
+}
+
+TEST_F(LinkTest, AnOutputIsComputedThroughGetWaveAsThroughInit)
+{
+    const std::string run = AMISIM_PROGRAM " run m/rx.ami --loss 8 --rj 0.02 --bits 4000";
+    const auto eyeOf = [&](Kind kind, double first, const std::map<std::string, double>& own) {
+        Make("rx", kind, first, -0.3, 0, "", own);
+        EXPECT_EQ(Shell(run), 0) << output_;
+        return Result()["statistical"]["eye"];
+    };
+    const auto init = eyeOf(kImpulse, 0.9, {});
+    // That which changes while it runs, and says to what, is measured where it ends.
+    for (const auto& wave :
+         {eyeOf(kWave, 0.9, {}), eyeOf(kWave, 1.3, {{"Later", 0.9}, {"Tell", 1}})}) {
+        ASSERT_TRUE(wave.is_object()) << output_;
+        for (const char* member : {"height_v", "width_ui", "worst_height_v"})
+            EXPECT_NEAR(wave[member], init[member].get<double>(), 1e-9) << member;
+        for (std::size_t i = 0; i < init["openings"].size(); ++i) {
+            // So much is rounding, of a density as of the smallest part of it.
+            const double near = 1e-9 + 1e-17 / init["openings"][i]["ber"].get<double>();
+            for (const char* member : {"height_v", "width_ui"})
+                EXPECT_NEAR(wave["openings"][i][member], init["openings"][i][member].get<double>(),
+                            near);
+        }
+    }
+    struct Case
+    {
+        std::map<std::string, double> own;
+        const char* says;
+    };
+    for (const Case& c : {Case{{{"Bend", 0.4}}, "is not linear: its responses to a small pulse"},
+                          {{{"Later", 0.9}}, "is not linear, or was not at one setting"}}) {
+        EXPECT_EQ(eyeOf(kWave, 1.3, c.own), nullptr);
+        EXPECT_TRUE(Says(c.says)) << output_;
+    }
 }
 
 TEST_F(LinkTest, WhatCannotBeDoneTrulyIsSaid)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -19,6 +20,9 @@ struct Fir
     double first, second;
     std::size_t bit;           // samples
     std::vector<double> past;  // the last bit's
+    double bend, later, tell;
+    int calls = 0;
+    char told[64] = "";
 };
 
 double Parameter(const char* text, const std::string& name)
@@ -46,8 +50,13 @@ EXPORT long AMI_Init(double* impulse, long rows, long aggressors, double sampleI
                      double bitTime, const char* parameters, char**, void** memory, char**)
 {
     const auto bit = static_cast<std::size_t>(std::lround(bitTime / sampleInterval));
-    auto* const fir = new Fir{Parameter(parameters, "First"), Parameter(parameters, "Second"), bit,
-                              std::vector<double>(bit)};
+    auto* const fir = new Fir{Parameter(parameters, "First"),
+                              Parameter(parameters, "Second"),
+                              bit,
+                              std::vector<double>(bit),
+                              Parameter(parameters, "Bend"),
+                              Parameter(parameters, "Later"),
+                              Parameter(parameters, "Tell")};
     *memory = fir;
     const auto size = static_cast<std::size_t>(rows);
     for (long column = 0; column <= aggressors && Parameter(parameters, "Impulse") != 0; ++column) {
@@ -59,9 +68,17 @@ EXPORT long AMI_Init(double* impulse, long rows, long aggressors, double sampleI
     return 1;
 }
 
-EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char**, void* memory)
+EXPORT long AMI_GetWave(double* wave, long size, double* clockTimes, char** parameters,
+                        void* memory)
 {
-    Filter(*static_cast<Fir*>(memory), wave, static_cast<std::size_t>(size));
+    Fir& fir = *static_cast<Fir*>(memory);
+    if (++fir.calls == 9 && fir.later != 0) {
+        fir.first = fir.later;
+        if (fir.tell != 0) std::snprintf(fir.told, sizeof fir.told, "(rx (First %g))", fir.first);
+    }
+    *parameters = fir.told;
+    Filter(fir, wave, static_cast<std::size_t>(size));
+    for (long n = 0; n < size; ++n) wave[n] += fir.bend * wave[n] * wave[n] * wave[n];
     clockTimes[0] = -1;
     return 1;
 }

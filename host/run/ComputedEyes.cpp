@@ -1,0 +1,50 @@
+#include "host/run/ComputedEyes.hpp"
+
+#include <utility>
+
+namespace amisim {
+
+ComputedEyes::ComputedEyes(const SegmentOptions& own, const SimulationOptions& run,
+                           const ModelSource& receiver, const ModelSource* transmitter,
+                           const SignalChain& signal, const Link& link)
+    : own_(own), run_(run), receiver_(receiver), links_(signal, transmitter, link)
+{
+    if (Possible() && receiver.getWave && !receiver.returnsImpulse)
+        measured_.emplace(own, receiver);
+}
+
+bool ComputedEyes::Possible() const
+{
+    return run_.statistical && own_.signal.pattern.empty() && own_.signal.clockPattern == 0 &&
+           links_.Possible();
+}
+
+void ComputedEyes::Add(std::span<const double> input, std::span<const double> output)
+{
+    if (measured_) measured_->Add(input, output);
+}
+
+void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result) const
+{
+    if (!Possible()) return;
+    if (const auto edges = links_.InputEdges(); !edges.empty())
+        result.statisticalInput = ComputeStatisticalEye(links_.AtInput(edges), run_.ErrorRatios());
+    if (const auto output = AtOutput(run, result))
+        result.statisticalOutput = ComputeStatisticalEye(*output, run_.ErrorRatios());
+}
+
+/// By the response that AMI_Init gave back, or else by that which AMI_GetWave shows.
+std::optional<StatisticalLink> ComputedEyes::AtOutput(const MeasuredOutput::Conditions& run,
+                                                      RunResult& result) const
+{
+    const double noise = result.sampler.gaussianNoise;
+    if (receiver_.returnsImpulse && !result.impulses.empty())
+        return links_.AtOutput(result.impulses, noise);
+    const auto edges = links_.InputEdges();
+    if (!measured_ || result.failure || edges.empty()) return std::nullopt;
+    result.smallSignal = measured_->Find(run, links_.DrivenEdge(), result.notes);
+    if (!result.smallSignal) return std::nullopt;
+    return links_.AtOutput(edges, {result.smallSignal->response, 0}, noise);
+}
+
+}  // namespace amisim
