@@ -7,6 +7,10 @@ tests=${1:-}
 
 packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libcairo2-dev fonts-dejavu-core libeigen3-dev libtomlplusplus-dev)
 packages+=("${@:2}")  # what a caller needs besides
+if [ "$tests" = tests ]; then
+    # The Python module, and what its tests and notebooks use.
+    packages+=(pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib)
+fi
 command -v npm >/dev/null || packages+=(nodejs npm)
 # Elsewhere chromium is no Debian package; the browser test is left out there unless it is installed.
 if [ "$tests" = tests ] && ! command -v chromium >/dev/null && grep -qx 'ID=debian' /etc/os-release; then

@@ -7,21 +7,6 @@
 #include "host/results/SignalDescription.hpp"
 
 namespace amisim {
-namespace {
-
-void PrintFailure(const RunResult::Failure& failure, std::int64_t bits)
-{
-    if (failure.code == ExitCode::kInterrupted) {
-        PrintError("amisim: interrupted after {} bits; what there was is written\n", bits);
-        return;
-    }
-    const std::string printed = base::Shortened(failure.printed, kLongestPrinted);
-    PrintError("amisim: the model {} in {}{}{}\n", failure.reason, failure.phase,
-               printed.empty() ? "" : ":\n", printed);
-}
-
-}  // namespace
-
 void PrintResults(const RunResult& result, const SimulationOptions& options,
                   const ModelSource& model)
 {
@@ -40,7 +25,16 @@ void PrintEnding(const RunResult& result, const OutputFolder& folder)
     FlushOutput();
     if (const std::string dropped = folder.Dropped(); !dropped.empty())
         PrintError("amisim: {}: not written: {}\n", folder.Path().string(), dropped);
-    if (result.failure) PrintFailure(*result.failure, result.bits);
+    if (result.failure) PrintError("amisim: {}\n", FailureText(*result.failure, result.bits));
+}
+
+std::string FailureText(const RunResult::Failure& failure, std::int64_t bits)
+{
+    if (failure.code == ExitCode::kInterrupted)
+        return fmt::format("interrupted after {} bits; what there was is written", bits);
+    const std::string printed = base::Shortened(failure.printed, kLongestPrinted);
+    return fmt::format("the model {} in {}{}{}", failure.reason, failure.phase,
+                       printed.empty() ? "" : ":\n", printed);
 }
 
 }  // namespace amisim

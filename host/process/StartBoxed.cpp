@@ -20,9 +20,19 @@
 namespace amisim {
 namespace {
 
+/// What a host ignores or blocks, as interpreters do, is not for its models.
+void ForgetSignals()
+{
+    for (const int number : {SIGPIPE, SIGXFSZ}) signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 /// In the child between its start and exec: system calls only.
 [[noreturn]] void BecomeKeeper(const BoxedStart& start, char* const* arguments)
 {
+    ForgetSignals();
     setpgid(0, 0);  // Ctrl-C is for the host, which then ends the run in good order
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     // What the host sends first means that this process is who it is to be.

@@ -1,0 +1,83 @@
+"""Checks of files and of models."""
+
+from __future__ import annotations
+
+import html
+import os
+from typing import TYPE_CHECKING, Any
+
+from .errors import InputError, for_exit_code
+from .inputs import Inputs
+from .options import COMMANDS, documented
+from .programs import Finished, program
+from .records import Record, Table, column
+
+if TYPE_CHECKING:
+    from typing_extensions import Unpack
+
+    from ._options import CheckOptions
+
+
+class Check(Record):
+    """What a check has found, by the names of `amisim check --json` (docs/check.md,
+    docs/contract.md).
+
+    Of files: `findings`, each with number, severity, file, line, column, text and remedy, and
+    `counts` by severity. Of a model: `checks` with their verdicts.
+    exit_code: that of the command line; 0 where nothing is wrong
+    """
+
+    def __init__(self, finished: Finished):
+        super().__init__(finished.json(), exit_code=finished.exit_code, text=finished.text)
+
+    @property
+    def ok(self) -> bool:
+        """Whether the command line would say 0."""
+        return self.exit_code == 0
+
+    def require(self) -> "Check":
+        """Itself where all is well. Raises CheckFailed, or WarningsFound with strict=True."""
+        if not self.ok:
+            raise for_exit_code(self.exit_code, self._summary(), self)
+        return self
+
+    def table(self) -> Table:
+        """The findings, or the single checks, a row each."""
+        rows = self["findings" if "findings" in self else "checks"]
+        names = list(dict.fromkeys(name for row in rows for name in row))
+        return Table({name: column([_cell(row, name) for row in rows]) for name in names})
+
+    def _summary(self) -> str:
+        counts = self["counts"]
+        return ", ".join(f"{counts[name]} {name}" for name in counts)
+
+    def __repr__(self) -> str:
+        return f"<amisim check: {self._summary()}>"
+
+    def _repr_html_(self) -> str:
+        return f"<p>{html.escape(self._summary())}</p>{self.table()._repr_html_()}"
+
+
+def _cell(row: Record, name: str) -> Any:
+    value = row[name] if name in row else None
+    return "" if value is None else value
+
+
+@documented("check")
+def check(*files: str | os.PathLike[str], **options: "Unpack[CheckOptions]") -> Check:
+    """Checks IBIS files with all that they name; or, with run="MODEL", tries a model's functions.
+
+    Findings are no exception: see Check. A file that cannot be read is.
+    """
+    with Inputs() as inputs:
+        arguments = COMMANDS["check"].arguments(options, inputs)
+        finished = program(["check", *arguments, "--json", "--", *map(os.fspath, files)])
+    if finished.exit_code == InputError.exit_code and "findings" in finished.out:
+        raise InputError(_first_error(finished.json()["findings"]), Check(finished))
+    finished.require(10, 11)
+    return Check(finished)
+
+
+def _first_error(findings: list[dict[str, Any]]) -> str:
+    found = next(f for f in findings if f["severity"] == "error")
+    return f"{found['file']}: {found['text']}"
