@@ -10,7 +10,6 @@
 #include "base/Error.hpp"
 #include "host/channel/ChannelSpectrum.hpp"
 #include "host/channel/SlowTail.hpp"
-#include "touchstone/Touchstone.hpp"
 
 namespace amisim {
 namespace {
@@ -181,65 +180,17 @@ ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sa
     return channel;
 }
 
-namespace {
-
-constexpr const char* kUnlikeLines =
-    "as single-ended data they would be of two unlike lines without coupling";
-
-/// The order of mixed-mode data where they are told or sure to be such. A stated port order tells
-/// that they are not.
-std::optional<ModeOrder> Modes(const SParameters& s, const ChannelReading& reading,
-                               std::vector<std::string>& notes)
+ChannelResponse ReadChannel(const std::vector<std::filesystem::path>& files,
+                            const ChannelReading& reading, double sampleInterval)
 {
-    using enum ModeFinding::Certainty;
-    if (s.ports == 2 || reading.modes == "no") return std::nullopt;
-    if (reading.modes != "auto") return ParseModeOrder(reading.modes);
-    const auto found = FindModes(s);
-    if (!found || (!reading.portOrder.empty() && found->certainty != Sure)) return std::nullopt;
-    const std::string order = ToText(found->order);
-    if (found->certainty == Undecided) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("may be mixed-mode data: {}; state --mixed-mode {} or no",
-                                kUnlikeLines, order));
-    }
-    if (found->certainty == Perhaps || !reading.portOrder.empty()) {
-        notes.push_back(
-            fmt::format("may be mixed-mode data (--mixed-mode {}): {}", order, kUnlikeLines));
-        return std::nullopt;
-    }
-    notes.push_back(fmt::format("read as mixed-mode data {}: {} (--mixed-mode no takes them so)",
-                                order, kUnlikeLines));
-    return found->order;
-}
-
-DifferentialPorts Ports(const SParameters& s, const ChannelReading& reading,
-                        ChannelResponse& channel)
-{
-    if (channel.modes) return kPorts12_34;
-    if (!reading.portOrder.empty()) return ParsePortOrder(reading.portOrder);
-    if (s.ports == 2) return {};
-    const DifferentialPorts ports = DetectPortOrder(s);
-    channel.notes.push_back(fmt::format("ports {}->{} and {}->{} by their through terms", ports.inP,
-                                        ports.outP, ports.inN, ports.outN));
-    return ports;
-}
-
-}  // namespace
-
-ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelReading& reading,
-                            double sampleInterval)
-{
-    SParameters read = ReadTouchstone(path);
+    ChannelNetwork network = ReadNetwork(files, reading);
+    const SParameters& s = network.s;
     try {
-        ChannelResponse first;
-        first.notes = read.notes;
-        first.modes = Modes(read, reading, first.notes);
-        const SParameters s = first.modes ? SingleEnded(read, *first.modes) : std::move(read);
-        const DifferentialPorts ports = Ports(s, reading, first);
-        ChannelResponse channel = MakeChannelResponse(Through(s, ports), sampleInterval);
-        channel.modes = first.modes;
-        if (s.ports != 2) channel.ports = ports;
-        channel.notes.insert(channel.notes.begin(), first.notes.begin(), first.notes.end());
+        ChannelResponse channel =
+            MakeChannelResponse(Through(s, network.ports, reading.ends), sampleInterval);
+        channel.modes = network.modes;
+        channel.ports = network.order;
+        channel.notes.insert(channel.notes.begin(), network.notes.begin(), network.notes.end());
 
         const std::vector<double> gains = GreatestGains(s);
         const auto peak = std::ranges::max_element(gains);
@@ -252,7 +203,7 @@ ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelRead
         channel.notes.push_back(channel.grade->ToText());
         return channel;
     } catch (const Error& error) {
-        throw Error(error.Code(), fmt::format("{}: {}", path.string(), error.what()));
+        throw Error(error.Code(), fmt::format("{}: {}", NameOf(files), error.what()));
     }
 }
 

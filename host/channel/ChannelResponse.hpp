@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "host/channel/ChannelGrade.hpp"
-#include "touchstone/MixedMode.hpp"
-#include "touchstone/SParameters.hpp"
+#include "host/channel/ChannelNetwork.hpp"
 
 namespace amisim {
 
@@ -24,8 +23,8 @@ struct ChannelResponse
     double removedFraction = 0.0;  ///< share of the energy that came before the main delay and was
                                    ///< removed: how far from causal the data were
     PeakGain peak;                 ///< of the data: a gain above 1 is not passive
-    std::optional<DifferentialPorts> ports;  ///< of a file with four
-    std::optional<ModeOrder> modes;          ///< of a file that was read as mixed-mode data
+    std::optional<DifferentialPorts> ports;  ///< of files with four, if all agree
+    std::optional<ModeOrder> modes;          ///< of files that were read as mixed-mode data
     std::optional<ChannelGrade> grade;       ///< of a file of S parameters
     std::vector<std::string> notes;          ///< what a user should know, one sentence each
 };
@@ -47,18 +46,9 @@ struct ChannelResponse
 /// Throws Error (kInput) on fewer than four frequencies or on a response of zero.
 ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sampleInterval);
 
-/// How a file of S parameters is to be taken.
-struct ChannelReading
-{
-    double bitRate = 0.0;        ///< bit/s, of the signal that it is graded for
-    std::string portOrder = "";  ///< as for ParsePortOrder; empty to detect it
-    std::string modes = "auto";  ///< "auto" to recognise mixed-mode data, "no", or as for
-                                 ///< ParseModeOrder
-};
-
-/// The same from a Touchstone file: SDD21, or S21 of a two-port, graded. `peak` is that of the
-/// whole multi-port. Throws Error with the file's name.
-ChannelResponse ReadChannel(const std::filesystem::path& path, const ChannelReading& reading,
-                            double sampleInterval);
+/// The same from Touchstone files: SDD21, or S21 of a two-port, graded; several are one behind the
+/// other. `peak` is that of the whole multi-port. Throws Error with the file's name.
+ChannelResponse ReadChannel(const std::vector<std::filesystem::path>& files,
+                            const ChannelReading& reading, double sampleInterval);
 
 }  // namespace amisim

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <unsupported/Eigen/FFT>
 
+#include "touchstone/Interpolation.hpp"
+
 namespace amisim {
 namespace {
 
@@ -43,46 +45,6 @@ struct Line
     }
 };
 
-/// Natural cubic spline through complex values.
-class Spline
-{
-public:
-    Spline(const std::vector<double>& x, const std::vector<Complex>& y)
-        : x_(x), y_(y), curvature_(x.size())
-    {
-        const std::size_t n = x.size();
-        std::vector<double> upper(n);
-        for (std::size_t i = 1; i + 1 < n; ++i) {
-            const double before = x[i] - x[i - 1];
-            const double after = x[i + 1] - x[i];
-            const Complex bend = 6.0 * ((y[i + 1] - y[i]) / after - (y[i] - y[i - 1]) / before);
-            const double pivot = 2.0 * (before + after) - before * upper[i - 1];
-            upper[i] = after / pivot;
-            curvature_[i] = (bend - before * curvature_[i - 1]) / pivot;
-        }
-        for (std::size_t i = n - 1; i-- > 0;) {
-            curvature_[i] -= upper[i] * curvature_[i + 1];
-        }
-    }
-
-    Complex operator()(double at) const
-    {
-        const auto found = std::upper_bound(x_.begin() + 1, x_.end() - 1, at);
-        const auto i = static_cast<std::size_t>(found - x_.begin());
-        const double h = x_[i] - x_[i - 1];
-        const double b = (at - x_[i - 1]) / h;
-        const double a = 1.0 - b;
-        return a * y_[i - 1] + b * y_[i] +
-               h * h / 6.0 *
-                   ((a * a * a - a) * curvature_[i - 1] + (b * b * b - b) * curvature_[i]);
-    }
-
-private:
-    const std::vector<double>& x_;
-    const std::vector<Complex>& y_;
-    std::vector<Complex> curvature_;
-};
-
 /// Phase of the minimum-phase network with these logarithms of magnitude at 0 ... N/2, by the
 /// folded cepstrum.
 std::vector<double> MinimumPhase(const std::vector<double>& logarithm)
@@ -104,20 +66,6 @@ std::vector<double> MinimumPhase(const std::vector<double>& logarithm)
         phase.push_back(spectrum[k].imag());
     }
     return phase;
-}
-
-/// Mean group delay, weighted by magnitude. A step in phase is taken to lie between -1.75 pi and
-/// 0.25 pi, as delays are positive but for noise.
-double MeanDelay(const FrequencyResponse& data)
-{
-    double sum = 0.0, weights = 0.0;
-    for (std::size_t k = 1; k < data.frequency.size(); ++k) {
-        const Complex step = data.value[k] * std::conj(data.value[k - 1]);
-        const double angle = std::arg(step * Turn(0.75 * pi)) - 0.75 * pi;
-        sum -= std::abs(step) * angle / (2.0 * pi);
-        weights += std::abs(step) * (data.frequency[k] - data.frequency[k - 1]);
-    }
-    return weights > 0.0 ? sum / weights : 0.0;
 }
 
 /// Delay and polarity that remain of a response when the phase of its magnitude is taken out.

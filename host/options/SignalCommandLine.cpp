@@ -30,6 +30,17 @@ void AddFile(CLI::App& run, const char* group, const char* name, std::filesystem
     run.add_option(name, path, text)->type_name("FILE")->group(group);
 }
 
+/// One at a time, and any number of times.
+void AddFiles(CLI::App& run, const char* group, const char* name,
+              std::vector<std::filesystem::path>& files, const char* text)
+{
+    run.add_option(name, files, text)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("FILE")
+        ->group(group);
+}
+
 double Number(const char* name, std::string_view text, double low, double high)
 {
     double value = 0;
@@ -139,8 +150,19 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
               "Loss of the line at half the bit rate, dB; 0 for none");
     AddNumber(run, group, "--skin", o.skinPart, "PART", 0.0, 1.0,
               "Part of the loss that is skin effect; the rest is dielectric");
-    AddFile(run, group, "--touchstone", o.touchstone,
-            "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2");
+    AddFiles(run, group, "--touchstone", o.touchstone,
+             "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2; may be repeated, from "
+             "the transmitter to the model: one behind the other, reflections included");
+    const auto ohms = [&](const char* name, std::optional<double>& value, const char* text) {
+        run.add_option(name, value, text)
+            ->check(CLI::Range(0.0, 1e9).description(""))
+            ->type_name("OHM")
+            ->group(group);
+    };
+    ohms("--source-ohms", o.ends.source,
+         "Resistance of each leg of the transmitter, ohm [matched: that of the S parameters]");
+    ohms("--load-ohms", o.ends.load,
+         "Resistance to ground that each leg ends in at the model's input, ohm [matched]");
     run.add_option("--port-order", o.portOrder,
                    "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by "
                    "the through terms]")
@@ -160,19 +182,11 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
     AddFile(run, group, "--step", o.step,
             "Channel from its step response: CSV or .npy of time in s and value in V/V");
 
-    const auto aggressors = [&](const char* name, std::vector<std::filesystem::path>& files,
-                                const char* text) {
-        run.add_option(name, files, text)
-            ->allow_extra_args(false)
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-            ->type_name("FILE")
-            ->group(group);
-    };
-    aggressors("--fext", o.fext,
-               "S parameters from an aggressor at the far end to the model's input, sent with the "
-               "signal's de-emphasis; may be repeated");
-    aggressors("--next", o.next,
-               "The same from an aggressor at the near end, sent without de-emphasis");
+    AddFiles(run, group, "--fext", o.fext,
+             "S parameters from an aggressor at the far end to the model's input, sent with the "
+             "signal's de-emphasis; may be repeated");
+    AddFiles(run, group, "--next", o.next,
+             "The same from an aggressor at the near end, sent without de-emphasis");
     run.add_option("--crosstalk-port-order", o.crosstalkPortOrder,
                    "Port order of the aggressors' files, from the aggressor's ports to the "
                    "signal's [that of --touchstone]")
@@ -238,7 +252,7 @@ void CheckTogether(const CLI::App& run)
                                        {"--noise-bandwidth", "--noise"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
     }
-    for (const char* name : {"--mixed-mode", "--accept-channel"}) {
+    for (const char* name : {"--mixed-mode", "--accept-channel", "--source-ohms", "--load-ohms"}) {
         if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next"))
             throw CLI::RequiresError(name, "--touchstone, --fext or --next");
     }

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "base/TextFile.hpp"
+
 namespace amisim {
 namespace {
 
@@ -18,7 +20,8 @@ Json ChannelJson(const SignalOptions& o)
 {
     Json json;
     if (!o.touchstone.empty()) {
-        json["touchstone"] = o.touchstone.string();
+        json["touchstone"] =
+            o.touchstone.size() == 1 ? Json(o.touchstone.front().string()) : Names(o.touchstone);
         if (!o.portOrder.empty()) json["port_order"] = o.portOrder;
     } else if (!o.impulse.empty()) {
         json["impulse"] = o.impulse.string();
@@ -33,9 +36,12 @@ Json ChannelJson(const SignalOptions& o)
 
 std::string ChannelName(const SignalOptions& o)
 {
-    for (const auto& path : {o.touchstone, o.impulse, o.step}) {
-        if (!path.empty()) return path.filename().string();
+    std::vector<std::string> names;
+    for (const auto& path : o.touchstone) names.push_back(path.filename().string());
+    for (const auto& path : {o.impulse, o.step}) {
+        if (!path.empty()) names.push_back(path.filename().string());
     }
+    if (!names.empty()) return Joined(names, " + ");
     return o.lossDb > 0 ? fmt::format("{:g} dB line", o.lossDb) : "lossless line";
 }
 
@@ -90,6 +96,8 @@ Json SignalJson(const SignalOptions& o)
     json.update(ChannelJson(o));
     if (o.mixedMode != "auto") json["mixed_mode"] = o.mixedMode;
     if (o.acceptChannel) json["accept_channel"] = true;
+    if (o.ends.source) json["source_ohms"] = *o.ends.source;
+    if (o.ends.load) json["load_ohms"] = *o.ends.load;
     if (!o.fext.empty() || !o.next.empty()) {
         json["fext"] = Names(o.fext);
         json["next"] = Names(o.next);

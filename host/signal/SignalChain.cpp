@@ -35,16 +35,16 @@ std::unique_ptr<SymbolSource> MakeSymbols(const SignalOptions& options)
 }
 
 /// A file of S parameters that can be trusted with this signal, or is accepted as it is.
-ChannelResponse ReadTouchstoneChannel(const std::filesystem::path& path,
+ChannelResponse ReadTouchstoneChannel(const std::vector<std::filesystem::path>& files,
                                       const ChannelReading& reading, const SignalOptions& options)
 {
-    ChannelResponse channel = ReadChannel(path, reading, options.SampleInterval());
+    ChannelResponse channel = ReadChannel(files, reading, options.SampleInterval());
     if (const auto faults = channel.grade->Faults(); !faults.empty()) {
         const std::string text = Joined(faults, "; ");
         if (!options.acceptChannel) {
             throw Error(ExitCode::kInput, fmt::format("{}: cannot be trusted at {:.4g} Gbit/s: {}; "
                                                       "--accept-channel takes it all the same",
-                                                      path.string(), options.bitRate * 1e-9, text));
+                                                      NameOf(files), options.bitRate * 1e-9, text));
         }
         channel.notes.push_back("accepted though " + text);
     }
@@ -56,7 +56,8 @@ ChannelResponse MakeChannel(const SignalOptions& options)
     const double interval = options.SampleInterval();
     if (!options.touchstone.empty()) {
         return ReadTouchstoneChannel(
-            options.touchstone, {options.bitRate, options.portOrder, options.mixedMode}, options);
+            options.touchstone,
+            {options.bitRate, options.portOrder, options.mixedMode, options.ends}, options);
     }
     if (!options.impulse.empty())
         return ReadResponse(options.impulse, ResponseKind::kImpulse, interval);
@@ -68,9 +69,11 @@ ChannelResponse MakeChannel(const SignalOptions& options)
 }
 
 /// A channel's notes in one line.
-std::string Note(const std::filesystem::path& path, const ChannelResponse& channel)
+std::string Note(const std::vector<std::filesystem::path>& files, const ChannelResponse& channel)
 {
-    return fmt::format("{}: {}", path.filename().string(), Joined(channel.notes, "; "));
+    std::vector<std::filesystem::path> names;
+    for (const auto& path : files) names.push_back(path.filename());
+    return fmt::format("{}: {}", NameOf(names), Joined(channel.notes, "; "));
 }
 
 Transmitter::Settings TransmitterSettings(const SignalOptions& options, double peakToPeak,
@@ -86,7 +89,8 @@ Transmitter::Settings TransmitterSettings(const SignalOptions& options, double p
 /// As the signal's own channel was read, unless told.
 ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelResponse& channel)
 {
-    ChannelReading reading{options.bitRate, options.crosstalkPortOrder, options.mixedMode};
+    ChannelReading reading{options.bitRate, options.crosstalkPortOrder, options.mixedMode,
+                           options.ends};
     if (!reading.portOrder.empty()) {
         reading.modes = "no";
     } else if (channel.modes) {
@@ -275,8 +279,9 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
                        options.dutyCycleDistortion * spb};
 
     const ChannelResponse channel = MakeChannel(options);
-    for (const auto& path : {options.touchstone, options.impulse, options.step}) {
-        if (!path.empty()) notes_.push_back(Note(path, channel));
+    if (!options.touchstone.empty()) notes_.push_back(Note(options.touchstone, channel));
+    for (const auto& path : {options.impulse, options.step}) {
+        if (!path.empty()) notes_.push_back(Note({path}, channel));
     }
     grade_ = channel.grade;
     KeepRoad(settings, channel);
@@ -299,8 +304,8 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
     const ChannelReading reading = CrosstalkReading(options, channel);
     std::vector<SignalSource*> inputs = {output_};
     const auto add = [&](const std::filesystem::path& path, bool far) {
-        const ChannelResponse coupling = ReadTouchstoneChannel(path, reading, options);
-        notes_.push_back(Note(path, coupling));
+        const ChannelResponse coupling = ReadTouchstoneChannel({path}, reading, options);
+        notes_.push_back(Note({path}, coupling));
         // A start of its own in time and pattern.
         Random random(options.seed, kAggressorStream + inputs.size());
         Transmitter::Settings settings =

@@ -18,8 +18,9 @@ void SignalOptions::FindBitRate()
 
 std::vector<std::filesystem::path> SignalOptions::Files() const
 {
-    std::vector<std::filesystem::path> files = {pattern, touchstone, impulse, step, wave};
-    for (const auto* list : {&fext, &next}) files.insert(files.end(), list->begin(), list->end());
+    std::vector<std::filesystem::path> files = {pattern, impulse, step, wave};
+    for (const auto* list : {&touchstone, &fext, &next})
+        files.insert(files.end(), list->begin(), list->end());
     std::erase(files, "");
     return files;
 }

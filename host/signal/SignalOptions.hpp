@@ -9,6 +9,7 @@
 #include "host/files/WavePoints.hpp"
 #include "host/signal/BitRateEstimate.hpp"
 #include "host/signal/Transmitter.hpp"
+#include "touchstone/Termination.hpp"
 
 namespace amisim {
 
@@ -39,10 +40,12 @@ struct SignalOptions
     std::optional<double> noiseBandwidth;  // Hz; absent: up to half the sample rate
     std::uint64_t seed = 1;
 
-    // The channel: a file if one is given, else the line.
+    // The channel: files if any are given, else the line.
     double lossDb = 10;     // at half the bit rate
     double skinPart = 0.5;  // of the loss
-    std::filesystem::path touchstone, impulse, step;
+    std::vector<std::filesystem::path> touchstone;  // one behind the other
+    Terminations ends;                              // of it
+    std::filesystem::path impulse, step;
     std::string portOrder;           // empty: found out
     std::string mixedMode = "auto";  // whether and how files hold mixed-mode data: ChannelReading
     bool acceptChannel = false;      // whatever its grade

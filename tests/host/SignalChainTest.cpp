@@ -62,7 +62,7 @@ TEST(SignalChain, EveryKindOfChannelGivesTheSameWaveform)
     EXPECT_EQ(*std::ranges::max_element(lossless), 0.4);  // half of peak to peak
 
     SignalOptions delayed;
-    delayed.touchstone = "delay.s2p";
+    delayed.touchstone = {"delay.s2p"};
     SaveTouchstone("delay.s2p", 1, 1000 * interval);
     EXPECT_LT(LargestDifference(Output(delayed), lossless), 1e-6);
 
@@ -237,7 +237,7 @@ TEST(SignalChain, RefusesAChannelThatCannotBeTrustedUnlessItIsAccepted)
     TemporaryFolder folder;
     SaveTouchstone("gain.s2p", 1.2, 2e-9);
     SignalOptions options;
-    options.touchstone = "gain.s2p";
+    options.touchstone = {"gain.s2p"};
     EXPECT_EQ(MessageOf([&] { Output(options); }),
               "gain.s2p: cannot be trusted at 10.31 Gbit/s: 44 % more power comes out than goes in "
               "(not passive), at most 5 % expected; --accept-channel takes it all the same");

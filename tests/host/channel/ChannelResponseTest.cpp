@@ -219,7 +219,7 @@ TEST(ChannelResponse, SaysWhatAUserShouldKnow)
             through);
     }
     file.close();
-    const ChannelResponse channel = ReadChannel("line.s4p", {10e9}, kSample);
+    const ChannelResponse channel = ReadChannel({"line.s4p"}, {10e9}, kSample);
     const std::vector<std::string> expected{
         "ports 1->3 and 2->4 by their through terms",
         "extrapolated from 100 MHz down to 0 Hz, where the gain is 1.1000",
@@ -231,9 +231,9 @@ TEST(ChannelResponse, SaysWhatAUserShouldKnow)
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_NE(channel.notes[i].find(expected[i]), std::string::npos) << channel.notes[i];
     }
-    const auto taps = ReadChannel("line.s4p", {10e9, "31,42"}, kSample).taps;
+    const auto taps = ReadChannel({"line.s4p"}, {10e9, "31,42"}, kSample).taps;
     EXPECT_NEAR(std::accumulate(taps.begin(), taps.end(), 0.0), 1.1, 1e-2);
-    EXPECT_THROW(ReadChannel("line.s4p", {10e9, "12,34"}, kSample),
+    EXPECT_THROW(ReadChannel({"line.s4p"}, {10e9, "12,34"}, kSample),
                  Error);  // nothing goes through there
 
     const auto echoes = [](double f) { return 1.0 + 0.3 * Delay(f, 12000.0); };
