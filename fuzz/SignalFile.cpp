@@ -48,7 +48,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         else if (kind < 4)
             ReadChannel(file.path, kind == 2 ? ResponseKind::kImpulse : ResponseKind::kStep);
         else
-            Require(!ReadBitPattern(file.path).empty(), "bits");
+            Require(!ReadSymbolPattern(file.path).empty(), "bits");
     });
     return 0;
 }

@@ -9,6 +9,7 @@
 #include "host/pages/WriteResults.hpp"
 #include "host/results/BulkFile.hpp"
 #include "host/results/WaveWriter.hpp"
+#include "host/run/Agreement.hpp"
 
 namespace amisim {
 namespace {
@@ -64,9 +65,12 @@ std::optional<ModelSource> TransmitterOf(const RunOptions& options)
                               options.transmitterParameters, ibis::End::Transmitter);
 }
 
-const RunOptions& WithBitRate(RunOptions& options)
+/// With what the waveform and the models tell of the signal.
+const RunOptions& Settled(RunOptions& options, const ModelSource& model,
+                          const std::optional<ModelSource>& transmitter)
 {
     options.signal.FindBitRate();
+    AgreeOnModulation(options.signal, model, transmitter ? &*transmitter : nullptr);
     return options;
 }
 
@@ -77,7 +81,8 @@ RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<
       model_(ResolveModelSource(options.model, options.modelName, options.parameters)),
       transmitter_(TransmitterOf(options)),
       folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, Inputs()),
-      simulation_(WithBitRate(options_), model_, transmitter_ ? &*transmitter_ : nullptr,
+      simulation_(Settled(options_, model_, transmitter_), model_,
+                  transmitter_ ? &*transmitter_ : nullptr,
                   {worker, folder_.Path(), folder_.Path() / "model.log", folder_.Path() / "tx.log",
                    std::move(stopped)})
 {

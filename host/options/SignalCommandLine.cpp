@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -64,9 +65,28 @@ std::vector<double> Cursors(const char* name, std::string_view list)
     return values;
 }
 
+int Levels(std::string name)
+{
+    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (name == "nrz") return 2;
+    int levels = 0;
+    const char* const end = name.data() + name.size();
+    const auto [after, error] =
+        std::from_chars(name.data() + std::min(name.size(), std::size_t{3}), end, levels);
+    if (!name.starts_with("pam") || error != std::errc{} || after != end || levels < 2 ||
+        levels > kMostLevels) {
+        throw CLI::ValidationError(
+            "--modulation",
+            fmt::format("expected nrz or pam2 to pam{}, found '{}'", kMostLevels, name));
+    }
+    return levels;
+}
+
 void AddTimeOptions(CLI::App& run, SignalOptions& o)
 {
-    run.add_option("-n,--bits", o.bits, "Bits to run [20000, or the whole waveform file]")
+    run.add_option("-n,--bits", o.bits,
+                   "Bits to run; of PAM symbols, as all options that count bits "
+                   "[20000, or the whole waveform file]")
         ->transform(WholeNumber())
         ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40).description(""))
         ->type_name("N")
@@ -77,26 +97,39 @@ void AddTimeOptions(CLI::App& run, SignalOptions& o)
                o.findBitRate = text == "auto";
                if (!o.findBitRate) o.bitRate = Number("--bit-rate", text, 1e3, 1e12);
            },
-           "Nominal bit rate, bit/s; auto finds it in the waveform of --wave")
+           "Nominal bit rate, bit/s, of PAM the symbol rate; auto finds it in the waveform of "
+           "--wave")
         ->default_str("10.3125e9")
         ->type_name("RATE")
         ->group(kTimeGroup);
     AddNumber(run, kTimeGroup, "--samples-per-bit", o.samplesPerBit, "N", 4, 4096,
               "Samples per bit");
+    run.add_option_function<std::string>(
+           "--modulation", [&o](const std::string& text) { o.levels = Levels(text); },
+           fmt::format("What a symbol may be: nrz, or pam3, pam4 ... pam{} for so many levels, "
+                       "evenly spaced [as the models declare it, else nrz]",
+                       kMostLevels))
+        ->type_name("NAME")
+        ->group(kTimeGroup);
 }
 
 void AddTransmitterOptions(CLI::App& run, SignalOptions& o)
 {
     const auto group = kSignalGroup;
     run.add_option("--prbs", o.prbs,
-                   "Pattern: pseudo-random of period 2^N - 1: 7, 9, 11, 13, 15, 20, 23, 31")
+                   "Pattern: pseudo-random of period 2^N - 1: 7, 9, 11, 13, 15, 20, 23, 31; of "
+                   "PAM4 PRBSNQ, pairs of its bits Gray-coded")
         ->check(CLI::IsMember(Prbs::Orders()).description(""))
         ->capture_default_str()
         ->type_name("N")
         ->group(group);
     AddFile(run, group, "--pattern", o.pattern,
-            "Pattern from a text of 0 and 1, sent over and over; # begins a comment");
-    run.add_option("--clock-pattern", o.clockPattern, "Pattern of N ones and N zeros; 1 is 1010")
+            "Pattern from a text of 0 and 1, of PAM of the levels' digits from 0, sent over and "
+            "over; # begins a comment");
+    run.add_option(
+           "--clock-pattern", o.clockPattern,
+           "Pattern of N ones and N zeros, of PAM of the highest level and the lowest; 1 is "
+           "1010")
         ->check(CLI::Range(1, 1 << 20).description(""))
         ->type_name("N")
         ->group(group);

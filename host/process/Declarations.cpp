@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include "base/Error.hpp"
@@ -44,7 +45,6 @@ constexpr Ignored kIgnored[] = {
     {"Rx_Decision_Time", "0", "data are sampled half a unit interval after each clock time"},
     {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
-    {"PAM*", "", "the signal is NRZ, decided at 0 V"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
     {"Ts4file*", "", "the model's own network is not part of the channel"},
     {"Tx_V", "", "the swing is that of --amplitude"},
@@ -122,22 +122,39 @@ std::optional<ibis::End> EndOf(const ibis::AmiFile& file)
     return sends ? ibis::End::Transmitter : ibis::End::Receiver;
 }
 
-void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides)
+std::optional<DeclaredModulation> ModulationOf(const ibis::AmiFile& file,
+                                               const ibis::Overrides& overrides)
 {
-    for (const auto& [name, expected] :
-         {std::pair{"Modulation", "NRZ"}, {"Modulation_Levels", "2"}}) {
+    for (const char* name : {"Modulation", "Modulation_Levels"}) {
         const ibis::AmiParameter* const parameter = file.FindReserved(name);
         if (!parameter) continue;
-        const std::string value = ValueOf(file, *parameter, overrides);
-        if (value == expected) continue;
-        const std::string remedy =
-            parameter->IsInput() && ibis::Admitted(*parameter, expected)
-                ? fmt::format("; -p {}={} asks the model for that", name, expected)
-                : "";
-        throw Error(ExitCode::kModelLoad,
-                    fmt::format("{}:{}: the model's {} is {}, and the signal is NRZ{}",
-                                file.path.string(), parameter->place.line, name, value, remedy));
+        DeclaredModulation declared{name,
+                                    ValueOf(file, *parameter, overrides),
+                                    fmt::format("{}:{}", file.path.string(), parameter->place.line),
+                                    0,
+                                    {}};
+        if (declared.value == "NRZ") declared.levels = 2;
+        if (declared.value == "PAM4") declared.levels = 4;
+        if (const auto number = ibis::AsNumber(declared.value);
+            number && *number == std::floor(*number) && *number >= 2 && *number < 1000)
+            declared.levels = static_cast<int>(*number);
+        if (declared.levels == 0) {
+            throw Error(ExitCode::kModelLoad, fmt::format("{}: the model's {} is {}; expected {}",
+                                                          declared.place, name, declared.value,
+                                                          parameter->type == ibis::Type::String
+                                                              ? "NRZ or PAM4"
+                                                              : "a number of levels from 2"));
+        }
+        for (const char* other : {"NRZ", "PAM4"}) {
+            if (parameter->IsInput() && other != declared.value &&
+                ibis::Admitted(*parameter, other))
+                declared.admits.emplace_back(other);
+        }
+        if (const ibis::AmiParameter* const mapping = file.FindReserved("PAM4_Mapping"))
+            declared.mapping = ValueOf(file, *mapping, overrides);
+        return declared;
     }
+    return std::nullopt;
 }
 
 }  // namespace amisim

@@ -34,7 +34,18 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
 /// tell.
 std::optional<ibis::End> EndOf(const ibis::AmiFile& file);
 
-/// @throws Error (kModelLoad) for a modulation other than NRZ, the only one that is sent
-void RequireNrz(const ibis::AmiFile& file, const ibis::Overrides& overrides);
+/// By how many levels a model takes symbols, as its Modulation or Modulation_Levels is sent to it.
+struct DeclaredModulation
+{
+    std::string name, value;  // of that parameter
+    std::string place;        // "rx.ami:12"
+    int levels = 2;
+    std::vector<std::string> admits;  // other values that it may be given, NRZ or PAM4
+    std::string mapping = {};         // its PAM4_Mapping; "": none
+};
+
+/// Nothing where it declares none. @throws Error (kModelLoad) for a value that names none
+std::optional<DeclaredModulation> ModulationOf(const ibis::AmiFile& file,
+                                               const ibis::Overrides& overrides);
 
 }  // namespace amisim

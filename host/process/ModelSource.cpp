@@ -66,8 +66,8 @@ void RequireEnd(const std::filesystem::path& model, const ibis::ResolvedModel& r
 
 ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
 {
-    RequireNrz(ami, overrides);
     ModelSource source;
+    source.modulation = ModulationOf(ami, overrides);
     source.parameters = ibis::ParameterString(ami, overrides);
     Declarations declarations = ReadDeclarations(ami, overrides);
     source.declared = std::move(declarations.numbers);

@@ -23,9 +23,10 @@ struct ModelSource
     // Its own Least_Samples_Per_Bit, which is no parameter of the standard's.
     std::optional<std::int64_t> leastSamplesPerBit;
     std::vector<std::pair<std::string, std::string>>
-        settings;                          // inputs by dotted path, as they are sent
-    std::vector<DeclaredNumber> declared;  // what its .ami states of its decisions
-    std::vector<std::string> notes;        // oddities of its files that do not keep it from running
+        settings;                                  // inputs by dotted path, as they are sent
+    std::vector<DeclaredNumber> declared;          // what its .ami states of its decisions
+    std::optional<DeclaredModulation> modulation;  // as its .ami has it
+    std::vector<std::string> notes;  // oddities of its files that do not keep it from running
     std::vector<std::filesystem::path> files;  // it was resolved from, the library among them
 
     /// The value sent for the parameter of this name, if any.

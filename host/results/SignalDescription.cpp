@@ -50,7 +50,7 @@ std::string PatternName(const SignalOptions& o)
     if (!o.pattern.empty()) return o.pattern.filename().string();
     if (o.clockPattern == 1) return "clock pattern";
     if (o.clockPattern > 1) return fmt::format("clock pattern of {} bits", o.clockPattern);
-    return fmt::format("PRBS{}", o.prbs);
+    return fmt::format("PRBS{}{}", o.prbs, o.Levels() == 4 ? "Q" : "");
 }
 
 }  // namespace
@@ -80,6 +80,8 @@ Json SignalJson(const SignalOptions& o)
     } else {
         json["prbs"] = o.prbs;
     }
+    if (o.Levels() > 2) json["modulation"] = ModulationName(o.Levels());
+    if (o.Levels() == 4) json["pam4_mapping"] = o.pam4Mapping;
     json["amplitude_vpp"] = o.amplitude;
     json["rise_time_ui"] = o.riseTime;
     json["tx_pre"] = o.deemphasis.pre;
@@ -114,6 +116,7 @@ std::string Describe(const SignalOptions& o)
     std::string text = ChannelName(o);
     if (!o.fext.empty()) text += fmt::format(" + {} FEXT", o.fext.size());
     if (!o.next.empty()) text += fmt::format(" + {} NEXT", o.next.size());
+    if (o.Levels() > 2) text += ", " + ModulationName(o.Levels());
     text += fmt::format(", {}, {:g} mV peak to peak", PatternName(o), o.amplitude * 1000);
     for (const auto& [cursors, name] :
          {std::pair{&o.deemphasis.pre, ", pre "}, {&o.deemphasis.post, ", post "}}) {

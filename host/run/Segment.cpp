@@ -65,6 +65,7 @@ void Segment::StartAnalyses(std::int64_t ignoredBits)
     settings.sampleInterval = own_.signal.SampleInterval();
     settings.ignoreBits = ignoredBits;
     settings.sentUnitInterval = signal_.SentUnitInterval();
+    settings.modulation = Modulation::Of(own_.signal.Levels(), own_.signal.amplitude / 2);
     settings.sent = signal_.Sent();
     settings.bers = run_.ErrorRatios();
     settings.folder = surroundings_.folder;

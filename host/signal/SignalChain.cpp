@@ -25,13 +25,21 @@ constexpr std::uint64_t kNoiseStream = 1;
 constexpr std::uint64_t kJitterStream = 2;
 constexpr std::uint64_t kAggressorStream = 16;  // and onwards
 
+std::unique_ptr<SymbolSource> RandomSymbols(const SignalOptions& options, std::uint64_t seed)
+{
+    auto bits = std::make_unique<Prbs>(options.prbs, seed);
+    if (options.Levels() == 2) return bits;
+    return std::make_unique<MappedSymbols>(std::move(bits), options.Mapping());
+}
+
 std::unique_ptr<SymbolSource> MakeSymbols(const SignalOptions& options)
 {
+    const int levels = options.Levels();
     if (!options.pattern.empty())
-        return std::make_unique<SymbolPattern>(ReadBitPattern(options.pattern));
+        return std::make_unique<SymbolPattern>(ReadSymbolPattern(options.pattern, levels));
     if (options.clockPattern > 0)
-        return std::make_unique<SymbolPattern>(ClockPattern(options.clockPattern));
-    return std::make_unique<Prbs>(options.prbs, options.seed);
+        return std::make_unique<SymbolPattern>(ClockPattern(options.clockPattern, levels));
+    return RandomSymbols(options, options.seed);
 }
 
 /// A file of S parameters that can be trusted with this signal, or is accepted as it is.
@@ -81,6 +89,7 @@ Transmitter::Settings TransmitterSettings(const SignalOptions& options, double p
 {
     Transmitter::Settings settings;
     settings.amplitude = peakToPeak / 2;
+    settings.modulation = Modulation::Of(options.Levels());
     settings.unitInterval = options.samplesPerBit / (1 + ppm * 1e-6);
     settings.rampTime = options.riseTime * options.samplesPerBit / Transmitter::kRise2080;
     return settings;
@@ -313,9 +322,7 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
         KeepRoad(settings, coupling);
-        const auto symbols = [order = options.prbs, seed = random.Bits()] {
-            return std::make_unique<Prbs>(order, seed);
-        };
+        const auto symbols = [this, seed = random.Bits()] { return RandomSymbols(options_, seed); };
         senders_.push_back({symbols, random});
         SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));

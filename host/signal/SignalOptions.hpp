@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/files/WavePoints.hpp"
+#include "host/signal/BitMapping.hpp"
 #include "host/signal/BitRateEstimate.hpp"
 #include "host/signal/Transmitter.hpp"
 #include "touchstone/Termination.hpp"
@@ -16,14 +17,18 @@ namespace amisim {
 /// What signal the model is to be given; the defaults are those of the command line.
 struct SignalOptions
 {
+    // Where a symbol is more than a bit, these are symbols.
     std::optional<std::int64_t> bits;  // absent: 20,000, or the whole of the waveform file
     double bitRate = 10.3125e9;        // bit/s
     int samplesPerBit = 64;
 
+    std::optional<int> levels;  // of a symbol, 2 to kMostLevels; absent: as the models say, or 2
+    std::string pam4Mapping{BitMapping::kGray};  // levels of 00, 01, 10 and 11
+
     // The pattern: of the last two, the one that is given comes before the first.
     int prbs = 31;
     std::filesystem::path pattern;
-    int clockPattern = 0;  // ones, and as many zeros
+    int clockPattern = 0;  // ones, and as many zeros: the highest level and the lowest
 
     double amplitude = 0.8;  // V, differential peak to peak
     double riseTime = 0.15;  // UI, from 20 % to 80 %
@@ -60,6 +65,9 @@ struct SignalOptions
     WaveReading reading;                      // of it
     bool findBitRate = false;                 // from the waveform
     std::optional<BitRateEstimate> estimate;  // if it was found
+
+    int Levels() const { return levels.value_or(2); }
+    BitMapping Mapping() const { return BitMapping(Levels(), pam4Mapping); }
 
     double BitTime() const { return 1 / bitRate; }                       // s
     double SampleInterval() const { return BitTime() / samplesPerBit; }  // s

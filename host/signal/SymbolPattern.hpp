@@ -27,11 +27,13 @@ private:
     std::size_t at_ = 0;
 };
 
-/// A text of 0 and 1. Blanks, line ends and commas between them mean nothing; # begins a comment.
-/// @throws Error (kInput) that names the line and the character that is neither
-std::vector<Symbol> ReadBitPattern(const std::filesystem::path& path);
+/// A text of 0 and 1, or of as many digits as there are levels, hexadecimal ones beyond ten.
+/// Blanks, line ends and commas between them mean nothing; # begins a comment.
+/// @throws Error (kInput) that names the line and the character that is no such digit
+std::vector<Symbol> ReadSymbolPattern(const std::filesystem::path& path, int levels = 2);
 
-/// `length` ones and as many zeros: a clock of half the bit rate over `length`.
-std::vector<Symbol> ClockPattern(int length);
+/// `length` symbols of the highest level and as many of the lowest: a clock of half the symbol rate
+/// over `length`.
+std::vector<Symbol> ClockPattern(int length, int levels = 2);
 
 }  // namespace amisim

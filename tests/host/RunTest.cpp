@@ -369,10 +369,9 @@ TEST_F(RunTest, WhatTheAmiDeclaresIsAppliedOrNotedOrRefused)
              {"Rx_Sj", "Dep", "UI", "0", 0, "Rx_Sj is not applied: its value would come from"},
              {"Rx_Use_Clock_Input", "Info", "String", "Times", 0, "Rx_Use_Clock_Input is not"},
              {"Rx_Use_Clock_Input", "Info", "String", "None", 0, ""},
-             {"PAM4_UpperThreshold", "Info", "Float", "0.1", 0, "is not honoured: the signal is"},
-             {"Modulation", "Info", "String", "PAM4", 4, "m.ami:8: the model's Modulation is PAM4"},
+             {"Modulation", "Info", "String", "PAM5", 4, "PAM5; expected NRZ or PAM4"},
              {"Modulation", "In", "String", "NRZ", 0, ""},
-             {"Modulation_Levels", "Info", "Integer", "3", 4, "Levels is 3, and the signal is NRZ"},
+             {"Modulation_Levels", "Info", "Integer", "99", 4, "is 99; at most 16 are sent"},
              {"Tx_Rj", "Info", "UI", "0.01", 4,
               "m.ami: is a transmitter's model, by its reserved parameters"},
          }) {

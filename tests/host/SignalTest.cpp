@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/channel/LossyLine.hpp"
+#include "host/signal/BitMapping.hpp"
 #include "host/signal/Convolver.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
@@ -245,7 +246,7 @@ TEST(SymbolPattern, IsReadFromTextAndSentOverAndOver)
         Save("bits.txt", text);
         std::string bits;
         const std::string message = MessageOf([&] {
-            SymbolPattern pattern(ReadBitPattern("bits.txt"));
+            SymbolPattern pattern(ReadSymbolPattern("bits.txt"));
             for (int i = 0; i < 8; ++i) bits += pattern.Next() ? '1' : '0';
         });
         return message + bits;
@@ -256,9 +257,63 @@ TEST(SymbolPattern, IsReadFromTextAndSentOverAndOver)
     EXPECT_EQ(read("01\n0 2"), "bits.txt:2: expected 0 or 1, found '2'");
     EXPECT_EQ(read("01\xfe"), "bits.txt:1: expected 0 or 1, found byte 0xfe");
     EXPECT_EQ(read("# 1\n"), "bits.txt: holds no bits; expected a text of 0 and 1");
+    Save("bits.txt", "012 3f0");
+    EXPECT_EQ(ReadSymbolPattern("bits.txt", 16), (std::vector<Symbol>{0, 1, 2, 3, 15, 0}));
+    EXPECT_EQ(MessageOf([] { ReadSymbolPattern("bits.txt", 4); }),
+              "bits.txt:1: expected 0 to 3, found 'f'");
+    EXPECT_EQ(ClockPattern(1, 4), (std::vector<Symbol>{3, 0}));
     SymbolPattern clock(ClockPattern(2));
     for (const int bit : {1, 1, 0, 0, 1}) EXPECT_EQ(clock.Next(), bit);
-    EXPECT_THROW(ReadBitPattern("none.txt"), Error);
+    EXPECT_THROW(ReadSymbolPattern("none.txt"), Error);
+}
+
+TEST(BitMapping, AStepToTheNextLevelChangesOneBitWhereThereAreSoMany)
+{
+    for (const int levels : {2, 4, 8, 16}) {
+        const BitMapping mapping(levels);
+        EXPECT_EQ(1 << mapping.Bits(), levels);
+        for (unsigned bits = 0; bits < static_cast<unsigned>(levels); ++bits) {
+            const std::vector<Symbol> symbol = mapping.SymbolsOf(bits);
+            const std::vector<Symbol> zeros = mapping.SymbolsOf(0);
+            EXPECT_EQ(mapping.Difference(symbol, zeros), std::popcount(bits));
+            const std::vector<Symbol> next{static_cast<Symbol>(symbol[0] + 1)};
+            if (next[0] < levels) {
+                EXPECT_EQ(mapping.Difference(symbol, next), 1) << levels;
+            }
+        }
+    }
+    for (const auto& [told, one, two] : {std::tuple{"0132", 1, 3}, {"0123", 1, 2}, {"3120", 1, 2}})
+        EXPECT_EQ(BitMapping(4, told).SymbolsOf(1)[0] * 10 + BitMapping(4, told).SymbolsOf(2)[0],
+                  one * 10 + two);
+    const BitMapping ternary(3);
+    std::string pairs;
+    for (unsigned bits = 0; bits < 8; ++bits) {
+        for (const Symbol symbol : ternary.SymbolsOf(bits)) pairs += std::to_string(symbol);
+    }
+    EXPECT_EQ(pairs, "0001021012202122");
+    EXPECT_EQ(BitMapping(5).Bits(), 0);
+}
+
+TEST(MappedSymbols, HaveThePatternsPeriodAndEveryLevelAsOften)
+{
+    // Of pairs of bits from two periods: 2^(n-2) of each level, and one less of the lowest.
+    MappedSymbols gray(std::make_unique<Prbs>(13, 5), BitMapping(4));
+    Prbs bits(13, 5);
+    std::vector<Symbol> period;
+    std::array<int, 4> counts{};
+    for (int i = 0; i < 8191; ++i) {
+        const int first = bits.Next(), second = bits.Next();
+        period.push_back(gray.Next());
+        EXPECT_EQ(period.back(), first * 2 + (first ^ second)) << i;
+        ++counts[period.back()];
+    }
+    EXPECT_EQ(counts, (std::array{2047, 2048, 2048, 2048}));
+    for (const Symbol symbol : period) ASSERT_EQ(gray.Next(), symbol);
+
+    MappedSymbols five(std::make_unique<Prbs>(15), BitMapping(5));
+    std::array<int, 5> evenly{};
+    for (int i = 0; i < 50000; ++i) ++evenly.at(five.Next());
+    for (const int count : evenly) EXPECT_NEAR(count, 10000, 300);
 }
 
 }  // namespace
