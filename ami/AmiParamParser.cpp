@@ -1,12 +1,10 @@
 #include "ami/AmiParamParser.hpp"
 
-#include <strings.h>
-
-#include <cassert>
-#include <cstdlib>
 #include <cstring>
 
 #include "ami/ParserHelpers.hpp"
+#include "runtime/Assertion.hpp"
+#include "runtime/NumberText.hpp"
 #include "runtime/Numeric.hpp"
 
 namespace Vantor::AMI {
@@ -107,7 +105,7 @@ bool ParamParser::GetValue(double& out, const char* path) const
     if (pValue->valueType != VALUE_TYPE_INTEGER && pValue->valueType != VALUE_TYPE_FLOATING) {
         return false;
     }
-    out = std::strtod(pValue->text, nullptr);
+    ReadNumber(pValue->text, out);
     return true;
 }
 
@@ -123,7 +121,7 @@ bool ParamParser::GetValue(bool& out, const char* path) const
 {
     const VALUE_STRUCT* pValue = FirstValue(path);
     if (!pValue || pValue->valueType != VALUE_TYPE_BOOLEAN) return false;
-    out = strcasecmp(pValue->text, "true") == 0;
+    out = std::strcmp(pValue->text, "True") == 0;
     return true;
 }
 

@@ -2,7 +2,11 @@
 
 // The interface between a channel simulator and this model, as IBIS-AMI defines it.
 
+#ifdef _WIN32
+#define AMI_EXPORT [[gnu::dllexport]]
+#else
 #define AMI_EXPORT [[gnu::visibility("default")]]
+#endif
 
 extern "C" {
 

@@ -1,8 +1,9 @@
 #include "ami/ParserHelpers.hpp"
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
+
+#include "runtime/Assertion.hpp"
 
 namespace ParserHelpers {
 
@@ -15,7 +16,7 @@ void Require(bool bCondition, int iLine)
     if (bCondition) return;
     std::printf("%s:%d:assertion failed.\n", __FILE__, iLine);
     std::fflush(stdout);
-    std::abort();
+    Vantor::Abort();
 }
 
 void LogError(int iCode, const char* pMessage)
@@ -63,11 +64,6 @@ char* CopyText(const char* pText, std::size_t iLength)
     }
     std::memcpy(pCopy, pText, iLength);
     return pCopy;
-}
-
-bool IsSpace(char c)
-{
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
 const char* SkipWhitespace(const char* pText)

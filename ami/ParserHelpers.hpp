@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "runtime/NumberText.hpp"
+
 /// What the parameter-tree parser stands on: memory that reports its own failures, and the
 /// whitespace skipper. A null pointer or a zero size handed to an allocating function is a
 /// programming error: it prints "<source>:<line>:assertion failed." to standard output and aborts.
@@ -19,8 +21,7 @@ void* Reallocate(void* pBlock, std::size_t iSize);
 /// Returns a terminated copy of iLength characters; null, and message 1908, on failure.
 char* CopyText(const char* pText, std::size_t iLength);
 
-/// True for the characters the C library calls space; safe for bytes above 127.
-bool IsSpace(char c);
+using Vantor::IsSpace;
 
 /// Returns the first character at or after pText that is not whitespace. More than 120 whitespace
 /// characters in one run end the process in the way of an assertion.

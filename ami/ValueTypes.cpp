@@ -1,9 +1,8 @@
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
 #include "ami/ParameterTree.hpp"
-#include "runtime/OldSymbols.hpp"
+#include "runtime/NumberText.hpp"
 
 namespace {
 
@@ -22,12 +21,9 @@ int PositionIn(const Table& table, const char* pText)
 int GetValueType(const char* text)
 {
     if (!text || *text == '\0') return VALUE_TYPE_EMPTY;
-    char* pEnd = nullptr;
-    // Only how far the conversion reads matters here: a number too large for it is still a number.
-    static_cast<void>(std::strtol(text, &pEnd, 10));
-    if (*pEnd == '\0') return VALUE_TYPE_INTEGER;
-    static_cast<void>(std::strtod(text, &pEnd));
-    if (*pEnd == '\0') return VALUE_TYPE_FLOATING;
+    if (*Vantor::PassInteger(text) == '\0') return VALUE_TYPE_INTEGER;
+    double dValue = 0.0;
+    if (*Vantor::ReadNumber(text, dValue) == '\0') return VALUE_TYPE_FLOATING;
     const bool bBoolean = std::strcmp(text, "True") == 0 || std::strcmp(text, "False") == 0;
     return bBoolean ? VALUE_TYPE_BOOLEAN : VALUE_TYPE_STRING;
 }

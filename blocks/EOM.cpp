@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "blocks/LogFile.hpp"
+#include "mathematics/Mathematics.hpp"
 #include "runtime/Numeric.hpp"
 
 namespace {
@@ -186,7 +187,7 @@ void EOM::SetPhase(double dSine, double dPreviousSine)
 {
     // Strictly rising, unlike the quarter-period shifter's test.
     const bool bRising = dSine - dPreviousSine > 0.0;
-    Phase = bRising ? std::asin(dSine) : dPi - std::asin(dSine);
+    Phase = bRising ? Mathematics::Asin(dSine) : dPi - Mathematics::Asin(dSine);
 }
 
 std::uint64_t EOM::UpdatePhaseClocks()
@@ -194,7 +195,7 @@ std::uint64_t EOM::UpdatePhaseClocks()
     std::uint64_t iLevels = 0;
     for (int k = 0; k < Bins; ++k) {
         const auto i = static_cast<size_t>(k);
-        const double dShiftedSine = std::sin(Phase - Lag(k));
+        const double dShiftedSine = Mathematics::Sin(Phase - Lag(k));
         PhaseSines[i][0] = dShiftedSine;
         PhaseClocks[i][0] = dShiftedSine >= 0.0;
         iLevels |= std::uint64_t{dShiftedSine >= 0.0} << k;

@@ -1,7 +1,7 @@
 #include "blocks/LoopFilter.hpp"
 
+#include "mathematics/Mathematics.hpp"
 #include "runtime/DFErrorHandler.hpp"
-#include "runtime/OldSymbols.hpp"
 
 bool LoopFilter::Initialize()
 {
@@ -17,7 +17,7 @@ void LoopFilter::UpdateCoefficients()
     m_k.C2 = C2;
     m_k.R = R;
     m_k.Step = SampleInterval;
-    m_k.Decay = std::exp(-(C1 + C2) * SampleInterval / (C2 * C1 * R));
+    m_k.Decay = Mathematics::Exp(-(C1 + C2) * SampleInterval / (C2 * C1 * R));
     m_k.SumSquared = dSum * dSum;
     m_k.C1C2 = C1 * C2;
     m_k.C2C1 = C2 * C1;

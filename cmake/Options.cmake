@@ -2,6 +2,17 @@
 
 set(RETIMER_SANITIZE OFF CACHE STRING
     "ON: build with address and undefined-behaviour sanitizers; thread: with the thread sanitizer")
+# Our own elementary functions wherever the C library's are not glibc's.
+set(maths_here exact)
+if(CMAKE_SYSTEM_NAME STREQUAL Linux)
+  set(maths_here system)
+endif()
+set(RETIMER_MATHS ${maths_here} CACHE STRING
+    "system: the C library's cos, sin, asin and exp; exact: correctly rounded ones, the same everywhere")
+if(WIN32 AND NOT RETIMER_MATHS STREQUAL exact)
+  message(FATAL_ERROR "RETIMER_MATHS: on Windows only exact gives the results of other systems")
+endif()
+
 option(RETIMER_FUZZ "Build the fuzzers (clang only; best with RETIMER_SANITIZE)" OFF)
 
 add_library(retimer_options INTERFACE)
@@ -18,6 +29,9 @@ target_compile_options(retimer_options INTERFACE
   # Build folders never reach the binary.
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
   -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
+
+# With mingw-w64 the stack protector is a library.
+target_link_options(retimer_options INTERFACE $<$<PLATFORM_ID:Windows>:-fstack-protector-strong>)
 
 if(RETIMER_SANITIZE)
   set(sanitizers address,undefined)

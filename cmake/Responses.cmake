@@ -6,8 +6,26 @@ add_library(retimer_response_source STATIC
   ${PROJECT_SOURCE_DIR}/receiver/responses/ResponseFiles.cpp)
 target_link_libraries(retimer_response_source PUBLIC retimer_options)
 
-add_executable(make_responses ${PROJECT_SOURCE_DIR}/receiver/responses/MakeResponses.cpp)
-target_link_libraries(make_responses PRIVATE retimer_response_source)
+if(CMAKE_CROSSCOMPILING)
+  # The program runs here, whatever the tables are for.
+  find_program(RETIMER_NATIVE_CXX NAMES g++ c++ clang++ REQUIRED
+               DOC "The compiler of the programs that run during the build")
+  set(make_responses ${PROJECT_BINARY_DIR}/make_responses)
+  file(GLOB response_sources ${PROJECT_SOURCE_DIR}/receiver/responses/*.?pp)
+  add_custom_command(
+    OUTPUT ${make_responses}
+    COMMAND ${RETIMER_NATIVE_CXX} -std=c++20 -O1 -ffp-contract=off -I${PROJECT_SOURCE_DIR}
+            ${PROJECT_SOURCE_DIR}/receiver/responses/MakeResponses.cpp
+            ${PROJECT_SOURCE_DIR}/receiver/responses/ResponseFamily.cpp
+            ${PROJECT_SOURCE_DIR}/receiver/responses/ResponseFiles.cpp -o ${make_responses}
+    DEPENDS ${response_sources}
+    COMMENT "Building make_responses for this machine"
+    VERBATIM)
+else()
+  set(make_responses make_responses)
+  add_executable(make_responses ${PROJECT_SOURCE_DIR}/receiver/responses/MakeResponses.cpp)
+  target_link_libraries(make_responses PRIVATE retimer_response_source)
+endif()
 
 set(response_tables ${PROJECT_BINARY_DIR}/generated/ResponseTables.cpp)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/generated)
@@ -24,8 +42,8 @@ endif()
 
 add_custom_command(
   OUTPUT ${response_tables}
-  COMMAND make_responses ${response_tables} ${RETIMER_RESPONSES}
-  DEPENDS make_responses ${response_files}
+  COMMAND ${make_responses} ${response_tables} ${RETIMER_RESPONSES}
+  DEPENDS ${make_responses} ${response_files}
   COMMENT "Making the equaliser's 32 responses"
   VERBATIM)
 

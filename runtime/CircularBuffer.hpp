@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cassert>
 #include <cstddef>
+
+#include "runtime/Assertion.hpp"
 
 namespace Vantor {
 

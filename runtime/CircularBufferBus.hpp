@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cassert>
 #include <cstddef>
 #include <memory>
 #include <new>
 
+#include "runtime/Assertion.hpp"
 #include "runtime/CircularBuffer.hpp"
 
 namespace Vantor {

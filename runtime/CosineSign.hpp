@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "mathematics/Mathematics.hpp"
+
 namespace Vantor {
 
 /// Whether cos(t) > 0, as the maths library would answer, mostly without asking it.
@@ -20,7 +22,7 @@ inline bool CosineIsPositive(double t)
     const double r = t / dPi;
     const double dShifted = r + dRounder;
     const double q = dShifted - dRounder;
-    if (!(std::fabs(t) < 1e8) || std::fabs(r - q) > dMargin) return std::cos(t) > 0.0;
+    if (!(std::fabs(t) < 1e8) || std::fabs(r - q) > dMargin) return Mathematics::Cos(t) > 0.0;
     return (std::bit_cast<std::uint64_t>(dShifted) & 1U) == 0;
 }
 

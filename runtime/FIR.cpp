@@ -1,5 +1,6 @@
 #include "runtime/FIR.hpp"
 
+#include <cstdint>
 #include <new>
 
 #include "runtime/DFErrorHandler.hpp"
@@ -51,7 +52,7 @@ bool FIR<double, false>::Run()
         for (; iPhase < Interpolation; iPhase += Decimation) {
             double dSum = 0;
             size_t iAt = m_History.IndexAt(iOldestNew + k);
-            for (long iTap = iPhase; iTap < NumberOfTaps; iTap += Interpolation) {
+            for (std::int64_t iTap = iPhase; iTap < NumberOfTaps; iTap += Interpolation) {
                 dSum += Taps[iTap] * m_pdHistory[iAt];
                 iAt = (iAt == 0 ? m_History.GetSize() : iAt) - 1;
             }

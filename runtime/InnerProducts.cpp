@@ -5,10 +5,23 @@ namespace Vantor {
 #define DECLARE_KERNEL(name)                                                             \
     void name(const double* pTaps, size_t iTaps, const double* pSamples, size_t iStride, \
               size_t iFirst, double* pOutputs, size_t iOutputs)
+DECLARE_KERNEL(InnerProductsBaseline);
+#ifdef __x86_64__
 DECLARE_KERNEL(InnerProductsAvx512);
 DECLARE_KERNEL(InnerProductsAvx2);
-DECLARE_KERNEL(InnerProductsBaseline);
+#endif
 #undef DECLARE_KERNEL
+
+namespace {
+
+bool Always()
+{
+    return true;
+}
+
+}  // namespace
+
+#ifdef __x86_64__
 
 namespace {
 
@@ -24,11 +37,6 @@ bool HasAvx512()
     return HasAvx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
            __builtin_cpu_supports("avx512vl");
-}
-
-bool Always()
-{
-    return true;
 }
 
 }  // namespace
@@ -49,5 +57,18 @@ const InnerProductsVariant& SelectInnerProducts()
     if (variant->Lanes == 8 && __builtin_cpu_is("amdfam19h")) ++variant;
     return *variant;
 }
+
+#else
+
+const InnerProductsVariant InnerProductsVariants[NumberOfInnerProductsVariants] = {
+    {"NEON", 2, 32, InnerProductsBaseline, Always},
+};
+
+const InnerProductsVariant& SelectInnerProducts()
+{
+    return InnerProductsVariants[0];
+}
+
+#endif
 
 }  // namespace Vantor

@@ -32,7 +32,11 @@ struct InnerProductsVariant
 };
 
 /// Widest first; the last one runs everywhere.
+#ifdef __x86_64__
 inline constexpr size_t NumberOfInnerProductsVariants = 3;
+#else
+inline constexpr size_t NumberOfInnerProductsVariants = 1;
+#endif
 inline constexpr size_t MostInnerProductsLanes = 8;
 extern const InnerProductsVariant InnerProductsVariants[NumberOfInnerProductsVariants];
 

@@ -1,6 +1,6 @@
-// Built once per instruction set, with KERNEL_NAME and KERNEL_LANES, so that vectors are as wide as
-// the registers. It includes nothing that has code: no function built for a newer processor can
-// stand in for a common one.
+// Built once per instruction set, with KERNEL_NAME, KERNEL_LANES and KERNEL_REGISTERS, so that
+// vectors are as wide as the registers. It includes nothing that has code: no function built for a
+// newer processor can stand in for a common one.
 
 #include <cstddef>
 
@@ -55,9 +55,8 @@ void KERNEL_NAME(const double* pTaps, size_t iTaps, const double* pSamples, size
 void KERNEL_NAME(const double* pTaps, size_t iTaps, const double* pSamples, size_t iStride,
                  size_t iFirst, double* pOutputs, size_t iOutputs)
 {
-    // Half the registers: the other half is for the products.
-    constexpr size_t iRegisters = KERNEL_LANES == 8 ? 16 : 8;
-    AllOutputs<iRegisters>(pTaps, iTaps, pSamples + iFirst, iStride, pOutputs, iOutputs);
+    // Half the registers there are: the other half is for the products.
+    AllOutputs<KERNEL_REGISTERS>(pTaps, iTaps, pSamples + iFirst, iStride, pOutputs, iOutputs);
 }
 
 }  // namespace Vantor

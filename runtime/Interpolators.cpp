@@ -1,6 +1,6 @@
 #include "runtime/Interpolators.hpp"
+#include "runtime/Assertion.hpp"
 
-#include <cassert>
 #include <new>
 
 namespace Vantor {

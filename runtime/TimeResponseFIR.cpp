@@ -5,6 +5,7 @@
 
 #include "runtime/DFErrorHandler.hpp"
 #include "runtime/Interpolators.hpp"
+#include "runtime/NumberText.hpp"
 #include "runtime/Numeric.hpp"
 
 namespace Vantor {
@@ -47,11 +48,13 @@ bool TimeResponseFIR::ShiftToOrigin()
     for (int i = 1; i < NumberOfTimeStamps; ++i) {
         t[i] -= dOrigin;
         if (t[i - 1] >= t[i]) {
-            char text[200];
+            char text[200], time[LongestNumberText], before[LongestNumberText];
+            WriteNumber(time, t[i] + dOrigin);
+            WriteNumber(before, t[i - 1] + dOrigin);
             std::snprintf(text, sizeof text,
-                          "ResponseTimeStamps[%d] = %g  <= ResponseTimeStamps[%d] = %g. "
+                          "ResponseTimeStamps[%d] = %s  <= ResponseTimeStamps[%d] = %s. "
                           "Time stamps must be in non-repeating ascending order.",
-                          i + 1, t[i] + dOrigin, i, t[i - 1] + dOrigin);
+                          i + 1, time, i, before);
             DFErrorHandler::PostError(this, text);
             return false;
         }

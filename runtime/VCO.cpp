@@ -1,7 +1,6 @@
 #include "runtime/VCO.hpp"
 
-#include <cmath>
-
+#include "mathematics/Mathematics.hpp"
 #include "runtime/DFErrorHandler.hpp"
 
 namespace Vantor {
@@ -19,7 +18,7 @@ bool VCO::Initialize()
 
 double VCO::SineAt(double dTheta) const
 {
-    return std::cos(dTheta) * Amplitude;
+    return Mathematics::Cos(dTheta) * Amplitude;
 }
 
 }  // namespace Vantor

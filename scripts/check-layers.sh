@@ -2,7 +2,7 @@
 # Holds every #include to scripts/layers.txt, and names those that run back up.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-find ami base blocks host ibis python receiver runtime touchstone -name node_modules -prune -o -name '*.[ch]pp' -print0 |
+find ami base blocks host ibis mathematics python receiver runtime touchstone -name node_modules -prune -o -name '*.[ch]pp' -print0 |
     xargs -0 grep -Hno '^#include "[^"]*/[^"/]*"' |
     awk -F: '
         # The longest listed folder that a path lies in.

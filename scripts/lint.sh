@@ -14,9 +14,9 @@ else
     sources() { git ls-files "$@"; }
 fi
 tidy() { xargs -r -n 1 -P "$(nproc)" clang-tidy -p build/lint --quiet "$@" 2>/dev/null; }
-model=({ami,blocks,receiver,runtime}/'*.cpp')
+model=({ami,blocks,mathematics,receiver,runtime}/'*.cpp')
 sources "${model[@]}" | tidy
 # The static analyzer takes as long again, and is for what runs in other people's simulators.
 sources '*.cpp' "${model[@]/#/:!}" | tidy --checks=-clang-analyzer-*
 [ $# -gt 0 ] || cppcheck --enable=warning,performance,portability --inline-suppr --suppress=missingIncludeSystem \
-    --std=c++20 --language=c++ -I. --quiet --error-exitcode=1 ami blocks receiver/*.?pp runtime
+    --std=c++20 --language=c++ -I. --quiet --error-exitcode=1 ami blocks mathematics receiver/*.?pp runtime

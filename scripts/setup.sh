@@ -1,15 +1,21 @@
 #!/usr/bin/env bash
 # Installs what the build or the demo needs and this machine lacks: Debian packages, and the npm package
-# that draws the plots of report.html. With "tests" also what the browser test needs.
+# that draws the plots of report.html. With "tests" also what the tests need, with "tests cross" the
+# compilers and emulators for the model on Windows and on 64-bit ARM; other words are packages.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tests=${1:-}
 
 packages=(g++ cmake ninja-build libgtest-dev libcli11-dev nlohmann-json3-dev libfmt-dev libcairo2-dev fonts-dejavu-core libeigen3-dev libtomlplusplus-dev)
-packages+=("${@:2}")  # what a caller needs besides
+for word in "${@:2}"; do
+    case $word in
+        cross) packages+=(g++-mingw-w64-x86-64 wine64 g++-aarch64-linux-gnu qemu-user) ;;
+        *) packages+=("$word") ;;
+    esac
+done
 if [ "$tests" = tests ]; then
-    # The Python module, and what its tests and notebooks use.
-    packages+=(pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib)
+    # What our own mathematics is held against; the Python module, and what its tests and notebooks use.
+    packages+=(libmpfr-dev pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib)
 fi
 command -v npm >/dev/null || packages+=(nodejs npm)
 # Elsewhere chromium is no Debian package; the browser test is left out there unless it is installed.

@@ -2,7 +2,7 @@
 # The long tests, after the quick ones: what is built, with what sanitizers, on what systems.
 #
 #   scripts/test-long.sh           all of them, some hours
-#   scripts/test-long.sh STEP...   these: package twice sanitizers threads literal slurm fuzz afl lint systems avx512
+#   scripts/test-long.sh STEP...   these: package twice sanitizers threads literal mathematics slurm fuzz afl lint systems avx512
 #
 # Each tells what it found; the first that fails ends it. SECONDS_EACH sets how long each fuzzer runs,
 # CASES how many random cases are compared. The last two need root, and debootstrap or an emulator.
@@ -32,6 +32,8 @@ literal() {
     RETIMER_DIFFERENTIAL_CASES=${CASES:-5000} build/release/tests/literal/test_literal --gtest_filter='*RandomCases'
 }
 
+mathematics() { scripts/prove-mathematics.sh "$long/exact"; }
+
 slurm() { tests/slurm/run.sh build/release; }
 
 fuzz() { scripts/fuzz.sh "${SECONDS_EACH:-600}"; }
@@ -45,7 +47,7 @@ systems() { scripts/prove-portability.sh build/release/package/Retimer_RX_RT.so 
 avx512() { CASES=1 scripts/prove-avx512.sh build/release "$long/avx512"; }
 
 steps=("$@")
-[ $# -gt 0 ] || steps=(package twice sanitizers threads literal slurm fuzz afl lint systems avx512)
+[ $# -gt 0 ] || steps=(package twice sanitizers threads literal mathematics slurm fuzz afl lint systems avx512)
 for step in "${steps[@]}"; do
     declare -F "$step" >/dev/null || { echo "expected a step as above, found '$step'" >&2; exit 2; }
     if [[ $step = systems || $step = avx512 ]] && { [ "$(id -u)" -ne 0 ] || ! command -v debootstrap >/dev/null; }; then

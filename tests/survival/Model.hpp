@@ -1,7 +1,5 @@
 #pragma once
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -11,34 +9,25 @@
 #include <string>
 #include <vector>
 
+#include "tests/SharedLibrary.hpp"
+
 /// The built library, loaded as a simulator loads it, for as long as this object lives.
 class Library
 {
 public:
-    explicit Library(const std::string& path = RETIMER_LIBRARY)
-        : m_handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+    explicit Library(const std::string& path = RETIMER_LIBRARY) : m_library(path)
     {
-        if (!m_handle) throw std::runtime_error(dlerror());
-        Find(Init, "AMI_Init");
-        Find(GetWave, "AMI_GetWave");
-        Find(Close, "AMI_Close");
+        m_library.Find(Init, "AMI_Init");
+        m_library.Find(GetWave, "AMI_GetWave");
+        m_library.Find(Close, "AMI_Close");
     }
-    ~Library() { dlclose(m_handle); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
 
     long (*Init)(double*, long, long, double, double, char*, char**, void**, char**);
     long (*GetWave)(double*, long, double*, char**, void*);
     long (*Close)(void*);
 
 private:
-    template <class Function>
-    void Find(Function& function, const char* name)
-    {
-        function = reinterpret_cast<Function>(dlsym(m_handle, name));
-    }
-
-    void* m_handle;
+    SharedLibrary m_library;
 };
 
 constexpr size_t SamplesPerBit = 16;

@@ -10,8 +10,4 @@
 // infinity and 0, as the function itself does.
 __asm__(".symver exp,exp@GLIBC_2.2.5");
 
-// strtol that also reads binary numbers, of base 2 or 0, is what the headers of glibc 2.38 turn
-// strtol into.
-__asm__(".symver __isoc23_strtol,strtol@GLIBC_2.2.5");
-
 #endif
