@@ -12,7 +12,7 @@ void PrintResults(const RunResult& result, const SimulationOptions& options,
 {
     const std::string before = result.transmitter ? result.transmitter->name + " to " : "";
     Print("{}{}: {}\n{}", before, model.name, Describe(options.signal),
-          result.bits > 0 ? ToTable(result, options) : "");
+          result.bits > 0 || !options.counted ? ToTable(result, options) : "");
     for (const auto& note : result.notes)
         Print("  Note: {}\n", base::Shortened(note, kLongestPrinted));
     FlushOutput();

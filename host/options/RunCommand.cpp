@@ -149,12 +149,16 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
 
     AddSignalOptions(*run, o.signal);
 
-    run->add_option("--statistical", o.statistical,
-                    "Eyes computed from responses, down to any error ratio: also, besides those "
-                    "counted, or off [also]")
-        ->transform(
-            CLI::CheckedTransformer(std::map<std::string, bool>{{"also", true}, {"off", false}})
-                .description(""))
+    run->add_option_function<std::string>(
+           "--statistical",
+           [&o](const std::string& which) {
+               o.statistical = which != "off";
+               o.counted = which != "only";
+           },
+           "Eyes computed from responses, down to any error ratio: also, besides those counted; "
+           "only, without sending a bit; or off")
+        ->check(CLI::IsMember({"also", "only", "off"}).description(""))
+        ->default_str("also")
         ->type_name("WHICH")
         ->group("Decisions");
 

@@ -96,9 +96,11 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
         if (!value.empty()) text += fmt::format("  {:<26} {}\n", name, value);
     };
     if (r.lock) row("Verdict", Name(*r.lock));
-    for (const Number& number : Numbers()) row(number.title, number.Line(r));
+    for (const Number& number : options.counted ? Numbers() : std::span<const Number>())
+        row(number.title, number.Line(r));
     text += OpeningsTable(r);
     text += ParametersTable(r.parameters);
+    if (!options.counted) return text;
     const Speed speed(r, options.signal.samplesPerBit);
     row("Speed", fmt::format("{} bits/s, {:.0f} ns a sample ({:.0f} ns of it in the model)",
                              Grouped(std::llround(speed.bitsASecond)), speed.nanosecondsASample,

@@ -9,7 +9,7 @@ ComputedEyes::ComputedEyes(const SegmentOptions& own, const SimulationOptions& r
                            const SignalChain& signal, const Link& link)
     : own_(own), run_(run), receiver_(receiver), links_(signal, transmitter, link)
 {
-    if (Possible() && receiver.getWave && !receiver.returnsImpulse)
+    if (Possible() && run.counted && receiver.getWave && !receiver.returnsImpulse)
         measured_.emplace(own, receiver);
 }
 
@@ -29,8 +29,13 @@ void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result
     if (!Possible()) return;
     if (const auto edges = links_.InputEdges(); !edges.empty())
         result.statisticalInput = ComputeStatisticalEye(links_.AtInput(edges), run_.ErrorRatios());
-    if (const auto output = AtOutput(run, result))
+    if (const auto output = AtOutput(run, result)) {
         result.statisticalOutput = ComputeStatisticalEye(*output, run_.ErrorRatios());
+    } else if (!run_.counted && !result.failure) {
+        result.notes.emplace_back(
+            "the eye at the output is not computed: AMI_Init does not return what the receiver "
+            "does, and what its AMI_GetWave does is found in a run that counts bits");
+    }
 }
 
 /// By the response that AMI_Init gave back, or else by that which AMI_GetWave shows.

@@ -69,8 +69,10 @@ RunResult Simulation::Run(BlockListener& listener)
 void Simulation::Drive(BlockListener& listener)
 {
     segment_.Start();
-    listener.Start(segment_.Bits());
-    while (const auto block = segment_.Next()) listener.Take(*block);
+    if (options_.counted) {
+        listener.Start(segment_.Bits());
+        while (const auto block = segment_.Next()) listener.Take(*block);
+    }
     segment_.Close();
 }
 

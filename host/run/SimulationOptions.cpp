@@ -67,6 +67,11 @@ void SimulationOptions::Check() const
             "its own");
     if (transmitter.empty() && (!transmitterName.empty() || !transmitterParameters.empty()))
         fail("--tx-model, --tx-param: are for a model given with --tx");
+    if (!counted && !(signal.wave.empty() && signal.pattern.empty() && signal.clockPattern == 0)) {
+        fail(
+            "--statistical only: is of a pseudo-random pattern, not of --wave, --pattern or "
+            "--clock-pattern");
+    }
     if (signal.bits && ignoreBits && *ignoreBits >= *signal.bits) {
         fail(fmt::format("--ignore-bits {} leaves nothing of --bits {}: give fewer", *ignoreBits,
                          *signal.bits));

@@ -32,7 +32,8 @@ struct SimulationOptions : SegmentOptions
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
 
-    bool statistical = true;  // eyes are computed besides those counted, where that is possible
+    bool statistical = true;  // eyes are computed, where that is possible
+    bool counted = true;      // bits are sent and eyes counted; else AMI_Init alone tells all
 
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output
 

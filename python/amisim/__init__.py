@@ -12,11 +12,11 @@ from .checks import Check, check
 from .errors import (CasesFailed, CheckFailed, Error, InputError, Interrupted, ModelCrashed,
                      ModelLoadError, ModelRefused, TimeLimitReached, UsageError, WarningsFound)
 from .results import Run
-from .runs import run
+from .runs import run, statistical
 from .sweeps import Sweep, sweep
 
 __all__ = [
     "CasesFailed", "Check", "CheckFailed", "Error", "InputError", "Interrupted", "ModelCrashed",
     "ModelLoadError", "ModelRefused", "Run", "Sweep", "TimeLimitReached", "UsageError",
-    "WarningsFound", "check", "run", "sweep",
+    "WarningsFound", "check", "run", "statistical", "sweep",
 ]

@@ -6,7 +6,7 @@ import html
 import os
 from typing import TYPE_CHECKING, Any
 
-from .errors import InputError, for_exit_code
+from .errors import InputError, UsageError, for_exit_code
 from .inputs import Inputs
 from .options import COMMANDS, documented
 from .programs import Finished, program
@@ -63,12 +63,18 @@ def _cell(row: Record, name: str) -> Any:
     return "" if value is None else value
 
 
-@documented("check")
+_FOR_TERMINALS = ("json", "sarif", "github", "explain")
+
+
+@documented("check", without=_FOR_TERMINALS)
 def check(*files: str | os.PathLike[str], **options: "Unpack[CheckOptions]") -> Check:
     """Checks IBIS files with all that they name; or, with run="MODEL", tries a model's functions.
 
     Findings are no exception: see Check. A file that cannot be read is.
     """
+    for name in _FOR_TERMINALS:
+        if options.get(name):
+            raise UsageError(f"{name}: is for the command line, amisim check")
     with Inputs() as inputs:
         arguments = COMMANDS["check"].arguments(options, inputs)
         finished = program(["check", *arguments, "--json", "--", *map(os.fspath, files)])

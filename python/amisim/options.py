@@ -11,7 +11,7 @@ import inspect
 import json
 import os
 from dataclasses import dataclass
-from typing import Any, Callable, Mapping
+from typing import Any, Callable, Collection, Mapping
 
 from . import _core
 from .errors import UsageError
@@ -88,10 +88,12 @@ class Command:
             arguments += option.arguments(value, inputs)
         return arguments
 
-    def describe(self) -> str:
+    def describe(self, without: Collection[str] = ()) -> str:
         """The options as the end of a docstring."""
         lines, group = [], None
         for option in self.options.values():
+            if option.keyword in without:
+                continue
             if option.group != group:
                 group = option.group
                 lines.append(f"\n{group}:")
@@ -104,24 +106,27 @@ class Command:
 COMMANDS = {name: Command(name, d) for name, d in json.loads(_core.describe_commands()).items()}
 
 
-def documented(*names: str) -> Callable[[Callable], Callable]:
+def documented(*names: str, without: Collection[str] = ()) -> Callable[[Callable], Callable]:
     """Gives a function the options of these commands in docstring and signature, where help(),
-    editors and notebooks look for them."""
+    editors and notebooks look for them.
+
+    without: options that make no sense here
+    """
 
     def decorate(function: Callable) -> Callable:
         signature = inspect.signature(function)
         own = [p for p in signature.parameters.values() if p.kind is not p.VAR_KEYWORD]
-        taken = {p.name for p in own}
+        options: dict[str, Option] = {}
         doc = inspect.cleandoc(function.__doc__ or "")
         for name in names:
-            command = COMMANDS[name]
-            doc += f"\n\nOptions of `amisim {name}`:\n{command.describe()}"
-            for keyword in command.options:
-                if keyword not in taken:
-                    taken.add(keyword)
-                    own.append(inspect.Parameter(keyword, inspect.Parameter.KEYWORD_ONLY, default=None))
+            doc += f"\n\nOptions of `amisim {name}`:\n{COMMANDS[name].describe(without)}"
+            for keyword, option in COMMANDS[name].options.items():
+                if keyword not in signature.parameters and keyword not in without:
+                    options.setdefault(keyword, option)
+        own += [inspect.Parameter(k, inspect.Parameter.KEYWORD_ONLY, default=None) for k in options]
         function.__doc__ = doc
         function.__signature__ = signature.replace(parameters=own)  # type: ignore[attr-defined]
+        function.options = options  # type: ignore[attr-defined]
         return function
 
     return decorate

@@ -19,7 +19,7 @@ from .results import Run
 if TYPE_CHECKING:
     from typing_extensions import Unpack
 
-    from ._options import RunOptions
+    from ._options import RunOptions, StatisticalOptions
 
 
 
@@ -85,3 +85,20 @@ def run(model: str | os.PathLike[str], /, channel: Any = None, *,
     if handle.exit_code:
         raise for_exit_code(handle.exit_code, handle.failure, result)
     return result
+
+
+@documented("run")
+def statistical(model: str | os.PathLike[str], /, channel: Any = None, *,
+                params: Mapping[str, Any] | None = None,
+                out: str | os.PathLike[str] | None = None,
+                **options: "Unpack[StatisticalOptions]") -> Run:
+    """Computes eyes from what AMI_Init gives back, without sending a bit (docs/statistical.md).
+
+    model, channel, params, out, options: as for `run`
+
+    Returns a Run whose `statistical.input_eye` and `statistical.eye` hold what was computed, and
+    `curves` their bathtubs and contours. `statistical.eye` is None where AMI_Init does not tell
+    what the receiver does.
+    """
+    return run(model, channel, params=params, out=out, progress=False,
+               **{**options, "statistical": "only"})

@@ -75,7 +75,10 @@ class Sweep(Record):
         return framed((self.folder / "report.html").read_text())
 
 
-@documented("sweep", "run")
+_FOR_TERMINALS = ("slurm", "partition", "sbatch_option", "chunk", "task", "dry_run")
+
+
+@documented("sweep", "run", without=_FOR_TERMINALS)
 def sweep(what: str | os.PathLike[str], /, channel: Any = None, *,
           grid: Mapping[str, Any] | None = None, params: Mapping[str, Any] | None = None,
           out: str | os.PathLike[str] | None = None, progress: Progress = None,
@@ -95,8 +98,9 @@ def sweep(what: str | os.PathLike[str], /, channel: Any = None, *,
     command = COMMANDS["sweep"]
     own = {name: value for name, value in options.items() if name in command.options}
     others = {name: value for name, value in options.items() if name not in command.options}
-    if {"slurm", "dry_run", "task"} & {name for name, value in own.items() if value}:
-        raise UsageError("slurm, dry_run, task: are for the command line, amisim sweep")
+    for name in _FOR_TERMINALS:
+        if own.get(name):
+            raise UsageError(f"{name}: is for the command line, amisim sweep")
     going_on = Path(what).is_dir()
     keep = None
     if out is None and not going_on:

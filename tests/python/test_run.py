@@ -1,6 +1,7 @@
 """Runs: the same numbers, curves, waves and errors as those of the command line."""
 
 import os
+import shutil
 import signal
 import subprocess
 import sys
@@ -14,7 +15,7 @@ import pytest
 
 import amisim
 from amisim.inputs import touchstone
-from conftest import TEST_MODEL, amisim_program, result_json
+from conftest import FIR_MODEL, TEST_MODEL, amisim_program, result_json
 
 LINE = {"bits": 3000, "loss": 14, "noise": 0.002, "tx_post": [0.1, 0.05], "ber": [1e-3, 1e-9]}
 LINE_ARGUMENTS = ["--bits", "3000", "--loss", "14", "--noise", "0.002", "--tx-post", "0.1,0.05",
@@ -267,4 +268,33 @@ def test_help_has_the_options_of_the_command_line():
     import inspect
 
     assert {"ppm", "tx", "channel"} <= set(inspect.signature(amisim.run).parameters)
-    assert "chunk" in inspect.signature(amisim.sweep).parameters
+    names = inspect.signature(amisim.sweep).parameters
+    assert {"jobs", "loss"} <= set(names) and "slurm" not in names
+
+
+def test_eyes_are_computed_without_a_bit(model, tmp_path):
+    counted = amisim.run(model, bits=2000, noise=0.002)
+    r = amisim.statistical(model, noise=0.002)
+    assert r["statistical.input_eye"].to_dict() == counted["statistical.input_eye"].to_dict()
+    assert (r.bits, r.verdict, r.eye.height_v, r.input_eye, r.statistical.eye) == (0, None) + (None,) * 3
+    assert any("its AMI_GetWave does is found in a run" in note for note in r.messages)
+    assert "Computed from responses alone" in r.report()
+
+    filtering = shutil.copy(FIR_MODEL, tmp_path / "Fir.so")
+    info = "".join(f"({name} (Usage Info) (Type {kind}) (Value {value}) (Description \"\"))\n"
+                   for name, kind, value in (("AMI_Version", "String", '"7.0"'),
+                                             ("GetWave_Exists", "Boolean", "False"),
+                                             ("Init_Returns_Impulse", "Boolean", "True")))
+    own = "".join(f"({name} (Usage In) (Type Float) (Value {value}) (Description \"\"))\n"
+                  for name, value in (("First", 0.8), ("Second", -0.2), ("Impulse", 1)))
+    (tmp_path / "Fir.ami").write_text(
+        f"(Fir (Description \"\")\n(Reserved_Parameters\n{info})\n(Model_Specific\n{own}))\n")
+    impulse = amisim.statistical(filtering, ppm=0)
+    printed = amisim_program("run", filtering, "--ppm", "0", "--statistical", "only", "--out", tmp_path)
+    assert printed.returncode == 0, printed.stderr
+    expected = result_json(tmp_path)["statistical"]
+    assert impulse.statistical.to_dict() == expected and expected["eye"]["width_ui"] > 0
+    assert "1e-12" in printed.stdout and "Verdict" not in printed.stdout
+    assert impulse.plot_bathtub().lines
+    with pytest.raises(amisim.UsageError, match="pseudo-random pattern"):
+        amisim.statistical(model, clock_pattern=3)

@@ -22,6 +22,7 @@ function verdict() {
       `${subject} ${reason}${where}. ${result.bits > 0 ? `Shown is what there was until then, ${grouped(result.bits)} bits.` : "There are no results."}`,
       text ? element("pre", {}, text) : null);
   }
+  if (result.bits === 0 && (result.statistical.input_eye || result.statistical.eye)) return box("", "Computed from responses alone: no bits were sent.");
   if (result.bits === 0) return box("bad", "The model returned no bits.");
   const errors = result.errors === null ? "" : ` ${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`;
   if (result.verdict !== "locked" && !result.clock.ideal)
