@@ -1,5 +1,5 @@
 # Puts the files for a simulator's user into a folder: cmake -DFROM=.. -DTO=.. -DLIBRARY=NAME
-# -DOTHER=PATH -P assemble.cmake. LIBRARY is the one being built; OTHER, if it exists, one for another
+# -DPROCESSOR=NAME -DOTHER=PATH -P assemble.cmake. LIBRARY is the one being built; OTHER, if it exists, one for another
 # system to go with it. A line that names a library that is in neither place is left out.
 set(missing Retimer_RX_RT.so Retimer_RX_RT.dll)
 list(REMOVE_ITEM missing ${LIBRARY})
@@ -19,6 +19,9 @@ foreach(file Retimer_RX_RT.ami Retimer_RX_RT.deviations retimer.ibs README.txt)
     string(REPLACE "." "\\." pattern ${library})
     string(REGEX REPLACE "[^\n]*${pattern}[^\n]*\n" "" text "${text}")
   endforeach()
+  if(PROCESSOR STREQUAL aarch64)
+    string(REPLACE "Linux, x86-64" "Linux, 64-bit ARM" text "${text}")
+  endif()
   set(before "")
   if(EXISTS ${TO}/${file})
     file(READ ${TO}/${file} before)

@@ -21,7 +21,7 @@ for version in $(sed -n 's/.* Name: \([^ ]*\) .*/\1/p' <<<"$versions" | sort -u)
         fault "needs $version: $(sed -n "s/.* \([^ ]*@$version\) .*/\1/p" <<<"$symbols" | tr '\n' ' ')"
 done
 for needed in $(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic"); do
-    case $needed in libc.so.6 | libm.so.6 | ld-linux-x86-64.so.2) ;; *) fault "depends on $needed" ;; esac
+    case $needed in libc.so.6 | libm.so.6 | ld-linux-x86-64.so.2 | ld-linux-aarch64.so.1) ;; *) fault "depends on $needed" ;; esac
 done
 
 exports=$(awk '$7 != "UND" && $5 != "LOCAL" && $1 ~ /^[0-9]+:$/ { print $8 }' <<<"$symbols" | sort | tr '\n' ' ')

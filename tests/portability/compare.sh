@@ -1,25 +1,25 @@
 #!/usr/bin/env bash
 # Holds a library for another system against the one for this system: the same bytes from every
-# scenario, the same last words where the process ends, nothing left behind by 2000 loads.
-#   compare.sh LIBRARY SCENARIOS STATUS REFERENCE-LIBRARY REFERENCE-SCENARIOS [EMULATOR...]
-# STATUS is what abort ends a process with there. Works in the folder it is started in.
+# scenario, the same last words where the process ends, nothing left behind by this many loads.
+#   compare.sh LIBRARY SCENARIOS STATUS LOADS REFERENCE-LIBRARY REFERENCE-SCENARIOS [EMULATOR...]
+# STATUS is what abort ends a process with there. Works in the folder it is started in; wine's folder
+# is WINEPREFIX.
 set -euo pipefail
-library=$1 scenarios=$2 status=$3 reference=$4 reference_scenarios=$5
-shift 5
+library=$1 scenarios=$2 status=$3 loads=$4 reference=$5 reference_scenarios=$6
+shift 6
 [ -e "$reference" ] || { echo "$reference is missing: build the release preset first" >&2; exit 1; }
-export WINEPREFIX=$PWD/wine WINEDEBUG=-all
+ulimit -c 0
 rm -rf here there
 mkdir here there
 
 here=("$reference_scenarios" "$reference")
 there=("$@" "$scenarios" "$library")
 
-# Wine makes its folder, and says so, when it is first started.
-[ -z "${*##*wine*}" ] && [ ! -d wine ] && "$@" cmd /c exit >/dev/null 2>&1
 # Lines end as the system's do, its programs have an extension, and the compiler has another name for
-# size_t; its cache may have made the names of sources relative to the build folder.
+# size_t; its cache may have made the names of sources relative to the build folder. An emulator
+# speaks for itself.
 plain() {
-    sed 's/\r$//; s/\.exe: /: /; s/long long unsigned/long unsigned/; s,\.\./,,g' "$1" >"$1.plain"
+    sed '/^qemu: /d; s/\r$//; s/\.exe: /: /; s/long long unsigned/long unsigned/; s,\.\./,,g' "$1" >"$1.plain"
 }
 
 "${here[@]}" run here 2>here/errors
@@ -50,4 +50,4 @@ for end in blanks unready; do
 done
 echo "the same last words"
 
-"${there[@]}" load 2000
+[ "$loads" = 0 ] || "${there[@]}" load "$loads"

@@ -13,7 +13,7 @@ constexpr double dPi = 3.141592653589793;
 TEST(CosineIsPositive, AgreesWithTheCosine)
 {
     Awkward random{1000};
-    const auto agrees = [](double t) { return CosineIsPositive(t) == (std::cos(t) > 0.0); };
+    const auto agrees = [](double t) { return CosineIsPositive(t) == (Mathematics::Cos(t) > 0.0); };
     for (int i = 0; i < 500000; ++i) {
         const double t = random() * std::pow(10.0, random.Below(25));
         ASSERT_TRUE(agrees(t)) << t;
