@@ -18,6 +18,7 @@
 class HostEnvironment
 {
 public:
+    // cppcheck-suppress uninitMemberVar
     HostEnvironment()
     {
         if (m_bDefault) return;

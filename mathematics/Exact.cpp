@@ -135,6 +135,8 @@ Angle GetAngle(const Parts& x)
     std::uint64_t iCarry = 0;
     for (int i = iWindow - 1; i >= 0; --i) {
         const int iWord = iFirstBit / 64 + i, iBit = iFirstBit % 64;
+        // From word 0 for 2^-27 to the last one for the largest double.
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
         std::uint64_t iFactor = TwoOverPi[iWord] << iBit;
         if (iBit > 0) iFactor |= TwoOverPi[iWord + 1] >> (64 - iBit);
         const TwoWords sum = TwoWords{x.Mantissa} * iFactor + iCarry;
@@ -190,9 +192,10 @@ Fraction GetRoot(const Fraction& w, double dNumber)
 /// asin(t) / 2t, given t^2 of at most 1/4.
 Fraction GetArcsineOver2t(const Fraction& z)
 {
-    const auto iTerms = static_cast<std::size_t>(140 / z.GetLeadingZeros() + 1);
+    const int iTerms = 140 / z.GetLeadingZeros() + 1;
     const std::span<const Fraction> series = ArcsineSeries;
-    return Evaluate<false>(series.first(std::min(iTerms, series.size())), z);
+    return Evaluate<false>(series.first(std::min(static_cast<std::size_t>(iTerms), series.size())),
+                           z);
 }
 
 }  // namespace

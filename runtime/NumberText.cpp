@@ -177,8 +177,9 @@ size_t WriteNumber(char (&text)[LongestNumberText], double dValue)
     constexpr size_t iSignificant = 6;
     char* p = text;
     const auto finish = [&](const char* pWord) {
-        std::strcpy(p, pWord);
-        return static_cast<size_t>(p - text) + std::strlen(pWord);
+        const size_t iLength = std::strlen(pWord);
+        std::memcpy(p, pWord, iLength + 1);
+        return static_cast<size_t>(p - text) + iLength;
     };
     if (std::signbit(dValue)) *p++ = '-';
     if (std::isnan(dValue)) return finish("nan");
