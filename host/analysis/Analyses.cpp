@@ -185,13 +185,13 @@ double Analyses::AmplitudeOf(std::vector<double> held) const
     return *place;
 }
 
-Analyses::Findings Analyses::Find()
+Analyses::Findings Analyses::Find(std::span<const double> sines)
 {
     if (holding_) Release();
     output_.Finish();
     input_.Finish();
     Findings found;
-    found.clock = clock_.Find();
+    found.clock = clock_.Find(sines);
     found.clock.times = frame_.Times();
     found.clock.filled = frame_.Filled();
     found.clock.backward = frame_.Backward();

@@ -57,7 +57,8 @@ public:
         std::vector<std::string> notes;
     };
     /// Ends the analyses; nothing may be added afterwards.
-    Findings Find();
+    /// @param sines  cycles a sample of those that the transmitter's jitter has
+    Findings Find(std::span<const double> sines = {});
 
 private:
     using Edges = std::vector<ClockFrame::Edge>;

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <numbers>
 
 #include "base/Error.hpp"
 #include "host/analysis/TieSpectrum.hpp"
@@ -108,6 +109,36 @@ private:
     double count_ = 0, meanX_ = 0, meanY_ = 0, squares_ = 0, product_ = 0;
 };
 
+/// How much of a sequence goes with a sine.
+class Follower
+{
+public:
+    explicit Follower(double frequency) : turn_(2 * std::numbers::pi * frequency) {}
+    void Add(double time, double value)
+    {
+        if (count_++ == 0) first_ = time;
+        last_ = time;
+        sum_.sine += value * std::sin(turn_ * time);
+        sum_.cosine += value * std::cos(turn_ * time);
+    }
+    /// Nothing where the sine has too few periods to be told from a trend.
+    ClockFindings::Followed Find() const
+    {
+        constexpr double kFewestTurns = 4 * 2 * std::numbers::pi;
+        if (!(turn_ * (last_ - first_) > kFewestTurns)) return {};
+        return {2 * sum_.sine / count_, 2 * sum_.cosine / count_};
+    }
+    double At(double time) const
+    {
+        const ClockFindings::Followed found = Find();
+        return found.sine * std::sin(turn_ * time) + found.cosine * std::cos(turn_ * time);
+    }
+
+private:
+    double turn_, count_ = 0, first_ = 0, last_ = 0;
+    ClockFindings::Followed sum_;
+};
+
 }  // namespace
 
 ClockAnalysis::ClockAnalysis(Settings settings)
@@ -148,7 +179,7 @@ void ClockAnalysis::Replay(Take take)
     });
 }
 
-ClockFindings ClockAnalysis::Find()
+ClockFindings ClockAnalysis::Find(std::span<const double> sines)
 {
     ClockFindings found;
     // Deviations from the nominal clock, which are small numbers.
@@ -185,7 +216,11 @@ ClockFindings ClockAnalysis::Find()
     };
 
     double end = 0, endCount = 0;
+    std::vector<Follower> followers(sines.begin(), sines.end());
     Replay([&](double number, double time, bool) {
+        for (Follower& follower : followers) {
+            if (time >= settings_.countFrom) follower.Add(time, tieOf(number, time));
+        }
         if (number + kSettleEnd <= lastNumber_) return;
         end += tieOf(number, time);
         ++endCount;
@@ -193,7 +228,7 @@ ClockFindings ClockAnalysis::Find()
     end /= endCount;
 
     Thinning tie(0, lastNumber_ + 1, 1);
-    VoltageHistogram histogram(1, kHistogramRows);
+    VoltageHistogram histogram(1, kHistogramRows), own(1, kHistogramRows);
     TieSpectrum spectrum(static_cast<std::size_t>(line.Count()), found.unitInterval);
     double least = HUGE_VAL, greatest = -HUGE_VAL, squares = 0;
     double blockSum = 0, blockCount = 0, unsettled = 0;
@@ -211,12 +246,18 @@ ClockFindings ClockAnalysis::Find()
         squares += value * value;
         histogram.Fit(std::abs(value));
         histogram.Count(0, value);
+        double left = value;
+        for (const Follower& follower : followers) left -= follower.At(time);
+        own.Fit(std::abs(left));
+        own.Count(0, left);
         if (gap) spectrum.Break();
         spectrum.Add(value);
     });
     found.tie = tie.Take(offset);
     if (unsettled < (1 - kSettledPart) * lastNumber_) found.settledAtBit = offset + unsettled;
     found.tieHistogram = Trimmed(histogram);
+    found.ownHistogram = Trimmed(own);
+    for (const Follower& follower : followers) found.followed.push_back(follower.Find());
     found.tieRms = std::sqrt(squares / line.Count());
     found.tiePeakToPeak = greatest - least;
     found.tieSpectrum = spectrum.Find();

@@ -30,7 +30,8 @@ public:
     void Add(std::span<const ClockFrame::Edge> edges);
 
     /// Everything but the counts of times, which ClockFrame has.
-    ClockFindings Find();
+    /// @param sines  cycles a sample of those that the transmitter's jitter has
+    ClockFindings Find(std::span<const double> sines = {});
 
 private:
     /// Goes through all edges: take(number, time in samples, whether after a gap).

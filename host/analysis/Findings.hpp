@@ -156,6 +156,14 @@ struct ClockFindings
     Trend tie;                       // UI against the straight line through the counted edges
     Trend period;                    // ppm from nominal of the local unit interval, whole run
     Histogram tieHistogram;          // UI; counted edges
+    // Of the TIE what goes with each sine that was sent, UI, against sine and cosine of its phase
+    // at the edge, and the histogram of what is left.
+    struct Followed
+    {
+        double sine = 0, cosine = 0;
+    };
+    std::vector<Followed> followed;
+    Histogram ownHistogram;
     double tieRms = kUnknown, tiePeakToPeak = kUnknown;  // UI
     Spectrum tieSpectrum;
 };

@@ -34,6 +34,25 @@ std::string NoLine(const RunResult&)
     return "";
 }
 
+using Computed = std::optional<StatisticalEye> RunResult::*;
+
+template <Computed Eye, double JitterParts::*Part>
+Value PartOf(const RunResult& result)
+{
+    return result.*Eye ? Known((result.*Eye)->jitter.*Part) : std::nullopt;
+}
+
+/// All parts in one line.
+template <Computed Eye>
+std::string JitterLine(const RunResult& result)
+{
+    if (!(result.*Eye)) return "";
+    const JitterParts& jitter = (result.*Eye)->jitter;
+    return fmt::format("{:.3g} UI rms, DJ {:.3f}, DDJ {:.3f}, DCD {:.3f}, TJ {:.3f} UI at {:g}",
+                       jitter.random, jitter.deterministic, jitter.dataDependent, jitter.dutyCycle,
+                       jitter.total, jitter.ber);
+}
+
 constexpr const char* kNone = "-";
 
 constexpr Number kNumbers[] = {
@@ -78,6 +97,38 @@ constexpr Number kNumbers[] = {
     {"/eye/width_ui", "Eye width", "UI", 1, "{:.3f}", false, "eye_width_ui",
      "Opening of the output's eye at 0 V.",
      [](const RunResult& r) { return r.eye ? Known(r.eye->Width()) : std::nullopt; }, nullptr},
+    {"/statistical/input_jitter/random_ui_rms", "Jitter at the input, RJ", "UI rms", 1, "{:.3g}",
+     false, nullptr, "Random jitter of the input, computed.",
+     PartOf<&RunResult::statisticalInput, &JitterParts::random>,
+     JitterLine<&RunResult::statisticalInput>},
+    {"/statistical/input_jitter/deterministic_ui", "DJ at the input", "UI", 1, "{:.3g}", false,
+     nullptr, "Deterministic jitter (dual-Dirac) of the input, computed.",
+     PartOf<&RunResult::statisticalInput, &JitterParts::deterministic>, NoLine},
+    {"/statistical/input_jitter/data_dependent_ui", "DDJ at the input", "UI", 1, "{:.3g}", false,
+     nullptr, "Data-dependent jitter, peak to peak whatever the symbols, of the input, computed.",
+     PartOf<&RunResult::statisticalInput, &JitterParts::dataDependent>, NoLine},
+    {"/statistical/input_jitter/duty_cycle_ui", "DCD at the input", "UI", 1, "{:.3g}", false,
+     nullptr, "Duty-cycle distortion of the input, computed.",
+     PartOf<&RunResult::statisticalInput, &JitterParts::dutyCycle>, NoLine},
+    {"/statistical/input_jitter/total_ui", "TJ at the input", "UI", 1, "{:.3g}", false, nullptr,
+     "Total jitter at 1e-12 of the input, computed.",
+     PartOf<&RunResult::statisticalInput, &JitterParts::total>, NoLine},
+    {"/statistical/jitter/random_ui_rms", "Jitter at the output, RJ", "UI rms", 1, "{:.3g}", false,
+     nullptr, "Random jitter of the output, computed.",
+     PartOf<&RunResult::statisticalOutput, &JitterParts::random>,
+     JitterLine<&RunResult::statisticalOutput>},
+    {"/statistical/jitter/deterministic_ui", "DJ at the output", "UI", 1, "{:.3g}", false, nullptr,
+     "Deterministic jitter (dual-Dirac) of the output, computed.",
+     PartOf<&RunResult::statisticalOutput, &JitterParts::deterministic>, NoLine},
+    {"/statistical/jitter/data_dependent_ui", "DDJ at the output", "UI", 1, "{:.3g}", false,
+     nullptr, "Data-dependent jitter, peak to peak whatever the symbols, of the output, computed.",
+     PartOf<&RunResult::statisticalOutput, &JitterParts::dataDependent>, NoLine},
+    {"/statistical/jitter/duty_cycle_ui", "DCD at the output", "UI", 1, "{:.3g}", false, nullptr,
+     "Duty-cycle distortion of the output, computed.",
+     PartOf<&RunResult::statisticalOutput, &JitterParts::dutyCycle>, NoLine},
+    {"/statistical/jitter/total_ui", "TJ at the output", "UI", 1, "{:.3g}", false, nullptr,
+     "Total jitter at 1e-12 of the output, computed.",
+     PartOf<&RunResult::statisticalOutput, &JitterParts::total>, NoLine},
     {"/errors", "Bit errors", "", 1, "{:.0f}", true, "errors",
      "Received bits that differ from the sent ones.",
      [](const RunResult& r) { return Compared(r) ? Count(r.comparison->errors) : std::nullopt; },

@@ -137,6 +137,14 @@ Json StatisticalJson(const std::optional<StatisticalEye>& eye)
     return json;
 }
 
+Json SmallSignalJson(const std::optional<SmallSignal>& measured)
+{
+    if (!measured) return nullptr;
+    return {{"samples", measured->response.size()},
+            {"nonlinearity", measured->nonlinearity},
+            {"unexplained", measured->unexplained}};
+}
+
 Json ParametersJson(const std::vector<ParameterTrack>& tracks)
 {
     Json list = Json::array();
@@ -180,8 +188,9 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     }
     if (r.eye) json["eye"].update(EyeJson(*r.eye));
     json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
-    json["statistical"] = {{"input_eye", StatisticalJson(r.statisticalInput)},
-                           {"eye", StatisticalJson(r.statisticalOutput)}};
+    json["statistical"].update({{"input_eye", StatisticalJson(r.statisticalInput)},
+                                {"eye", StatisticalJson(r.statisticalOutput)},
+                                {"small_signal", SmallSignalJson(r.smallSignal)}});
     json["clock"].update(ClockJson(r.clock));
     json["adaptation"] = r.adaptation ? AdaptationJson(*r.adaptation)
                                       : Json{{"measurements", nullptr}, {"finished", nullptr}};

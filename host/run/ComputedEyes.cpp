@@ -3,6 +3,24 @@
 #include <utility>
 
 namespace amisim {
+namespace {
+
+/// What stands between the output and its decisions, as it was in the run.
+void AddSampler(const RunResult& result, StatisticalLink& link)
+{
+    const bool locked = result.lock == Lock::kLocked;
+    link.uniformNoise = result.sampler.uniformNoise;
+    link.sensitivity = result.sampler.sensitivity;
+    link.sampling =
+        SamplingTimeOf(result.sampler, result.clock, locked && result.eye ? &*result.eye : nullptr);
+    const auto& followed = result.clock.followed;
+    for (std::size_t i = 0; locked && !result.clock.ideal && i < followed.size(); ++i) {
+        link.jitter.sines[i].clockSine = followed[i].sine;
+        link.jitter.sines[i].clockCosine = followed[i].cosine;
+    }
+}
+
+}  // namespace
 
 ComputedEyes::ComputedEyes(const SegmentOptions& own, const SimulationOptions& run,
                            const ModelSource& receiver, const ModelSource* transmitter,
@@ -29,7 +47,8 @@ void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result
     if (!Possible()) return;
     if (const auto edges = links_.InputEdges(); !edges.empty())
         result.statisticalInput = ComputeStatisticalEye(links_.AtInput(edges), run_.ErrorRatios());
-    if (const auto output = AtOutput(run, result)) {
+    if (auto output = AtOutput(run, result)) {
+        AddSampler(result, *output);
         result.statisticalOutput = ComputeStatisticalEye(*output, run_.ErrorRatios());
     } else if (!run_.counted && !result.failure) {
         result.notes.emplace_back(

@@ -70,7 +70,8 @@ std::optional<SmallSignal> MeasuredOutput::Find(const Conditions& run, std::span
     }
 }
 
-std::string MeasuredOutput::Fault(const SmallSignal& found) const
+/// Says why that is no response to compute with, "" where it is one.
+std::string MeasuredOutput::Fault(SmallSignal& found) const
 {
     if (found.response.empty())
         return "small changes of the input make none in the output of the receiver's AMI_GetWave";
@@ -82,14 +83,14 @@ std::string MeasuredOutput::Fault(const SmallSignal& found) const
             found.nonlinearity);
     }
     const auto samplesPerBit = static_cast<std::size_t>(options_.signal.samplesPerBit);
-    const double left =
+    found.unexplained =
         Unexplained(found.response, input_, output_, kComparedBits * samplesPerBit, whole_);
-    if (!(left < kLinear)) {
+    if (!(found.unexplained < kLinear)) {
         return fmt::format(
             "the receiver's AMI_GetWave is not linear, or was not at one setting: {:.2g} of its "
             "output at the end of the run is not what its response to small changes makes of the "
             "input",
-            left);
+            found.unexplained);
     }
     return "";
 }

@@ -39,7 +39,7 @@ public:
                                     std::vector<std::string>& notes) const;
 
 private:
-    std::string Fault(const SmallSignal& found) const;
+    std::string Fault(SmallSignal& found) const;
 
     const SegmentOptions& options_;
     const ModelSource& model_;

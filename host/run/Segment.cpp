@@ -211,7 +211,7 @@ void Segment::Close()
 
 void Segment::Evaluate()
 {
-    Analyses::Findings found = analyses_->Find();
+    Analyses::Findings found = analyses_->Find(computed_.Sines());
     analyses_.reset();  // and what it holds on the disk
     result_.eye = std::move(found.eye);
     result_.inputEye = std::move(found.inputEye);

@@ -15,6 +15,10 @@ struct SmallSignal
     /// How far the response to a pulse is from that to one of twice the size and the other sign at
     /// another bit, rms over rms. 0: linear, and the same at all times.
     double nonlinearity = 0;
+
+    /// Part of the output at the end of the run that the response does not make of the input, rms
+    /// over rms; known once it has been compared.
+    double unexplained = 0;
 };
 
 /// Runs a model twice with a random pattern that two small pulses, one sample long, are added to

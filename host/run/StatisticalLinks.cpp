@@ -1,6 +1,7 @@
 #include "host/run/StatisticalLinks.hpp"
 
 #include <cmath>
+#include <utility>
 
 #include "host/signal/Deconvolution.hpp"
 
@@ -26,24 +27,29 @@ BoundaryJitter StatisticalLinks::Jitter() const
     const Transmitter::Settings& sent = signal_.Roads().front().transmitter;
     const EdgeJitter::Settings& own = sent.jitter;
     const EdgeJitter::Declared& declared = own.declared;
-    const bool ownSine = own.sineAmplitude != 0;
     BoundaryJitter jitter;
     jitter.randomRms = std::hypot(own.randomRms, declared.randomRms) / sent.unitInterval;
     jitter.uniform = declared.uniform / sent.unitInterval;
     jitter.dutyCycle = own.dutyCycle / sent.unitInterval;
     jitter.evenOdd = declared.alternating / sent.unitInterval;
-    jitter.sineAmplitude =
-        (ownSine ? own.sineAmplitude : declared.sineAmplitude) / sent.unitInterval;
-    jitter.sineFrequency =
-        (ownSine ? own.sineFrequency : declared.sineFrequency) * sent.unitInterval;
+    for (const auto& [amplitude, frequency] : {std::pair{own.sineAmplitude, own.sineFrequency},
+                                               {declared.sineAmplitude, declared.sineFrequency}}) {
+        if (amplitude != 0) {
+            jitter.sines.push_back(
+                {amplitude / sent.unitInterval, frequency * sent.unitInterval, 0, 0});
+        }
+    }
     return jitter;
 }
 
-bool StatisticalLinks::Possible() const
+std::vector<double> StatisticalLinks::Sines() const
 {
-    if (signal_.Roads().empty()) return false;
-    const EdgeJitter::Settings& jitter = signal_.Roads().front().transmitter.jitter;
-    return jitter.sineAmplitude == 0 || jitter.declared.sineAmplitude == 0;
+    std::vector<double> frequencies;
+    if (!Possible()) return frequencies;
+    for (const BoundaryJitter::Sine& sine : Jitter().sines) {
+        frequencies.push_back(sine.frequency / signal_.Roads().front().transmitter.unitInterval);
+    }
+    return frequencies;
 }
 
 StatisticalLink StatisticalLinks::Through(const Edges& edges) const

@@ -18,8 +18,11 @@ public:
     /// @param transmitter  null: the one that is built in
     StatisticalLinks(const SignalChain& signal, const ModelSource* transmitter, const Link& link);
 
-    /// There is a signal of known shape, and at most one sine in its jitter.
-    bool Possible() const;
+    /// There is a signal of known shape.
+    bool Possible() const { return !signal_.Roads().empty(); }
+
+    /// Frequencies of the sines in its jitter, cycles a sample.
+    std::vector<double> Sines() const;
 
     /// What an edge does at the receiver's input, V from sample to sample; of an aggressor in the
     /// columns from 1 on. None behind a transmitter's model whose AMI_Init does not return the

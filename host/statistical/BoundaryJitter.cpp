@@ -1,5 +1,6 @@
 #include "host/statistical/BoundaryJitter.hpp"
 
+#include <Eigen/Eigenvalues>
 #include <algorithm>
 #include <cmath>
 
@@ -27,6 +28,45 @@ double Density(const BoundaryJitter& jitter, double time)
     return Q((away - half) / sigma) - Q((away + half) / sigma);
 }
 
+/// What so few times and weights have the same moments as many that lie symmetrically about 0: by
+/// the recurrence of the polynomials that are orthogonal for these (G. H. Golub and J. H. Welsch,
+/// "Calculation of Gauss quadrature rules", Mathematics of Computation 23, 1969).
+JitterNodes::Nodes GaussNodes(const JitterNodes::Nodes& many, Eigen::Index count)
+{
+    const std::size_t size = many.times.size();
+    std::vector<double> before(size, 0.0), last(size, 1.0);
+    Eigen::VectorXd next = Eigen::VectorXd::Zero(count - 1);
+    double square = 1, ratio = 0;
+    for (Eigen::Index k = 0; k + 1 < count; ++k) {
+        double nextSquare = 0;
+        for (std::size_t i = 0; i < size; ++i) {
+            const double value = many.times[i] * last[i] - ratio * before[i];
+            before[i] = last[i];
+            last[i] = value;
+            nextSquare += many.weights[i] * value * value;
+        }
+        ratio = nextSquare / square;
+        square = nextSquare;
+        next[k] = std::sqrt(ratio);
+    }
+    Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver;
+    solver.computeFromTridiagonal(Eigen::VectorXd::Zero(count), next);
+    JitterNodes::Nodes few;
+    for (Eigen::Index i = 0; i < count; ++i) {
+        few.times.push_back(solver.eigenvalues()[i]);
+        few.weights.push_back(solver.eigenvectors()(0, i) * solver.eigenvectors()(0, i));
+    }
+    return few;
+}
+
+/// Numbers of nodes, and up to how many radians rms their error is below 1e-9 of a part.
+struct Rule
+{
+    Eigen::Index count;
+    double radians;
+};
+constexpr Rule kRules[] = {{3, 0.03}, {5, 0.3}, {9, 1.0}};
+
 }  // namespace
 
 JitterNodes::JitterNodes(const BoundaryJitter& jitter)
@@ -47,6 +87,18 @@ JitterNodes::JitterNodes(const BoundaryJitter& jitter)
         }
         nodes_.push_back(std::move(nodes));
     }
+    rms_ = std::sqrt(jitter.randomRms * jitter.randomRms + jitter.uniform * jitter.uniform / 3);
+    for (const Rule& rule : kRules) {
+        if (reach_ > 0) few_.push_back(GaussNodes(nodes_.back(), rule.count));
+    }
+}
+
+const JitterNodes::Nodes* JitterNodes::Few(double radians) const
+{
+    for (std::size_t i = 0; i < few_.size(); ++i) {
+        if (radians < kRules[i].radians) return &few_[i];
+    }
+    return nullptr;
 }
 
 const JitterNodes::Nodes& JitterNodes::AtLeast(std::size_t count) const

@@ -11,15 +11,31 @@ namespace {
 /// Phases of a sine that stand for all of them.
 constexpr int kSinePhases = 24;
 
+/// Of two sines the phases lie on a lattice that covers all pairs evenly: neighbours in the
+/// sequence of Fibonacci.
+constexpr int kPairs = 89, kPairStep = 55;
+
+/// Places of all sines in their periods.
+std::vector<std::vector<double>> SinePhases(std::size_t sines)
+{
+    constexpr double kPeriod = 2 * std::numbers::pi;
+    std::vector<std::vector<double>> phases;
+    for (int i = 0; sines == 1 && i < kSinePhases; ++i)
+        phases.push_back({kPeriod * i / kSinePhases});
+    for (int i = 0; sines == 2 && i < kPairs; ++i)
+        phases.push_back({kPeriod * i / kPairs, kPeriod * (i * kPairStep % kPairs) / kPairs});
+    if (phases.empty()) phases.emplace_back();
+    return phases;
+}
+
 }  // namespace
 
 EdgeSum::EdgeSum(SymbolTrellis trellis, StepResponse response, const BoundaryJitter& jitter)
     : trellis_(std::move(trellis)), response_(std::move(response)), jitter_(jitter), nodes_(jitter)
 {
-    const int phases = jitter.sineAmplitude != 0 ? kSinePhases : 1;
     for (const double sign : {1.0, -1.0}) {
-        for (int i = 0; i < phases; ++i) {
-            commons_.push_back({sign * jitter.evenOdd, 2 * std::numbers::pi * i / phases});
+        for (std::vector<double>& phases : SinePhases(jitter.sines.size())) {
+            commons_.push_back({sign * jitter.evenOdd, std::move(phases)});
         }
         if (jitter.evenOdd == 0) {
             break;
@@ -40,11 +56,18 @@ EdgeSum::EdgeSum(SymbolTrellis trellis, StepResponse response, const BoundaryJit
     }
 }
 
+/// By how much a boundary may be late or early, UI.
+double EdgeSum::Reach() const
+{
+    double reach = nodes_.Reach() + std::abs(jitter_.dutyCycle) / 4 + std::abs(jitter_.evenOdd);
+    for (const BoundaryJitter::Sine& sine : jitter_.sines) reach += std::abs(sine.amplitude);
+    return reach;
+}
+
 /// @param volts  what a symbol before the first one does at most
 EdgeSum::Boundaries EdgeSum::Active(double time, double volts) const
 {
-    const double reach = nodes_.Reach() + std::abs(jitter_.dutyCycle) / 4 +
-                         std::abs(jitter_.evenOdd) + std::abs(jitter_.sineAmplitude);
+    const double reach = Reach();
     // The symbol's own boundary is always among them: there its states are told apart.
     std::size_t since = cursors_.size();
     while (since > 1 && cursors_[since - 1] <= volts) {
@@ -56,9 +79,23 @@ EdgeSum::Boundaries EdgeSum::Active(double time, double volts) const
 
 double EdgeSum::Late(const Common& common, int boundary) const
 {
-    return (boundary % 2 == 0 ? 1 : -1) * common.evenOdd +
-           jitter_.sineAmplitude *
-               std::sin(2 * std::numbers::pi * jitter_.sineFrequency * boundary + common.phase);
+    double late = (boundary % 2 == 0 ? 1 : -1) * common.evenOdd;
+    for (std::size_t i = 0; i < jitter_.sines.size(); ++i) {
+        const auto& [amplitude, frequency, clockSine, clockCosine] = jitter_.sines[i];
+        late +=
+            amplitude * std::sin(2 * std::numbers::pi * frequency * boundary + common.phases[i]);
+    }
+    return late;
+}
+
+double EdgeSum::ClockLate(const Common& common) const
+{
+    double late = 0;
+    for (std::size_t i = 0; i < jitter_.sines.size(); ++i) {
+        late += jitter_.sines[i].clockSine * std::sin(common.phases[i]) +
+                jitter_.sines[i].clockCosine * std::cos(common.phases[i]);
+    }
+    return late;
 }
 
 /// Makes of what all symbols have in common one for each, which has nothing in the others' states.
@@ -162,7 +199,10 @@ std::vector<Characteristic> EdgeSum::EdgesAt(double time, double step, std::size
         const double turns = moved * step * static_cast<double>(size);
         const auto count =
             turns < kStill ? 1 : static_cast<std::size_t>(4 * turns / std::numbers::pi) + 2;
-        const JitterNodes::Nodes& nodes = nodes_.AtLeast(count);
+        // What is done for many phases is worth a choice.
+        const JitterNodes::Nodes* few =
+            count > 1 && commons_.size() > 2 ? nodes_.Few(turns * nodes_.Rms() / reach) : nullptr;
+        const JitterNodes::Nodes& nodes = few ? *few : nodes_.AtLeast(count);
         volts.clear();
         for (const double late : nodes.times) {
             volts.push_back(difference * response_(since - late));
@@ -223,7 +263,8 @@ std::vector<Characteristic> EdgeSum::At(double time, double step, std::size_t si
 {
     std::vector<Characteristic> sum(trellis_.Levels(), Characteristic(size));
     for (const Common& common : commons_) {
-        AddWith(common, time, step, 1.0 / static_cast<double>(commons_.size()), sum);
+        AddWith(common, time + ClockLate(common), step, 1.0 / static_cast<double>(commons_.size()),
+                sum);
     }
     return sum;
 }

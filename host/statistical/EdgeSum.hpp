@@ -54,9 +54,12 @@ private:
     /// The part of the jitter that the boundaries have in common, at one of its phases.
     struct Common
     {
-        double evenOdd = 0, phase = 0;
+        double evenOdd = 0;
+        std::vector<double> phases = {};  // of each sine at boundary 0
     };
     double Late(const Common& common, int boundary) const;
+    double ClockLate(const Common& common) const;
+    double Reach() const;
 
     template <typename Value>
     void PartBySymbol(std::vector<std::vector<Value>>& all, const Value& nothing) const;

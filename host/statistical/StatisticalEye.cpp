@@ -7,7 +7,8 @@
 #include <thread>
 
 #include "host/analysis/Tail.hpp"
-#include "host/statistical/VoltageDensity.hpp"
+#include "host/statistical/Blur.hpp"
+#include "host/statistical/EdgeSum.hpp"
 
 namespace amisim {
 namespace {
@@ -21,6 +22,8 @@ constexpr std::size_t kVoltagePoints = 401;
 /// A density with lines in it (few possible values) goes on beyond the highest frequency. Where
 /// that is more than kLeft, it is cut off by a Gaussian of this many bins, or it would ring.
 constexpr double kLeft = 1e-13, kSmearBins = 2.46;
+
+constexpr double kTotalJitterAt = 1e-12;
 
 /// One phase of the eye: the density of each symbol's voltage.
 using Column = std::vector<VoltageDensity>;
@@ -65,6 +68,7 @@ private:
     EdgeSum signal_;
     std::vector<EdgeSum> aggressors_;
     double noise_ = 0, smear_ = 0;  // V rms
+    double uniform_ = 0;            // V, half of the peak to peak
     VoltageGrid grid_;
     Characteristic common_;  // of what is added to every symbol at every phase
 };
@@ -93,11 +97,12 @@ double Peak(const EdgeSum& sum)
 Columns::Columns(const StatisticalLink& link)
     : signal_(SymbolTrellis(link.modulation, link.deemphasis), link.response, link.jitter),
       aggressors_(MakeAggressors(link)),
-      noise_(link.noise)
+      noise_(link.noise),
+      uniform_(link.uniformNoise)
 {
     constexpr double kSigmas = 9;
     // With jitter a sum may reach a little further.
-    double peak = 1.1 * Peak(signal_) + kSigmas * noise_;
+    double peak = 1.1 * Peak(signal_) + kSigmas * noise_ + uniform_;
     for (const EdgeSum& aggressor : aggressors_) {
         peak += Peak(aggressor);
     }
@@ -112,6 +117,10 @@ void Columns::SetBins(std::size_t bins)
     const std::size_t size = grid_.Frequencies();
     common_ = Characteristic(size);
     std::ranges::fill(common_.real, 1.0);
+    for (std::size_t n = 1; uniform_ > 0 && n < size; ++n) {
+        const double angle = uniform_ * step * static_cast<double>(n);
+        common_.real[n] = std::sin(angle) / angle;
+    }
     Spread(noise_ * noise_ + smear_ * smear_, step, common_);
     for (const EdgeSum& aggressor : aggressors_) {
         Characteristic mean(size), product(size);
@@ -189,7 +198,8 @@ constexpr double kHalfCrossed = 0.25;
 double FindDelay(StatisticalLink link)
 {
     // A sine and what is even and odd move the transitions to both sides alike.
-    link.jitter.sineAmplitude = link.jitter.evenOdd = 0;
+    link.jitter.sines.clear();
+    link.jitter.evenOdd = 0;
     const Columns columns(link);
     const Modulation& modulation = link.modulation;
     const std::size_t which = (modulation.thresholds.size() - 1) / 2;
@@ -221,17 +231,19 @@ double FindDelay(StatisticalLink link)
 class Evaluation
 {
 public:
-    Evaluation(const std::vector<Column>& columns, const Modulation& modulation, std::size_t which,
+    Evaluation(const std::vector<Column>& columns, const StatisticalLink& link, std::size_t which,
                double range)
         : columns_(columns),
           which_(which),
-          threshold_(modulation.thresholds[which]),
-          share_(static_cast<double>(modulation.levels.size())),
+          threshold_(link.modulation.thresholds[which]),
+          share_(static_cast<double>(link.modulation.levels.size())),
+          needed_(link.sensitivity),
           range_(range)
     {
     }
 
     EyeFindings Find(const std::vector<double>& bers) const;
+    double Width(double ratio) const { return Reach(ratio, -1) + Reach(ratio, 1); }  // UI
 
 private:
     static double PhaseOf(int column) { return static_cast<double>(column) / kPhases; }
@@ -240,9 +252,10 @@ private:
     /// Between the two symbols beside the threshold: may be upside down.
     Opening OpeningAt(int column, double ratio) const
     {
-        return {At(column)[which_ + 1].LowestWith(ratio * share_),
-                At(column)[which_].HighestWith(ratio * share_)};
+        return {At(column)[which_ + 1].LowestWith(ratio * share_) - needed_,
+                At(column)[which_].HighestWith(ratio * share_) + needed_};
     }
+
     double Reach(double ratio, int direction) const;
     Contour MakeContour(double ber) const;
     Bathtub TimeBathtub() const;
@@ -250,7 +263,7 @@ private:
 
     const std::vector<Column>& columns_;
     std::size_t which_;
-    double threshold_, share_, range_;
+    double threshold_, share_, needed_, range_;
 };
 
 /// How far from the middle the threshold may be sampled with that error ratio, UI. Straight on the
@@ -311,8 +324,9 @@ Bathtub Evaluation::VoltageBathtub() const
         const double part = static_cast<double>(i) / static_cast<double>(kVoltagePoints - 1);
         const double volts = range_ * (2 * part - 1);
         tub.x.push_back(volts);
-        tub.counted.push_back(
-            (At(kMiddle)[which_ + 1].Below(volts) + At(kMiddle)[which_].Above(volts)) / share_);
+        tub.counted.push_back((At(kMiddle)[which_ + 1].Below(volts + needed_) +
+                               At(kMiddle)[which_].Above(volts - needed_)) /
+                              share_);
         tub.extrapolated.push_back(kUnknown);
     }
     return tub;
@@ -326,13 +340,50 @@ EyeFindings Evaluation::Find(const std::vector<double>& bers) const
     found.left = Reach(kEyeProbability, -1);
     found.right = Reach(kEyeProbability, 1);
     for (const double ber : bers) {
-        found.openings.push_back({ber, std::max(0.0, OpeningAt(kMiddle, ber).Height()),
-                                  Reach(ber, -1) + Reach(ber, 1), false, false});
+        found.openings.push_back(
+            {ber, std::max(0.0, OpeningAt(kMiddle, ber).Height()), Width(ber), false, false});
         found.contours.push_back(MakeContour(ber));
     }
     found.time = TimeBathtub();
     found.voltage = VoltageBathtub();
     return found;
+}
+
+/// The columns of a unit interval and its end, as the receiver's clock sees them.
+std::vector<Column> SeenColumns(const Columns& columns, const SamplingTime& when, double delay)
+{
+    constexpr int kSteps = SamplingTime::kSteps / kPhases;
+    const int last = when.First() + static_cast<int>(when.Parts().size()) - 1;
+    const int before = std::max(0, (kSteps - 1 - when.First()) / kSteps);
+    const int after = std::max(0, (last + kSteps - 1) / kSteps);
+    std::vector<Column> all(static_cast<std::size_t>(before + kPhases + 1 + after));
+    InParallel(static_cast<int>(all.size()), [&](int column) {
+        all[static_cast<std::size_t>(column)] =
+            columns.At(delay + static_cast<double>(column - before) / kPhases);
+    });
+    if (when.IsStill()) return all;
+    std::vector<Column> seen(kPhases + 1);
+    for (std::size_t symbol = 0; symbol < all[0].size(); ++symbol) {
+        std::vector<VoltageDensity> own;
+        for (const Column& column : all) own.push_back(column[symbol]);
+        const auto blurred = Blurred(own, kSteps, when, before, kPhases + 1);
+        for (std::size_t column = 0; column < seen.size(); ++column)
+            seen[column].push_back(blurred[column]);
+    }
+    return seen;
+}
+
+/// Has the clock's share of the sines stand against the phase that they have at a boundary, which
+/// arrives so many UI later.
+StatisticalLink SeenFromBoundary(StatisticalLink link, double delay)
+{
+    for (BoundaryJitter::Sine& sine : link.jitter.sines) {
+        const double late = 2 * std::numbers::pi * sine.frequency * delay;
+        const double own = sine.clockSine, other = sine.clockCosine;
+        sine.clockSine = own * std::cos(late) - other * std::sin(late);
+        sine.clockCosine = other * std::cos(late) + own * std::sin(late);
+    }
+    return link;
 }
 
 }  // namespace
@@ -352,23 +403,24 @@ std::vector<Contour> BestContours(const EyeFindings& counted, const EyeFindings*
 
 StatisticalEye ComputeStatisticalEye(const StatisticalLink& link, const std::vector<double>& bers)
 {
-    Columns columns(link);
     StatisticalEye eye;
     eye.delay = FindDelay(link);
+    Columns columns(SeenFromBoundary(link, eye.delay));
     columns.Refine(eye.delay + 0.5);
     eye.binHeight = columns.Grid().BinHeight();
     eye.smear = columns.Smear();
 
-    std::vector<Column> all(kPhases + 1);
-    InParallel(kPhases + 1, [&](int column) {
-        all[static_cast<std::size_t>(column)] =
-            columns.At(eye.delay + static_cast<double>(column) / kPhases);
-    });
+    const std::vector<Column> all = SeenColumns(columns, link.sampling, eye.delay);
     const auto extremes = columns.Signal().Extremes(eye.delay + 0.5);
+    const std::size_t middle = (link.modulation.thresholds.size() - 1) / 2;
     for (std::size_t which = 0; which < link.modulation.thresholds.size(); ++which) {
-        eye.eyes.push_back(
-            Evaluation(all, link.modulation, which, columns.Grid().range).Find(bers));
+        const Evaluation evaluation(all, link, which, columns.Grid().range);
+        eye.eyes.push_back(evaluation.Find(bers));
         eye.worstHeights.push_back(extremes[which + 1].low - extremes[which].high);
+        if (which == middle) {
+            eye.jitter = FindJitterParts(link, columns.Signal(), eye.delay,
+                                         evaluation.Width(kTotalJitterAt), kTotalJitterAt);
+        }
     }
     return eye;
 }

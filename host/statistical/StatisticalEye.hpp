@@ -4,20 +4,10 @@
 #include <vector>
 
 #include "host/analysis/Findings.hpp"
-#include "host/statistical/EdgeSum.hpp"
+#include "host/statistical/JitterParts.hpp"
+#include "host/statistical/StatisticalLink.hpp"
 
 namespace amisim {
-
-/// What an eye is computed from.
-struct StatisticalLink
-{
-    Modulation modulation;
-    Deemphasis deemphasis;
-    BoundaryJitter jitter;
-    StepResponse response;                 // of the signal, V for one unit of the symbols' levels
-    std::vector<StepResponse> aggressors;  // of NRZ neighbours that keep no phase with the signal
-    double noise = 0;                      // V rms, Gaussian, at the sampler
-};
 
 /// An eye computed from responses, at any error ratio down to 1e-14 without counting. As where it
 /// is counted, symbols are independent and equally likely; phase 0 is where half of the transitions
@@ -32,6 +22,8 @@ struct StatisticalEye
     /// Openings at the middle of the eye without noise and jitter, whatever the symbols: peak
     /// distortion. Negative: how far the symbols overlap.
     std::vector<double> worstHeights;  // V
+
+    JitterParts jitter;  // at the middle threshold
 
     double delay = 0;      // UI from the response's first sample to phase 0
     double binHeight = 0;  // V, of the densities

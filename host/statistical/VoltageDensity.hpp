@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "host/statistical/Characteristic.hpp"
@@ -28,6 +29,15 @@ class VoltageDensity
 {
 public:
     VoltageDensity(const VoltageGrid& grid, const Characteristic& characteristic);
+    /// @param below, above  how likely the voltage is beyond each bin's upper edge
+    VoltageDensity(const VoltageGrid& grid, std::vector<double> below, std::vector<double> above)
+        : grid_(grid), below_(std::move(below)), above_(std::move(above))
+    {
+    }
+
+    const VoltageGrid& Grid() const { return grid_; }
+    const std::vector<double>& TailBelow() const { return below_; }
+    const std::vector<double>& TailAbove() const { return above_; }
 
     double Below(double volts) const { return At(below_, volts); }
     double Above(double volts) const { return At(above_, volts); }

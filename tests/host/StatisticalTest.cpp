@@ -110,19 +110,133 @@ TEST(StatisticalEye, ASineAtHalfTheSymbolRateIsEvenAndOdd)
     StatisticalLink sine, evenOdd;
     sine.response = evenOdd.response = ResponseOf(Sender(), Impulse());
     sine.noise = evenOdd.noise = 0.005;
-    sine.jitter.sineAmplitude = evenOdd.jitter.evenOdd = 0.1;
-    sine.jitter.sineFrequency = 0.5;
+    evenOdd.jitter.evenOdd = 0.1;
+    sine.jitter.sines = {{0.1, 0.5}};
     const double wide = ComputeStatisticalEye(sine, {1e-12}).eyes[0].openings[0].width;
     EXPECT_NEAR(wide, ComputeStatisticalEye(evenOdd, {1e-12}).eyes[0].openings[0].width, 0.01);
     // Where the response is short against its period, the edges move together: by all of it at
     // worst.
     StatisticalLink slow = sine, still = sine;
-    slow.jitter.sineFrequency = 1e-5;
-    still.jitter.sineAmplitude = 0;
+    slow.jitter.sines[0].frequency = 1e-5;
+    still.jitter.sines.clear();
     const double moved = ComputeStatisticalEye(slow, {1e-9}).eyes[0].openings[0].width;
     const double rest = ComputeStatisticalEye(still, {1e-9}).eyes[0].openings[0].width;
     EXPECT_GT(moved, rest - 0.2);
     EXPECT_LT(moved, rest - 0.185);
+}
+
+TEST(StatisticalEye, TwoSinesAreSeenAtAllPairsOfTheirPhases)
+{
+    StatisticalLink both, apart;
+    both.response = apart.response = ResponseOf(Sender(), Impulse());
+    both.noise = apart.noise = 0.005;
+    apart.jitter.sines = {{0.1, 1e-5}};
+    apart.jitter.evenOdd = 0.05;
+    both.jitter.sines = {{0.1, 1e-5}, {0.05, 0.5}};
+    const double wide = ComputeStatisticalEye(both, {1e-9}).eyes[0].openings[0].width;
+    EXPECT_NEAR(wide, ComputeStatisticalEye(apart, {1e-9}).eyes[0].openings[0].width, 0.01);
+}
+
+TEST(StatisticalEye, AClockThatFollowsASineDoesNotSeeIt)
+{
+    StatisticalLink still, followed;
+    still.response = followed.response = ResponseOf(Sender(), Impulse());
+    still.noise = followed.noise = 0.005;
+    followed.jitter.sines = {{0.1, 1e-5, 0.1, 0}};
+    const double wide = ComputeStatisticalEye(followed, {1e-12}).eyes[0].openings[0].width;
+    EXPECT_NEAR(wide, ComputeStatisticalEye(still, {1e-12}).eyes[0].openings[0].width, 1e-3);
+}
+
+TEST(StatisticalEye, HasTheClosedFormsOfASampler)
+{
+    StatisticalLink noisy, shaken;
+    noisy.response = shaken.response = Jumps({0.5});
+    noisy.uniformNoise = 0.1;
+    noisy.sensitivity = 0.03;
+    shaken.noise = 0.02;
+    shaken.jitter.randomRms = 0.02;
+    shaken.sampling.AddGaussian(0.03);
+    shaken.sampling.AddMean(0.0625);
+    const std::vector<double> bers{1e-3, 1e-6};
+    const EyeFindings low = ComputeStatisticalEye(noisy, bers).eyes[0];
+    const EyeFindings narrow = ComputeStatisticalEye(shaken, bers).eyes[0];
+    for (std::size_t i = 0; i < bers.size(); ++i) {
+        const double ber = bers[i];
+        EXPECT_NEAR(low.openings[i].height, 2 * (0.5 - 0.1 * (1 - 4 * ber) - 0.03), 2e-3) << ber;
+        // Behind edges of half of the boundaries.
+        const double width = 1 - 2 * std::hypot(0.02, 0.03) * InverseQ(2 * ber);
+        EXPECT_NEAR(narrow.openings[i].width, width, 0.005) << ber;
+    }
+    EXPECT_NEAR(narrow.left - narrow.right, 2 * 0.0625, 0.005) << "seen late";
+}
+
+TEST(SamplingTime, HasTheMomentsOfWhatIsAdded)
+{
+    struct Case
+    {
+        const char* name;
+        SamplerSettings::Jitter jitter;
+        double mean, variance;
+    };
+    for (const Case& c : {Case{"mean", {.mean = 0.125}, 0.125, 0},
+                          {"random", {.random = 0.04}, 0, 0.0016},
+                          {"uniform", {.uniform = 0.1}, 0, 0.01 / 3},
+                          {"sine", {.sine = 0.1}, 0, 0.005},
+                          {"alternating", {.alternating = 0.125}, 0, 0.015625},
+                          {"beyond", {.mean = -3}, -0.5, 0}}) {
+        SamplingTime when;
+        when.AddJitter(c.jitter);
+        double sum = 0, mean = 0, squares = 0;
+        for (std::size_t i = 0; i < when.Parts().size(); ++i) {
+            const double late = (when.First() + static_cast<double>(i)) / SamplingTime::kSteps;
+            sum += when.Parts()[i];
+            mean += when.Parts()[i] * late;
+            squares += when.Parts()[i] * late * late;
+        }
+        EXPECT_NEAR(sum, 1, 1e-12) << c.name;
+        EXPECT_NEAR(mean, c.mean, 1e-9) << c.name;
+        EXPECT_NEAR(squares - mean * mean, c.variance, 1e-5) << c.name;
+    }
+    // As late as the transitions are early: half of them lie at a phase of 0.9.
+    EyeFindings eye;
+    eye.transitionDensity = 0.5;
+    eye.time.x = {0, 0.25, 0.5, 0.75, 1};
+    eye.time.counted = {0.1, kUnknown, kUnknown, 0.1, 0.35};
+    EXPECT_NEAR(TransitionPhase(eye).value(), -0.1, 1e-12);
+    eye.time.counted = {0.35, 0.1, kUnknown, kUnknown, 0.1};
+    EXPECT_NEAR(TransitionPhase(eye).value(), 0.1, 1e-12);
+    SamplingTime counted;
+    counted.AddHistogram({-0.0625, 0.125, {3, 1}});
+    EXPECT_EQ(counted.First(), -16);
+    EXPECT_EQ(counted.Parts().front(), 0.75);
+    EXPECT_EQ(counted.Parts().back(), 0.25);
+}
+
+TEST(JitterParts, AreToldApartByTheirCauses)
+{
+    const StepResponse slow = ResponseOf(Sender(), Impulse());
+    StatisticalLink none, shaken, noisy;
+    none.response = noisy.response = slow;
+    shaken.response = Jumps({0.5});
+    shaken.jitter.randomRms = 0.01;
+    shaken.jitter.dutyCycle = 0.1;
+    noisy.noise = 0.001;
+    // Intersymbol interference is not random, whatever it looks like.
+    const JitterParts only = ComputeStatisticalEye(none, {}).jitter;
+    EXPECT_EQ(only.random, 0);
+    EXPECT_EQ(only.deterministic, only.total);
+    EXPECT_GT(only.dataDependent, 0.1);
+    EXPECT_NEAR(only.total, only.dataDependent, 0.04);
+    // Two equal places of the edges 0.05 UI apart, and a Gaussian around each.
+    const JitterParts parts = ComputeStatisticalEye(shaken, {}).jitter;
+    EXPECT_EQ(parts.random, 0.01);
+    EXPECT_NEAR(parts.dutyCycle, 0.05, 1e-12);
+    EXPECT_NEAR(parts.deterministic, 0.05, 0.01);
+    EXPECT_NEAR(parts.dataDependent, 0, 1.0 / 32);
+    // Of noise what the slope makes of it: TJ grows by that, as long as it is all in the middle.
+    const JitterParts made = ComputeStatisticalEye(noisy, {}).jitter;
+    EXPECT_GT(made.random, 0);
+    EXPECT_NEAR(made.deterministic, only.total, 0.05);
 }
 
 TEST(StatisticalEye, DeemphasisWithoutJitterIsAnotherResponse)

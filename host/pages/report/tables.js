@@ -83,13 +83,24 @@ function openingsTable() {
   return card;
 }
 
+/** By its causes where the eye was computed; else by the fit, which takes intersymbol interference for random. */
 function jitterTable() {
+  const {input_jitter: input, jitter: output, input_eye: hasInput, eye: hasOutput} = result.statistical;
+  const computed = [["input", hasInput && input], ["output", hasOutput && output]].filter(([, jitter]) => jitter);
+  const head = (sides) => [{text: "", number: false}, ...sides.map(([name]) => ({text: name, number: true}))];
+  if (computed.length > 0) {
+    const causes = [["Random (RJ), rms", "random_ui_rms"], ["Deterministic (DJ, dual-Dirac)", "deterministic_ui"],
+      ["Data-dependent (DDJ), whatever the symbols", "data_dependent_ui"], ["Duty-cycle distortion (DCD)", "duty_cycle_ui"],
+      ["Total (TJ) at 1e-12", "total_ui"]];
+    return table("Jitter by its causes, computed", head(computed),
+      causes.map(([name, member]) => [name, ...computed.map(([, jitter]) => intervals(jitter[member]))]));
+  }
   const sides = [["input", result.input_eye], ["output", result.eye]].filter(([, eye]) => eye?.jitter);
   if (sides.length === 0) return null;
   const jitter = sides.map(([, eye]) => eye.jitter);
   const rows = [["Random (RJ), rms", "random_ui_rms"], ["Deterministic (DJ, dual-Dirac)", "deterministic_ui"],
     [`Total (TJ) at ${ratio(jitter[0].ber)}`, "total_ui"]];
-  return table("Jitter of the signal against the clock", [{text: "", number: false}, ...sides.map(([name]) => ({text: name, number: true}))],
+  return table("Jitter of the signal against the clock", head(sides),
     rows.map(([name, member]) => [name, ...jitter.map((j) => j[member] === null ? "–" : intervals(j[member]))]));
 }
 
