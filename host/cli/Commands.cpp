@@ -30,6 +30,7 @@ Commands::Commands() : app_("A channel simulator for IBIS-AMI models", "amisim")
     compare_ = AddCompareCommand(app_, compareOptions_);
     params_ = AddParamsCommand(app_, paramsOptions_);
     completion_ = AddCompletionCommand(app_, shell_);
+    manual_ = AddManualCommand(app_, manualOptions_);
 }
 
 ExitCode Commands::Do(const std::filesystem::path& program, const std::atomic<bool>& stop) const
@@ -39,6 +40,7 @@ ExitCode Commands::Do(const std::filesystem::path& program, const std::atomic<bo
     if (check_->parsed()) return RunCheck(checkOptions_, worker, stop);
     if (compare_->parsed()) return Compare(compareOptions_);
     if (params_->parsed()) return ListParameters(paramsOptions_);
+    if (manual_->parsed()) return WriteManual(app_, manualOptions_);
     if (completion_->parsed()) {
         Print("{}", CompletionScript(app_, shell_));
         return ExitCode::kOk;

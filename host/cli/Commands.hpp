@@ -7,6 +7,7 @@
 
 #include "host/cli/CheckCommand.hpp"
 #include "host/cli/CompareCommand.hpp"
+#include "host/cli/ManPage.hpp"
 #include "host/cli/ParamsCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
 #include "host/options/RunCommand.hpp"
@@ -37,8 +38,9 @@ private:
     CheckOptions checkOptions_;
     CompareOptions compareOptions_;
     ParamsOptions paramsOptions_;
+    ManualOptions manualOptions_;
     std::string shell_;
-    const CLI::App *sweep_, *check_, *compare_, *params_, *completion_;
+    const CLI::App *sweep_, *check_, *compare_, *params_, *completion_, *manual_;
 };
 
 }  // namespace amisim

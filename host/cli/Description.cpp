@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/cli/Definitions.hpp"
+
 namespace amisim {
 namespace {
 
@@ -22,7 +24,7 @@ Json Describe(const CLI::Option& option)
             {"text", option.get_description()},
             {"unit", option.get_type_name()},
             {"group", option.get_group()},
-            {"default", option.get_default_str()},
+            {"default", DefaultOf(option)},
             {"takes", Takes(option)}};
 }
 
@@ -31,9 +33,9 @@ Json Describe(const CLI::Option& option)
 std::string DescribeCommands(const CLI::App& app)
 {
     Json commands = Json::object();
-    for (const CLI::App* sub : app.get_subcommands([](const CLI::App*) { return true; })) {
+    for (const CLI::App* sub : Subcommands(app)) {
         Json options = Json::array();
-        for (const CLI::Option* option : sub->get_options()) {
+        for (const CLI::Option* option : ShownOptions(*sub)) {
             if (option != sub->get_help_ptr()) options.push_back(Describe(*option));
         }
         commands[sub->get_name()] = {{"text", sub->get_description()}, {"options", options}};

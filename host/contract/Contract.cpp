@@ -10,6 +10,7 @@
 #include "host/contract/ContractWorker.hpp"
 #include "host/contract/Deviations.hpp"
 #include "host/process/WorkerProcess.hpp"
+#include "ibis/VersionMark.hpp"
 
 namespace amisim::contract {
 namespace {
@@ -66,6 +67,7 @@ public:
         task_.seed = options.seed;
         task_.budget = options.checkLimit / 3;
         report_.library = task_.library;
+        report_.version = ibis::VersionMark(report_.library);
         taskBytes_ = ToBytes(task_);
         fs::path file = options.deviations;
         if (file.empty()) file = fs::path(task_.library).replace_extension(".deviations");

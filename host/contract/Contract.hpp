@@ -38,6 +38,7 @@ struct CheckResult
 struct ContractReport
 {
     std::filesystem::path library;
+    std::string version;  // that the library bears; "" for none
     std::vector<CheckResult> results;
     std::vector<std::string> notes;  // deviations that no longer occur
     Figures figures;

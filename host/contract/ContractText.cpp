@@ -60,6 +60,7 @@ std::string Summary(const ContractReport& report, const ContractOptions& options
 {
     std::string text;
     for (const auto& note : report.notes) text += note + "\n";
+    if (!report.version.empty()) text += report.version + "\n";
     const auto& figures = report.figures;
     if (figures.secondsPerSample > 0)
         text +=
@@ -78,6 +79,7 @@ std::string ToJson(const ContractReport& report, const ContractOptions& options)
 {
     Json json = {{"model", options.model.string()},
                  {"library", report.library.string()},
+                 {"version", report.version.empty() ? Json() : Json(report.version)},
                  {"level", options.level},
                  {"seed", options.seed},
                  {"checks", Json::array()}};

@@ -7,10 +7,11 @@ import os
 from typing import TYPE_CHECKING, Any
 
 from .errors import InputError, UsageError, for_exit_code
+from .grids import rows
 from .inputs import Inputs
 from .options import COMMANDS, documented
 from .programs import Finished, program
-from .records import Record, Table, column
+from .records import Record, Table
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -43,9 +44,7 @@ class Check(Record):
 
     def table(self) -> Table:
         """The findings, or the single checks, a row each."""
-        rows = self["findings" if "findings" in self else "checks"]
-        names = list(dict.fromkeys(name for row in rows for name in row))
-        return Table({name: column([_cell(row, name) for row in rows]) for name in names})
+        return rows(self["findings" if "findings" in self else "checks"])
 
     def _summary(self) -> str:
         counts = self["counts"]
@@ -56,11 +55,6 @@ class Check(Record):
 
     def _repr_html_(self) -> str:
         return f"<p>{html.escape(self._summary())}</p>{self.table()._repr_html_()}"
-
-
-def _cell(row: Record, name: str) -> Any:
-    value = row[name] if name in row else None
-    return "" if value is None else value
 
 
 _FOR_TERMINALS = ("json", "sarif", "github", "explain")

@@ -14,7 +14,8 @@ if TYPE_CHECKING:
     from .results import Run
 
 
-def _axes(ax: "Axes | None") -> "Axes":
+def new_axes(ax: "Axes | None") -> "Axes":
+    """The axes, or new ones."""
     if ax is not None:
         return ax
     import matplotlib.pyplot as plt
@@ -34,7 +35,7 @@ def eye(run: "Run", ax: "Axes | None", which: str) -> "Axes":
     density = found.density if found is not None else None
     if density is None:
         raise InputError(f"the run has found no {which}")
-    ax = _axes(ax)
+    ax = new_axes(ax)
     # Two unit intervals around the sampling instant, in the order of time.
     middle = found.sampled_at_ui
     columns = density.counts.shape[1]
@@ -63,7 +64,7 @@ def eye(run: "Run", ax: "Axes | None", which: str) -> "Axes":
 
 def bathtub(run: "Run", ax: "Axes | None", axis: str) -> "Axes":
     table = _table(run, "bathtub", axis=axis)
-    ax = _axes(ax)
+    ax = new_axes(ax)
     for name in dict.fromkeys(table.eye):
         side = table.where(eye=name)
         line, = ax.semilogy(side.position, _positive(side.counted_ratio), label=name)
@@ -82,7 +83,7 @@ def _positive(ratios: np.ndarray) -> np.ndarray:
 
 def tie(run: "Run", ax: "Axes | None") -> "Axes":
     table = _table(run, "tie")
-    ax = _axes(ax)
+    ax = new_axes(ax)
     ax.fill_between(table.bit, table.least_ui, table.greatest_ui, alpha=0.3, linewidth=0)
     ax.plot(table.bit, table.mean_ui)
     ax.set(xlabel="bit", ylabel="time interval error, UI")
@@ -92,7 +93,7 @@ def tie(run: "Run", ax: "Axes | None") -> "Axes":
 def wave(run: "Run", ax: "Axes | None", bits: slice) -> "Axes":
     if run.wave is None:
         raise InputError("the output waveform was not kept: run with keep_wave=True")
-    ax = _axes(ax)
+    ax = new_axes(ax)
     step = run.sample_interval_s
     samples = run["signal"]["samples_per_bit"]
     first, last, _ = bits.indices(len(run.wave) // samples)

@@ -6,6 +6,7 @@ import json
 import os
 import signal
 import subprocess
+import sys
 import tempfile
 from pathlib import Path
 from typing import Any, Callable
@@ -67,3 +68,9 @@ def program(arguments: list[str], tick: Callable[[], Any] | None = None) -> Fini
             file.seek(0)
             texts.append(file.read().decode(errors="replace"))
     return Finished(process.returncode, texts[0], texts[1].strip().removeprefix("amisim: "))
+
+
+def main() -> None:
+    """The command line `amisim`, as a wheel installs it."""
+    path = PROGRAMS / "amisim"
+    os.execv(path, [os.fspath(path), *sys.argv[1:]])

@@ -143,11 +143,11 @@ class Table(Mapping[str, np.ndarray]):
 
 
 def column(values: Any) -> np.ndarray:
-    """Floats, nan where something is None, or else what there is."""
+    """Floats, nan where something is None; or texts, "" there."""
     try:
         return np.array([np.nan if v is None else v for v in values], dtype=float)
     except ValueError:
-        return np.array(values)
+        return np.array(["" if v is None else v for v in values])
 
 
 def _shown(value: Any) -> str:

@@ -24,8 +24,9 @@ if TYPE_CHECKING:
 
 
 def run_arguments(channel: Any, params: Any, wave: Any, options: Mapping[str, Any],
-                  inputs: Inputs) -> list[str]:
-    """Arguments of `amisim run` for what `run` is given in Python's way."""
+                  inputs: Inputs, command: str = "run") -> list[str]:
+    """Arguments of `amisim run`, or of a command with its options, in place of what is Python's
+    way to give them."""
     given = dict(options)
     special = {"param": params, "wave": None if isinstance(wave, bool) else wave}
     if channel is not None:
@@ -33,7 +34,7 @@ def run_arguments(channel: Any, params: Any, wave: Any, options: Mapping[str, An
     for keyword, value in special.items():
         if value is not None and given.setdefault(keyword, value) is not value:
             raise UsageError(f"{keyword}: is given twice")
-    return COMMANDS["run"].arguments(given, inputs)
+    return COMMANDS[command].arguments(given, inputs)
 
 
 @documented("run")

@@ -92,9 +92,11 @@ TEST_F(RunTest, TheWorkerStandsBesideTheProgramAndHasNoLibrariesButThoseOfTheLan
     EXPECT_EQ(Shell("installed/bin/amisim run " TEST_MODEL " --bits 1000"), 0) << output_;
     EXPECT_NE(Read("installed/share/doc/amisim/licences/DejaVuSans.txt").find("Bitstream"),
               std::string::npos);
-    fs::remove("installed/bin/amisim-worker");
+    EXPECT_TRUE(fs::exists("installed/share/man/man1/amisim-run.1.gz"));
+    fs::remove("installed/lib/amisim/amisim-worker");
     EXPECT_EQ(Shell("installed/bin/amisim run " TEST_MODEL " --out none"), 1);
-    EXPECT_TRUE(Says(fs::current_path() / "installed/bin/amisim-worker: expected the program"))
+    EXPECT_TRUE(
+        Says(fs::current_path() / "installed/lib/amisim/amisim-worker: expected the program"))
         << output_;
     EXPECT_FALSE(fs::exists("none"));
 }

@@ -400,6 +400,25 @@ TEST_F(SweepTest, ParametersAreListedAndTheShellCompletes)
               typed + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _amisim; echo ${COMPREPLY[@]}'");
         EXPECT_EQ(output_, completed);
     }
+    ASSERT_EQ(Amisim("completion fish"), 0);
+    EXPECT_TRUE(Says("'__fish_seen_subcommand_from run' -l bit-rate -r -d")) << output_;
+}
+
+TEST_F(SweepTest, EveryCommandHasAManPage)
+{
+    fs::create_directories("man");
+    ASSERT_EQ(Amisim("manual --folder man"), 0) << output_;
+    for (const auto& page : fs::directory_iterator("man")) {
+        Shell("command -v groff >/dev/null || exit 0; groff -man -Tutf8 -ww -z " +
+              page.path().string());
+        EXPECT_EQ(output_, "") << page.path();
+    }
+    ASSERT_EQ(Amisim("manual run"), 0);
+    EXPECT_EQ(output_, Read("man/amisim-run.1"));
+    EXPECT_TRUE(Says("\n.BR \"\\-\\-sj\\-amplitude\" \" UI\"\n") && Says("\n.SH EXIT CODES\n"))
+        << output_;
+    EXPECT_EQ(Amisim("manual rum"), 2);
+    EXPECT_EQ(Amisim("manual --folder none"), 3);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <random>
 
 #include "ibis/ResolveModel.hpp"
+#include "ibis/VersionMark.hpp"
 #include "ibis/ami/CheckAmi.hpp"
 #include "ibis/rules/CheckFile.hpp"
 #include "receiver/Retimer_RX_RT.hpp"
@@ -27,6 +28,13 @@ long ResultWith(const std::string& parameters)
     session.Run(Data(200));
     testing::internal::GetCapturedStderr();
     return session.Result;
+}
+
+TEST(Library, TellsItsVersion)
+{
+    EXPECT_EQ(ibis::VersionMark(RETIMER_LIBRARY), "Retimer_RX_RT " RETIMER_VERSION);
+    EXPECT_EQ(ibis::VersionMark(PACKAGE_FOLDER "/retimer.ibs"), "");
+    EXPECT_EQ(ibis::VersionMark("none.so"), "");
 }
 
 TEST(AmiFile, HasTheLibrarysDefaultsAndOnlyValuesItTakes)

@@ -1,0 +1,100 @@
+"""What sweeps and jitter tests share: many runs of a grid, in a folder that outlives them."""
+
+from __future__ import annotations
+
+import json
+import math
+import os
+import tempfile
+from pathlib import Path
+from typing import Any, Mapping
+
+from .errors import UsageError, for_exit_code
+from .programs import Finished, program
+from .progress import Bar, Progress
+from .records import Record, Table, column
+from .results import framed
+
+# Options that are of use on a command line alone.
+FOR_TERMINALS = ("slurm", "partition", "sbatch_option", "chunk", "task", "dry_run")
+
+
+class GridResult(Record):
+    """What a folder of many runs holds, by the names of its .json file.
+
+    folder: where everything is
+    exit_code: that of the command line
+    """
+
+    _json = ""  # names of the folder's files
+    _page = ""
+
+    def __init__(self, folder: Path, finished: Finished, keep: Any):
+        members = json.loads((folder / self._json).read_text())
+        super().__init__(members, folder=folder, exit_code=finished.exit_code)
+        self._keep = keep
+
+    def require(self) -> "GridResult":
+        """Itself where the command line says 0; else raises what its exit code stands for."""
+        if self.exit_code:
+            raise for_exit_code(self.exit_code, self._counts(), self)
+        return self
+
+    def _counts(self) -> str:
+        raise NotImplementedError
+
+    def __repr__(self) -> str:
+        return f"<amisim {type(self).__name__.lower()}: {self._counts()}>"
+
+    def _repr_html_(self) -> str:
+        return framed((self.folder / self._page).read_text())
+
+
+def rows(records: list[Record]) -> Table:
+    """Records as columns; what holds more than a value is left out."""
+    names = dict.fromkeys(name for record in records for name in record)
+    values = {name: [record[name] if name in record else None for record in records]
+              for name in names}
+    return Table({name: column(cells) for name, cells in values.items()
+                  if not any(isinstance(cell, (Record, list)) for cell in cells)})
+
+
+def refuse_for_terminals(command: str, given: Mapping[str, Any]) -> None:
+    for name in FOR_TERMINALS:
+        if given.get(name):
+            raise UsageError(f"{name}: is for the command line, amisim {command}")
+
+
+def run_grid(command: str, what: str | os.PathLike[str], arguments: list[str], behind: list[str],
+             out: str | os.PathLike[str] | None, progress: Progress,
+             accepted: tuple[int, ...]) -> tuple[Path, Finished, Any]:
+    """Runs a command that fills a folder.
+
+    what: a model, a plan, or such a folder, to go on in it
+    out: None for a folder that is gone with the third value returned
+    accepted: exit codes of which the folder tells all
+    """
+    keep = None
+    if Path(what).is_dir():
+        folder = Path(what)
+    elif out is not None:
+        folder = Path(os.fspath(out))
+    else:
+        keep = tempfile.TemporaryDirectory(prefix="amisim-grid-")
+        folder = Path(keep.name)
+    if not Path(what).is_dir():
+        arguments = [*arguments, f"--out={folder}"]
+    with Bar(progress, "cases") as bar:
+        finished = program([command, *arguments, os.fspath(what), *behind],
+                           (lambda: _count(folder, bar)) if bar.update else None)
+    finished.require(*accepted)
+    return folder, finished, keep
+
+
+def _count(folder: Path, bar: Bar) -> None:
+    plan = folder / "plan.json"
+    if not plan.exists():
+        return
+    axes = json.loads(plan.read_text())["axes"]
+    total = math.prod(len(axis["values"]) for axis in axes)
+    bar.update(min(sum(1 for _ in folder.glob("cases/*/case.json")), total), total)  # type: ignore[misc]
