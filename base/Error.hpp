@@ -32,6 +32,7 @@ enum class ExitCode : int {
     kInterrupted = 8,
     kCasesFailed = 9,  // of a sweep
     kWarnings = 10,    // found by a check, with --strict
+    kMaskMissed = 10,  // by an eye or a curve that is there as a whole
     kCheckFailed = 11  // a model or a file does not keep what it must
 };
 

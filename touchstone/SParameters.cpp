@@ -105,6 +105,32 @@ DifferentialPorts DetectPortOrder(const SParameters& s)
     return kOrders[static_cast<std::size_t>(best - energy.begin())];
 }
 
+std::vector<std::vector<double>> ThroughStrengths(const SParameters& s)
+{
+    const auto n = static_cast<std::size_t>(s.ports);
+    std::vector strengths(n, std::vector<double>(n));
+    const auto fill = [&](auto strength) {
+        double largest = 0.0;
+        for (int to = 1; to <= s.ports; ++to) {
+            for (int from = 1; from <= s.ports; ++from) {
+                const double value = to == from ? 0.0 : strength(to, from);
+                strengths[static_cast<std::size_t>(from - 1)][static_cast<std::size_t>(to - 1)] =
+                    value;
+                largest = std::max(largest, value);
+            }
+        }
+        return largest;
+    };
+    if (fill([&](int to, int from) { return AtZero(s, to, from); }) >= kBlocked) return strengths;
+    const std::size_t count = std::max<std::size_t>(1, s.frequency.size() / 10);
+    fill([&](int to, int from) {
+        double energy = 0.0;
+        for (std::size_t k = 0; k < count; ++k) energy += std::norm(s.At(k, to, from));
+        return std::sqrt(energy / static_cast<double>(count));
+    });
+    return strengths;
+}
+
 FrequencyResponse MixedTerm(const SParameters& s, const DifferentialPorts& ports, Mode to,
                             int toEnd, Mode from, int fromEnd)
 {

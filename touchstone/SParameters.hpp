@@ -67,6 +67,11 @@ DifferentialPorts ParsePortOrder(const std::string& text);
 /// victim's own through file.
 DifferentialPorts DetectPortOrder(const SParameters& s);
 
+/// How much of a steady current leads from each port (the row) to each other one: the magnitudes at
+/// 0 Hz, extrapolated from the lowest points, or where nothing passes there, as behind capacitors,
+/// their root mean square over the lowest tenth of the points. 0 from a port to itself.
+std::vector<std::vector<double>> ThroughStrengths(const SParameters& s);
+
 enum class Mode { Differential, Common };
 
 /// Mixed-mode term, all ports taken to equal reference (see Renormalise): the wave of mode `to` out

@@ -7,6 +7,7 @@
 #include "base/Error.hpp"
 #include "base/TextFile.hpp"
 #include "touchstone/Cascade.hpp"
+#include "touchstone/Lanes.hpp"
 #include "touchstone/Touchstone.hpp"
 
 namespace amisim {
@@ -53,6 +54,52 @@ DifferentialPorts Ports(const SParameters& s, const ChannelReading& reading,
     return ports;
 }
 
+/// Where a lane of a cascade of so many lanes lies, counted from 0.
+DifferentialPorts LaneOf(int lane, int lanes)
+{
+    const int in = 2 * lane + 1, out = 2 * (lanes + lane) + 1;
+    return {in, in + 1, out, out + 1};
+}
+
+/// The lanes that were asked for, the victim's first, in the order of a cascade; no others.
+void KeepLanes(ChannelNetwork& network, const ChannelReading& reading)
+{
+    std::vector<DifferentialPorts> map, kept;
+    if (!reading.lanes.empty()) map = ParseLanes(reading.lanes);
+    const auto keep = [&](const LaneChoice& choice) {
+        if (!choice.ports && map.empty()) {
+            map = DetectLanes(network.s);
+            std::vector<std::string> texts;
+            for (const auto& lane : map) texts.push_back(ToText(lane));
+            network.notes.push_back("lanes " + Joined(texts, "/") + " by their through terms");
+        }
+        if (!choice.ports && choice.number > std::ssize(map)) {
+            throw Error(ExitCode::kInput,
+                        fmt::format("lane {}: there are {} lanes", choice.number, map.size()));
+        }
+        kept.push_back(choice.ports ? *choice.ports
+                                    : map[static_cast<std::size_t>(choice.number - 1)]);
+    };
+    keep(reading.victim.empty() ? LaneChoice{} : ParseLane(reading.victim));
+    for (const std::string& text : reading.aggressors) keep(ParseAggressor(text).lane);
+
+    std::vector<int> ports;
+    for (const auto& lane : kept) ports.insert(ports.end(), {lane.inP, lane.inN});
+    for (const auto& lane : kept) ports.insert(ports.end(), {lane.outP, lane.outN});
+    std::vector<int> sorted = ports;
+    std::ranges::sort(sorted);
+    if (sorted.back() > network.s.ports) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("port {}: there are {} ports", sorted.back(), network.s.ports));
+    }
+    if (const auto twice = std::ranges::adjacent_find(sorted); twice != sorted.end()) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("port {} belongs to two of the lanes asked for", *twice));
+    }
+    network.s = Ordered(network.s, ports);
+    network.lanes = static_cast<int>(kept.size());
+}
+
 ChannelNetwork ReadFile(const std::filesystem::path& path, const ChannelReading& reading)
 {
     SParameters read = ReadTouchstone(path);
@@ -61,6 +108,10 @@ ChannelNetwork ReadFile(const std::filesystem::path& path, const ChannelReading&
         network.notes = read.notes;
         network.modes = Modes(read, reading, network.notes);
         network.s = network.modes ? SingleEnded(read, *network.modes) : std::move(read);
+        if (network.s.ports > 4 && reading.portOrder.empty()) {
+            KeepLanes(network, reading);
+            return network;
+        }
         network.ports = Ports(network.s, reading, network);
         if (network.s.ports != 2) network.order = network.ports;
         return network;
@@ -70,14 +121,9 @@ ChannelNetwork ReadFile(const std::filesystem::path& path, const ChannelReading&
 }
 
 /// Its legs in the order of a cascade.
-SParameters Legs(const ChannelNetwork& network, const std::filesystem::path& path)
+SParameters Legs(const ChannelNetwork& network)
 {
-    if (network.s.ports == 2) return network.s;
-    if (network.s.ports != 4) {
-        throw Error(ExitCode::kInput, fmt::format("{}: expected two or four ports in a cascade, "
-                                                  "found {}",
-                                                  path.string(), network.s.ports));
-    }
+    if (!network.order) return network.s;
     const auto [inP, inN, outP, outN] = network.ports;
     return Ordered(network.s, {inP, inN, outP, outN});
 }
@@ -96,18 +142,77 @@ std::optional<Value> Agreed(const std::vector<ChannelNetwork>& parts,
     return agreed;
 }
 
+/// Says where the victim and the aggressors are, of several lanes.
+void NameLanes(ChannelNetwork& network, const ChannelReading& reading)
+{
+    if (network.lanes == 0) {
+        if (reading.aggressors.empty() && reading.victim.empty() && reading.lanes.empty()) return;
+        throw Error(ExitCode::kInput,
+                    "--lanes, --victim, --aggressor: expected a file with more than four ports, "
+                    "and no --port-order");
+    }
+    const int lanes = network.lanes;
+    network.ports = LaneOf(0, lanes);
+    for (std::size_t i = 0; i < reading.aggressors.size(); ++i) {
+        network.aggressors.push_back({LaneOf(static_cast<int>(i) + 1, lanes),
+                                      ParseAggressor(reading.aggressors[i]).isNear,
+                                      reading.aggressors[i]});
+    }
+}
+
+/// What each port ends in: sources where lanes are driven, else loads.
+std::vector<double> PortOhms(const ChannelNetwork& network, const Terminations& ends)
+{
+    const double reference = network.s.reference.front();
+    std::vector<double> ohms(static_cast<std::size_t>(network.s.ports), reference);
+    const auto set = [&](const DifferentialPorts& lane, bool isNear) {
+        for (const int port : {lane.inP, lane.inN, lane.outP, lane.outN}) {
+            const bool isDriven = (port == lane.inP || port == lane.inN) != isNear;
+            ohms[static_cast<std::size_t>(port - 1)] =
+                (isDriven ? ends.source : ends.load).value_or(reference);
+        }
+    };
+    set(network.ports, false);
+    for (const auto& aggressor : network.aggressors) set(aggressor.ports, aggressor.isNear);
+    return ohms;
+}
+
 }  // namespace
+
+FrequencyResponse Through(const ChannelNetwork& network, const Terminations& ends)
+{
+    const auto& [s, ports] = std::tie(network.s, network.ports);
+    if (network.aggressors.empty()) return Through(s, ports, ends);
+    if (ends.AreMatched()) return Through(s, ports);
+    return Transfer(Renormalise(s, s.reference.front()), {ports.inP, ports.inN},
+                    {ports.outP, ports.outN}, PortOhms(network, ends));
+}
+
+FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggressor& aggressor,
+                            const Terminations& ends)
+{
+    const DifferentialPorts& lane = aggressor.ports;
+    const PortPair driven =
+        aggressor.isNear ? PortPair{lane.outP, lane.outN} : PortPair{lane.inP, lane.inN};
+    return Transfer(Renormalise(network.s, network.s.reference.front()), driven,
+                    {network.ports.outP, network.ports.outN}, PortOhms(network, ends));
+}
 
 ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
                            const ChannelReading& reading)
 {
-    if (files.size() == 1) return ReadFile(files.front(), reading);
+    if (files.size() == 1) {
+        ChannelNetwork network = ReadFile(files.front(), reading);
+        NameLanes(network, reading);
+        return network;
+    }
     std::vector<ChannelNetwork> parts;
     std::vector<SParameters> legs;
     ChannelNetwork whole;
     for (const auto& path : files) {
         parts.push_back(ReadFile(path, reading));
-        legs.push_back(Legs(parts.back(), path));
+        legs.push_back(Legs(parts.back()));
+        whole.lanes = std::max(whole.lanes, parts.back().lanes);
         for (const std::string& note : parts.back().notes)
             whole.notes.push_back(fmt::format("{}: {}", path.filename().string(), note));
     }
@@ -121,7 +226,8 @@ ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
         fmt::format("{} files in cascade, from {:.4g} MHz to {:.4g} GHz, which "
                     "all of them cover",
                     files.size(), f.front() * 1e-6, f.back() * 1e-9));
-    if (whole.s.ports != 2) whole.ports = kCascadePorts;
+    if (whole.s.ports == 4) whole.ports = kCascadePorts;
+    NameLanes(whole, reading);
     whole.order = Agreed(parts, &ChannelNetwork::order);
     whole.modes = Agreed(parts, &ChannelNetwork::modes);
     return whole;

@@ -18,6 +18,18 @@ struct ChannelReading
     std::string modes = "auto";  ///< "auto" to recognise mixed-mode data, "no", or as for
                                  ///< ParseModeOrder
     Terminations ends = {};
+    std::string lanes = "";   ///< of files with more than four ports: as for ParseLanes; empty to
+                              ///< detect them
+    std::string victim = "";  ///< as for ParseLane; empty: the first lane
+    std::vector<std::string> aggressors = {};  ///< as for ParseAggressor
+};
+
+/// A lane of a network from which something couples into the end of the first one.
+struct NetworkAggressor
+{
+    DifferentialPorts ports;
+    bool isNear;
+    std::string name;  ///< as it was told
 };
 
 /// Files of S parameters as one network between a transmitter and a receiver.
@@ -27,14 +39,26 @@ struct ChannelNetwork
     DifferentialPorts ports{};               ///< in `s`, where that has more than two
     std::optional<DifferentialPorts> order;  ///< the same in the files; of several, if all agree
     std::optional<ModeOrder> modes;          ///< of mixed-mode files; of several, if all agree
-    std::vector<std::string> notes;          ///< what a user should know, one clause each
+    int lanes = 0;                           ///< of files with several, those kept
+    std::vector<NetworkAggressor> aggressors = {};  ///< of files with several lanes
+    std::vector<std::string> notes = {};            ///< what a user should know, one clause each
 };
 
 /// Reads the files and puts them behind each other, from the transmitter to the receiver: each with
 /// its own port order unless one is stated, and two ports beside four as each leg of a pair. A
-/// single file stays as it is. Throws Error with the file's name.
+/// single file stays as it is. Of files with more than four ports the victim's lane and those of
+/// aggressors are kept, and all others end matched; files of four ports among them stand in each of
+/// these lanes. Throws Error with the file's name.
 ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
                            const ChannelReading& reading);
+
+/// The voltage at the channel's end over what is sent into it, between its terminations: SDD21, or
+/// S21 of a two-port, where they are matched.
+FrequencyResponse Through(const ChannelNetwork& network, const Terminations& ends);
+
+/// The same from what is sent into the lane of an aggressor.
+FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggressor& aggressor,
+                            const Terminations& ends);
 
 /// "a.s4p + b.s4p"
 std::string NameOf(const std::vector<std::filesystem::path>& files);

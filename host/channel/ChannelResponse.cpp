@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <numbers>
 #include <numeric>
 
 #include "base/Error.hpp"
 #include "host/channel/ChannelSpectrum.hpp"
 #include "host/channel/SlowTail.hpp"
+#include "touchstone/Interpolation.hpp"
 
 namespace amisim {
 namespace {
@@ -180,17 +182,53 @@ ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sa
     return channel;
 }
 
+namespace {
+
+/// Between ends that reflect, the response ripples over the lowest frequencies too and does not
+/// tell where it leads to at 0 Hz. There a leg is a resistance R in series, which takes from the
+/// gain between matched ends what that is extrapolated to: 2 Z0 / (2 Z0 + R). So 0 Hz becomes a
+/// point of the data: 2 RL / (RS + R + RL).
+void AddSteadyGain(FrequencyResponse& response, const ChannelNetwork& network,
+                   const Terminations& ends, std::vector<std::string>& notes)
+{
+    if (ends.AreMatched() || response.frequency.front() == 0.0) return;
+    const double reference = network.s.reference.front();
+    FrequencyResponse matched = Through(network, {});
+    const double gain = std::exp(Extrapolation(matched)(0.0));
+    const double series = 2.0 * reference * std::max(0.0, 1.0 / gain - 1.0);
+    const double source = ends.source.value_or(reference), load = ends.load.value_or(reference);
+    const auto sign =
+        matched.value.front() *
+        std::polar(1.0, 2.0 * std::numbers::pi * matched.frequency.front() * MeanDelay(matched));
+    const double steady = std::copysign(2.0 * load / (source + series + load), sign.real());
+    notes.push_back(
+        fmt::format("continued from {:.4g} MHz down to 0 Hz, where the gain is {:.4f} "
+                    "between ends of {:g} and {:g} ohm",
+                    response.frequency.front() * 1e-6, steady, source, load));
+    response.frequency.insert(response.frequency.begin(), 0.0);
+    response.value.insert(response.value.begin(), steady);
+}
+
+}  // namespace
+
 ChannelResponse ReadChannel(const std::vector<std::filesystem::path>& files,
                             const ChannelReading& reading, double sampleInterval)
 {
-    ChannelNetwork network = ReadNetwork(files, reading);
+    return MakeChannel(ReadNetwork(files, reading), NameOf(files), reading, sampleInterval);
+}
+
+ChannelResponse MakeChannel(const ChannelNetwork& network, const std::string& name,
+                            const ChannelReading& reading, double sampleInterval)
+{
     const SParameters& s = network.s;
     try {
-        ChannelResponse channel =
-            MakeChannelResponse(Through(s, network.ports, reading.ends), sampleInterval);
+        FrequencyResponse response = Through(network, reading.ends);
+        std::vector<std::string> notes = network.notes;
+        AddSteadyGain(response, network, reading.ends, notes);
+        ChannelResponse channel = MakeChannelResponse(response, sampleInterval);
         channel.modes = network.modes;
         channel.ports = network.order;
-        channel.notes.insert(channel.notes.begin(), network.notes.begin(), network.notes.end());
+        channel.notes.insert(channel.notes.begin(), notes.begin(), notes.end());
 
         const std::vector<double> gains = GreatestGains(s);
         const auto peak = std::ranges::max_element(gains);
@@ -203,7 +241,7 @@ ChannelResponse ReadChannel(const std::vector<std::filesystem::path>& files,
         channel.notes.push_back(channel.grade->ToText());
         return channel;
     } catch (const Error& error) {
-        throw Error(error.Code(), fmt::format("{}: {}", NameOf(files), error.what()));
+        throw Error(error.Code(), fmt::format("{}: {}", name, error.what()));
     }
 }
 

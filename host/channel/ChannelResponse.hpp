@@ -51,4 +51,8 @@ ChannelResponse MakeChannelResponse(const FrequencyResponse& response, double sa
 ChannelResponse ReadChannel(const std::vector<std::filesystem::path>& files,
                             const ChannelReading& reading, double sampleInterval);
 
+/// The same from a network that has been read; `name` is for errors.
+ChannelResponse MakeChannel(const ChannelNetwork& network, const std::string& name,
+                            const ChannelReading& reading, double sampleInterval);
+
 }  // namespace amisim

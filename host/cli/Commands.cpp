@@ -13,6 +13,7 @@ Examples:
   amisim check --run retimer.ibs
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim sweep retimer.ibs --grid EQ_Level=0:31 --grid loss=6,10,14 --out levels -- -p CTLEAdapt=0
+  amisim channel backplane.s4p --limit 10gbase-kr
   amisim compare levels/cases/0001-* levels/cases/0096-*
   amisim run --help
 )";
@@ -27,6 +28,7 @@ Commands::Commands() : app_("A channel simulator for IBIS-AMI models", "amisim")
     AddRunCommand(app_, runOptions_);
     sweep_ = AddSweepCommand(app_, sweepOptions_);
     check_ = AddCheckCommand(app_, checkOptions_);
+    channel_ = AddChannelCommand(app_, channelOptions_);
     compare_ = AddCompareCommand(app_, compareOptions_);
     params_ = AddParamsCommand(app_, paramsOptions_);
     completion_ = AddCompletionCommand(app_, shell_);
@@ -38,6 +40,7 @@ ExitCode Commands::Do(const std::filesystem::path& program, const std::atomic<bo
     const auto worker = program.parent_path() / "amisim-worker";
     if (sweep_->parsed()) return RunSweep(sweepOptions_, program, stop);
     if (check_->parsed()) return RunCheck(checkOptions_, worker, stop);
+    if (channel_->parsed()) return ShowChannel(channelOptions_);
     if (compare_->parsed()) return Compare(compareOptions_);
     if (params_->parsed()) return ListParameters(paramsOptions_);
     if (manual_->parsed()) return WriteManual(app_, manualOptions_);

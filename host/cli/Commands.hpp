@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 
+#include "host/cli/ChannelCommand.hpp"
 #include "host/cli/CheckCommand.hpp"
 #include "host/cli/CompareCommand.hpp"
 #include "host/cli/ManPage.hpp"
@@ -36,11 +37,12 @@ private:
     RunOptions runOptions_;
     SweepOptions sweepOptions_;
     CheckOptions checkOptions_;
+    ChannelOptions channelOptions_;
     CompareOptions compareOptions_;
     ParamsOptions paramsOptions_;
     ManualOptions manualOptions_;
     std::string shell_;
-    const CLI::App *sweep_, *check_, *compare_, *params_, *completion_, *manual_;
+    const CLI::App *sweep_, *check_, *channel_, *compare_, *params_, *completion_, *manual_;
 };
 
 }  // namespace amisim

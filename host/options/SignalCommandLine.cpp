@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "host/options/NetworkCommandLine.hpp"
 #include "host/signal/Prbs.hpp"
 
 namespace amisim {
@@ -29,17 +30,6 @@ void AddFile(CLI::App& run, const char* group, const char* name, std::filesystem
              const char* text)
 {
     run.add_option(name, path, text)->type_name("FILE")->group(group);
-}
-
-/// One at a time, and any number of times.
-void AddFiles(CLI::App& run, const char* group, const char* name,
-              std::vector<std::filesystem::path>& files, const char* text)
-{
-    run.add_option(name, files, text)
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->type_name("FILE")
-        ->group(group);
 }
 
 double Number(const char* name, std::string_view text, double low, double high)
@@ -186,27 +176,7 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
     AddFiles(run, group, "--touchstone", o.touchstone,
              "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2; may be repeated, from "
              "the transmitter to the model: one behind the other, reflections included");
-    const auto ohms = [&](const char* name, std::optional<double>& value, const char* text) {
-        run.add_option(name, value, text)
-            ->check(CLI::Range(0.0, 1e9).description(""))
-            ->type_name("OHM")
-            ->group(group);
-    };
-    ohms("--source-ohms", o.ends.source,
-         "Resistance of each leg of the transmitter, ohm [matched: that of the S parameters]");
-    ohms("--load-ohms", o.ends.load,
-         "Resistance to ground that each leg ends in at the model's input, ohm [matched]");
-    run.add_option("--port-order", o.portOrder,
-                   "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by "
-                   "the through terms]")
-        ->type_name("AB,CD")
-        ->group(group);
-    run.add_option("--mixed-mode", o.mixedMode,
-                   "Order of the rows of mixed-mode S parameters, with those of aggressors: "
-                   "D1,D2,C1,C2 or D1,C1,D2,C2; auto recognises them, no takes all as single-ended")
-        ->capture_default_str()
-        ->type_name("ORDER")
-        ->group(group);
+    AddNetworkOptions(run, group, o);
     run.add_flag("--accept-channel", o.acceptChannel,
                  "Take S parameters whatever their grade: band, passivity, reciprocity, causality")
         ->group(group);
@@ -215,16 +185,6 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
     AddFile(run, group, "--step", o.step,
             "Channel from its step response: CSV or .npy of time in s and value in V/V");
 
-    AddFiles(run, group, "--fext", o.fext,
-             "S parameters from an aggressor at the far end to the model's input, sent with the "
-             "signal's de-emphasis; may be repeated");
-    AddFiles(run, group, "--next", o.next,
-             "The same from an aggressor at the near end, sent without de-emphasis");
-    run.add_option("--crosstalk-port-order", o.crosstalkPortOrder,
-                   "Port order of the aggressors' files, from the aggressor's ports to the "
-                   "signal's [that of --touchstone]")
-        ->type_name("AB,CD")
-        ->group(group);
     AddNumber(run, group, "--aggressor-amplitude", o.aggressorAmplitude, "V", 0.0, 1e3,
               "Amplitude of the aggressors, V differential peak to peak");
     AddNumber(run, group, "--aggressor-ppm", o.aggressorPpm, "PPM", -1e4, 1e4,
@@ -282,17 +242,21 @@ void CheckTogether(const CLI::App& run)
                                        {"--offset", "--wave"},
                                        {"--wave-step", "--wave"},
                                        {"--sj-frequency", "--sj-amplitude"},
-                                       {"--noise-bandwidth", "--noise"}}) {
+                                       {"--noise-bandwidth", "--noise"},
+                                       {"--lanes", "--touchstone"},
+                                       {"--victim", "--touchstone"},
+                                       {"--aggressor", "--touchstone"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
     }
     for (const char* name : {"--mixed-mode", "--accept-channel", "--source-ohms", "--load-ohms"}) {
         if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next"))
             throw CLI::RequiresError(name, "--touchstone, --fext or --next");
     }
-    for (const char* name :
-         {"--crosstalk-port-order", "--aggressor-amplitude", "--aggressor-ppm"}) {
-        if (given(name) && !given("--fext") && !given("--next"))
-            throw CLI::RequiresError(name, "--fext or --next");
+    if (given("--crosstalk-port-order") && !given("--fext") && !given("--next"))
+        throw CLI::RequiresError("--crosstalk-port-order", "--fext or --next");
+    for (const char* name : {"--aggressor-amplitude", "--aggressor-ppm"}) {
+        if (given(name) && !given("--fext") && !given("--next") && !given("--aggressor"))
+            throw CLI::RequiresError(name, "--fext, --next or --aggressor");
     }
     if (!given("--wave")) return;
     for (const CLI::Option* option : run.get_options()) {

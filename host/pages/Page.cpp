@@ -107,6 +107,24 @@ Json TrendJson(const Trend& trend)
             {"greatest", Rounded(trend.greatest)}};
 }
 
+Json ChannelJson(const std::optional<ChannelCurves>& channel)
+{
+    if (!channel) return nullptr;
+    // As many points as a screen shows.
+    constexpr std::size_t kMostPoints = 2000;
+    const std::size_t stride = channel->time.size() / kMostPoints + 1;
+    std::vector<double> time, pulse;
+    for (std::size_t n = 0; n < channel->time.size(); n += stride) {
+        time.push_back(channel->time[n]);
+        pulse.push_back(channel->pulse[n]);
+    }
+    return {{"frequency", Rounded(channel->frequency)},
+            {"loss", Rounded(channel->lossDb)},
+            {"flat", channel->IsFlat()},
+            {"time", Rounded(time)},
+            {"pulse", Rounded(pulse)}};
+}
+
 Json ClockCurves(const ClockFindings& clock)
 {
     return {{"tie", TrendJson(clock.tie)},
@@ -159,6 +177,7 @@ std::string ReportPage(const RunResult& result, const SimulationOptions& options
                        {"input", EyeCurves(result.inputEye ? &*result.inputEye : nullptr, input)},
                        {"statisticalInput", EyeCurves(input)},
                        {"statisticalOutput", EyeCurves(output)},
+                       {"channel", ChannelJson(result.channel)},
                        {"clock", ClockCurves(result.clock)},
                        {"loggedEyes", LoggedEyesJson(result.loggedEyes)}};
     std::string page(amisim_page_begin, amisim_page_end);

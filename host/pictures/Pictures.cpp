@@ -51,6 +51,7 @@ public:
         SaveBathtub(&EyeFindings::voltage, "bathtub-voltage");
         SaveClock();
         SaveAdaptation();
+        SaveChannel();
     }
 
 private:
@@ -209,6 +210,26 @@ private:
         const std::string numbers =
             fmt::format("{}, {} measurements, level {}", rate_, number, *final);
         Put("adaptation", PlotsPicture({levels, openings}, {model_, signal_, numbers}));
+    }
+
+    void SaveChannel() const
+    {
+        if (!result_.channel) return;
+        const ChannelCurves& channel = *result_.channel;
+        const Stroke stroke{colours::kBlue, 1.4};
+        LinePlot loss, pulse;
+        loss.title = "Loss of the channel as it is used";
+        loss.across = "frequency, GHz";
+        loss.upwards = "loss, dB";
+        loss.curves.push_back({Scaled(channel.frequency, 1e-9), channel.lossDb, stroke});
+        if (channel.IsFlat()) loss.from = -1, loss.to = 1;
+        pulse.title = "Its response to one unit interval of 1 V";
+        pulse.across = "time, ns";
+        pulse.upwards = "pulse, mV";
+        pulse.curves.push_back({Scaled(channel.time, 1e9), Scaled(channel.pulse, 1000), stroke});
+        Put("channel", PlotsPicture({loss, pulse}, {model_, signal_,
+                                                    fmt::format("{}, {:.2f} dB at half of it",
+                                                                rate_, channel.LossAtHalfRate())}));
     }
 
     const RunResult& result_;

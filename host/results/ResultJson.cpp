@@ -220,6 +220,10 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     json["sampler"] = SamplerJson(r.sampler);
     json["parameters_out"] = ParametersJson(r.parameters);
     json["signal"] = SignalJson(options.signal);
+    if (const auto& channel = r.channel) {
+        json["channel"] = {{"loss_at_half_bit_rate_db", channel->LossAtHalfRate()},
+                           {"pulse_peak_v_per_v", *std::ranges::max_element(channel->pulse)}};
+    }
     if (const auto& grade = r.channelGrade) {
         json["channel"]["grade"] = {{"band", grade->band},
                                     {"passivity", grade->passivity},

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "base/TextFile.hpp"
 
 namespace amisim {
@@ -98,9 +100,12 @@ Json SignalJson(const SignalOptions& o)
     json.update(ChannelJson(o));
     if (o.mixedMode != "auto") json["mixed_mode"] = o.mixedMode;
     if (o.acceptChannel) json["accept_channel"] = true;
+    if (!o.lanes.empty()) json["lanes"] = o.lanes;
+    if (!o.victim.empty()) json["victim"] = o.victim;
+    if (!o.aggressors.empty()) json["aggressors"] = o.aggressors;
     if (o.ends.source) json["source_ohms"] = *o.ends.source;
     if (o.ends.load) json["load_ohms"] = *o.ends.load;
-    if (!o.fext.empty() || !o.next.empty()) {
+    if (!o.fext.empty() || !o.next.empty() || !o.aggressors.empty()) {
         json["fext"] = Names(o.fext);
         json["next"] = Names(o.next);
         if (!o.crosstalkPortOrder.empty()) json["crosstalk_port_order"] = o.crosstalkPortOrder;
@@ -114,8 +119,11 @@ std::string Describe(const SignalOptions& o)
 {
     if (!o.wave.empty()) return o.wave.filename().string();
     std::string text = ChannelName(o);
-    if (!o.fext.empty()) text += fmt::format(" + {} FEXT", o.fext.size());
-    if (!o.next.empty()) text += fmt::format(" + {} NEXT", o.next.size());
+    const auto near = static_cast<std::size_t>(std::ranges::count_if(
+        o.aggressors, [](const std::string& lane) { return lane.ends_with(":next"); }));
+    if (const auto far = o.fext.size() + o.aggressors.size() - near; far != 0)
+        text += fmt::format(" + {} FEXT", far);
+    if (o.next.size() + near != 0) text += fmt::format(" + {} NEXT", o.next.size() + near);
     if (o.Levels() > 2) text += ", " + ModulationName(o.Levels());
     text += fmt::format(", {}, {:g} mV peak to peak", PatternName(o), o.amplitude * 1000);
     for (const auto& [cursors, name] :

@@ -9,6 +9,7 @@
 #include "host/analysis/Findings.hpp"
 #include "host/analysis/Sampler.hpp"
 #include "host/analysis/Verdict.hpp"
+#include "host/channel/ChannelCurves.hpp"
 #include "host/channel/ChannelGrade.hpp"
 #include "host/known/AdaptLog.hpp"
 #include "host/known/EomLog.hpp"
@@ -33,6 +34,7 @@ struct RunResult
     std::int64_t bits = 0;         // that the model has returned
     std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
 
+    std::optional<ChannelCurves> channel;      // as it was used; none of a waveform file
     std::optional<ChannelGrade> channelGrade;  // of a channel from S parameters
 
     std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent

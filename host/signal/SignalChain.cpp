@@ -10,6 +10,7 @@
 #include "base/TextFile.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/channel/ResponseFile.hpp"
+#include "host/signal/ChannelOptions.hpp"
 #include "host/signal/Convolver.hpp"
 #include "host/signal/LowPass.hpp"
 #include "host/signal/Prbs.hpp"
@@ -42,30 +43,29 @@ std::unique_ptr<SymbolSource> MakeSymbols(const SignalOptions& options)
     return RandomSymbols(options, options.seed);
 }
 
-/// A file of S parameters that can be trusted with this signal, or is accepted as it is.
-ChannelResponse ReadTouchstoneChannel(const std::vector<std::filesystem::path>& files,
-                                      const ChannelReading& reading, const SignalOptions& options)
+/// A channel of S parameters that can be trusted with this signal, or is accepted as it is.
+ChannelResponse Trusted(ChannelResponse channel, const std::string& name,
+                        const SignalOptions& options)
 {
-    ChannelResponse channel = ReadChannel(files, reading, options.SampleInterval());
     if (const auto faults = channel.grade->Faults(); !faults.empty()) {
         const std::string text = Joined(faults, "; ");
         if (!options.acceptChannel) {
             throw Error(ExitCode::kInput, fmt::format("{}: cannot be trusted at {:.4g} Gbit/s: {}; "
                                                       "--accept-channel takes it all the same",
-                                                      NameOf(files), options.bitRate * 1e-9, text));
+                                                      name, options.bitRate * 1e-9, text));
         }
         channel.notes.push_back("accepted though " + text);
     }
     return channel;
 }
 
-ChannelResponse MakeChannel(const SignalOptions& options)
+ChannelResponse MakeChannel(const SignalOptions& options,
+                            const std::optional<ChannelNetwork>& network)
 {
     const double interval = options.SampleInterval();
-    if (!options.touchstone.empty()) {
-        return ReadTouchstoneChannel(
-            options.touchstone,
-            {options.bitRate, options.portOrder, options.mixedMode, options.ends}, options);
+    if (network) {
+        const std::string name = NameOf(options.touchstone);
+        return Trusted(MakeChannel(*network, name, ReadingOf(options), interval), name, options);
     }
     if (!options.impulse.empty())
         return ReadResponse(options.impulse, ResponseKind::kImpulse, interval);
@@ -93,22 +93,6 @@ Transmitter::Settings TransmitterSettings(const SignalOptions& options, double p
     settings.unitInterval = options.samplesPerBit / (1 + ppm * 1e-6);
     settings.rampTime = options.riseTime * options.samplesPerBit / Transmitter::kRise2080;
     return settings;
-}
-
-/// As the signal's own channel was read, unless told.
-ChannelReading CrosstalkReading(const SignalOptions& options, const ChannelResponse& channel)
-{
-    ChannelReading reading{options.bitRate, options.crosstalkPortOrder, options.mixedMode,
-                           options.ends};
-    if (!reading.portOrder.empty()) {
-        reading.modes = "no";
-    } else if (channel.modes) {
-        reading.modes = ToText(*channel.modes);
-    } else if (const auto& ports = channel.ports) {
-        reading.portOrder =
-            fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
-    }
-    return reading;
 }
 
 }  // namespace
@@ -287,12 +271,15 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
                        options.sineFrequency * options.SampleInterval(),
                        options.dutyCycleDistortion * spb};
 
-    const ChannelResponse channel = MakeChannel(options);
+    std::optional<ChannelNetwork> network;
+    if (!options.touchstone.empty()) network = ReadNetwork(options.touchstone, ReadingOf(options));
+    const ChannelResponse channel = MakeChannel(options, network);
     if (!options.touchstone.empty()) notes_.push_back(Note(options.touchstone, channel));
     for (const auto& path : {options.impulse, options.step}) {
         if (!path.empty()) notes_.push_back(Note({path}, channel));
     }
     grade_ = channel.grade;
+    curves_ = CurvesOf(channel, options.samplesPerBit);
     KeepRoad(settings, channel);
 
     // Symbols are made as far ahead as the channel's blocks reach.
@@ -304,17 +291,17 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
     SignalSource* const transmitter =
         Add<Transmitter>(settings, MakeSymbols(options), &*sent_, senders_[0].random);
     Add<Convolver>(*transmitter, channel.taps);
-    if (!options.fext.empty() || !options.next.empty()) AddAggressors(options, channel);
+    if (!options.fext.empty() || !options.next.empty() || !options.aggressors.empty())
+        AddAggressors(options, channel, network);
     output_ = AddNoise(output_, {});
 }
 
-void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel)
+void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
+                                const std::optional<ChannelNetwork>& network)
 {
-    const ChannelReading reading = CrosstalkReading(options, channel);
+    const ChannelReading reading = CrosstalkReading(options, channel.ports, channel.modes);
     std::vector<SignalSource*> inputs = {output_};
-    const auto add = [&](const std::filesystem::path& path, bool far) {
-        const ChannelResponse coupling = ReadTouchstoneChannel({path}, reading, options);
-        notes_.push_back(Note({path}, coupling));
+    const auto add = [&](const ChannelResponse& coupling, bool far) {
         // A start of its own in time and pattern.
         Random random(options.seed, kAggressorStream + inputs.size());
         Transmitter::Settings settings =
@@ -327,8 +314,23 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
     };
-    for (const auto& path : options.fext) add(path, true);
-    for (const auto& path : options.next) add(path, false);
+    const auto addFile = [&](const std::filesystem::path& path, bool far) {
+        const ChannelResponse coupling =
+            Trusted(ReadChannel({path}, reading, options.SampleInterval()), path.string(), options);
+        notes_.push_back(Note({path}, coupling));
+        add(coupling, far);
+    };
+    for (const auto& path : options.fext) addFile(path, true);
+    for (const auto& path : options.next) addFile(path, false);
+    if (network) {
+        for (const NetworkAggressor& aggressor : network->aggressors) {
+            const ChannelResponse coupling = MakeChannelResponse(
+                Crosstalk(*network, aggressor, options.ends), options.SampleInterval());
+            notes_.push_back(
+                fmt::format("aggressor {}: {}", aggressor.name, Joined(coupling.notes, "; ")));
+            add(coupling, !aggressor.isNear);
+        }
+    }
     Add<SignalMix>(inputs);
 }
 

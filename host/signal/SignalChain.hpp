@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host/channel/ChannelCurves.hpp"
+#include "host/channel/ChannelNetwork.hpp"
 #include "host/channel/ChannelResponse.hpp"
 #include "host/signal/Deconvolution.hpp"
 #include "host/signal/SignalOptions.hpp"
@@ -79,6 +81,9 @@ public:
     SignalSource& Through(SignalSource& through, const std::vector<std::vector<double>>& responses,
                           const LeadingTaps& noiseFilter);
 
+    /// The channel as it is used; none for a waveform file.
+    const std::optional<ChannelCurves>& Channel() const { return curves_; }
+
     /// Of the channel, where it comes from a file of S parameters.
     const std::optional<ChannelGrade>& Grade() const { return grade_; }
 
@@ -96,7 +101,8 @@ private:
     };
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
-    void AddAggressors(const SignalOptions& options, const ChannelResponse& channel);
+    void AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
+                       const std::optional<ChannelNetwork>& network);
     void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel);
     void PadImpulses(int samplesPerBit);
     template <typename Stage, typename... Arguments>
@@ -113,6 +119,7 @@ private:
     double sentUnitInterval_ = 0;
     std::vector<Road> roads_;                           // of each column, as senders_
     std::vector<std::vector<double>> taps_, impulses_;  // V; the same in V/s and padded
+    std::optional<ChannelCurves> curves_;
     std::optional<ChannelGrade> grade_;
     std::vector<std::string> notes_;
 };

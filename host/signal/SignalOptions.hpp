@@ -54,6 +54,9 @@ struct SignalOptions
     std::string portOrder;           // empty: found out
     std::string mixedMode = "auto";  // whether and how files hold mixed-mode data: ChannelReading
     bool acceptChannel = false;      // whatever its grade
+    // Of files with more than four ports, as ChannelReading has them.
+    std::string lanes, victim;
+    std::vector<std::string> aggressors;
 
     // Aggressors and the channels from them to the model's input.
     std::vector<std::filesystem::path> fext, next;

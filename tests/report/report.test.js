@@ -118,7 +118,8 @@ try {
   await page.screenshot({path: join(pictures, "light.png"), fullPage: true});
   await plotsHoldPointsAndAnswer(page, ["At the model's input", "At its output", "Time, at 0 V",
     "Voltage, at the sampling instant", "Time interval error", "Recovered unit interval",
-    "Histogram of the time interval error", "Spectrum of the time interval error", "Level of the equaliser",
+    "Histogram of the time interval error", "Spectrum of the time interval error",
+    "Loss of the channel as it was used", "Its response to one unit interval of 1 V", "Level of the equaliser",
     "Eye opening that the model measured", "Eye histogram"]);
   await theKeyboardPicksEyes(page);
   await paperHoldsEverything(page);

@@ -189,6 +189,23 @@ function parametersSection() {
       all.map((p) => [element("code", {}, p.name), short(p.values[0]), short(p.values.at(-1)), p.values.length > 1 ? grouped(p.bits.at(-1)) : "–"])));
 }
 
+function channelSection() {
+  const channel = data.channel;
+  if (!channel) return null;
+  const [gigahertz, nanoseconds] = [channel.frequency.map((f) => f / 1e9), channel.time.map((t) => t * 1e9)];
+  return section("Channel", element("div", {class: "pair"},
+    figure({title: "Loss of the channel as it was used", columns: [gigahertz, channel.loss],
+      caption: `${fixed(result.channel.loss_at_half_bit_rate_db, 2)} dB at half the bit rate, between its terminations.`,
+      series: [{label: "loss", colour: "one", unlisted: true, write: (v) => `${fixed(v, 2)} dB`}],
+      x: {name: "frequency, GHz", write: (v) => frequency(v * 1e9), range: [0, gigahertz.at(-1)]},
+      y: {name: "loss, dB", ...(channel.flat ? {range: [-1, 1]} : {})}}),
+    figure({title: "Its response to one unit interval of 1 V", columns: [nanoseconds, channel.pulse.map((v) => v * 1000)],
+      caption: "The channel alone, from the time when the pulse is sent: without the transmitter's edges and equaliser.",
+      series: [{label: "pulse", colour: "one", unlisted: true, write: (v) => `${fixed(v, 1)} mV`}],
+      x: {name: "time, ns", write: (v) => `${fixed(v, 3)} ns`, range: [nanoseconds[0], nanoseconds.at(-1)]},
+      y: {name: "pulse, mV"}})));
+}
+
 function adaptationSection() {
   const trace = result.adaptation.trace ?? [];
   if (trace.length === 0) return null;

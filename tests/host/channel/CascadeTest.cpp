@@ -189,7 +189,7 @@ TEST(ChannelNetwork, JoinsFilesOfAnyPortOrder)
     EXPECT_EQ(whole.notes[0], "13,24.s4p: ports 1->3 and 2->4 by their through terms");
     EXPECT_EQ(ReadNetwork({"leg.s2p", "12,34.s4p"}, {10e9}).order, kPorts12_34);
     EXPECT_EQ(ReadNetwork({"12,34.s4p"}, {10e9}).s.values, Ordered(pair, {1, 3, 2, 4}).values);
-    EXPECT_THROW(ReadNetwork({"leg.s2p", "six.s6p"}, {10e9, "12,34"}), Error);
+    EXPECT_THROW(ReadNetwork({"leg.s2p", "six.s6p"}, {10e9}), Error);
 
     // A stub of a channel between bad ends: its first echo, 2 ns behind, is the product of both
     // reflections.
@@ -198,6 +198,11 @@ TEST(ChannelNetwork, JoinsFilesOfAnyPortOrder)
     const auto taps = ReadChannel({"lossless.s2p"}, {1e9, "", "auto", {75, 75}}, sample).taps;
     EXPECT_NEAR(taps[0], 0.8 * 1.2, 1e-6);
     EXPECT_NEAR(taps[80] / taps[0], 0.04, 1e-6);
+
+    // What begins at 50 MHz is led down to what the resistances leave at 0 Hz.
+    Write("high.s2p", Line(50, 1e-9, 0, Grid(10e6, 20e9, 50e6)));
+    const auto steady = ReadChannel({"high.s2p"}, {1e9, "", "auto", {45, 60}}, sample);
+    EXPECT_NEAR(steady.dcGain, 2 * 60.0 / (45 + 60), 1e-4);
 }
 
 }  // namespace

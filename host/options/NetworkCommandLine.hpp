@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "host/signal/SignalOptions.hpp"
+
+namespace amisim {
+
+/// A file that may be given any number of times, one at a time.
+void AddFiles(CLI::App& app, const char* group, const char* name,
+              std::vector<std::filesystem::path>& files, const char* text);
+
+/// Defines the options that say how S parameters are to be taken: which ports they have, what they
+/// end in, and where crosstalk comes from.
+void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& options);
+
+}  // namespace amisim
