@@ -27,6 +27,7 @@ EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
     eye.sentUnitInterval = settings.sentUnitInterval;
     eye.modulation = settings.modulation;
     eye.sent = settings.sent;
+    eye.decisionsOnly = settings.errorsOnly;
     return eye;
 }
 
@@ -99,12 +100,12 @@ void Analyses::Add(std::span<const double> input, std::span<const double> output
     frame_.Add(clockTimes);
     look_.Add(clockTimes, output.size());
     end_ += static_cast<double>(output.size());
-    if (!ideal_) clock_.Add(frame_.Edges());
+    if (!ideal_ && !settings_.errorsOnly) clock_.Add(frame_.Edges());
     if (!holding_) {
         Feed(input, output, frame_.Edges());
     } else if (end_ <= ignoreSamples_ - static_cast<double>(kLeadBits * settings_.samplesPerBit)) {
         output_.Add(output, frame_.Edges());
-        input_.Add(input, {});
+        if (!settings_.errorsOnly) input_.Add(input, {});
         heldFrom_ = end_;
     } else {
         heldInput_.insert(heldInput_.end(), input.begin(), input.end());
@@ -121,9 +122,10 @@ void Analyses::Feed(std::span<const double> input, std::span<const double> outpu
 {
     if (ideal_) MakeIdealEdges(end_);
     const Edges& used = ideal_ ? heldEdges_ : edges;
+    output_.Add(output, used);
+    if (settings_.errorsOnly) return;
     moved_ = used;
     for (ClockFrame::Edge& edge : moved_) edge.time += shift_ * settings_.samplesPerBit;
-    output_.Add(output, used);
     input_.Add(input, moved_);
 }
 
@@ -185,6 +187,15 @@ double Analyses::AmplitudeOf(std::vector<double> held) const
     return *place;
 }
 
+std::optional<BitComparison> Analyses::Comparison() const
+{
+    const auto& compared = DecisionsOf(output_).symbols;
+    if (!compared) return std::nullopt;
+    return BitComparison{compared->Compared(),  ErrorsOf(DecisionsOf(output_)),
+                         compared->Unaligned(), compared->Realignments(),
+                         compared->Delay(),     compared->Inverted()};
+}
+
 Analyses::Findings Analyses::Find(std::span<const double> sines)
 {
     if (holding_) Release();
@@ -201,11 +212,8 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
                                                 settings_.sentUnitInterval);
     const std::int64_t missing = bits - output_.UnitIntervals();
     if (missing > kEndBits) found.clock.missing = missing;
-    if (const auto& compared = DecisionsOf(output_).symbols) {
-        found.comparison = {compared->Compared(),  ErrorsOf(DecisionsOf(output_)),
-                            compared->Unaligned(), compared->Realignments(),
-                            compared->Delay(),     compared->Inverted()};
-    }
+    found.comparison = Comparison();
+    if (settings_.errorsOnly) return found;
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);
     const double sentUnitInterval = settings_.sentUnitInterval * settings_.sampleInterval;

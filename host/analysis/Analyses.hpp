@@ -34,6 +34,7 @@ public:
         double sentUnitInterval = 64;  // samples
         Modulation modulation;
         const SymbolHistory* sent = nullptr;  // null: nothing to compare with
+        bool errorsOnly = false;              // neither eyes nor the clock are looked at
         std::vector<double> bers;             // that openings and contours are asked for
         std::filesystem::path folder;         // for temporary files
     };
@@ -47,6 +48,9 @@ public:
     /// Takes a block of samples, and the clock times that came with it, s.
     void Add(std::span<const double> input, std::span<const double> output,
              std::span<const double> clockTimes);
+
+    /// Of the bits that count, so far; absent when nothing is known of what was sent.
+    std::optional<BitComparison> Comparison() const;
 
     struct Findings
     {

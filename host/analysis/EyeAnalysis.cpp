@@ -275,7 +275,8 @@ void EyeAnalysis::AddInterval(double begin, double end)
     const double late = draws_.now.late * settings_.samplesPerBit;
     const double value = Decide(atSampling_, begin + late);
     Decide(later_, begin + late);
-    CountLevels(begin + late, end + late, settings_.modulation.Decide(value));
+    if (!settings_.decisionsOnly)
+        CountLevels(begin + late, end + late, settings_.modulation.Decide(value));
 
     // A clock edge that falls on a sample, but for rounding, takes that sample with it.
     constexpr double kOnSample = 1e-6;
@@ -283,7 +284,7 @@ void EyeAnalysis::AddInterval(double begin, double end)
     const auto wave = std::span<const double>(wave_).subspan(
         static_cast<std::size_t>(first - static_cast<double>(waveStart_)),
         static_cast<std::size_t>(last - first) + 1);
-    CountDensity(wave, first, begin + late, end + late);
+    if (!settings_.decisionsOnly) CountDensity(wave, first, begin + late, end + late);
     const bool joined = begin == joinedAt_;
     for (ThresholdCrossings& crossings : crossings_)
         crossings.Add(wave, first, begin, end, joined, draws_);

@@ -29,6 +29,7 @@ public:
         double sentUnitInterval = 64;         // samples, the transmitter's
         Modulation modulation;                // thresholds to decide by
         const SymbolHistory* sent = nullptr;  // null: nothing to compare with
+        bool decisionsOnly = false;           // no density, no levels but those decided by
     };
 
     explicit EyeAnalysis(const Settings& settings);

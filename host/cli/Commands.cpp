@@ -13,6 +13,7 @@ Examples:
   amisim check --run retimer.ibs
   amisim run retimer.ibs --bits 20000 --loss 10 --out result
   amisim sweep retimer.ibs --grid EQ_Level=0:31 --grid loss=6,10,14 --out levels -- -p CTLEAdapt=0
+  amisim tolerance retimer.ibs --mask stm-64 --out jitter
   amisim channel backplane.s4p --limit 10gbase-kr
   amisim compare levels/cases/0001-* levels/cases/0096-*
   amisim run --help
@@ -27,6 +28,8 @@ Commands::Commands() : app_("A channel simulator for IBIS-AMI models", "amisim")
     app_.require_subcommand(0, 1);
     AddRunCommand(app_, runOptions_);
     sweep_ = AddSweepCommand(app_, sweepOptions_);
+    tolerance_ = AddToleranceCommand(app_, toleranceOptions_);
+    transfer_ = AddTransferCommand(app_, transferOptions_);
     check_ = AddCheckCommand(app_, checkOptions_);
     channel_ = AddChannelCommand(app_, channelOptions_);
     compare_ = AddCompareCommand(app_, compareOptions_);
@@ -39,6 +42,8 @@ ExitCode Commands::Do(const std::filesystem::path& program, const std::atomic<bo
 {
     const auto worker = program.parent_path() / "amisim-worker";
     if (sweep_->parsed()) return RunSweep(sweepOptions_, program, stop);
+    if (tolerance_->parsed()) return RunTolerance(toleranceOptions_, *tolerance_, program, stop);
+    if (transfer_->parsed()) return RunTransfer(transferOptions_, *transfer_, program, stop);
     if (check_->parsed()) return RunCheck(checkOptions_, worker, stop);
     if (channel_->parsed()) return ShowChannel(channelOptions_);
     if (compare_->parsed()) return Compare(compareOptions_);

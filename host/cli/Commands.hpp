@@ -11,6 +11,8 @@
 #include "host/cli/ManPage.hpp"
 #include "host/cli/ParamsCommand.hpp"
 #include "host/cli/SweepCommand.hpp"
+#include "host/cli/ToleranceCommand.hpp"
+#include "host/cli/TransferCommand.hpp"
 #include "host/options/RunCommand.hpp"
 
 namespace amisim {
@@ -36,13 +38,16 @@ private:
     CLI::App app_;
     RunOptions runOptions_;
     SweepOptions sweepOptions_;
+    ToleranceOptions toleranceOptions_;
+    TransferOptions transferOptions_;
     CheckOptions checkOptions_;
     ChannelOptions channelOptions_;
     CompareOptions compareOptions_;
     ParamsOptions paramsOptions_;
     ManualOptions manualOptions_;
     std::string shell_;
-    const CLI::App *sweep_, *check_, *channel_, *compare_, *params_, *completion_, *manual_;
+    const CLI::App *sweep_, *tolerance_, *transfer_, *check_, *channel_, *compare_, *params_,
+        *completion_, *manual_;
 };
 
 }  // namespace amisim

@@ -3,16 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <set>
-#include <thread>
 
 #include "host/cli/Terminal.hpp"
 #include "host/options/RunCommand.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/sweep/RunSyntax.hpp"
-#include "host/sweep/Runner.hpp"
-#include "host/sweep/Slurm.hpp"
 #include "host/sweep/SweepReport.hpp"
 
 namespace amisim {
@@ -76,7 +72,13 @@ Plan MakePlan(const SweepOptions& o)
                                     "plan again",
                                     o.what.string()));
         }
-        return ReadSweepFolder(o.what);
+        plan = ReadSweepFolder(o.what);
+        if (plan.command != "run") {
+            throw Error(ExitCode::kUsage,
+                        fmt::format("{}: is the folder of amisim {}, which goes on with it",
+                                    o.what.string(), plan.command));
+        }
+        return plan;
     }
     if (o.what.extension() == ".toml") {
         plan = ReadPlanFile(o.what);
@@ -93,41 +95,6 @@ Plan MakePlan(const SweepOptions& o)
     for (const auto& text : o.grids) plan.SetAxis(ParseGrid(text));
     plan.options.insert(plan.options.end(), o.runOptions.begin(), o.runOptions.end());
     return plan;
-}
-
-void CheckFolder(const fs::path& out)
-{
-    if (fs::exists(out) && !fs::is_directory(out))
-        throw Error(ExitCode::kUsage,
-                    fmt::format("{}: is a file, expected a folder", out.string()));
-}
-
-/// All that the sweep reads.
-std::vector<fs::path> InputsOf(const fs::path& what, const std::vector<Case>& cases,
-                               const Fingerprints& fingerprints)
-{
-    std::set<fs::path> files;
-    if (!fs::is_directory(what)) files.insert(what);
-    for (const auto& c : cases) {
-        const auto read = fingerprints.FilesOf(c);
-        files.insert(read.begin(), read.end());
-    }
-    return {files.begin(), files.end()};
-}
-
-/// The cases still to be run.
-std::vector<const Case*> Remaining(const Plan& plan, const std::vector<Case>& cases,
-                                   Fingerprints& fingerprints, bool retryFailed)
-{
-    std::vector<const Case*> remaining;
-    for (const auto& c : cases) {
-        const auto record = ReadRecord(plan.out / c.folder, c);
-        const bool done = record && record->inputs == fingerprints.Of(c) &&
-                          (record->exitCode == 0 || !retryFailed) &&
-                          (record->exitCode != 0 || ReadResult(plan.out / c.folder));
-        if (!done) remaining.push_back(&c);
-    }
-    return remaining;
 }
 
 /// Says how it went and writes table and report.
@@ -166,20 +133,6 @@ ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder
                                                                    : ExitCode::kCasesFailed;
 }
 
-std::string ShellWord(const fs::path& path)
-{
-    const std::string text = path.string();
-    const bool plain = text.find_first_not_of(
-                           "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                           "0123456789_./+-=") == std::string::npos;
-    return plain ? text : Quoted(text);
-}
-
-int CpuCount()
-{
-    return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-}
-
 }  // namespace
 
 CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& o)
@@ -203,132 +156,33 @@ CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& o)
         ->type_name("NAME=VALUES");
     sweep->add_option("-o,--out", o.out, "Output folder [the plan's, else sweep]")
         ->type_name("DIR");
-    sweep->add_option("-j,--jobs", o.jobs, "Cases at a time [all cores; in a Slurm task 1]")
-        ->check(CLI::Range(1, 4096).description(""))
-        ->type_name("N");
     AddPicturesOption(*sweep, o.pictures);
-    sweep->add_flag("--retry-failed", o.retryFailed, "Run failed cases again");
-    sweep->add_flag("--dry-run", o.dryRun,
-                    "Check everything and list the cases (with --slurm: write the script), but "
-                    "run nothing");
-    auto* collect = sweep->add_flag("--collect", o.collect,
-                                    "Write table and report of what has been run in FOLDER so far");
-
-    const char* const group = "Slurm";
-    auto* slurm = sweep->add_flag("--slurm", o.slurm, "Submit the cases as a job array");
-    slurm->group(group)->excludes(collect);
-    sweep->add_option("--chunk", o.chunk, "Cases a task")
-        ->check(CLI::Range(1, 100'000).description(""))
-        ->capture_default_str()
-        ->type_name("N")
-        ->group(group);
-    sweep->add_option("--partition", o.partition, "Partition to submit to")
-        ->needs(slurm)
-        ->type_name("NAME")
-        ->group(group);
-    sweep
-        ->add_option("--sbatch-option", o.sbatchOptions,
-                     "A further option of sbatch, such as --sbatch-option=--mem=2G; may be "
-                     "repeated")
-        ->allow_extra_args(false)
-        ->needs(slurm)
-        ->type_name("OPTION")
-        ->group(group);
-    sweep->add_option("--task", o.task, "Run the cases of this task of FOLDER, as the script does")
-        ->check(CLI::Range(1, 100'000).description(""))
-        ->excludes(slurm)
-        ->excludes(collect)
-        ->type_name("ID")
-        ->group(group);
+    AddGridOptions(*sweep, o, "table and report");
     return sweep;
 }
 
 ExitCode RunSweep(const SweepOptions& o, const fs::path& program, const std::atomic<bool>& stop)
 {
-    if ((o.collect || o.task) && !fs::is_directory(o.what)) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("{}: {} needs the folder of a sweep", o.what.string(),
-                                o.collect ? "--collect" : "--task"));
-    }
+    CheckFolderGiven(o, o.what, "sweep");
     Plan plan = MakePlan(o);
-    // As the user would name it from where the command was given.
-    const fs::path out =
-        fs::is_directory(o.what) ? o.what : plan.out.lexically_proximate(fs::current_path());
-
+    const fs::path shown = ShownFolder(plan, o.what);
     if (o.collect) {
         OutputFolder folder(plan.out, SweepFolder(), OutputFolder::Use::kWithoutLock, {});
-        return Report(Collect(plan, Expand(plan)), o.pictures, folder, out);
+        return Report(Collect(plan, Expand(plan)), o.pictures, folder, shown);
     }
 
-    const fs::path what = fs::absolute(o.what);
-    std::error_code error;
-    fs::current_path(plan.base, error);
-    if (error) {
-        throw Error(ExitCode::kInput, fmt::format("{}: the folder that the sweep's paths start "
-                                                  "from: {}",
-                                                  plan.base.string(), error.message()));
-    }
+    std::vector<fs::path> inputs;
+    if (!fs::is_directory(o.what)) inputs.push_back(fs::absolute(o.what));
+    EnterBase(plan);
     const RunSyntax syntax(plan);
     syntax.Check(plan);
-    std::vector<Case> cases = Expand(plan);
-    if (o.task) {
-        std::erase_if(cases,
-                      [&](const Case& c) { return (c.number - 1) / o.chunk + 1 != *o.task; });
-    }
+    const std::vector<Case> cases = CasesOf(plan, o);
     for (const auto& c : cases) syntax.CheckCase(c.arguments, c.name);
-    Fingerprints fingerprints(syntax.ModelFiles());
-
-    if (o.dryRun && !o.slurm) {
-        for (const auto& c : cases) Print("{} {}\n", c.number, c.name);
-        const auto remaining = Remaining(plan, cases, fingerprints, o.retryFailed);
-        Print("{} cases, {} of them to be run in {}\n", cases.size(), remaining.size(),
-              out.string());
-        return ExitCode::kOk;
-    }
-
-    const SlurmJob job{program,       plan.base,   plan.out,       o.chunk, o.jobs.value_or(1),
-                       o.retryFailed, o.partition, o.sbatchOptions};
-    if (o.slurm) job.Check();
-    CheckFolder(plan.out);
-    using Use = OutputFolder::Use;
-    OutputFolder folder(plan.out, SweepFolder(), o.task ? Use::kBesideOthers : Use::kAlone,
-                        InputsOf(what, cases, fingerprints));
-    Runner runner({program, plan.model, plan.out, o.jobs.value_or(o.task ? 1 : CpuCount())},
-                  fingerprints, stop);
-    if (o.task) {
-        const int failed = runner.Run(Remaining(plan, cases, fingerprints, o.retryFailed));
-        return stop ? ExitCode::kInterrupted : failed > 0 ? ExitCode::kCasesFailed : ExitCode::kOk;
-    }
-
-    folder.Write("plan.json", ToJson(plan).dump(2) + "\n");
-    if (const int strangers = AdoptEarlierCases(plan.out, cases)) {
-        Print("{} folders in {} belong to an earlier plan and are left as they are\n", strangers,
-              (out / "cases").string());
-    }
-    const auto remaining = Remaining(plan, cases, fingerprints, o.retryFailed);
-    if (o.slurm && !remaining.empty()) {
-        fs::create_directories(plan.out / "slurm");
-        folder.Write("slurm/job.sh", job.Script(remaining));
-        if (o.dryRun)
-            Print("{} cases to be run; the script is {}\n", remaining.size(),
-                  (out / "slurm" / "job.sh").string());
-        else
-            Print("{} cases submitted as job {}\n", remaining.size(),
-                  Submit(plan.out / "slurm" / "job.sh"));
-        Print("Collect what has been run, at any time: amisim sweep --collect {}\n",
-              ShellWord(out));
-        return ExitCode::kOk;
-    }
-    if (remaining.size() < cases.size()) {
-        Print("{} of {} cases have been run before\n", cases.size() - remaining.size(),
-              cases.size());
-    }
-    FlushOutput();
-    runner.Run(remaining);
-    const ExitCode code = Report(Collect(plan, cases), o.pictures, folder, out);
-    if (!stop) return code;
-    Print("Interrupted. To go on: amisim sweep {}\n", ShellWord(out));
-    return ExitCode::kInterrupted;
+    const Grid grid{
+        plan, SweepFolder(), shown, syntax.ModelFiles(), inputs, [&](OutputFolder& folder) {
+            return Report(Collect(plan, cases), o.pictures, folder, shown);
+        }};
+    return RunGrid(grid, cases, o, program, stop);
 }
 
 }  // namespace amisim

@@ -8,24 +8,19 @@
 #include <vector>
 
 #include "base/Error.hpp"
+#include "host/cli/GridRun.hpp"
 #include "host/pictures/Picture.hpp"
 
 namespace amisim {
 
 /// What a sweep is asked for.
-struct SweepOptions
+struct SweepOptions : GridOptions
 {
     std::filesystem::path what;  // a plan, a model, or the folder of a sweep
     std::string modelName;       // of the [Model] in an .ibs; empty: its only one
     std::vector<std::string> grids, runOptions;
     std::optional<std::filesystem::path> out;
-    std::optional<int> jobs;
     PictureFormats pictures = {PictureFormat::kPng};  // of the sweep itself
-    bool retryFailed = false, dryRun = false, collect = false, slurm = false;
-    std::string partition;
-    std::vector<std::string> sbatchOptions;
-    int chunk = 1;
-    std::optional<int> task;
 };
 
 /// Defines `amisim sweep`.

@@ -43,6 +43,11 @@ public:
         next_.Take(block);
     }
 
+    bool IsEnough(const std::optional<BitComparison>& soFar) override
+    {
+        return next_.IsEnough(soFar);
+    }
+
 private:
     const RunOptions& options_;
     OutputFolder& folder_;

@@ -56,11 +56,18 @@ CLI::Option* AddPicturesOption(CLI::App& app, PictureFormats& formats)
         ->type_name("KIND,...");
 }
 
-CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
+CLI::App* AddRunCommand(CLI::App& app, RunOptions& options)
 {
     auto* run =
         app.add_subcommand("run", "Run a model on a signal and look at what it makes of it");
     run->footer(kRunFooter);
+    AddRunOptions(*run, options);
+    return run;
+}
+
+void AddRunOptions(CLI::App& command, RunOptions& o)
+{
+    CLI::App* const run = &command;
     // The last one counts, so that a script can add to a command line.
     run->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     run->add_option("model", o.model, "The model: .ibs, .ami or .so")
@@ -178,7 +185,6 @@ CLI::App* AddRunCommand(CLI::App& app, RunOptions& o)
                         .description(""))
         ->type_name("KIND");
     AddPicturesOption(*run, o.pictures);
-    return run;
 }
 
 }  // namespace amisim

@@ -68,6 +68,7 @@ void Segment::StartAnalyses(std::int64_t ignoredBits)
     settings.sentUnitInterval = signal_.SentUnitInterval();
     settings.modulation = Modulation::Of(own_.signal.Levels(), own_.signal.amplitude / 2);
     settings.sent = signal_.Sent();
+    settings.errorsOnly = run_.errorsOnly;
     settings.bers = run_.ErrorRatios();
     settings.folder = surroundings_.folder;
     analyses_.emplace(settings);
@@ -218,7 +219,7 @@ void Segment::Evaluate()
     result_.inputEye = std::move(found.inputEye);
     result_.comparison = found.comparison;
     result_.clock = std::move(found.clock);
-    if (result_.bits > 0) result_.lock = found.verdict.lock;
+    if (result_.bits > 0 && !run_.errorsOnly) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
     computed_.Find({StartOf(receiver_), ProcessSettings(surroundings_.log), parameters_.Tracks()},
                    result_);

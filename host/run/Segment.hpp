@@ -60,6 +60,12 @@ public:
     /// @throws ModelFailure
     std::optional<ModelProcess::Block> Next();
 
+    /// The decisions that count, so far; absent when nothing is known of what was sent.
+    std::optional<BitComparison> Comparison() const { return analyses_->Comparison(); }
+
+    /// Has no more input made: Next() returns what is under way.
+    void End() { enough_ = true; }
+
     /// Ends the models. @throws ModelFailure
     void Close();
 
@@ -74,7 +80,7 @@ private:
     void StartTransmitter();
     std::optional<ModelProcess::Block> FromModel();
     std::optional<ModelProcess::Block> FromResponse();
-    bool Ended() const { return made_ >= Bits() || surroundings_.stopped(); }
+    bool Ended() const { return enough_ || made_ >= Bits() || surroundings_.stopped(); }
     std::size_t NextSamples();
     void UseSampler();
     void Take(const ModelProcess::Block& block);
@@ -93,6 +99,7 @@ private:
     std::unique_ptr<ModelProcess> process_;  // of the receiver
     ParameterLog parameters_;
     RunResult result_;
+    bool enough_ = false;
     std::int64_t made_ = 0;               // bits of the input
     std::vector<double> input_, output_;  // of a receiver without AMI_GetWave
     std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;

@@ -71,7 +71,10 @@ void Simulation::Drive(BlockListener& listener)
     segment_.Start();
     if (options_.counted) {
         listener.Start(segment_.Bits());
-        while (const auto block = segment_.Next()) listener.Take(*block);
+        while (const auto block = segment_.Next()) {
+            listener.Take(*block);
+            if (listener.IsEnough(segment_.Comparison())) segment_.End();
+        }
     }
     segment_.Close();
 }

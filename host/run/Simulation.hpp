@@ -15,6 +15,9 @@ public:
     /// The model has been initialised, and so many bits are to come.
     virtual void Start(std::int64_t /*bits*/) {}
     virtual void Take(const ModelProcess::Block& block) = 0;
+    /// Asked after each block. True ends the run as if it had no more bits.
+    /// @param soFar  of the bits that count; absent when nothing is known of what was sent
+    virtual bool IsEnough(const std::optional<BitComparison>& /*soFar*/) { return false; }
 };
 
 /// One model driven with one signal, from its start to its result. Prints nothing, and writes

@@ -34,6 +34,7 @@ struct SimulationOptions : SegmentOptions
 
     bool statistical = true;  // eyes are computed, where that is possible
     bool counted = true;      // bits are sent and eyes counted; else AMI_Init alone tells all
+    bool errorsOnly = false;  // decisions are compared, and nothing else is looked at
 
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output
 

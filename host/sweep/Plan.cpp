@@ -138,11 +138,9 @@ nlohmann::ordered_json ToJson(const Plan& plan)
             json.push_back({{"name", s.name}, {"parameter", s.isParameter}, {"values", s.values}});
         return json;
     };
-    return {{"base", plan.base.string()},
-            {"model", plan.model},
-            {"fixed", settings(plan.fixed)},
-            {"options", plan.options},
-            {"axes", settings(plan.axes)}};
+    return {{"base", plan.base.string()}, {"command", plan.command},
+            {"model", plan.model},        {"fixed", settings(plan.fixed)},
+            {"options", plan.options},    {"axes", settings(plan.axes)}};
 }
 
 Plan ReadSweepFolder(const fs::path& folder)
@@ -170,6 +168,7 @@ Plan ReadSweepFolder(const fs::path& folder)
             }
         };
         plan.base = json.at("base").get<std::string>();
+        plan.command = json.value("command", plan.command);
         plan.model = json.at("model");
         plan.options = json.at("options");
         read("fixed", plan.fixed);

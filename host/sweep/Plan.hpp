@@ -24,7 +24,8 @@ struct Setting
 /// What a sweep runs: a model over the grid of all combinations of its axes' values.
 struct Plan
 {
-    std::filesystem::path base;  // absolute; the folder that relative paths start from
+    std::filesystem::path base;   // absolute; the folder that relative paths start from
+    std::string command = "run";  // of amisim, that a case is run by
     std::string model;
     std::filesystem::path out;         // absolute
     std::vector<Setting> fixed;        // the same in all cases

@@ -52,8 +52,7 @@ std::string OneLine(std::string text)
 /// Why the run failed: what result.json says, else what the program printed last.
 std::string Reason(const fs::path& folder, int status)
 {
-    if (WIFSIGNALED(status))
-        return fmt::format("amisim run was killed by signal {}", WTERMSIG(status));
+    if (WIFSIGNALED(status)) return fmt::format("amisim was killed by signal {}", WTERMSIG(status));
     std::string said;
     const auto result = ReadResult(folder).value_or(nlohmann::ordered_json::object());
     if (result.contains("failure") && result["failure"].is_object()) {
@@ -92,7 +91,7 @@ Runner::Running Runner::Start(const Case& aCase) const
     const fs::path folder = settings_.folder / aCase.folder;
     const int log = Prepare(folder, fingerprints_.FilesOf(aCase));
 
-    std::vector<std::string> texts = {"amisim", "run", settings_.model};
+    std::vector<std::string> texts = {"amisim", settings_.command, settings_.model};
     texts.insert(texts.end(), aCase.arguments.begin(), aCase.arguments.end());
     texts.push_back("--out=" + folder.string());
     std::vector<char*> arguments;

@@ -9,14 +9,15 @@
 
 namespace amisim {
 
-/// Runs cases, several at a time, each as `amisim run` in a process of its own with its own folder
-/// and its output in run.log there.
+/// Runs cases, several at a time, each as `amisim run`, or another command, in a process of its own
+/// with its own folder and its output in run.log there.
 class Runner
 {
 public:
     struct Settings
     {
         std::filesystem::path program;  // amisim itself
+        std::string command;            // of it, "run"
         std::string model;
         std::filesystem::path folder;  // of the sweep
         int jobs = 1;

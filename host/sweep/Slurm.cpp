@@ -72,10 +72,10 @@ std::string SlurmJob::Script(const std::vector<const Case*>& cases) const
     if (!partition.empty()) option("--partition=" + partition);
     for (const auto& o : options) option(o);
     return text + fmt::format(
-                      "exec {} sweep --task \"$SLURM_ARRAY_TASK_ID\" --chunk {} --jobs {}{}"
+                      "exec {} {} --task \"$SLURM_ARRAY_TASK_ID\" --chunk {} --jobs {}{}"
                       " {}\n",
-                      Quoted(program.string()), chunk, jobs, retryFailed ? " --retry-failed" : "",
-                      Quoted(folder.string()));
+                      Quoted(program.string()), command, chunk, jobs,
+                      retryFailed ? " --retry-failed" : "", Quoted(folder.string()));
 }
 
 std::string Submit(const std::filesystem::path& script)

@@ -13,6 +13,7 @@ namespace amisim {
 struct SlurmJob
 {
     std::filesystem::path program;  // amisim, under the same path on all nodes
+    std::string command;            // of it, "sweep"
     std::filesystem::path base, folder;
     int chunk = 1;  // cases a task
     int jobs = 1;   // of them at a time

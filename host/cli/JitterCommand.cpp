@@ -1,0 +1,265 @@
+#include "host/cli/JitterCommand.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "base/TextFile.hpp"
+#include "host/cli/Terminal.hpp"
+#include "host/options/RunCommand.hpp"
+#include "host/run/Agreement.hpp"
+
+namespace amisim {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Options of `amisim run` that ask for what these commands have not got.
+constexpr const char* kOfRunsAlone[] = {"--ber", "--statistical", "--save-wave", "--mask",
+                                        "--mask-at"};
+
+constexpr const char* kOfModels[] = {"model.log", "tx.log", "Adapt.txt", "EOM.txt"};
+
+/// The options given to the command, as a case of it is given them.
+std::vector<std::string> GivenOptions(const CLI::App& command, const std::set<std::string>& without)
+{
+    std::vector<std::string> given;
+    std::map<const CLI::Option*, std::size_t> taken;
+    for (const CLI::Option* option : command.parse_order()) {
+        if (option->get_lnames().empty() || without.contains(option->get_lnames()[0])) continue;
+        const std::string name = "--" + option->get_lnames()[0];
+        const std::size_t number = taken[option]++;
+        if (option->get_items_expected_max() == 0)
+            given.push_back(name);
+        else if (option->get_delimiter() == '\0')
+            given.push_back(name + "=" + option->results().at(number));
+        else if (number == 0)  // a list, whose values stand one by one
+            given.push_back(name + "=" + Joined(option->results(), ","));
+    }
+    return given;
+}
+
+/// Those that say which cases there are and how they are run, so that none of them is a case's.
+std::set<std::string> NotForCases()
+{
+    CLI::App app;
+    GridOptions options;
+    AddGridOptions(app, options, "");
+    std::set<std::string> names = {"out", "pictures", "frequencies", "jitter-amplitude"};
+    for (const CLI::Option* option : app.get_options())
+        names.insert(option->get_lnames().begin(), option->get_lnames().end());
+    return names;
+}
+
+}  // namespace
+
+CLI::App* AddJitterCommand(CLI::App& app, JitterOptions& o, const std::string& name,
+                           const std::string& description, const std::string& footer)
+{
+    o.out = name;
+    CLI::App* const command = app.add_subcommand(name, description);
+    command->footer(footer);
+    AddRunOptions(*command, o);
+    for (const char* option : kOfRunsAlone) {
+        if (CLI::Option* const found = command->get_option_no_throw(option))
+            command->remove_option(found);
+    }
+    command->get_option("model")
+        ->description(
+            "The model: .ibs, .ami or .so; or the folder of an earlier test to go on with")
+        ->type_name("MODEL|FOLDER");
+    command->get_option("--bits")->description(
+        "Most bits of a trial, those ignored among them [as many as the test may need]");
+    command->get_option("--ignore-bits")
+        ->description(
+            "Bits at the start of each trial in which the loop settles [the model's "
+            "Ignore_Bits, 100,000 at least]");
+    const char* const group = "Test";
+    command
+        ->add_option("--frequencies", o.frequencies,
+                     "Frequencies of the sine, Hz [from a hundred-thousandth to a hundredth of the "
+                     "bit rate, and the mask's corners in between]")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::Range(1.0, 1e12).description(""))
+        ->type_name("HZ,...")
+        ->group(group);
+    command->add_option("--frequency", o.frequency, "")
+        ->check(CLI::Range(0.0, 1e12).description(""))
+        ->group("");
+    AddGridOptions(*command, o, "results");
+    return command;
+}
+
+void CheckJitterOptions(const JitterOptions& o)
+{
+    o.Check();
+    const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    if (o.signal.sineJitter != 0)
+        fail("--sj-amplitude: the sine is what this command sets: give --frequencies");
+    if (!o.signal.wave.empty())
+        fail("--wave: no jitter can be put on a measured waveform: give a pattern");
+    for (const double frequency : o.frequencies) {
+        if (frequency <= o.signal.bitRate / 2) continue;
+        fail(
+            fmt::format("--frequencies {:g}: expected at most half the bit rate: edges tell no "
+                        "more of a sine",
+                        frequency));
+    }
+    const std::int64_t settle = o.ignoreBits.value_or(kLeastSettleBits);
+    if (o.signal.bits && *o.signal.bits <= settle) {
+        fail(
+            fmt::format("--bits {} leaves nothing after the {} in which the loop settles: give "
+                        "more, or --ignore-bits",
+                        *o.signal.bits, settle));
+    }
+}
+
+Setting FrequencyAxis(std::vector<double> frequencies)
+{
+    std::ranges::sort(frequencies);
+    frequencies.erase(std::unique(frequencies.begin(), frequencies.end()), frequencies.end());
+    Setting axis{"frequency", false, {"0"}, "--frequencies"};
+    for (const double frequency : frequencies)
+        axis.values.push_back(fmt::format("{:.12g}", frequency));
+    return axis;
+}
+
+JitterLink::JitterLink(const JitterOptions& options)
+    : options_(options),
+      mask_(options.mask),
+      model_(ResolveModelSource(options.model, options.modelName, options.parameters))
+{
+    if (!options.transmitter.empty()) {
+        transmitter_ = ResolveModelSource(options.transmitter, options.transmitterName,
+                                          options.transmitterParameters, ibis::End::Transmitter);
+    }
+    AgreeOnModulation(options_.signal, model_, transmitter_ ? &*transmitter_ : nullptr);
+}
+
+std::optional<FrequencyMask> JitterLink::Mask(FrequencyMask::Kind kind) const
+{
+    if (mask_.empty()) return std::nullopt;
+    return FindMask(kind, mask_, options_.signal.bitRate);
+}
+
+std::vector<fs::path> JitterLink::Files() const
+{
+    std::vector<fs::path> files = options_.signal.Files();
+    files.insert(files.end(), model_.files.begin(), model_.files.end());
+    if (transmitter_)
+        files.insert(files.end(), transmitter_->files.begin(), transmitter_->files.end());
+    return files;
+}
+
+std::vector<std::pair<std::string, fs::path>> JitterLink::ModelFiles() const
+{
+    std::vector<std::pair<std::string, fs::path>> files;
+    for (const fs::path& path : model_.files) files.emplace_back(path.string(), path);
+    if (transmitter_) {
+        for (const fs::path& path : transmitter_->files) files.emplace_back(path.string(), path);
+    }
+    return files;
+}
+
+TriedLink JitterLink::In(OutputFolder& folder, const fs::path& worker,
+                         const std::atomic<bool>& stop) const
+{
+    return {options_,
+            model_,
+            transmitter_ ? &*transmitter_ : nullptr,
+            {worker, folder.Path(), folder.Path() / "model.log", folder.Path() / "tx.log",
+             [&stop] { return stop.load(); }}};
+}
+
+const OutputFolder::Kind& JitterCaseFolder()
+{
+    static const OutputFolder::Kind kind = [] {
+        OutputFolder::Kind own{CaseFolder().name, {"result.json", "trials.json", "clock.csv"}};
+        own.files.insert(own.files.end(), std::begin(kOfModels), std::end(kOfModels));
+        return own;
+    }();
+    return kind;
+}
+
+void CleanModelFiles(OutputFolder& folder)
+{
+    for (const char* name : kOfModels) {
+        folder.Remove(name);
+        folder.Claim(name);
+    }
+}
+
+nlohmann::ordered_json KeyOf(const CLI::App& command, const JitterLink& link)
+{
+    Case self;
+    self.arguments = GivenOptions(command, {"out"});
+    return {{"arguments", self.arguments},
+            {"inputs", Fingerprints(link.ModelFiles()).Of(self)},
+            {"amisim", AMISIM_VERSION}};
+}
+
+Plan NewJitterPlan(const JitterOptions& o, const CLI::App& command, const std::string& name)
+{
+    Plan plan;
+    plan.base = fs::current_path();
+    plan.command = name;
+    plan.model = o.model.string();
+    plan.out = fs::absolute(o.out).lexically_normal();
+    plan.options = GivenOptions(command, NotForCases());
+    return plan;
+}
+
+Plan ReadJitterPlan(const JitterOptions& o, const std::string& name)
+{
+    Plan plan = ReadSweepFolder(o.model);
+    if (plan.command != name) {
+        throw Error(ExitCode::kUsage,
+                    fmt::format("{}: is the folder of amisim {}, which goes on with it",
+                                o.model.string(), plan.command == "run" ? "sweep" : plan.command));
+    }
+    return plan;
+}
+
+ExitCode RunJitterGrid(const Grid& grid, const std::vector<Case>& cases, const GridOptions& options,
+                       const fs::path& program, const std::atomic<bool>& stop)
+{
+    if (!options.collect) return RunGrid(grid, cases, options, program, stop);
+    OutputFolder folder(grid.plan.out, grid.kind, OutputFolder::Use::kWithoutLock, {});
+    return grid.report(folder);
+}
+
+std::optional<nlohmann::ordered_json> OutcomeOf(const Plan& plan, const Case& aCase)
+{
+    const auto record = ReadRecord(plan.out / aCase.folder, aCase);
+    return record && record->exitCode == 0 ? ReadResult(plan.out / aCase.folder) : std::nullopt;
+}
+
+void PrintFailures(const Plan& plan, const std::vector<Case>& cases)
+{
+    for (const Case& c : cases) {
+        const auto record = ReadRecord(plan.out / c.folder, c);
+        if (record && record->exitCode != 0) Print("  {}: {}\n", c.name, record->reason);
+    }
+    FlushOutput();
+}
+
+void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
+               const Picture& picture, const PictureFormats& formats, const fs::path& shown)
+{
+    folder.Put(name + ".html", page);
+    for (const PictureFormat format : kPictureFormats) {
+        const std::string file = fmt::format("{}.{}", name, Name(format));
+        if (std::ranges::find(formats, format) != formats.end())
+            folder.Put(file, picture.File(format));
+        else
+            folder.Remove(file);
+    }
+    if (const std::string dropped = folder.Dropped(); !dropped.empty())
+        throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
+    Print("Report: {}\n", (shown / (name + ".html")).string());
+}
+
+}  // namespace amisim
