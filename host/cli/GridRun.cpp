@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <thread>
 
+#include "base/TextFile.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/sweep/Runner.hpp"
 #include "host/sweep/Slurm.hpp"
@@ -131,6 +133,24 @@ void AddGridOptions(CLI::App& command, GridOptions& o, const std::string& collec
         ->group(group);
 }
 
+std::vector<std::string> GivenOptions(const CLI::App& command, const std::set<std::string>& without)
+{
+    std::vector<std::string> given;
+    std::map<const CLI::Option*, std::size_t> taken;
+    for (const CLI::Option* option : command.parse_order()) {
+        if (option->get_lnames().empty() || without.contains(option->get_lnames()[0])) continue;
+        const std::string name = "--" + option->get_lnames()[0];
+        const std::size_t number = taken[option]++;
+        if (option->get_items_expected_max() == 0)
+            given.push_back(name);
+        else if (option->get_delimiter() == '\0')
+            given.push_back(name + "=" + option->results().at(number));
+        else if (number == 0)  // a list, whose values stand one by one
+            given.push_back(name + "=" + Joined(option->results(), ","));
+    }
+    return given;
+}
+
 void CheckFolderGiven(const GridOptions& o, const fs::path& what, const std::string& grid)
 {
     if ((!o.collect && !o.task) || fs::is_directory(what)) return;
@@ -207,8 +227,25 @@ ExitCode RunGrid(const Grid& grid, const std::vector<Case>& cases, const GridOpt
     runner.Run(remaining);
     const ExitCode code = grid.report(folder);
     if (!stop) return code;
-    Print("Interrupted. To go on: amisim {} {}\n", CommandOf(plan), ShellWord(grid.shown));
+    const std::string folders = fmt::format("amisim {} {}", CommandOf(plan), ShellWord(grid.shown));
+    Print("Interrupted. To go on: {}\n", grid.goOn.empty() ? folders : grid.goOn);
     return ExitCode::kInterrupted;
+}
+
+void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
+               const Picture& picture, const PictureFormats& formats, const fs::path& shown)
+{
+    folder.Put(name + ".html", page);
+    for (const PictureFormat format : kPictureFormats) {
+        const std::string file = fmt::format("{}.{}", name, Name(format));
+        if (std::ranges::find(formats, format) != formats.end())
+            folder.Put(file, picture.File(format));
+        else
+            folder.Remove(file);
+    }
+    if (const std::string dropped = folder.Dropped(); !dropped.empty())
+        throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
+    Print("Report: {}\n", (shown / (name + ".html")).string());
 }
 
 }  // namespace amisim

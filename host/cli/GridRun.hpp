@@ -5,10 +5,12 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "base/Error.hpp"
+#include "host/pictures/Picture.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/sweep/Case.hpp"
 
@@ -39,12 +41,18 @@ struct Grid
     std::vector<std::filesystem::path> inputs;  // that no file may be written over
     /// Says how it went and writes what there is of results into the folder.
     std::function<ExitCode(OutputFolder& folder)> report;
+    std::string goOn = {};  // by which the user goes on; empty: amisim COMMAND FOLDER
 };
 
 /// @param what  that the user named
 /// @throws Error for what needs a grid's folder and has got none
 void CheckFolderGiven(const GridOptions& options, const std::filesystem::path& what,
                       const std::string& grid);
+
+/// The options given to a command, as a case of it is given them.
+/// @param without  long names of those that are no case's
+std::vector<std::string> GivenOptions(const CLI::App& command,
+                                      const std::set<std::string>& without);
 
 /// A grid's folder as the user would name it from here.
 std::filesystem::path ShownFolder(const Plan& plan, const std::filesystem::path& what);
@@ -60,5 +68,11 @@ std::vector<Case> CasesOf(const Plan& plan, const GridOptions& options);
 /// @param stop     ends it in good order when it turns true
 ExitCode RunGrid(const Grid& grid, const std::vector<Case>& cases, const GridOptions& options,
                  const std::filesystem::path& program, const std::atomic<bool>& stop);
+
+/// Writes page and pictures, NAME.html and NAME.png and so on.
+/// @throws Error (kInput) when any file of the report has not been written
+void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
+               const Picture& picture, const PictureFormats& formats,
+               const std::filesystem::path& shown);
 
 }  // namespace amisim

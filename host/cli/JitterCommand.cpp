@@ -3,10 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
 #include <set>
 
-#include "base/TextFile.hpp"
 #include "host/cli/Terminal.hpp"
 #include "host/options/RunCommand.hpp"
 #include "host/run/Agreement.hpp"
@@ -21,25 +19,6 @@ constexpr const char* kOfRunsAlone[] = {"--ber", "--statistical", "--save-wave",
                                         "--mask-at"};
 
 constexpr const char* kOfModels[] = {"model.log", "tx.log", "Adapt.txt", "EOM.txt"};
-
-/// The options given to the command, as a case of it is given them.
-std::vector<std::string> GivenOptions(const CLI::App& command, const std::set<std::string>& without)
-{
-    std::vector<std::string> given;
-    std::map<const CLI::Option*, std::size_t> taken;
-    for (const CLI::Option* option : command.parse_order()) {
-        if (option->get_lnames().empty() || without.contains(option->get_lnames()[0])) continue;
-        const std::string name = "--" + option->get_lnames()[0];
-        const std::size_t number = taken[option]++;
-        if (option->get_items_expected_max() == 0)
-            given.push_back(name);
-        else if (option->get_delimiter() == '\0')
-            given.push_back(name + "=" + option->results().at(number));
-        else if (number == 0)  // a list, whose values stand one by one
-            given.push_back(name + "=" + Joined(option->results(), ","));
-    }
-    return given;
-}
 
 /// Those that say which cases there are and how they are run, so that none of them is a case's.
 std::set<std::string> NotForCases()
@@ -244,22 +223,6 @@ void PrintFailures(const Plan& plan, const std::vector<Case>& cases)
         if (record && record->exitCode != 0) Print("  {}: {}\n", c.name, record->reason);
     }
     FlushOutput();
-}
-
-void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
-               const Picture& picture, const PictureFormats& formats, const fs::path& shown)
-{
-    folder.Put(name + ".html", page);
-    for (const PictureFormat format : kPictureFormats) {
-        const std::string file = fmt::format("{}.{}", name, Name(format));
-        if (std::ranges::find(formats, format) != formats.end())
-            folder.Put(file, picture.File(format));
-        else
-            folder.Remove(file);
-    }
-    if (const std::string dropped = folder.Dropped(); !dropped.empty())
-        throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
-    Print("Report: {}\n", (shown / (name + ".html")).string());
 }
 
 }  // namespace amisim

@@ -98,10 +98,4 @@ std::optional<nlohmann::ordered_json> OutcomeOf(const Plan& plan, const Case& aC
 /// A line for each case that failed, and why.
 void PrintFailures(const Plan& plan, const std::vector<Case>& cases);
 
-/// Writes page and pictures, NAME.html and NAME.png and so on.
-/// @throws Error (kInput) when any file of the report has not been written
-void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
-               const Picture& picture, const PictureFormats& formats,
-               const std::filesystem::path& shown);
-
 }  // namespace amisim

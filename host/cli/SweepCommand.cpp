@@ -117,11 +117,11 @@ ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder
     FlushOutput();
     folder.Put("table.csv", table.ToCsv());
     folder.Put("table.json", ToText(table.ToJson(), 2) + "\n");
-    folder.Put("report.html", SweepPage(table, pictures));
+    folder.Put("report.html", SweepPage(table, pictures, {Metrics()}));
     for (const PictureFormat format : kPictureFormats) {
         const std::string name = fmt::format("sweep.{}", Name(format));
         if (std::ranges::find(pictures, format) != pictures.end())
-            folder.Put(name, SweepPicture(table).File(format));
+            folder.Put(name, SweepPicture(table, Metrics()).File(format));
         else
             folder.Remove(name);
     }

@@ -86,8 +86,16 @@ void Setting::AppendTo(std::vector<std::string>& arguments, const std::string& v
     if (isParameter) {
         arguments.insert(arguments.end(), {"-p", name + "=" + value});
     } else {
-        arguments.push_back("--" + name + "=" + value);
+        const std::string parameter = name.substr(std::min(Option().size() + 1, name.size()));
+        arguments.push_back("--" + Option() + "=" + parameter + (parameter.empty() ? "" : "=") +
+                            value);
     }
+}
+
+std::string Setting::Option() const
+{
+    constexpr std::string_view kTransmitter = "tx-param";
+    return name.starts_with(std::string(kTransmitter) + ".") ? std::string(kTransmitter) : name;
 }
 
 void Plan::SetAxis(Setting axis)
@@ -118,9 +126,9 @@ std::vector<std::string> ExpandValues(std::string_view text, const std::string& 
     return values;
 }
 
-Setting ParseGrid(const std::string& text)
+Setting ParseGrid(const std::string& text, const std::string& option)
 {
-    const std::string where = "--grid " + text;
+    const std::string where = option + " " + text;
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
         throw Error(ExitCode::kUsage,

@@ -19,6 +19,9 @@ struct Setting
 
     /// Appends what `amisim run` is given for this value.
     void AppendTo(std::vector<std::string>& arguments, const std::string& value) const;
+
+    /// Of `amisim run`, that sets it: "loss", or "tx-param" for "tx-param.Post1".
+    std::string Option() const;
 };
 
 /// What a sweep runs: a model over the grid of all combinations of its axes' values.
@@ -42,7 +45,8 @@ struct Plan
 std::vector<std::string> ExpandValues(std::string_view text, const std::string& where);
 
 /// "NAME=VALUES" of the command line as an axis.
-Setting ParseGrid(const std::string& text);
+/// @param option  that it was given by, for messages
+Setting ParseGrid(const std::string& text, const std::string& option = "--grid");
 
 /// Reads a plan in TOML:
 ///

@@ -94,7 +94,7 @@ void RunSyntax::Resolve(Setting& setting) const
     constexpr std::string_view kForced = "param.";
     const bool forced = setting.name.starts_with(kForced);
     if (forced) setting.name.erase(0, kForced.size());
-    if (!forced && (setting.isParameter || Contains(optionNames_, setting.name))) return;
+    if (!forced && (setting.isParameter || Contains(optionNames_, setting.Option()))) return;
     if (!forced && IsReserved(setting.name)) {
         Fail(setting.where, fmt::format("{} cannot be set in a sweep: the sweep's own --out says "
                                         "where results go, and a parameter is named itself",
@@ -154,7 +154,8 @@ void RunSyntax::CheckValue(const Setting& setting, const std::string& value) con
     } catch (const CLI::ParseError&) {
         // It wants or excludes others: for the case as a whole to tell.
     }
-    if (line.run->get_option("--" + setting.name)->get_type_name() == "FILE" && !fs::exists(value))
+    if (line.run->get_option("--" + setting.Option())->get_type_name() == "FILE" &&
+        !fs::exists(value))
         Fail(setting.where, fmt::format("{}: there is no such file", value));
 }
 
@@ -190,11 +191,16 @@ void RunSyntax::CheckOptions(const Plan& plan) const
                                          "grid alone",
                                          axis.name, twice->where));
         }
+        const auto sets = [](const std::vector<std::string>& parameters, const std::string& name) {
+            return std::ranges::any_of(parameters,
+                                       [&](const auto& p) { return p.starts_with(name + "="); });
+        };
+        const std::string option = axis.Option();
         const bool inOptions =
-            axis.isParameter
-                ? std::any_of(line.options.parameters.begin(), line.options.parameters.end(),
-                              [&](const auto& p) { return p.starts_with(axis.name + "="); })
-                : line.run->get_option("--" + axis.name)->count() > 0;
+            axis.isParameter ? sets(line.options.parameters, axis.name)
+            : option != axis.name
+                ? sets(line.options.transmitterParameters, axis.name.substr(option.size() + 1))
+                : line.run->get_option("--" + option)->count() > 0;
         if (inOptions) {
             Fail(axis.where, fmt::format("{} is among {} too: an axis has its values from the "
                                          "grid alone",

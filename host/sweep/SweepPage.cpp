@@ -14,17 +14,17 @@ using html::Escaped;
 class Page
 {
 public:
-    Page(const Table& table, const PictureFormats& pictures)
-        : table_(table), layout_(table), plan_(table.plan), pictures_(pictures)
+    Page(const Table& table, const PictureFormats& pictures, const GridReport& report)
+        : table_(table), layout_(table), plan_(table.plan), pictures_(pictures), report_(report)
     {
     }
 
     std::string Text()
     {
-        text_ = html::Begin("Sweep of " + DescribeGrid(plan_));
+        text_ = html::Begin(report_.title + " of " + DescribeGrid(plan_)) + report_.summary;
         Summary();
         Failures();
-        for (const auto& metric : Metrics()) Show(metric);
+        for (const auto& metric : report_.metrics) Show(metric);
         Cases();
         return text_ + std::string(html::kEnd);
     }
@@ -44,11 +44,11 @@ private:
         if (missing > 0) Add(", {} not run yet", missing);
         if (const std::string unranked = table_.Unranked(); !unranked.empty())
             Add("; not ranked, marked <span class=\"alarm\">!</span>: {}", Escaped(unranked));
-        Add("; {:.0f} s of runs. <a href=\"table.csv\">table.csv</a>, "
-            "<a href=\"table.json\">table.json</a>",
-            seconds);
+        Add("; {0:.0f} s of runs. <a href=\"{1}.csv\">{1}.csv</a>, "
+            "<a href=\"{1}.json\">{1}.json</a>",
+            seconds, report_.data);
         for (const PictureFormat format : pictures_)
-            Add(", <a href=\"sweep.{0}\">sweep.{0}</a>", Name(format));
+            Add(", <a href=\"{0}.{1}\">{0}.{1}</a>", report_.picture, Name(format));
         Add("</p>\n");
     }
 
@@ -212,14 +212,15 @@ private:
     Layout layout_;
     const Plan& plan_;
     const PictureFormats& pictures_;
+    const GridReport& report_;
     std::string text_;
 };
 
 }  // namespace
 
-std::string SweepPage(const Table& table, const PictureFormats& pictures)
+std::string SweepPage(const Table& table, const PictureFormats& pictures, const GridReport& report)
 {
-    return Page(table, pictures).Text();
+    return Page(table, pictures, report).Text();
 }
 
 }  // namespace amisim

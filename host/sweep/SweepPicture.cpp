@@ -47,11 +47,11 @@ std::vector<double> Places(const Setting& axis)
     return places;
 }
 
-Picture CurvesPicture(const Table& table)
+Picture CurvesPicture(const Table& table, const std::vector<Metric>& metrics)
 {
     const Layout layout(table);
     std::vector<plot::LinePlot> plots;
-    for (const auto& metric : Metrics())
+    for (const auto& metric : metrics)
         plots.push_back(CurvesOf(table, layout, layout.panels[0], metric));
     return PlotsPicture(std::move(plots), HeadingOf(table));
 }
@@ -60,8 +60,9 @@ Picture CurvesPicture(const Table& table)
 class Maps
 {
 public:
-    explicit Maps(const Table& table)
+    Maps(const Table& table, const std::vector<Metric>& metrics)
         : table_(table),
+          metrics_(metrics),
           layout_(table),
           heading_(HeadingOf(table)),
           x_(table.plan.axes[layout_.x]),
@@ -70,12 +71,12 @@ public:
           rows_(static_cast<double>(y_.values.size()))
     {
         cellWidth_ = CellWidth();
-        cellHeight_ = std::min(24.0, kMostHeight / metrics_ / rows_);
+        cellHeight_ = std::min(24.0, kMostHeight / count_ / rows_);
         left_ = kMargin + LongestLabel() + kGap;
         width_ = std::max(left_ + cellWidth_ * columns_ + kMargin, kLeastWidth);
         panelHeight_ = kPanelHead + cellHeight_ * rows_ + kPanelFoot;
         // A picture has an end, which a grid of many axes need not have.
-        const double most = kMostHeight / metrics_ / panelHeight_;
+        const double most = kMostHeight / count_ / panelHeight_;
         const std::size_t all = layout_.panels.size();
         layout_.panels.resize(std::clamp(static_cast<std::size_t>(most), std::size_t{1}, all));
         if (layout_.panels.size() < all)
@@ -85,7 +86,7 @@ public:
     operator Picture() const
     {
         const auto panels = static_cast<double>(layout_.panels.size());
-        return {width_, heading_.Height(width_) + metrics_ * (kMetricHead + panelHeight_ * panels),
+        return {width_, heading_.Height(width_) + count_ * (kMetricHead + panelHeight_ * panels),
                 [*this](Canvas& canvas) { Draw(canvas); }};
     }
 
@@ -99,7 +100,7 @@ private:
     {
         heading_.Draw(canvas, kMargin);
         double top = heading_.Height(width_);
-        for (const auto& metric : Metrics()) {
+        for (const auto& metric : metrics_) {
             const MetricScale scale(metric, table_);
             DrawScale(canvas, metric, scale, top);
             top += kMetricHead;
@@ -123,7 +124,7 @@ private:
     double CellWidth() const
     {
         double widest = 0;
-        for (const auto& metric : Metrics()) widest = std::max(widest, Widest(metric, kText));
+        for (const auto& metric : metrics_) widest = std::max(widest, Widest(metric, kText));
         for (const auto& value : x_.values)
             widest = std::max(widest, font::Width(font::Drawable(value), kText));
         const double room = plot::kWidth - 2 * kMargin - LongestLabel() - kGap;
@@ -216,11 +217,12 @@ private:
     }
 
     const Table& table_;
+    const std::vector<Metric> metrics_;
     Layout layout_;
     plot::Heading heading_;
     const Setting &x_, &y_;
     double columns_, rows_;
-    const double metrics_ = static_cast<double>(Metrics().size());
+    const double count_ = static_cast<double>(metrics_.size());
     double cellWidth_ = 0, cellHeight_ = 0, left_ = 0, width_ = 0, panelHeight_ = 0;
 };
 
@@ -276,9 +278,10 @@ std::string DescribeFixed(const Plan& plan)
     return text;
 }
 
-Picture SweepPicture(const Table& table)
+Picture SweepPicture(const Table& table, const std::vector<Metric>& metrics)
 {
-    return table.plan.axes.size() == 1 ? CurvesPicture(table) : Picture(Maps(table));
+    return table.plan.axes.size() == 1 ? CurvesPicture(table, metrics)
+                                       : Picture(Maps(table, metrics));
 }
 
 }  // namespace amisim

@@ -50,17 +50,6 @@ bool IsNumber(std::string_view text)
     return error == std::errc{} && end == text.data() + text.size();
 }
 
-/// A text that a spreadsheet would take for a formula begins with an apostrophe, which makes it a
-/// text there.
-std::string CsvCell(const std::string& text)
-{
-    const bool formula = !text.empty() && std::strchr("=+-@\t\r", text[0]) && !IsNumber(text);
-    if (!formula && text.find_first_of(",\"\n\r") == std::string::npos) return text;
-    std::string quoted = formula ? "\"'" : "\"";
-    for (const char c : text) quoted.append(c == '"' ? 2 : 1, c);
-    return quoted + "\"";
-}
-
 Json AsJson(const std::string& value)
 {
     double number = 0;
@@ -72,6 +61,15 @@ Json AsJson(const std::string& value)
 }
 
 }  // namespace
+
+std::string CsvCell(const std::string& text)
+{
+    const bool formula = !text.empty() && std::strchr("=+-@\t\r", text[0]) && !IsNumber(text);
+    if (!formula && text.find_first_of(",\"\n\r") == std::string::npos) return text;
+    std::string quoted = formula ? "\"'" : "\"";
+    for (const char c : text) quoted.append(c == '"' ? 2 : 1, c);
+    return quoted + "\"";
+}
 
 std::string_view Name(Row::Status status)
 {

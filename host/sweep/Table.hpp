@@ -33,6 +33,10 @@ struct Row
 /// The numbers that a sweep's table has, a column each.
 std::vector<const Number*> Columns();
 
+/// In a line of a table: a text that a spreadsheet would take for a formula begins with an
+/// apostrophe, which makes it a text there.
+std::string CsvCell(const std::string& text);
+
 std::string_view Name(Row::Status status);
 
 /// A result that a report shows over the grid.
