@@ -13,6 +13,7 @@
 #include "host/cli/SweepCommand.hpp"
 #include "host/cli/ToleranceCommand.hpp"
 #include "host/cli/TransferCommand.hpp"
+#include "host/cli/TuneCommand.hpp"
 #include "host/options/RunCommand.hpp"
 
 namespace amisim {
@@ -40,14 +41,15 @@ private:
     SweepOptions sweepOptions_;
     ToleranceOptions toleranceOptions_;
     TransferOptions transferOptions_;
+    TuneOptions tuneOptions_;
     CheckOptions checkOptions_;
     ChannelOptions channelOptions_;
     CompareOptions compareOptions_;
     ParamsOptions paramsOptions_;
     ManualOptions manualOptions_;
     std::string shell_;
-    const CLI::App *sweep_, *tolerance_, *transfer_, *check_, *channel_, *compare_, *params_,
-        *completion_, *manual_;
+    const CLI::App *sweep_, *tolerance_, *transfer_, *tune_, *check_, *channel_, *compare_,
+        *params_, *completion_, *manual_;
 };
 
 }  // namespace amisim
