@@ -54,6 +54,15 @@ std::string FlatText(const Ranking::Flat& flat)
     return fmt::format("{} {} to {}{}", flat.axis, flat.from, flat.to, ends);
 }
 
+/// What the adaptation is held against: the best run bit by bit, whose clock was seen as long; else
+/// the best of the search.
+double Reference(const Tuning& tuning, double searched)
+{
+    const Row& first = tuning.confirmed.rows[0];
+    const bool isBest = &first != tuning.Adapted() && first.ranked;
+    return isBest ? first.At(tuning.figure.AsNumber()).value_or(searched) : searched;
+}
+
 /// What was found, a line a thing: its name, and what is to be said of it.
 std::vector<Line> Findings(const Tuning& tuning)
 {
@@ -73,9 +82,10 @@ std::vector<Line> Findings(const Tuning& tuning)
     if (const Row* const adapted = tuning.Adapted()) {
         const auto own = adapted->ranked ? adapted->At(figure.AsNumber()) : std::nullopt;
         lines.push_back(
-            {"Own adaptation", fmt::format("{}: {}{}{}", adapted->aCase.name, LevelText(*adapted),
-                                           Outcome(tuning, *adapted),
-                                           own ? ", " + figure.BehindText(*own, value) : "")});
+            {"Own adaptation",
+             fmt::format("{}: {}{}{}", adapted->aCase.name, LevelText(*adapted),
+                         Outcome(tuning, *adapted),
+                         own ? ", " + figure.BehindText(*own, Reference(tuning, value)) : "")});
     }
     return lines;
 }
