@@ -148,6 +148,26 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName, End
     return resolved;
 }
 
+std::string FarSideOf(const fs::path& path, std::string_view modelName)
+{
+    if (Lowercase(path.extension().string()) != ".ibs") {
+        return "";
+    }
+    Findings findings(path.string());  // for amisim check to tell
+    const IbisFile file = ReadIbisFile(path, findings);
+    const std::string receiver = ChooseModel(file, modelName, End::Receiver).name;
+    for (const Component& component : file.components) {
+        for (const auto row : component.section->RowsOf(Key::RepeaterPin)) {
+            const Pin* const in = component.FindPin(row[0].Text());
+            const Pin* const out = row.size() > 1 ? component.FindPin(row[1].Text()) : nullptr;
+            if (in && out && in->model.Text() == receiver) {
+                return out->model.String();
+            }
+        }
+    }
+    return "";
+}
+
 ResolvedModel ResolveDefinitions(const fs::path& path, std::string_view modelName)
 {
     const Files files = Find(path, modelName, End::Receiver, false);

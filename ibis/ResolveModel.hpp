@@ -40,6 +40,11 @@ ResolvedModel ResolveModel(const std::filesystem::path& path, std::string_view m
 ResolvedModel ResolveDefinitions(const std::filesystem::path& path,
                                  std::string_view modelName = {});
 
+/// The [Model] that a repeater sends on with: that of the transmitter's pin in the first row of a
+/// [Repeater Pin] whose receiver's pin has this model. "" where there is none, and for what is no
+/// .ibs. @param modelName  of the receiver; empty: as ResolveModel chooses
+std::string FarSideOf(const std::filesystem::path& path, std::string_view modelName = {});
+
 /// The library that stands beside an .ami and goes with it, if there is one; and the other way
 /// round.
 std::optional<std::filesystem::path> LibraryOf(const std::filesystem::path& ami);

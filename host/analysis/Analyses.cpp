@@ -31,6 +31,19 @@ EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
     return eye;
 }
 
+EyeAnalysis::Settings OutputSettings(const Analyses::Settings& settings)
+{
+    EyeAnalysis::Settings eye = EyeSettings(settings);
+    eye.origin = settings.origin;
+    return eye;
+}
+
+BitComparison ComparisonOf(const SymbolComparer& compared, std::int64_t errors)
+{
+    return {compared.Compared(),     errors,           compared.Unaligned(),
+            compared.Realignments(), compared.Delay(), compared.Inverted()};
+}
+
 /// Where between the clock edges a wave crosses thresholds on average (on the circle, since phase 1
 /// is phase 0 again), from -1/2 to 1/2; 0 when it does not. The wave's first sample is number
 /// `start`; unit intervals within samples `from` to `to` count.
@@ -87,7 +100,7 @@ Analyses::Analyses(const Settings& settings)
       ignoreSamples_(static_cast<double>(settings.ignoreBits * settings.samplesPerBit)),
       frame_(settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit),
       look_(settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit),
-      output_(EyeSettings(settings)),
+      output_(OutputSettings(settings)),
       input_(EyeSettings(settings)),
       clock_({settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit,
               ignoreSamples_, settings.folder})
@@ -189,11 +202,9 @@ double Analyses::AmplitudeOf(std::vector<double> held) const
 
 std::optional<BitComparison> Analyses::Comparison() const
 {
-    const auto& compared = DecisionsOf(output_).symbols;
-    if (!compared) return std::nullopt;
-    return BitComparison{compared->Compared(),  ErrorsOf(DecisionsOf(output_)),
-                         compared->Unaligned(), compared->Realignments(),
-                         compared->Delay(),     compared->Inverted()};
+    const auto& decisions = DecisionsOf(output_);
+    if (!decisions.symbols) return std::nullopt;
+    return ComparisonOf(*decisions.symbols, ErrorsOf(decisions));
 }
 
 Analyses::Findings Analyses::Find(std::span<const double> sines)
@@ -212,7 +223,10 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
                                                 settings_.sentUnitInterval);
     const std::int64_t missing = bits - output_.UnitIntervals();
     if (missing > kEndBits) found.clock.missing = missing;
+    const auto& decisions = DecisionsOf(output_);
     found.comparison = Comparison();
+    if (decisions.endToEnd)
+        found.endToEnd = ComparisonOf(*decisions.endToEnd, decisions.endToEnd->Errors());
     if (settings_.errorsOnly) return found;
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);

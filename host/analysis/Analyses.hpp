@@ -33,10 +33,11 @@ public:
         std::int64_t ignoreBits = 0;   // at the start: seen, not counted
         double sentUnitInterval = 64;  // samples
         Modulation modulation;
-        const SymbolHistory* sent = nullptr;  // null: nothing to compare with
-        bool errorsOnly = false;              // neither eyes nor the clock are looked at
-        std::vector<double> bers;             // that openings and contours are asked for
-        std::filesystem::path folder;         // for temporary files
+        const SymbolHistory* sent = nullptr;    // null: nothing to compare with
+        const SymbolHistory* origin = nullptr;  // what a link's first transmitter sent, likewise
+        bool errorsOnly = false;                // neither eyes nor the clock are looked at
+        std::vector<double> bers;               // that openings and contours are asked for
+        std::filesystem::path folder;           // for temporary files
     };
     static constexpr std::int64_t kHeldBits = 1024;
 
@@ -55,7 +56,7 @@ public:
     struct Findings
     {
         std::optional<EyeFindings> eye, inputEye;  // absent when no unit interval was counted
-        std::optional<BitComparison> comparison;
+        std::optional<BitComparison> comparison, endToEnd;
         ClockFindings clock;
         Verdict verdict;
         std::vector<std::string> notes;

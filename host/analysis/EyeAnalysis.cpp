@@ -49,8 +49,10 @@ EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& s
 {
     const std::size_t symbols = settings.modulation.thresholds.size() + 1;
     const VoltageHistogram empty(1, kLevelRows);
-    EyeAnalysis::Decisions at{offset, empty, {}, {symbols, empty}, {}};
-    if (settings.sent) at.symbols.emplace(*settings.sent, static_cast<Symbol>(symbols - 1));
+    EyeAnalysis::Decisions at{offset, empty, {}, {}, {symbols, empty}, {}};
+    const auto highest = static_cast<Symbol>(symbols - 1);
+    if (settings.sent) at.symbols.emplace(*settings.sent, highest);
+    if (settings.origin) at.endToEnd.emplace(*settings.origin, highest);
     return at;
 }
 
@@ -173,6 +175,7 @@ void EyeAnalysis::SeekLevels(std::span<const double> wave)
 void EyeAnalysis::Finish()
 {
     for (Decisions* at : {&atSampling_, &later_}) {
+        if (at->endToEnd) at->endToEnd->Finish();
         if (!at->symbols) continue;
         at->symbols->Finish();
         TakeWindow(*at);
@@ -211,8 +214,9 @@ double EyeAnalysis::Decide(Decisions& at, double begin)
     const double time = begin + at.offset * settings_.samplesPerBit;
     const double value = ValueAt(time) + draws_.now.volts;
     at.levels.Count(0, value);
+    const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
+    if (at.endToEnd) at.endToEnd->Add(settings_.modulation.Decide(value), near);
     if (at.symbols) {
-        const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
         at.symbols->Add(settings_.modulation.Decide(value), near);
         at.window.push_back(value);
         if (at.symbols->WindowDone()) TakeWindow(at);

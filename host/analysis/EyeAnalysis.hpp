@@ -25,11 +25,12 @@ public:
     struct Settings
     {
         int samplesPerBit = 64;
-        std::int64_t ignoreSamples = 0;       // at the start: seen, not counted
-        double sentUnitInterval = 64;         // samples, the transmitter's
-        Modulation modulation;                // thresholds to decide by
-        const SymbolHistory* sent = nullptr;  // null: nothing to compare with
-        bool decisionsOnly = false;           // no density, no levels but those decided by
+        std::int64_t ignoreSamples = 0;         // at the start: seen, not counted
+        double sentUnitInterval = 64;           // samples, the transmitter's
+        Modulation modulation;                  // thresholds to decide by
+        const SymbolHistory* sent = nullptr;    // null: nothing to compare with
+        const SymbolHistory* origin = nullptr;  // what a link's first transmitter sent, likewise
+        bool decisionsOnly = false;             // no density, no levels but those decided by
     };
 
     explicit EyeAnalysis(const Settings& settings);
@@ -74,7 +75,7 @@ public:
     {
         double offset;  // unit intervals after the clock edge
         VoltageHistogram levels;
-        std::optional<SymbolComparer> symbols;
+        std::optional<SymbolComparer> symbols, endToEnd;  // against those sent, and the origin's
         std::vector<VoltageHistogram> wrong;  // the levels decided wrongly, by the symbol sent
         std::vector<double> window;           // levels of the symbols that the comparer still holds
         std::int64_t unsure = 0;    // decided rightly, but nearer to a threshold than is needed

@@ -40,6 +40,8 @@ int main(int argc, char** argv)
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         answered = Answer(app, error);
+    } catch (const Error& error) {
+        return Report(error.Code(), error.what());
     }
     if (!answered && app.get_subcommands().empty()) {
         PrintError("{}", app.help());

@@ -57,25 +57,25 @@ private:
     std::string text_;
 };
 
+/// The model may write these at any time. Where there is no room even for the list, the numbers are
+/// still to be told.
+void ClaimLogs(OutputFolder& folder)
+{
+    for (const char* name : {"result.json", "model.log", "tx.log", "Adapt.txt", "EOM.txt"})
+        folder.Claim(name);
+}
+
 RunOptions Checked(RunOptions options)
 {
+    UseFarSides(options);
     options.Check();
     return options;
 }
 
-std::optional<ModelSource> TransmitterOf(const RunOptions& options)
-{
-    if (options.transmitter.empty()) return std::nullopt;
-    return ResolveModelSource(options.transmitter, options.transmitterName,
-                              options.transmitterParameters, ibis::End::Transmitter);
-}
-
 /// With what the waveform and the models tell of the signal.
-const RunOptions& Settled(RunOptions& options, const ModelSource& model,
-                          const std::optional<ModelSource>& transmitter)
+const RunOptions& Settled(RunOptions& options, const std::vector<SegmentModels>& models)
 {
-    options.signal.FindBitRate();
-    AgreeOnModulation(options.signal, model, transmitter ? &*transmitter : nullptr);
+    SettleSignals(options, models);
     return options;
 }
 
@@ -83,11 +83,9 @@ const RunOptions& Settled(RunOptions& options, const ModelSource& model,
 
 RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<bool()> stopped)
     : options_(Checked(options)),
-      model_(ResolveModelSource(options.model, options.modelName, options.parameters)),
-      transmitter_(TransmitterOf(options)),
+      models_(ResolveModels(options_)),
       folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, Inputs()),
-      simulation_(Settled(options_, model_, transmitter_), model_,
-                  transmitter_ ? &*transmitter_ : nullptr,
+      simulation_(Settled(options_, models_), models_,
                   {worker, folder_.Path(), folder_.Path() / "model.log", folder_.Path() / "tx.log",
                    std::move(stopped)})
 {
@@ -97,26 +95,53 @@ RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<
 std::vector<fs::path> RunJob::Inputs() const
 {
     std::vector<fs::path> inputs = options_.signal.Files();
-    inputs.insert(inputs.end(), model_.files.begin(), model_.files.end());
-    if (transmitter_)
-        inputs.insert(inputs.end(), transmitter_->files.begin(), transmitter_->files.end());
+    const auto add = [&](const std::vector<fs::path>& files) {
+        inputs.insert(inputs.end(), files.begin(), files.end());
+    };
+    for (const SegmentOptions& segment : options_.earlier) add(segment.signal.Files());
+    for (const SegmentModels& models : models_) {
+        add(models.receiver.files);
+        if (models.transmitter) add(models.transmitter->files);
+    }
     return inputs;
 }
 
 RunResult RunJob::Run(BlockListener& listener)
 {
+    MakeSegmentFolders();
     folder_.RemoveAll();
-    // The model may write these at any time. Where there is no room even for the list, the numbers
-    // are still to be told.
-    for (const char* name : {"result.json", "model.log", "tx.log", "Adapt.txt", "EOM.txt"})
-        folder_.Claim(name);
+    ClaimLogs(folder_);
     BlockFiles files(options_, folder_, listener);
     return simulation_.Run(files);
 }
 
 void RunJob::Write(RunResult& result)
 {
-    WriteResults(result, options_, model_, options_.pictures, folder_);
+    for (std::size_t k = 0; k < segmentFolders_.size(); ++k) {
+        SimulationOptions own = options_;
+        static_cast<SegmentOptions&>(own) = options_.earlier[k];
+        own.earlier.clear();
+        WriteResults(result.earlier[k], own, models_[k].receiver, options_.pictures,
+                     *segmentFolders_[k]);
+    }
+    WriteResults(result, options_, Model(), options_.pictures, folder_);
+}
+
+/// A segment that others follow leaves what a run of its own would, in a folder of its own; what an
+/// earlier run of more segments has left goes.
+void RunJob::MakeSegmentFolders()
+{
+    for (std::size_t k = 0;; ++k) {
+        const fs::path path = folder_.Path() / SegmentFolder(k);
+        const bool own = k < options_.earlier.size();
+        if (!own && !fs::exists(path / ".amisim")) return;
+        auto folder =
+            std::make_unique<OutputFolder>(path, RunFolder(), OutputFolder::Use::kAlone, Inputs());
+        folder->RemoveAll();
+        if (!own) continue;
+        ClaimLogs(*folder);
+        segmentFolders_.push_back(std::move(folder));
+    }
 }
 
 }  // namespace amisim

@@ -2,11 +2,12 @@
 
 #include <filesystem>
 #include <functional>
-#include <optional>
+#include <memory>
+#include <vector>
 
 #include "host/options/RunOptions.hpp"
-#include "host/process/ModelSource.hpp"
 #include "host/results/OutputFolder.hpp"
+#include "host/run/Models.hpp"
 #include "host/run/Simulation.hpp"
 
 namespace amisim {
@@ -34,16 +35,17 @@ public:
 
     /// With the bit rate, where it was to be found.
     const RunOptions& Options() const { return options_; }
-    const ModelSource& Model() const { return model_; }
+    const ModelSource& Model() const { return models_.back().receiver; }
     const OutputFolder& Folder() const { return folder_; }
 
 private:
     std::vector<std::filesystem::path> Inputs() const;
+    void MakeSegmentFolders();
 
     RunOptions options_;
-    ModelSource model_;
-    std::optional<ModelSource> transmitter_;
+    std::vector<SegmentModels> models_;  // in the link's order
     OutputFolder folder_;
+    std::vector<std::unique_ptr<OutputFolder>> segmentFolders_;  // of those before the last
     Simulation simulation_;
 };
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/options/LinkFile.hpp"
+#include "host/options/SegmentWords.hpp"
 #include "host/options/SignalCommandLine.hpp"
 
 namespace amisim {
@@ -13,6 +15,8 @@ Examples:
   amisim run retimer.ami --ppm -50 --noise 0.002 --prbs 15 -p EQ_Level=5 -p CTLEAdapt=0
   amisim run retimer.ibs --touchstone backplane.s4p --tx-post 0.1 --fext near-pair.s4p --bits 100000
   amisim run rx.ibs --tx tx.ibs --tx-param Post1=3 --touchstone backplane.s4p
+  amisim run rx.ibs --loss 20 --retimer retimer.ibs --retimer-param EQ_Level=10 --loss 12
+  amisim run link.toml --bits 1e6
   amisim run Retimer_RX_RT.so --wave scope.csv --bit-rate 10.3125e9 --save-wave npy
 
 Files in the output folder:
@@ -31,6 +35,60 @@ Exit codes:
   1 internal error     4 model cannot be loaded 7 time limit
   2 usage              5 model crashed          8 interrupted (what there was is written)
 )";
+
+/// Of a link that is told on the command line, segment by segment.
+void AddLinkOptions(CLI::App& run)
+{
+    const auto add = [&](const char* name, const char* text, const char* type) {
+        run.add_option(name)
+            ->description(text)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->type_name(type)
+            ->group(kLinkGroup);
+    };
+    add("--retimer",
+        "A receiver's model that ends a segment and sends its bits on at its own clock; options of "
+        "signal, channel and transmitter behind it are those of the next segment; may be repeated",
+        "FILE");
+    add("--retimer-model", "The [Model] of an .ibs that holds several, of the device before",
+        "NAME");
+    add("--retimer-param", "Set a parameter of the device before; may be repeated", "NAME=VALUE");
+    add("--set", "Replace a value of a link file; may be repeated", "SEGMENT.KEY=VALUE");
+}
+
+/// The file's segments; of what it says of the whole the command line's options replace some.
+void TakeLinkFile(const CLI::App& run, RunOptions& options)
+{
+    const std::string where = options.model.string();
+    const auto sets = run.get_option("--set")->results();
+    LinkFile file = ReadLinkFile(options.model, run, sets);
+    for (const CLI::Option* option : run.get_options()) {
+        const bool splits = option->get_group() == kLinkGroup && !option->check_lname("set");
+        if (option->count() > 0 && !option->get_positional() && (splits || IsOfSegment(*option))) {
+            throw CLI::ValidationError(
+                option->get_name(),
+                "is of a single segment: say it in the link file, or as --set 1.noise=0.002");
+        }
+    }
+    for (const std::string& word : WordsOfLink(run)) file.link.push_back({word, ""});
+    options = OptionsOf(file.link);
+    TakeSegments(file.segments, options);
+}
+
+/// Once all words have been read.
+void Complete(const CLI::App& run, RunOptions& options)
+{
+    if (IsLinkFile(options.model)) {
+        TakeLinkFile(run, options);
+    } else if (run.count("--set") > 0) {
+        throw CLI::RequiresError("--set", "a link file (.toml) as MODEL");
+    } else if (const auto segments = SplitSegments(run); segments.size() > 1) {
+        TakeSegments(segments, options);
+    } else {
+        CheckTogether(run);
+    }
+}
 
 }  // namespace
 
@@ -70,7 +128,7 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
     CLI::App* const run = &command;
     // The last one counts, so that a script can add to a command line.
     run->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    run->add_option("model", o.model, "The model: .ibs, .ami or .so")
+    run->add_option("model", o.model, "The receiver's model: .ibs, .ami or .so; or a link: .toml")
         ->required()
         ->type_name("MODEL");
     run->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")
@@ -83,7 +141,7 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->type_name("NAME=VALUE");
 
-    const std::string tx = "Transmitter's model (docs/link.md)";
+    const std::string tx = kTransmitterGroup;
     run->add_option("--tx", o.transmitter,
                     "A transmitter's model in place of the built-in one: .ibs, .ami or .so")
         ->type_name("FILE")
@@ -154,7 +212,9 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->type_name("NAME=VALUE")
         ->group(box);
 
+    AddLinkOptions(*run);
     AddSignalOptions(*run, o.signal);
+    run->parse_complete_callback([run, &o] { Complete(*run, o); });
 
     run->add_option_function<std::string>(
            "--statistical",

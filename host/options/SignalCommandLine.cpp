@@ -221,7 +221,8 @@ void AddWaveOptions(CLI::App& run, SignalOptions& o)
         ->group(group);
 }
 
-/// Options that would be of no effect are refused rather than passed over.
+}  // namespace
+
 void CheckTogether(const CLI::App& run)
 {
     const auto given = [&](const std::string& name) { return run.count(name) > 0; };
@@ -266,8 +267,6 @@ void CheckTogether(const CLI::App& run)
     }
 }
 
-}  // namespace
-
 CLI::Validator WholeNumber()
 {
     return {[](std::string& text) {
@@ -292,7 +291,6 @@ void AddSignalOptions(CLI::App& run, SignalOptions& o)
     AddTransmitterOptions(run, o);
     AddChannelOptions(run, o);
     AddWaveOptions(run, o);
-    run.parse_complete_callback([&run] { CheckTogether(run); });
 }
 
 }  // namespace amisim

@@ -145,6 +145,12 @@ Json SmallSignalJson(const std::optional<SmallSignal>& measured)
             {"unexplained", measured->unexplained}};
 }
 
+Json CountsJson(const std::optional<BitComparison>& comparison)
+{
+    if (!comparison) return nullptr;
+    return {{"errors", comparison->errors}, {"compared_bits", comparison->compared}};
+}
+
 Json ParametersJson(const std::vector<ParameterTrack>& tracks)
 {
     Json list = Json::array();
@@ -154,6 +160,40 @@ Json ParametersJson(const std::vector<ParameterTrack>& tracks)
                         {"values", track.value},
                         {"stride_bits", track.stride}});
     }
+    return list;
+}
+
+/// One of a link, with the members that the last has at the top.
+Json SegmentJson(const RunResult& r, const SegmentOptions& own)
+{
+    Json json = {{"name", r.name},
+                 {"file", own.model.string()},
+                 {"verdict", r.lock ? Json(Name(*r.lock)) : Json(nullptr)},
+                 {"errors", CountsJson(r.comparison)},
+                 {"end_to_end", CountsJson(r.endToEnd ? r.endToEnd : r.comparison)},
+                 {"eye", r.eye ? EyeJson(*r.eye) : Json(nullptr)},
+                 {"input_eye", r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr)},
+                 {"statistical",
+                  {{"input_eye", StatisticalJson(r.statisticalInput)},
+                   {"eye", StatisticalJson(r.statisticalOutput)}}}};
+    json["clock"] = ClockJson(r.clock);
+    json["clock"]["ppm"] = OrNull(r.clock.ppm);
+    json["clock"]["tie_rms_ui"] = OrNull(r.clock.tieRms);
+    json["parameters_in"] = own.parameters;
+    json["parameters_out"] = ParametersJson(r.parameters);
+    json["transmitter"] = r.transmitter ? Json(r.transmitter->name) : Json(nullptr);
+    json["signal"] = SignalJson(own.signal);
+    json["model_seconds"] = r.modelSeconds;
+    return json;
+}
+
+/// In the link's order.
+Json SegmentsJson(const RunResult& r, const SimulationOptions& options)
+{
+    Json list = Json::array();
+    for (std::size_t k = 0; k < r.earlier.size(); ++k)
+        list.push_back(SegmentJson(r.earlier[k], options.earlier[k]));
+    list.push_back(SegmentJson(r, options));
     return list;
 }
 
@@ -237,6 +277,10 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                           {"ns_per_sample", speed.nanosecondsASample},
                           {"model_ns_per_sample", speed.modelNanosecondsASample},
                           {"block_bits", options.blockBits}});
+    if (!r.earlier.empty()) {
+        json["end_to_end"] = CountsJson(r.endToEnd);
+        json["segments"] = SegmentsJson(r, options);
+    }
     json["messages"] = r.notes;
     json["files"] = r.files;
     return json;

@@ -87,6 +87,29 @@ std::string ParametersTable(const std::vector<ParameterTrack>& tracks)
     return text;
 }
 
+/// A line for each segment of a link of several.
+std::string SegmentsTable(const RunResult& last)
+{
+    if (last.earlier.empty()) return "";
+    constexpr const char* kLine = "  {:<3}{:<23} {:>14} {:>14} {:>10} {:>9} {:>11} {:>9}\n";
+    std::string text = fmt::format(kLine, "", "Segment to", "errors", "end to end", "height",
+                                   "width", "TIE rms", "clock");
+    const auto errors = [](const std::optional<BitComparison>& c) {
+        return c && c->compared > 0 ? Grouped(c->errors) : kNone;
+    };
+    const auto line = [&](std::size_t number, const RunResult& r) {
+        text += fmt::format(
+            kLine, number, base::Shortened(r.name, 23), errors(r.comparison),
+            errors(r.endToEnd ? r.endToEnd : r.comparison),
+            Value(r.eye ? r.eye->vertical.Height() * 1000 : kUnknown, false, 1, "mV"),
+            Value(r.eye ? r.eye->Width() : kUnknown, false, 3, "UI"),
+            Value(r.clock.tieRms * 1000, false, 1, "mUI"), Value(r.clock.ppm, false, 1, "ppm"));
+    };
+    for (std::size_t k = 0; k < last.earlier.size(); ++k) line(k + 1, last.earlier[k]);
+    line(last.earlier.size() + 1, last);
+    return text;
+}
+
 }  // namespace
 
 std::string ToTable(const RunResult& r, const SimulationOptions& options)
@@ -98,6 +121,7 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
     if (r.lock) row("Verdict", Name(*r.lock));
     for (const Number& number : options.counted ? Numbers() : std::span<const Number>())
         row(number.title, number.Line(r));
+    if (options.counted) text += SegmentsTable(r);
     text += OpeningsTable(r);
     text += ParametersTable(r.parameters);
     if (!options.counted) return text;

@@ -38,6 +38,9 @@ struct RunResult
     std::optional<ChannelGrade> channelGrade;  // of a channel from S parameters
 
     std::optional<BitComparison> comparison;  // absent when nothing is known of what was sent
+    /// With what the link's first transmitter sent; behind a retimer only.
+    std::optional<BitComparison> endToEnd;
+    std::vector<RunResult> earlier;  // of the segments before, in the link's order
 
     std::optional<EyeFindings> eye;       // at the output; absent when no unit interval was counted
     std::optional<EyeFindings> inputEye;  // what the model received, in the frame of its own clock
@@ -52,6 +55,7 @@ struct RunResult
     std::optional<AdaptLog> adaptation;  // absent when the model writes none
     std::vector<LoggedEye> loggedEyes;   // in the order of the adaptation's measurements
 
+    std::string name;                         // of the receiver's model
     BoxState box;                             // that the model ran in
     std::string modelMessage, parametersOut;  // from AMI_Init
     /// Of the transmitter's model, if there is one.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "host/run/Declared.hpp"
 #include "host/run/OwnLogs.hpp"
@@ -11,44 +12,99 @@
 namespace amisim {
 namespace {
 
-/// Of those sent, until they have been compared.
-std::int64_t HeldBits(const SimulationOptions& options, bool transmitter)
+/// Of those sent, until they have been compared. @param behind  segments
+std::int64_t HeldBits(const SimulationOptions& options, bool transmitter, std::size_t behind)
 {
     constexpr std::int64_t kAhead = 1 << 17;  // of the bits that a transmitter's model has had
-    return 10 * options.blockBits + Analyses::kHeldBits + SymbolComparer::kLongestDelay +
+    return static_cast<std::int64_t>(behind) * (kAhead + 10 * options.blockBits) +
+           10 * options.blockBits + Analyses::kHeldBits + SymbolComparer::kLongestDelay +
            4 * static_cast<std::int64_t>(SymbolComparer::kWindow) +
            (transmitter ? kAhead + 10 * options.blockBits : 0);
+}
+
+/// Of random things no two segments have the same.
+SignalOptions SignalOf(const SegmentOptions& own, std::size_t number)
+{
+    constexpr std::uint64_t kStream = 1 << 20;  // of random numbers, apart from a signal's own
+    SignalOptions signal = own.signal;
+    if (number > 0) signal.seed = Random(signal.seed, kStream + number).Bits();
+    return signal;
+}
+
+/// A failure in a link of several segments says in which.
+template <typename Step>
+auto OfSegment(std::size_t number, std::size_t of, Step step)
+{
+    constexpr const char* kMark = " of segment ";
+    try {
+        return step();
+    } catch (const ModelFailure& failure) {
+        if (of == 1 || failure.phase.find(kMark) != std::string::npos) throw;
+        throw ModelFailure(failure.Code(), fmt::format("{}{}{}", failure.phase, kMark, number + 1),
+                           failure.reason, failure.printed);
+    }
 }
 
 }  // namespace
 
 Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
-                 const ModelSource& receiver, const ModelSource* transmitter,
-                 Surroundings surroundings)
+                 const SegmentModels& models, Surroundings surroundings, Place place)
     : own_(own),
       run_(run),
-      receiver_(receiver),
-      transmitter_(transmitter),
+      receiver_(models.receiver),
+      transmitter_(models.transmitter ? &*models.transmitter : nullptr),
       surroundings_(std::move(surroundings)),
-      signal_(own.signal, HeldBits(run, transmitter)),
-      link_(signal_, transmitter, receiver),
-      computed_(own, run, receiver, transmitter, signal_, link_)
+      place_(place),
+      signal_(SignalOf(own, place.number), HeldBits(run, transmitter_, place.of - place.number - 1),
+              SymbolsBefore()),
+      link_(signal_, transmitter_, receiver_),
+      computed_(own, run, receiver_, transmitter_, signal_, link_)
 {
+    result_.name = receiver_.name;
     result_.notes = receiver_.notes;
-    if (transmitter) {
-        for (const std::string& note : transmitter->notes)
+    if (transmitter_) {
+        for (const std::string& note : transmitter_->notes)
             result_.notes.push_back("transmitter: " + note);
     }
-    if (receiver.leastSamplesPerBit && own.signal.samplesPerBit < *receiver.leastSamplesPerBit) {
+    if (receiver_.leastSamplesPerBit && own.signal.samplesPerBit < *receiver_.leastSamplesPerBit) {
         result_.notes.push_back(fmt::format(
             "the model asks for {} samples per bit or more: with {} its own measurements, and "
             "what it adapts by them, go astray",
-            *receiver.leastSamplesPerBit, own.signal.samplesPerBit));
+            *receiver_.leastSamplesPerBit, own.signal.samplesPerBit));
+    }
+    if (own.repeater == Repeater::kRetimer) {
+        if (!receiver_.getWave) {
+            throw Error(ExitCode::kUsage,
+                        fmt::format("{}: has no AMI_GetWave and so no clock times, which a retimer "
+                                    "sends on at",
+                                    own.model.string()));
+        }
+        retimer_ = std::make_unique<Retimer>(
+            Retimer::Settings{own.model.string(), own.signal.SampleInterval(),
+                              own.signal.samplesPerBit, Thresholds()},
+            [this] { Next(); });
     }
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
     result_.channelGrade = signal_.Grade();
     result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
+}
+
+/// What the retimer at the end of the segment before sends.
+SignalChain::Symbols Segment::SymbolsBefore() const
+{
+    if (!place_.before) return {};
+    return [&retimer = *place_.before->retimer_] { return retimer.Symbols(); };
+}
+
+Modulation Segment::Thresholds() const
+{
+    return Modulation::Of(own_.signal.Levels(), own_.signal.amplitude / 2);
+}
+
+const SymbolHistory* Segment::Origin() const
+{
+    return place_.before ? place_.before->Origin() : signal_.Sent();
 }
 
 std::optional<std::int64_t> Segment::IgnoredBits() const
@@ -66,12 +122,14 @@ void Segment::StartAnalyses(std::int64_t ignoredBits)
     settings.sampleInterval = own_.signal.SampleInterval();
     settings.ignoreBits = ignoredBits;
     settings.sentUnitInterval = signal_.SentUnitInterval();
-    settings.modulation = Modulation::Of(own_.signal.Levels(), own_.signal.amplitude / 2);
+    settings.modulation = Thresholds();
     settings.sent = signal_.Sent();
+    if (place_.before) settings.origin = Origin();
     settings.errorsOnly = run_.errorsOnly;
     settings.bers = run_.ErrorRatios();
     settings.folder = surroundings_.folder;
     analyses_.emplace(settings);
+    if (retimer_) retimer_->ExpectClockBy(ignoredBits + Analyses::kHeldBits);
 }
 
 ModelStart Segment::StartOf(const ModelSource& model) const
@@ -111,6 +169,11 @@ void Segment::StartTransmitter()
 
 void Segment::Start()
 {
+    OfSegment(place_.number, place_.of, [&] { StartModels(); });
+}
+
+void Segment::StartModels()
+{
     if (transmitter_) StartTransmitter();
     process_ =
         std::make_unique<ModelProcess>(StartOf(receiver_), ProcessSettings(surroundings_.log));
@@ -128,16 +191,18 @@ void Segment::Start()
 
 std::optional<ModelProcess::Block> Segment::Next()
 {
-    auto block = receiver_.getWave ? FromModel() : FromResponse();
-    if (block) Take(*block);
-    return block;
+    return OfSegment(place_.number, place_.of, [&] {
+        auto block = receiver_.getWave ? FromModel() : FromResponse();
+        if (block) Take(*block);
+        return block;
+    });
 }
 
 std::optional<ModelProcess::Block> Segment::FromModel()
 {
     while (process_->SlotFree() && !Ended()) {
         const std::size_t samples = NextSamples();
-        link_.Input().Read(process_->NextInput().first(samples));
+        ReadInput(process_->NextInput().first(samples));
         process_->Submit(samples);
     }
     if (!process_->Busy()) return std::nullopt;
@@ -156,7 +221,7 @@ std::optional<ModelProcess::Block> Segment::FromResponse()
     }
     input_.resize(NextSamples());
     output_.resize(input_.size());
-    link_.Input().Read(input_);
+    ReadInput(input_);
     if (link_.Output()) {
         link_.Output()->Read(output_);
     } else {
@@ -165,10 +230,16 @@ std::optional<ModelProcess::Block> Segment::FromResponse()
     return ModelProcess::Block{input_, output_, {}, ""};
 }
 
+/// Behind the end of a waveform file there is nothing.
+void Segment::ReadInput(std::span<double> samples)
+{
+    std::ranges::fill(samples.subspan(link_.Input().Read(samples)), 0.0);
+}
+
 /// How many the next block of the input has.
 std::size_t Segment::NextSamples()
 {
-    const std::int64_t bits = std::min(run_.blockBits, Bits() - made_);
+    const std::int64_t bits = Last() ? std::min(run_.blockBits, Bits() - made_) : run_.blockBits;
     made_ += run_.blockBits;
     return static_cast<std::size_t>(bits * own_.signal.samplesPerBit);
 }
@@ -177,9 +248,10 @@ void Segment::UseSampler()
 {
     SamplerSettings sampler =
         SamplerOf(receiver_.declared, parameters_.Tracks(), own_.signal.BitTime(), result_.notes);
-    sampler.gaussianNoise = std::hypot(sampler.gaussianNoise, run_.samplerNoise);
-    sampler.seed = own_.signal.seed;
+    sampler.gaussianNoise = std::hypot(sampler.gaussianNoise, own_.samplerNoise);
+    sampler.seed = SignalOf(own_, place_.number).seed;
     analyses_->Use(sampler);
+    if (retimer_) retimer_->Use(sampler);
     result_.sampler = sampler;
 }
 
@@ -194,10 +266,29 @@ void Segment::Take(const ModelProcess::Block& block)
             fmt::format("AMI_GetWave {} wrote past the end of the clock list", blocks_ + 1));
     }
     ++blocks_;
-    analyses_->Add(block.input, block.output, block.clocks.times);
-    computed_.Add(block.input, block.output);
-    result_.bits += std::ssize(block.output) / own_.signal.samplesPerBit;
+    if (retimer_) retimer_->Add(block.output, block.clocks.times);
+    LookAt(block);
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
+}
+
+/// As far as the bits of the run go.
+void Segment::LookAt(const ModelProcess::Block& block)
+{
+    const std::int64_t spb = own_.signal.samplesPerBit;
+    const std::int64_t bits = std::min(std::ssize(block.output) / spb, Bits() - result_.bits);
+    if (bits <= 0) return;
+    const auto samples = static_cast<std::size_t>(bits * spb);
+    result_.bits += bits;
+    std::vector<double> within;
+    const std::vector<double>* times = &block.clocks.times;
+    if (samples < block.output.size()) {
+        const double end = static_cast<double>(result_.bits) * own_.signal.BitTime();
+        std::ranges::copy_if(*times, std::back_inserter(within), [=](double t) { return t < end; });
+        times = &within;
+    }
+    const auto input = block.input.first(samples), output = block.output.first(samples);
+    analyses_->Add(input, output, *times);
+    computed_.Add(input, output);
 }
 
 void Segment::TakeParameters(const std::string& text, const std::string& call)
@@ -207,8 +298,11 @@ void Segment::TakeParameters(const std::string& text, const std::string& call)
 
 void Segment::Close()
 {
-    process_->Close();
-    link_.Close();
+    OfSegment(place_.number, place_.of, [&] {
+        while (process_->Busy()) process_->Wait();
+        process_->Close();
+        link_.Close();
+    });
 }
 
 void Segment::Evaluate()
@@ -218,6 +312,7 @@ void Segment::Evaluate()
     result_.eye = std::move(found.eye);
     result_.inputEye = std::move(found.inputEye);
     result_.comparison = found.comparison;
+    result_.endToEnd = found.endToEnd;
     result_.clock = std::move(found.clock);
     if (result_.bits > 0 && !run_.errorsOnly) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());

@@ -11,15 +11,26 @@
 #include "host/process/ModelSource.hpp"
 #include "host/run/ComputedEyes.hpp"
 #include "host/run/Link.hpp"
+#include "host/run/Retimer.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
 #include "host/signal/SignalChain.hpp"
 
 namespace amisim {
 
+/// The models at both ends of a segment.
+struct SegmentModels
+{
+    ModelSource receiver;
+    std::optional<ModelSource> transmitter;  // absent: the one that is built in
+};
+
 /// One segment of a link as it runs: a signal, perhaps a transmitter's model, the channel, the
 /// receiver's model, and all that is looked at. The steps are to be taken in the order in which
 /// they stand.
+///
+/// A segment that others follow is drawn from: its receiver goes on for as long as they need its
+/// output, and what it does beyond the bits of the run is not looked at.
 class Segment
 {
 public:
@@ -34,17 +45,24 @@ public:
         std::optional<Clock::time_point> deadline;
     };
 
-    /// @param own          what is asked for of this segment
-    /// @param run          and of all
-    /// @param transmitter  null: the one that is built in
+    /// Where a segment stands in its link.
+    struct Place
+    {
+        std::size_t number = 0, of = 1;  // from 0
+        Segment* before = nullptr;
+    };
+
+    /// @param own  what is asked for of this segment
+    /// @param run  and of all
     /// @throws Error (kInput) for a file of the signal, (kUsage) for options that do not fit
     /// together
-    Segment(const SegmentOptions& own, const SimulationOptions& run, const ModelSource& receiver,
-            const ModelSource* transmitter, Surroundings surroundings);
+    Segment(const SegmentOptions& own, const SimulationOptions& run, const SegmentModels& models,
+            Surroundings surroundings, Place place);
     Segment(const Segment&) = delete;
     Segment& operator=(const Segment&) = delete;
 
-    std::int64_t Bits() const { return signal_.Bits(); }  // of the whole run
+    /// Of the whole run.
+    std::int64_t Bits() const { return place_.before ? place_.before->Bits() : signal_.Bits(); }
 
     /// The bits that both models together ask for; absent where the receiver's asks for none.
     std::optional<std::int64_t> IgnoredBits() const;
@@ -57,7 +75,7 @@ public:
 
     /// The next block that the receiver has returned, valid until the next call; nothing at the end
     /// of the run. Blocks are made ahead, so that host and models work at the same time.
-    /// @throws ModelFailure
+    /// @throws ModelFailure, Error (kUsage) for a retimer without a clock
     std::optional<ModelProcess::Block> Next();
 
     /// The decisions that count, so far; absent when nothing is known of what was sent.
@@ -66,7 +84,7 @@ public:
     /// Has no more input made: Next() returns what is under way.
     void End() { enough_ = true; }
 
-    /// Ends the models. @throws ModelFailure
+    /// Ends the models, when all that was asked of them has come back. @throws ModelFailure
     void Close();
 
     /// What was found, failed or not. Ends the analyses.
@@ -77,13 +95,23 @@ public:
 private:
     ModelStart StartOf(const ModelSource& model) const;
     ModelProcess::Settings ProcessSettings(const std::filesystem::path& log) const;
+    void StartModels();
     void StartTransmitter();
     std::optional<ModelProcess::Block> FromModel();
     std::optional<ModelProcess::Block> FromResponse();
-    bool Ended() const { return enough_ || made_ >= Bits() || surroundings_.stopped(); }
+    bool Last() const { return place_.number + 1 == place_.of; }
+    bool Ended() const
+    {
+        return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped());
+    }
+    SignalChain::Symbols SymbolsBefore() const;
+    const SymbolHistory* Origin() const;
+    Modulation Thresholds() const;
+    void ReadInput(std::span<double> samples);
     std::size_t NextSamples();
     void UseSampler();
     void Take(const ModelProcess::Block& block);
+    void LookAt(const ModelProcess::Block& block);
     void TakeParameters(const std::string& text, const std::string& call);
     void TakeTracks(const ParameterLog& log, const char* prefix);
 
@@ -92,9 +120,11 @@ private:
     const ModelSource& receiver_;
     const ModelSource* transmitter_;
     Surroundings surroundings_;
+    Place place_;
     SignalChain signal_;
     Link link_;
     ComputedEyes computed_;
+    std::unique_ptr<Retimer> retimer_;
     std::optional<Analyses> analyses_;
     std::unique_ptr<ModelProcess> process_;  // of the receiver
     ParameterLog parameters_;

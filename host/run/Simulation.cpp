@@ -17,37 +17,62 @@ std::optional<Segment::Clock::time_point> Deadline(const SimulationOptions& opti
 
 }  // namespace
 
-Simulation::Simulation(const SimulationOptions& options, const ModelSource& model,
-                       const ModelSource* transmitter, const Surroundings& surroundings)
-    : options_(options),
-      stopped_(surroundings.stopped),
-      segment_(options, options, model, transmitter,
-               {surroundings.worker, surroundings.folder, surroundings.log,
-                surroundings.transmitterLog, surroundings.stopped, Deadline(options, begin_)}),
-      ignoredBits_(IgnoredBits())
+std::string SegmentFolder(std::size_t number)
 {
+    return fmt::format("segment{}", number + 1);
 }
 
-/// As asked for; else the models' own count, but no more than half of the run; else half of the
-/// run.
+Simulation::Simulation(const SimulationOptions& options, const std::vector<SegmentModels>& models,
+                       const Surroundings& surroundings)
+    : options_(options), stopped_(surroundings.stopped)
+{
+    const auto deadline = Deadline(options, begin_);
+    const std::size_t count = models.size();
+    for (std::size_t k = 0; k < count; ++k) {
+        const bool last = k + 1 == count;
+        Segment::Surroundings own{surroundings.worker,
+                                  surroundings.folder,
+                                  surroundings.log,
+                                  surroundings.transmitterLog,
+                                  stopped_,
+                                  deadline};
+        if (!last) {
+            own.folder /= SegmentFolder(k);
+            own.log = own.folder / surroundings.log.filename();
+            own.transmitterLog = own.folder / surroundings.transmitterLog.filename();
+        }
+        segments_.push_back(std::make_unique<Segment>(
+            last ? options : options.earlier[k], options, models[k], std::move(own),
+            Segment::Place{k, count, k > 0 ? segments_.back().get() : nullptr}));
+    }
+    ignoredBits_ = IgnoredBits();
+}
+
+/// As asked for; else what all models together ask for, each settling after those before it, but no
+/// more than half of the run; else half of the run.
 std::int64_t Simulation::IgnoredBits()
 {
-    const std::int64_t bits = segment_.Bits(), half = bits / 2;
+    const std::int64_t bits = segments_.back()->Bits(), half = bits / 2;
     if (options_.ignoreBits) return std::min(*options_.ignoreBits, bits);
-    const std::int64_t asked = segment_.IgnoredBits().value_or(half);
+    std::int64_t asked = 0;
+    for (const auto& segment : segments_) {
+        const auto own = segment->IgnoredBits();
+        if (!own) return half;
+        asked += *own;
+    }
     if (asked > half) {
-        segment_.Result().notes.push_back(
-            fmt::format("the model asks for {} bits to be ignored; of {} only the first half "
+        segments_.back()->Result().notes.push_back(
+            fmt::format("the model{} for {} bits to be ignored; of {} only the first half "
                         "is: give more --bits",
-                        asked, bits));
+                        segments_.size() > 1 ? "s ask" : " asks", asked, bits));
     }
     return std::min(asked, half);
 }
 
 RunResult Simulation::Run(BlockListener& listener)
 {
-    RunResult& result = segment_.Result();
-    segment_.StartAnalyses(ignoredBits_);
+    RunResult& result = segments_.back()->Result();
+    for (const auto& segment : segments_) segment->StartAnalyses(ignoredBits_);
     try {
         Drive(listener);
     } catch (const ModelFailure& failure) {
@@ -61,22 +86,39 @@ RunResult Simulation::Run(BlockListener& listener)
     }
     if (!result.failure && stopped_())
         result.failure = {ExitCode::kInterrupted, "the run", "was interrupted", ""};
+    for (const auto& segment : segments_) segment->Result().failure = result.failure;
     result.seconds = std::chrono::duration<double>(Segment::Clock::now() - begin_).count();
-    segment_.Evaluate();
-    return std::move(result);
+    return Evaluate();
 }
 
 void Simulation::Drive(BlockListener& listener)
 {
-    segment_.Start();
+    Segment& last = *segments_.back();
+    for (const auto& segment : segments_) segment->Start();
     if (options_.counted) {
-        listener.Start(segment_.Bits());
-        while (const auto block = segment_.Next()) {
+        listener.Start(last.Bits());
+        while (const auto block = last.Next()) {
             listener.Take(*block);
-            if (listener.IsEnough(segment_.Comparison())) segment_.End();
+            if (listener.IsEnough(last.Comparison())) last.End();
         }
     }
-    segment_.Close();
+    for (const auto& segment : segments_) segment->Close();
+}
+
+/// The last segment's, with those before it.
+RunResult Simulation::Evaluate()
+{
+    for (const auto& segment : segments_) segment->Evaluate();
+    RunResult result = std::move(segments_.back()->Result());
+    segments_.pop_back();
+    for (const auto& segment : segments_) {
+        result.earlier.push_back(std::move(segment->Result()));
+        RunResult& own = result.earlier.back();
+        own.seconds = result.seconds;
+        for (const std::string& note : own.notes)
+            result.notes.push_back(fmt::format("segment {}: {}", result.earlier.size(), note));
+    }
+    return result;
 }
 
 }  // namespace amisim

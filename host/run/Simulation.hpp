@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <vector>
 
 #include "host/run/Segment.hpp"
 
@@ -20,8 +22,11 @@ public:
     virtual bool IsEnough(const std::optional<BitComparison>& /*soFar*/) { return false; }
 };
 
-/// One model driven with one signal, from its start to its result. Prints nothing, and writes
-/// nothing but the model's own files and output where it is told to let it run.
+/// Below a run's folder, for a segment that others follow. @param number  from 0
+std::string SegmentFolder(std::size_t number);
+
+/// A link driven with one signal, from its start to its result. Prints nothing, and writes nothing
+/// but the models' own files and output where it is told to let them run.
 class Simulation
 {
 public:
@@ -34,11 +39,11 @@ public:
         std::function<bool()> stopped = [] { return false; };  // asked often; true ends the run
     };
 
+    /// @param models  of each segment, as ResolveModels gives them
     /// @throws Error (kInput) for a file of the signal, (kUsage) for options that do not fit
     /// together
-    /// @param transmitter  null: the one that is built in
-    Simulation(const SimulationOptions& options, const ModelSource& model,
-               const ModelSource* transmitter, const Surroundings& surroundings);
+    Simulation(const SimulationOptions& options, const std::vector<SegmentModels>& models,
+               const Surroundings& surroundings);
 
     /// To be called once. A model that fails is part of the result, as is a run that was stopped;
     /// what was found until then is there. @throws std::system_error when the system refuses a
@@ -48,11 +53,12 @@ public:
 private:
     std::int64_t IgnoredBits();
     void Drive(BlockListener& listener);
+    RunResult Evaluate();
 
     const SimulationOptions& options_;
     std::function<bool()> stopped_;
     Segment::Clock::time_point begin_ = Segment::Clock::now();
-    Segment segment_;
+    std::vector<std::unique_ptr<Segment>> segments_;  // in the link's order
     std::int64_t ignoredBits_;
 };
 

@@ -47,6 +47,22 @@ BoxRequest SimulationOptions::Box() const
     return request;
 }
 
+std::vector<SegmentOptions*> SimulationOptions::Segments()
+{
+    std::vector<SegmentOptions*> all;
+    for (SegmentOptions& segment : earlier) all.push_back(&segment);
+    all.push_back(this);
+    return all;
+}
+
+std::vector<const SegmentOptions*> SimulationOptions::Segments() const
+{
+    std::vector<const SegmentOptions*> all;
+    for (const SegmentOptions& segment : earlier) all.push_back(&segment);
+    all.push_back(this);
+    return all;
+}
+
 std::vector<double> SimulationOptions::ErrorRatios() const
 {
     std::vector<double> ratios = bers;
@@ -55,9 +71,8 @@ std::vector<double> SimulationOptions::ErrorRatios() const
     return ratios;
 }
 
-void SimulationOptions::Check() const
+void SegmentOptions::Check() const
 {
-    Box();
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
     if (!transmitter.empty() && !signal.wave.empty())
         fail("--tx: goes with a pattern, not with the waveform of --wave");
@@ -67,7 +82,17 @@ void SimulationOptions::Check() const
             "its own");
     if (transmitter.empty() && (!transmitterName.empty() || !transmitterParameters.empty()))
         fail("--tx-model, --tx-param: are for a model given with --tx");
-    if (!counted && !(signal.wave.empty() && signal.pattern.empty() && signal.clockPattern == 0)) {
+}
+
+void SimulationOptions::Check() const
+{
+    Box();
+    for (const SegmentOptions& segment : earlier) segment.Check();
+    SegmentOptions::Check();
+    const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    const SignalOptions& sent = Segments().front()->signal;
+    const bool random = sent.wave.empty() && sent.pattern.empty() && sent.clockPattern == 0;
+    if (!counted && !random) {
         fail(
             "--statistical only: is of a pseudo-random pattern, not of --wave, --pattern or "
             "--clock-pattern");

@@ -11,6 +11,12 @@
 
 namespace amisim {
 
+/// What the device at the end of a segment does for the next.
+enum class Repeater {
+    kNone,     // it is the link's last receiver
+    kRetimer,  // sends the bits on that it has decided, at its own clock
+};
+
 /// One segment of a link: a transmitter, the channel behind it and a receiver.
 struct SegmentOptions
 {
@@ -22,12 +28,20 @@ struct SegmentOptions
     std::string transmitterName;        // as modelName
     std::vector<std::string> transmitterParameters;
 
-    SignalOptions signal;
+    SignalOptions signal;     // bit rate, bits and samples per bit are the same in all of a link
+    double samplerNoise = 0;  // V rms, at the sampler behind the model's output
+    Repeater repeater = Repeater::kNone;
+
+    /// @throws Error (kUsage) for what no single option can tell
+    void Check() const;
 };
 
-/// What a simulation is asked for; the defaults are those of the command line.
+/// What a simulation is asked for; the defaults are those of the command line. A link of several
+/// segments ends in the one that stands here itself.
 struct SimulationOptions : SegmentOptions
 {
+    std::vector<SegmentOptions> earlier;  // segments, in the link's order
+
     std::int64_t blockBits = 256;
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
@@ -35,8 +49,6 @@ struct SimulationOptions : SegmentOptions
     bool statistical = true;  // eyes are computed, where that is possible
     bool counted = true;      // bits are sent and eyes counted; else AMI_Init alone tells all
     bool errorsOnly = false;  // decisions are compared, and nothing else is looked at
-
-    double samplerNoise = 0;  // V rms, at the sampler behind the model's output
 
     std::optional<double> timeLimit;  // s, whole run
     double callLimit = 60;            // s, one call of the model
@@ -46,6 +58,10 @@ struct SimulationOptions : SegmentOptions
 
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;
+
+    /// All of them, in the link's order.
+    std::vector<SegmentOptions*> Segments();
+    std::vector<const SegmentOptions*> Segments() const;
 
     /// That openings are asked for: each once, the greatest first.
     std::vector<double> ErrorRatios() const;

@@ -33,14 +33,14 @@ std::unique_ptr<SymbolSource> RandomSymbols(const SignalOptions& options, std::u
     return std::make_unique<MappedSymbols>(std::move(bits), options.Mapping());
 }
 
-std::unique_ptr<SymbolSource> MakeSymbols(const SignalOptions& options)
+SignalChain::Symbols PatternOf(const SignalOptions& options)
 {
     const int levels = options.Levels();
-    if (!options.pattern.empty())
-        return std::make_unique<SymbolPattern>(ReadSymbolPattern(options.pattern, levels));
-    if (options.clockPattern > 0)
-        return std::make_unique<SymbolPattern>(ClockPattern(options.clockPattern, levels));
-    return RandomSymbols(options, options.seed);
+    if (options.pattern.empty() && options.clockPattern == 0)
+        return [options] { return RandomSymbols(options, options.seed); };
+    const auto pattern = options.pattern.empty() ? ClockPattern(options.clockPattern, levels)
+                                                 : ReadSymbolPattern(options.pattern, levels);
+    return [pattern] { return std::make_unique<SymbolPattern>(pattern); };
 }
 
 /// A channel of S parameters that can be trusted with this signal, or is accepted as it is.
@@ -108,12 +108,12 @@ std::vector<double> Road::EdgeResponse() const
     return response;
 }
 
-SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits)
+SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits, Symbols symbols)
     : options_(options), sentUnitInterval_(options.samplesPerBit)
 {
     options.Check();
     if (options.wave.empty()) {
-        UseTransmitter(options, heldBits);
+        UseTransmitter(options, heldBits, symbols ? symbols : PatternOf(options));
     } else {
         UseWaveFile(options);
     }
@@ -259,7 +259,8 @@ SignalSource& SignalChain::Through(SignalSource& through,
     return *made;
 }
 
-void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits)
+void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits,
+                                 const Symbols& symbols)
 {
     bits_ = options.bits.value_or(SignalOptions::kDefaultBits);
     const double spb = options.samplesPerBit;
@@ -286,10 +287,9 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
     const auto ahead = static_cast<std::size_t>(
         static_cast<double>(Convolver::Block(channel.taps.size())) / spb + 2 * options.sineJitter);
     sent_.emplace(ahead + static_cast<std::size_t>(heldBits));
-    senders_.push_back(
-        {[this] { return MakeSymbols(options_); }, Random(options.seed, kJitterStream)});
+    senders_.push_back({symbols, Random(options.seed, kJitterStream)});
     SignalSource* const transmitter =
-        Add<Transmitter>(settings, MakeSymbols(options), &*sent_, senders_[0].random);
+        Add<Transmitter>(settings, symbols(), &*sent_, senders_[0].random);
     Add<Convolver>(*transmitter, channel.taps);
     if (!options.fext.empty() || !options.next.empty() || !options.aggressors.empty())
         AddAggressors(options, channel, network);

@@ -35,9 +35,13 @@ struct Road
 class SignalChain
 {
 public:
+    using Symbols = std::function<std::unique_ptr<SymbolSource>()>;
+
     /// @param heldBits  that Sent() still knows, besides those made ahead for the channel
+    /// @param symbols   makes sources of what is sent, each the same from its start, in place of
+    ///                  the pattern of the options
     /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
-    SignalChain(const SignalOptions& options, std::int64_t heldBits);
+    SignalChain(const SignalOptions& options, std::int64_t heldBits, Symbols symbols = {});
 
     SignalChain(const SignalChain&) = delete;
     SignalChain& operator=(const SignalChain&) = delete;
@@ -96,11 +100,12 @@ private:
     /// What makes a column's symbols, and when.
     struct Sender
     {
-        std::function<std::unique_ptr<SymbolSource>()> symbols;
+        Symbols symbols;
         Random random;
     };
     void UseWaveFile(const SignalOptions& options);
-    void UseTransmitter(const SignalOptions& options, std::int64_t heldBits);
+    void UseTransmitter(const SignalOptions& options, std::int64_t heldBits,
+                        const Symbols& symbols);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
                        const std::optional<ChannelNetwork>& network);
     void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "host/signal/Modulation.hpp"
 
 namespace amisim {
@@ -10,6 +12,9 @@ class SymbolSource
 public:
     virtual ~SymbolSource() = default;
     virtual Symbol Next() = 0;
+    /// Where the symbol that was returned last is to begin, samples; absent: a unit interval after
+    /// the one before it.
+    virtual std::optional<double> Begin() const { return std::nullopt; }
 };
 
 }  // namespace amisim

@@ -33,7 +33,6 @@ Transmitter::Transmitter(const Settings& settings, std::unique_ptr<SymbolSource>
       main_(settings.deemphasis.pre.size())
 {
     levels_.assign(cursors_.size() + 1, 0.0);  // the symbol before the main one is always there
-    for (std::size_t i = 0; i < main_; ++i) TakeSymbol();
 }
 
 void Transmitter::TakeSymbol()
@@ -42,15 +41,18 @@ void Transmitter::TakeSymbol()
     if (sent_) sent_->Push(symbol);
     std::shift_right(levels_.begin(), levels_.end(), 1);
     levels_[0] = settings_.modulation.levels[symbol];
+    begins_.push_back(symbols_->Begin());
 }
 
 void Transmitter::MakeBoundary()
 {
-    TakeSymbol();
+    while (begins_.size() <= main_) TakeSymbol();
     const double level = settings_.amplitude *
                          std::inner_product(cursors_.begin(), cursors_.end(), levels_.begin(), 0.0);
     const double change = levels_[main_] - levels_[main_ + 1];
-    const double ideal = settings_.start + boundary_ * settings_.unitInterval;
+    const double ideal =
+        begins_.front().value_or(settings_.start + boundary_ * settings_.unitInterval);
+    begins_.pop_front();
     const double late = jitter_.Next(ideal, (change > 0) - (change < 0));
     lastTime_ = std::max(ideal + late, lastTime_ + kClosest * settings_.unitInterval);
     boundary_ += 1;

@@ -3,6 +3,7 @@
 #include <deque>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "host/signal/EdgeJitter.hpp"
@@ -29,8 +30,9 @@ struct Deemphasis
 
 /// A transmitter that holds each symbol's level, times the amplitude and unless de-emphasised, for
 /// a unit interval. Edges are half-cosine ramps centred on the symbol boundaries start + k *
-/// unitInterval, moved by the jitter. They need not fall on samples: the ramp is evaluated at the
-/// distance of each sample from the edge. Edges stay in order, at least kClosest apart.
+/// unitInterval, or where the symbols' source has them begin, moved by the jitter. They need not
+/// fall on samples: the ramp is evaluated at the distance of each sample from the edge. Edges stay
+/// in order, at least kClosest apart.
 class Transmitter : public SignalSource
 {
 public:
@@ -80,10 +82,11 @@ private:
     std::unique_ptr<SymbolSource> symbols_;
     SymbolHistory* sent_;
     EdgeJitter jitter_;
-    std::vector<double> cursors_;  // latest symbol first, as levels_
-    std::vector<double> levels_;   // of the symbols; 0 before the first
-    std::size_t main_;             // place of the symbol whose boundary is made
-    double boundary_ = 0;          // number of the next
+    std::vector<double> cursors_;               // latest symbol first, as levels_
+    std::vector<double> levels_;                // of the symbols; 0 before the first
+    std::size_t main_;                          // place of the symbol whose boundary is made
+    std::deque<std::optional<double>> begins_;  // of the symbols whose boundaries are not made
+    double boundary_ = 0;                       // number of the next
     double lastTime_ = -std::numeric_limits<double>::infinity();  // of the last boundary made
     std::deque<Edge> edges_;                                      // not yet over, in order of time
     double level_ = 0;    // after the last boundary made; the line is idle before the first

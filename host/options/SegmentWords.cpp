@@ -1,0 +1,200 @@
+#include "host/options/SegmentWords.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "base/Error.hpp"
+#include "host/options/RunCommand.hpp"
+#include "host/options/SignalCommandLine.hpp"
+
+namespace amisim {
+namespace {
+
+/// A command line of `run` that is parsed once.
+struct Line
+{
+    CLI::App app;
+    RunOptions options;
+    CLI::App* run = AddRunCommand(app, options);
+
+    void Parse(std::vector<std::string> words)
+    {
+        words.emplace_back("run");
+        std::ranges::rotate(words, words.end() - 1);
+        std::ranges::reverse(words);
+        app.parse(words);
+    }
+};
+
+constexpr const char* kAnyModel = "model";  // which the words of an option do not look at
+
+/// An option may be wrong by itself, which is told with its place, or only beside others.
+void CheckAlone(const Word& word)
+{
+    if (word.where.empty() || !word.text.starts_with('-')) return;
+    Line line;
+    try {
+        line.Parse({kAnyModel, word.text});
+    } catch (const CLI::RequiresError&) {
+    } catch (const CLI::ExcludesError&) {
+    } catch (const CLI::ParseError& error) {
+        throw Error(ExitCode::kUsage, fmt::format("{}: {}", word.where, error.what()));
+    }
+}
+
+/// What a segment behind another cannot be told, and why.
+void CheckBehind(const CLI::App& run)
+{
+    const auto refuse = [&](auto names, const char* why) {
+        for (const char* name : names) {
+            if (run.count(name) > 0) throw CLI::ValidationError(name, why);
+        }
+    };
+    if (run.count("--wave") > 0)
+        throw CLI::ValidationError("--wave", "a waveform is for the link's first segment");
+    refuse(std::array{"--prbs", "--pattern", "--clock-pattern", "--modulation", "--phase", "--ppm"},
+           "is for the link's first segment: those behind it send on what comes");
+}
+
+std::vector<std::string> Checked(const std::vector<Word>& words)
+{
+    std::vector<std::string> texts;
+    for (const Word& word : words) {
+        CheckAlone(word);
+        if (!word.text.starts_with('-') && word.text.ends_with(".toml")) {
+            throw Error(ExitCode::kUsage,
+                        fmt::format("{}{}: is a link: expected the model of a receiver",
+                                    word.where.empty() ? "" : word.where + ": ", word.text));
+        }
+        texts.push_back(word.text);
+    }
+    return texts;
+}
+
+SegmentOptions Understood(const SegmentWords& segment, Repeater before)
+{
+    Line line;
+    line.Parse(Checked(segment.words));
+    if (before != Repeater::kNone) CheckBehind(*line.run);
+    SegmentOptions own = line.options;
+    own.repeater = segment.repeater;
+    return own;
+}
+
+/// What is the same in the whole link.
+void TakeCommon(const SignalOptions& all, const SignalOptions& first, SignalOptions& own)
+{
+    own.bits = all.bits;
+    own.bitRate = all.bitRate;
+    own.samplesPerBit = all.samplesPerBit;
+    own.findBitRate = all.findBitRate;
+    own.seed = all.seed;
+    if (&first == &own) return;
+    own.prbs = first.prbs;
+    own.pattern = first.pattern;
+    own.clockPattern = first.clockPattern;
+    own.ppm = first.wave.empty() ? first.ppm : 0;
+    own.levels = first.levels;
+    own.pam4Mapping = first.pam4Mapping;
+}
+
+}  // namespace
+
+bool IsOfSegment(const CLI::Option& option)
+{
+    static constexpr std::array kNames = {"--model", "--param", "--sampler-noise"};
+    const auto named = [&](const char* name) { return option.check_lname(name + 2); };
+    if (option.check_lname("seed")) return false;
+    const std::string& group = option.get_group();
+    return option.get_positional() || std::ranges::any_of(kNames, named) || group == kSignalGroup ||
+           group == kChannelGroup || group == kWaveGroup || group == kTransmitterGroup;
+}
+
+std::string WordOf(const CLI::Option& option, const std::string& value)
+{
+    if (option.get_positional()) return value;
+    const std::string name = "--" + option.get_lnames().front();
+    return option.get_items_expected_max() == 0 ? name : name + "=" + value;
+}
+
+std::vector<SegmentWords> SplitSegments(const CLI::App& run)
+{
+    std::vector<SegmentWords> segments(1);
+    std::vector<Word> end;
+    std::map<const CLI::Option*, std::size_t> taken;
+    const auto behind = [&](const CLI::Option& option) -> SegmentWords& {
+        if (segments.size() > 1) return segments[segments.size() - 2];
+        throw CLI::ValidationError(option.get_name(), "belongs behind --retimer");
+    };
+    for (const CLI::Option* option : run.parse_order()) {
+        const std::size_t at = taken[option]++;
+        if (at >= option->results().size()) continue;
+        const std::string& value = option->results()[at];
+        if (option->check_lname("retimer")) {
+            segments.back().words.push_back({value, ""});
+            segments.back().repeater = Repeater::kRetimer;
+            segments.emplace_back();
+        } else if (option->check_lname("retimer-param")) {
+            behind(*option).words.push_back({"--param=" + value, ""});
+        } else if (option->check_lname("retimer-model")) {
+            behind(*option).words.push_back({"--model=" + value, ""});
+        } else if (option->get_positional() || option->check_lname("model") ||
+                   option->check_lname("param")) {
+            end.push_back({WordOf(*option, value), ""});
+        } else if (IsOfSegment(*option)) {
+            segments.back().words.push_back({WordOf(*option, value), ""});
+        }
+    }
+    segments.back().words.insert(segments.back().words.end(), end.begin(), end.end());
+    return segments;
+}
+
+std::vector<std::string> WordsOfLink(const CLI::App& run)
+{
+    std::vector<std::string> words;
+    for (const CLI::Option* option : run.get_options()) {
+        if (IsOfSegment(*option) || option->get_group() == kLinkGroup) continue;
+        const auto& values = option->results();
+        if (option->get_delimiter() != '\0' && !values.empty()) {
+            words.push_back(WordOf(*option, CLI::detail::join(values, ",")));
+        } else {
+            for (const std::string& value : values) words.push_back(WordOf(*option, value));
+        }
+    }
+    return words;
+}
+
+RunOptions OptionsOf(const std::vector<Word>& words)
+{
+    Line line;
+    auto texts = Checked(words);
+    texts.emplace_back(kAnyModel);
+    line.Parse(texts);
+    return line.options;
+}
+
+void TakeSegments(const std::vector<SegmentWords>& segments, RunOptions& options)
+{
+    std::vector<SegmentOptions> all;
+    Repeater before = Repeater::kNone;
+    for (const SegmentWords& segment : segments) {
+        const std::string place = segment.where.empty() ? "" : segment.where + ": ";
+        try {
+            all.push_back(Understood(segment, before));
+        } catch (const CLI::ParseError& error) {
+            if (segments.size() == 1 && place.empty()) throw;
+            throw Error(ExitCode::kUsage,
+                        fmt::format("{}segment {}: {}", place, all.size() + 1, error.what()));
+        }
+        before = segment.repeater;
+    }
+    for (SegmentOptions& own : all) TakeCommon(options.signal, all.front().signal, own.signal);
+    static_cast<SegmentOptions&>(options) = std::move(all.back());
+    all.pop_back();
+    options.earlier = std::move(all);
+}
+
+}  // namespace amisim

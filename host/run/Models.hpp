@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+#include "host/run/Segment.hpp"
+#include "host/run/SimulationOptions.hpp"
+
+namespace amisim {
+
+/// Gives each segment behind a repeater the transmitter's model that the repeater's [Repeater Pin]
+/// names, where none is asked for. @throws Error (kInput) for a file that cannot be read
+void UseFarSides(SimulationOptions& options);
+
+/// The models of all segments, in the link's order. @throws Error as ResolveModelSource
+std::vector<SegmentModels> ResolveModels(const SimulationOptions& options);
+
+/// Settles what the waveform and the models tell of the signal, for the whole link.
+/// @throws Error as SignalOptions::FindBitRate and AgreeOnModulation
+void SettleSignals(SimulationOptions& options, const std::vector<SegmentModels>& models);
+
+}  // namespace amisim
