@@ -7,7 +7,7 @@
 
 #include "host/cli/Terminal.hpp"
 #include "host/options/RunCommand.hpp"
-#include "host/run/Agreement.hpp"
+#include "host/run/Models.hpp"
 
 namespace amisim {
 namespace {
@@ -78,6 +78,7 @@ void CheckJitterOptions(const JitterOptions& o)
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
     if (o.signal.sineJitter != 0)
         fail("--sj-amplitude: the sine is what this command sets: give --frequencies");
+    if (!o.earlier.empty()) fail("MODEL: expected a model, or a link of one segment");
     if (!o.signal.wave.empty())
         fail("--wave: no jitter can be put on a measured waveform: give a pattern");
     for (const double frequency : o.frequencies) {
@@ -107,15 +108,9 @@ Setting FrequencyAxis(std::vector<double> frequencies)
 }
 
 JitterLink::JitterLink(const JitterOptions& options)
-    : options_(options),
-      mask_(options.mask),
-      model_(ResolveModelSource(options.model, options.modelName, options.parameters))
+    : options_(options), mask_(options.mask), models_(ResolveModels(options_))
 {
-    if (!options.transmitter.empty()) {
-        transmitter_ = ResolveModelSource(options.transmitter, options.transmitterName,
-                                          options.transmitterParameters, ibis::End::Transmitter);
-    }
-    AgreeOnModulation(options_.signal, model_, transmitter_ ? &*transmitter_ : nullptr);
+    SettleSignals(options_, models_);
 }
 
 std::optional<FrequencyMask> JitterLink::Mask(FrequencyMask::Kind kind) const
@@ -127,18 +122,17 @@ std::optional<FrequencyMask> JitterLink::Mask(FrequencyMask::Kind kind) const
 std::vector<fs::path> JitterLink::Files() const
 {
     std::vector<fs::path> files = options_.signal.Files();
-    files.insert(files.end(), model_.files.begin(), model_.files.end());
-    if (transmitter_)
-        files.insert(files.end(), transmitter_->files.begin(), transmitter_->files.end());
+    for (const auto& [name, path] : ModelFiles()) files.push_back(path);
     return files;
 }
 
 std::vector<std::pair<std::string, fs::path>> JitterLink::ModelFiles() const
 {
     std::vector<std::pair<std::string, fs::path>> files;
-    for (const fs::path& path : model_.files) files.emplace_back(path.string(), path);
-    if (transmitter_) {
-        for (const fs::path& path : transmitter_->files) files.emplace_back(path.string(), path);
+    const auto& [receiver, transmitter] = models_.back();
+    for (const fs::path& path : receiver.files) files.emplace_back(path.string(), path);
+    if (transmitter) {
+        for (const fs::path& path : transmitter->files) files.emplace_back(path.string(), path);
     }
     return files;
 }
@@ -147,8 +141,7 @@ TriedLink JitterLink::In(OutputFolder& folder, const fs::path& worker,
                          const std::atomic<bool>& stop) const
 {
     return {options_,
-            model_,
-            transmitter_ ? &*transmitter_ : nullptr,
+            models_,
             {worker, folder.Path(), folder.Path() / "model.log", folder.Path() / "tx.log",
              [&stop] { return stop.load(); }}};
 }

@@ -43,7 +43,7 @@ public:
     std::optional<FrequencyMask> Mask(FrequencyMask::Kind kind) const;
     std::vector<std::filesystem::path> Files() const;
     std::vector<std::pair<std::string, std::filesystem::path>> ModelFiles() const;
-    const std::string& ModelName() const { return model_.name; }
+    const std::string& ModelName() const { return models_.back().receiver.name; }
     const SignalOptions& Signal() const { return options_.signal; }
 
     /// To be tried in the folder.
@@ -53,8 +53,7 @@ public:
 private:
     SimulationOptions options_;
     std::string mask_;
-    ModelSource model_;
-    std::optional<ModelSource> transmitter_;
+    std::vector<SegmentModels> models_;
 };
 
 /// Everything that a case's outcome depends on: what was given to its command, its files.

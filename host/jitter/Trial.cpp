@@ -31,7 +31,7 @@ SimulationOptions OptionsOf(const TriedLink& link, double frequency, double ampl
 RunResult RunThrough(const TriedLink& link, const SimulationOptions& options,
                      BlockListener& listener)
 {
-    Simulation simulation(options, link.model, link.transmitter, link.surroundings);
+    Simulation simulation(options, link.models, link.surroundings);
     RunResult result = simulation.Run(listener);
     if (result.failure) {
         const auto& failure = *result.failure;
@@ -45,7 +45,7 @@ RunResult RunThrough(const TriedLink& link, const SimulationOptions& options,
         throw Error(ExitCode::kModelLoad,
                     fmt::format("{}: returned no clock times: only a model with a clock recovery "
                                 "has a jitter tolerance and a jitter transfer",
-                                link.model.name));
+                                link.models.back().receiver.name));
     }
     return result;
 }
@@ -109,8 +109,9 @@ private:
 std::int64_t SettleBits(const TriedLink& link)
 {
     if (link.options.ignoreBits) return *link.options.ignoreBits;
-    const std::int64_t asked = link.model.ignoreBits.value_or(0) +
-                               (link.transmitter ? link.transmitter->ignoreBits.value_or(0) : 0);
+    const auto& [receiver, transmitter] = link.models.back();
+    const std::int64_t asked =
+        receiver.ignoreBits.value_or(0) + (transmitter ? transmitter->ignoreBits.value_or(0) : 0);
     return std::max(asked, kLeastSettleBits);
 }
 

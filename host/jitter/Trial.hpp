@@ -14,8 +14,7 @@ namespace amisim {
 struct TriedLink
 {
     SimulationOptions options;  // all but what a trial sets: its sine, bits and the part ignored
-    const ModelSource& model;
-    const ModelSource* transmitter;  // null: the one that is built in
+    const std::vector<SegmentModels>& models;  // of its one segment
     Simulation::Surroundings surroundings;
 };
 

@@ -87,6 +87,7 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
     result_.channelGrade = signal_.Grade();
     result_.channel = signal_.Channel();
+    result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
 }
 

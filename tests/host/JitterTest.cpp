@@ -11,6 +11,7 @@
 #include "host/jitter/FrequencyMask.hpp"
 #include "host/jitter/SequentialTest.hpp"
 #include "host/jitter/SineFit.hpp"
+#include "host/run/Models.hpp"
 #include "host/run/Simulation.hpp"
 #include "tests/host/Support.hpp"
 
@@ -339,14 +340,14 @@ std::optional<BitComparison> Compared(bool errorsOnly)
     options.signal.sineFrequency = 5e7;
     options.ignoreBits = 1000;
     options.errorsOnly = errorsOnly;
-    const ModelSource model = ResolveModelSource(CLOCK_MODEL, "", {"Corner=4e6"});
+    options.model = CLOCK_MODEL;
+    options.parameters = {"Corner=4e6"};
+    const auto models = ResolveModels(options);
     struct : BlockListener
     {
         void Take(const ModelProcess::Block& /*block*/) override {}
     } listener;
-    return Simulation(options, model, nullptr, {AMISIM_WORKER, ".", "log", "log"})
-        .Run(listener)
-        .comparison;
+    return Simulation(options, models, {AMISIM_WORKER, ".", "log", "log"}).Run(listener).comparison;
 }
 
 TEST_F(JitterTest, ALeanRunCountsTheSameErrors)
