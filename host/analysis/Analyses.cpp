@@ -69,6 +69,33 @@ double MeanCrossing(std::span<const double> wave, double start,
     return sum == 0.0 ? 0 : std::arg(sum) / (2 * std::numbers::pi);
 }
 
+/// Phase of the mean crossing, from -1/2 to 1/2; 0 where nothing crosses.
+double CrossingOf(const EyeAnalysis& eye)
+{
+    return std::arg(eye.MeanCrossing().value_or(1)) / (2 * std::numbers::pi);
+}
+
+/// Where a mask's verdict says less than it seems to.
+void RemarkMask(const MaskFindings& mask, std::vector<std::string>& notes)
+{
+    const char* const where = mask.atInput ? "input" : "output";
+    if (mask.samples == 0) {
+        notes.push_back(fmt::format(
+            "the mask {} was not laid upon the eye at the {}, which has no samples on either side "
+            "of 0 V: it counts as missed",
+            mask.name, where));
+    } else if (mask.Passed() && mask.allowed > 0 && mask.Budget() < 1) {
+        notes.push_back(fmt::format(
+            "the mask {} allows less than one hit in the {} samples of the eye at the {}: a hit "
+            "ratio of {:g} is beyond what they can show (more --bits)",
+            mask.name, mask.samples, where, mask.allowed));
+    } else if (mask.beyond > 0) {
+        notes.push_back(fmt::format(
+            "the eye at the {} exceeds the limits of the mask {}, {:+g} and {:+g} V, in {} samples",
+            where, mask.name, mask.low, mask.high, mask.beyond));
+    }
+}
+
 /// How far the openings can be believed.
 void RemarkOpenings(const EyeFindings& eye, std::vector<std::string>& notes)
 {
@@ -230,9 +257,16 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
     if (settings_.errorsOnly) return found;
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);
+    if (settings_.mask) {
+        const EyeAnalysis& eye = settings_.maskAtInput ? input_ : output_;
+        found.mask = TestMask(*settings_.mask, eye.Density(), CrossingOf(eye));
+        found.mask->atInput = settings_.maskAtInput;
+    }
     const double sentUnitInterval = settings_.sentUnitInterval * settings_.sampleInterval;
     found.verdict = Judge(output_, found.eye, found.clock, found.comparison, bits,
                           settings_.sent ? std::optional(sentUnitInterval) : std::nullopt);
+    // Only what has locked has settled.
+    if (found.verdict.lock != Lock::kLocked) found.clock.settledAtBit = kUnknown;
     Remark(found);
     return found;
 }
@@ -258,13 +292,6 @@ void Analyses::Remark(Findings& found) const
             "are left out",
             found.clock.backward));
     }
-    if (found.verdict.lock == Lock::kLocked &&
-        found.clock.settledAtBit > static_cast<double>(settings_.ignoreBits)) {
-        notes.push_back(fmt::format(
-            "the clock settled at bit {:.0f}, after the {} that are not counted: results hold "
-            "some of its settling (--ignore-bits)",
-            found.clock.settledAtBit, settings_.ignoreBits));
-    }
     if (output_.IsSliced()) {
         notes.push_back(
             "the output switches where data are sampled, as a slicer's does: its levels are taken "
@@ -289,6 +316,7 @@ void Analyses::Remark(Findings& found) const
     };
     remarkWild("output", output_);
     remarkWild("input", input_);
+    if (found.mask) RemarkMask(*found.mask, notes);
     if (found.eye && found.verdict.lock != Lock::kNoSignal) RemarkOpenings(*found.eye, notes);
 }
 

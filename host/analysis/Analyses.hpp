@@ -10,6 +10,7 @@
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/ClockLook.hpp"
 #include "host/analysis/EyeAnalysis.hpp"
+#include "host/analysis/EyeMask.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/analysis/Verdict.hpp"
 
@@ -37,7 +38,9 @@ public:
         const SymbolHistory* origin = nullptr;  // what a link's first transmitter sent, likewise
         bool errorsOnly = false;                // neither eyes nor the clock are looked at
         std::vector<double> bers;               // that openings and contours are asked for
-        std::filesystem::path folder;           // for temporary files
+        std::optional<EyeMask> mask;            // that the output is tested against, or the input
+        bool maskAtInput = false;
+        std::filesystem::path folder;  // for temporary files
     };
     static constexpr std::int64_t kHeldBits = 1024;
 
@@ -57,6 +60,7 @@ public:
     {
         std::optional<EyeFindings> eye, inputEye;  // absent when no unit interval was counted
         std::optional<BitComparison> comparison, endToEnd;
+        std::optional<MaskFindings> mask;  // present where one was asked for
         ClockFindings clock;
         Verdict verdict;
         std::vector<std::string> notes;

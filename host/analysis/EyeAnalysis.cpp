@@ -279,6 +279,7 @@ void EyeAnalysis::AddInterval(double begin, double end)
     const double late = draws_.now.late * settings_.samplesPerBit;
     const double value = Decide(atSampling_, begin + late);
     Decide(later_, begin + late);
+    trend_.Add(begin / settings_.samplesPerBit, settings_.modulation.Distance(value));
     if (!settings_.decisionsOnly)
         CountLevels(begin + late, end + late, settings_.modulation.Decide(value));
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/EyeTrend.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/analysis/Sampler.hpp"
 #include "host/analysis/SymbolComparer.hpp"
@@ -84,6 +85,9 @@ public:
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
 
+    /// How open the eye is at the sampling instant, against time.
+    const EyeTrend& Trend() const { return trend_; }
+
     /// Mean over all crossings of e^(2 pi i phase), phase 0 being the clock edge: 1 in
     /// magnitude where all have the same phase, 0 where they are spread evenly as those of a signal
     /// with another clock. Nothing where nothing crosses.
@@ -129,6 +133,7 @@ private:
     std::vector<VoltageHistogram> decided_;
     Decisions atSampling_, later_;
     std::vector<ThresholdCrossings> crossings_;
+    EyeTrend trend_;
     Sampler sampler_;
     ThresholdCrossings::Draws draws_;    // of the unit interval being counted
     std::vector<std::int32_t> columns_;  // of what is being counted, and its voltages

@@ -249,6 +249,7 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
         found.right = width(time.high.tail);
     }
     if (found.sliced) return found;
+    found.settledAtBit = eye.Trend().SettledAt();
 
     found.time = time.MakeBathtub(0, 1, kTimePoints);
     const auto [lowest, top] = OccupiedRows(decisions.levels);

@@ -98,6 +98,7 @@ struct EyeFindings
     std::int64_t unitIntervals = 0;                   // counted
     std::int64_t notFinite = 0, firstNotFinite = -1;  // samples taken as 0 V
     WildSamples wild;
+    double settledAtBit = kUnknown;  // as EyeTrend has it; unknown of one that is sliced
     std::vector<OpeningAt> openings;
     std::vector<Contour> contours;
     Bathtub time, voltage;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr double kMostMissing = 0.01;    // of the bits that count
 constexpr double kMostUnaligned = 0.1;   // of the bits that count
+constexpr double kMostWrong = 0.25;      // of the compared bits
 constexpr double kOtherRate = 0.02;      // relative: no transmitter is so far off
 constexpr double kSpread = 0.1;          // mean crossing's magnitude: of even spread but for chance
 constexpr double kNearSampling = 0.125;  // UI
@@ -57,6 +58,11 @@ std::string AgainstLock(const EyeAnalysis& output, const std::optional<EyeFindin
     if (fromSampling < kNearSampling && !eye->sliced && eye->vertical.Height() == 0) {
         return "the output crosses 0 V where data are sampled: the clock rests in a wrong place, "
                "as it may without any noise or frequency offset (--noise, --ppm)";
+    }
+    if (comparison && static_cast<double>(comparison->errors) >
+                          kMostWrong * static_cast<double>(comparison->compared)) {
+        return fmt::format("{} of {} bits are wrong, as where the clock does not follow",
+                           comparison->errors, comparison->compared);
     }
     return "";
 }

@@ -44,8 +44,8 @@ std::vector<const Case*> Remaining(const Plan& plan, const std::vector<Case>& ca
     for (const auto& c : cases) {
         const auto record = ReadRecord(plan.out / c.folder, c);
         const bool done = record && record->inputs == fingerprints.Of(c) &&
-                          (record->exitCode == 0 || !retryFailed) &&
-                          (record->exitCode != 0 || ReadResult(plan.out / c.folder));
+                          (record->Ended() || !retryFailed) &&
+                          (!record->Ended() || ReadResult(plan.out / c.folder));
         if (!done) remaining.push_back(&c);
     }
     return remaining;

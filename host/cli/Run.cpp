@@ -46,7 +46,8 @@ ExitCode Run(const RunOptions& options, const std::filesystem::path& worker,
     job.Write(result);
     PrintEnding(result, job.Folder());
     if (result.failure) return result.failure->code;
-    return job.Folder().Dropped().empty() ? ExitCode::kOk : ExitCode::kInput;
+    if (!job.Folder().Dropped().empty()) return ExitCode::kInput;
+    return result.mask && !result.mask->Passed() ? ExitCode::kMaskMissed : ExitCode::kOk;
 }
 
 }  // namespace amisim

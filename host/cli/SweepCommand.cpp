@@ -107,6 +107,8 @@ ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder
           table.Count(Row::Status::kOk), failed, table.Count(Row::Status::kMissing));
     if (const std::string unranked = table.Unranked(); !unranked.empty())
         Print("  not ranked: {}\n", unranked);
+    if (const int adapting = table.Adapting())
+        Print("  adapting in bits that are counted: {}\n", adapting);
     constexpr int kMostListed = 20;
     int listed = 0;
     for (const auto& row : table.rows) {
@@ -117,11 +119,11 @@ ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder
     FlushOutput();
     folder.Put("table.csv", table.ToCsv());
     folder.Put("table.json", ToText(table.ToJson(), 2) + "\n");
-    folder.Put("report.html", SweepPage(table, pictures, {Metrics()}));
+    folder.Put("report.html", SweepPage(table, pictures, {table.Metrics()}));
     for (const PictureFormat format : kPictureFormats) {
         const std::string name = fmt::format("sweep.{}", Name(format));
         if (std::ranges::find(pictures, format) != pictures.end())
-            folder.Put(name, SweepPicture(table, Metrics()).File(format));
+            folder.Put(name, SweepPicture(table, table.Metrics()).File(format));
         else
             folder.Remove(name);
     }

@@ -103,6 +103,7 @@ std::vector<fs::path> RunJob::Inputs() const
         add(models.receiver.files);
         if (models.transmitter) add(models.transmitter->files);
     }
+    if (!options_.mask.empty()) inputs.emplace_back(options_.mask);
     return inputs;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/TextFile.hpp"
+#include "host/analysis/EyeMask.hpp"
 #include "host/options/LinkFile.hpp"
 #include "host/options/SegmentWords.hpp"
 #include "host/options/SignalCommandLine.hpp"
@@ -34,6 +36,7 @@ Exit codes:
   0 done               3 input or output file   6 the model returned 0
   1 internal error     4 model cannot be loaded 7 time limit
   2 usage              5 model crashed          8 interrupted (what there was is written)
+                       10 the eye misses its --mask (all is written)
 )";
 
 /// Of a link that is told on the command line, segment by segment.
@@ -228,6 +231,20 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->default_str("also")
         ->type_name("WHICH")
         ->group("Decisions");
+
+    const std::string eyeMask = "Eye mask (docs/analysis.md)";
+    std::vector<std::string> masks;
+    for (const EyeMask& mask : BuiltInMasks()) masks.push_back(mask.name);
+    run->add_option("--mask", o.mask,
+                    "Test an eye against a mask: " + Joined(masks, ", ") + ", or a .toml file")
+        ->type_name("NAME|FILE")
+        ->group(eyeMask);
+    run->add_option("--mask-at", o.maskAtInput, "That eye: output or input [output]")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, bool>{{"output", false}, {"input", true}})
+                .description(""))
+        ->type_name("WHICH")
+        ->group(eyeMask);
 
     run->add_option("--sampler-noise", o.samplerNoise,
                     "Gaussian noise at the sampler behind the model's output, V rms: independent "

@@ -69,6 +69,17 @@ void Canvas::Rectangle(const Area& a, const Colour& colour, double opacity)
     cairo_fill(cairo_);
 }
 
+void Canvas::Polygon(std::span<const Point> corners, const Colour& colour, double opacity,
+                     const Area& clip)
+{
+    cairo_save(cairo_);
+    Clip(clip);
+    Paint(colour, opacity);
+    for (const Point& corner : corners) cairo_line_to(cairo_, Kept(corner.x), Kept(corner.y));
+    cairo_fill(cairo_);
+    cairo_restore(cairo_);
+}
+
 void Canvas::Line(std::span<const Point> points, const Stroke& stroke, const Area& clip)
 {
     if (stroke.width == 0) return;

@@ -62,6 +62,9 @@ public:
 
     void Rectangle(const Area& area, const Colour& colour, double opacity = 1);
 
+    void Polygon(std::span<const Point> corners, const Colour& colour, double opacity,
+                 const Area& clip);
+
     /// A line through the points, cut off at the area's edge. It is interrupted where a coordinate
     /// is NaN; a point between two interruptions becomes a dot.
     void Line(std::span<const Point> points, const Stroke& stroke, const Area& clip);

@@ -37,7 +37,7 @@ inline constexpr Colour kBlue = Rgb(0x0072b2), kVermilion = Rgb(0xd55e00), kGree
 inline constexpr std::array<Colour, 6> kCurves = {kBlue,         kVermilion, kGreen,
                                                   Rgb(0xcc79a7), kInk,       Rgb(0xe69f00)};
 /// Upon the density of an eye.
-inline constexpr Colour kMark = Rgb(0xffffff), kContour = Rgb(0x7fe9ff);
+inline constexpr Colour kMark = Rgb(0xffffff), kContour = Rgb(0x7fe9ff), kMask = Rgb(0xb9c4da);
 
 const ColourMap& EyeDensities();
 const ColourMap& Openings();  // from small to large

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kPlotHeight = 345, kRight = 76, kCaptionLine = 16;
 constexpr int kShades = 1023;
-using colours::kContour, colours::kFaint, colours::kMark;
+using colours::kContour, colours::kFaint, colours::kMark, colours::kMask;
 
 /// The bright end is kept for the crossings; most of an eye is of middling density.
 Colour ColourAt(double level)
@@ -65,8 +65,10 @@ double EyePicture::DrawDensity(Canvas& canvas, const plot::Panel& panel) const
     const int width = 2 * columns + 3;
     const double top = panel.upwards.to / density.BinHeight(),
                  middle = static_cast<double>(density.Rows()) / 2;
-    const int lowest = static_cast<int>(std::floor(middle - top)) - 1;
-    const int highest = static_cast<int>(std::ceil(middle + top));
+    // Beyond the cells there is nothing but what is painted already.
+    const double rows = static_cast<double>(density.Rows());
+    const int lowest = static_cast<int>(std::max(std::floor(middle - top) - 1, -1.0));
+    const int highest = static_cast<int>(std::min(std::ceil(middle + top), rows));
     std::vector<std::uint32_t> pixels;
     for (int row = highest; row >= lowest; --row) {
         for (int i = 0; i < width; ++i) {
@@ -105,6 +107,37 @@ void EyePicture::DrawContours(Canvas& canvas, const plot::Panel& panel) const
     }
 }
 
+/// Filled as it is, dashed as far as it may grow or must shrink.
+void EyePicture::DrawMask(Canvas& canvas, const plot::Panel& panel) const
+{
+    if (!mask || mask->corners.empty()) return;
+    const Area& area = panel.area;
+    const auto outline = [&](double scale) {
+        std::vector<Point> points;
+        for (const EyePlace corner : mask->corners) {
+            points.push_back({panel.X(mask->centre.x + (corner.x - mask->centre.x) * scale),
+                              panel.Y(mask->centre.y + (corner.y - mask->centre.y) * scale)});
+        }
+        points.push_back(points.front());
+        return points;
+    };
+    canvas.Polygon(outline(1), kMask, 0.4, area);
+    const auto draw = [&](double scale, double dash) {  // to be seen upon bright and dark
+        const auto points = outline(scale);
+        canvas.Line(points, {.colour = colours::kInk, .width = 2.2, .opacity = 0.7}, area);
+        canvas.Line(points, {.colour = kMask, .width = 1, .dash = dash}, area);
+    };
+    draw(1, 0);
+    if (std::isfinite(mask->scale)) draw(mask->scale, 3);
+    const auto limit = [&](double volts, double from, double to) {
+        const double y = panel.Y(volts), end = panel.Y(to);
+        if (!(volts > from && volts < to) && !(volts < from && volts > to)) return;
+        canvas.Rectangle({area.left, std::min(y, end), area.width, std::abs(y - end)}, kMask, 0.4);
+    };
+    limit(mask->high, panel.upwards.from, panel.upwards.to);
+    limit(mask->low, panel.upwards.to, panel.upwards.from);
+}
+
 /// The sampling instant with the vertical opening, and the horizontal one at 0 V.
 void EyePicture::DrawOpening(Canvas& canvas, const plot::Panel& panel) const
 {
@@ -134,19 +167,37 @@ std::vector<std::string> EyePicture::Caption() const
         if (!contour.phase.empty())
             ratios += (ratios.empty() ? "" : ", ") + plot::Ratio(contour.ber);
     }
-    if (ratios.empty()) return {};
-    const char* const dashed =
-        std::ranges::any_of(contours, &Contour::computed) ? "computed" : "extrapolated";
-    return font::Wrapped(
-        fmt::format("Contours inwards: error ratio {}; dashed: {}", ratios, dashed), plot::kSmall,
-        plot::kWidth - 150, 2);
+    std::vector<std::string> lines;
+    const auto add = [&](const std::string& text) {
+        const auto wrapped = font::Wrapped(text, plot::kSmall, plot::kWidth - 150, 2);
+        lines.insert(lines.end(), wrapped.begin(), wrapped.end());
+    };
+    if (!ratios.empty()) {
+        const bool computed = std::ranges::any_of(contours, &Contour::computed);
+        add(fmt::format("Contours inwards: error ratio {}; dashed: {}", ratios,
+                        computed ? "computed" : "extrapolated"));
+    }
+    if (mask) {
+        const double margin = mask->MarginPercent();
+        add(fmt::format("Mask {}: {}{}", font::Shortened(mask->name, plot::kSmall, 200),
+                        mask->Passed() ? "passed" : "missed",
+                        std::isfinite(margin)
+                            ? fmt::format(", margin {}{:.1f} % (dashed)", margin < 0 ? "−" : "+",
+                                          std::abs(margin))
+                            : ""));
+    }
+    return lines;
 }
 
 void EyePicture::Draw(Canvas& canvas) const
 {
     const double greatest = EyeDensity(density).Greatest();
     // Of a trace that stays where it is, no row is stretched over the whole picture.
-    const double top = greatest > 0 ? std::max(1.12 * greatest, 16 * density.BinHeight()) : 1;
+    double top = greatest > 0 ? std::max(1.12 * greatest, 16 * density.BinHeight()) : 1;
+    // Room for the mask, but no eye so small that it is not seen.
+    constexpr double kLeastPart = 32;
+    for (const EyePlace corner : mask ? mask->corners : std::vector<EyePlace>{})
+        top = std::max(top, std::min(1.12 * std::abs(corner.y), kLeastPart * density.Range()));
     const plot::Axis voltages{-top, top}, millivolts{-1000 * top, 1000 * top};
     std::vector<plot::Tick> ticks = millivolts.Ticks(9), phases;
     for (plot::Tick& tick : ticks) tick.value /= 1000;
@@ -163,6 +214,7 @@ void EyePicture::Draw(Canvas& canvas) const
     const double decades = DrawDensity(canvas, panel);
     panel.Name(canvas, "time from the sampling instant, UI", "voltage, mV");
     panel.Grid(canvas, phases, ticks, kMark, 0.14);
+    DrawMask(canvas, panel);
     DrawContours(canvas, panel);
     DrawOpening(canvas, panel);
     DrawDensities(canvas, panel.area, decades);

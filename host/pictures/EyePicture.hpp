@@ -1,7 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <vector>
 
+#include "host/analysis/EyeMask.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/pictures/Plot.hpp"
 
@@ -18,6 +20,7 @@ struct EyePicture
     double left = 0,
            right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
     std::vector<Contour> contours = {};
+    std::optional<MaskFindings> mask = {};
 
     /// It refers to this object.
     operator Picture() const;
@@ -26,6 +29,7 @@ private:
     void Draw(Canvas& canvas) const;
     double DrawDensity(Canvas& canvas, const plot::Panel& panel) const;
     void DrawContours(Canvas& canvas, const plot::Panel& panel) const;
+    void DrawMask(Canvas& canvas, const plot::Panel& panel) const;
     void DrawOpening(Canvas& canvas, const plot::Panel& panel) const;
     std::vector<std::string> Caption() const;
 };

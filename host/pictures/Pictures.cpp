@@ -76,6 +76,8 @@ private:
         picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
                            fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
         picture.contours = BestContours(eye, computed);
+        if (result_.mask && result_.mask->atInput == (&eye == &*result_.inputEye))
+            picture.mask = result_.mask;
         Put(name, picture);
     }
 

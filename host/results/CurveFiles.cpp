@@ -91,8 +91,8 @@ void WriteCurves(const RunResult& result, const PutFile& put)
     // What is computed stands where other eyes have what is counted.
     if (const auto* eye = FirstOf(result.statisticalInput)) add(*eye, "statistical_input");
     if (const auto* eye = FirstOf(result.statisticalOutput)) add(*eye, "statistical_output");
-    bathtubs.Save(put, "bathtub.csv", "eye,axis,position,counted_ratio,extrapolated_ratio");
-    contours.Save(put, "contours.csv", "eye,ber,extrapolated,phase_ui,high_v,low_v");
+    bathtubs.Save(put, "bathtub.csv", kBathtubColumns);
+    contours.Save(put, "contours.csv", kContourColumns);
     if (result.eye) WriteDensity(result.eye->density, "eye.npy", put);
     if (result.inputEye) WriteDensity(result.inputEye->density, "eye-input.npy", put);
 

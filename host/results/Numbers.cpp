@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "base/Text.hpp"
+#include "host/analysis/RatioLimits.hpp"
 
 namespace amisim {
 namespace {
@@ -27,6 +28,17 @@ Value Count(Integer value)
 bool Compared(const RunResult& r)
 {
     return r.comparison && r.comparison->compared > 0;
+}
+
+std::optional<RatioLimits> LimitsOf(const RunResult& r)
+{
+    if (!Compared(r)) return std::nullopt;
+    return ClopperPearson(r.comparison->errors, r.comparison->compared);
+}
+
+Value OfJitter(const RunResult& r, double Jitter::*which)
+{
+    return r.eye && r.eye->jitter ? Known((*r.eye->jitter).*which) : std::nullopt;
 }
 
 std::string NoLine(const RunResult&)
@@ -54,6 +66,15 @@ std::string JitterLine(const RunResult& result)
 }
 
 constexpr const char* kNone = "-";
+
+std::string MaskLine(const MaskFindings& mask)
+{
+    if (mask.samples == 0) return kNone;
+    return fmt::format(
+        "{:+.1f} % of {} at the {}, {} hits in {} samples: {}", mask.MarginPercent(), mask.name,
+        mask.atInput ? "input" : "output", Grouped(static_cast<std::int64_t>(mask.Hits())),
+        Grouped(static_cast<std::int64_t>(mask.samples)), mask.Passed() ? "passed" : "missed");
+}
 
 constexpr Number kNumbers[] = {
     {"/bits", "Bits", "", 1, "{:.0f}", true, nullptr, "Bits that the model returned.",
@@ -87,6 +108,13 @@ constexpr Number kNumbers[] = {
      [](const RunResult& r) {
          return std::isnan(r.clock.settledAtBit) ? "" : Grouped(std::llround(r.clock.settledAtBit));
      }},
+    {"/settling/from_bit", "Settled at bit", "", 1, "{:.0f}", true, "settled_at_bit",
+     "From there on the clock, the eye and what the model adapts stay as they are at the end, as "
+     "far as each of them tells.",
+     [](const RunResult& r) {
+         return r.lock == Lock::kLocked ? Known(std::round(r.settling.From())) : std::nullopt;
+     },
+     NoLine},
     {"/clock/tie_rms_ui", "Clock jitter", "mUI rms", 1e3, "{:.3g}", false, nullptr,
      "Rms of the recovered clock's time interval error.",
      [](const RunResult& r) { return Known(r.clock.tieRms); }, NoLine},
@@ -129,6 +157,23 @@ constexpr Number kNumbers[] = {
     {"/statistical/jitter/total_ui", "TJ at the output", "UI", 1, "{:.3g}", false, nullptr,
      "Total jitter at 1e-12 of the output, computed.",
      PartOf<&RunResult::statisticalOutput, &JitterParts::total>, NoLine},
+    {"/eye/jitter/random_ui_rms", "Random jitter (RJ)", "mUI rms", 1e3, "{:.3g}", false,
+     "rj_ui_rms", "Of the output against the clock, by the fit to its time bathtub.",
+     [](const RunResult& r) { return OfJitter(r, &Jitter::random); }, NoLine},
+    {"/eye/jitter/deterministic_ui", "Deterministic jitter (DJ)", "mUI", 1e3, "{:.3g}", false,
+     "dj_ui", "The same, dual-Dirac.",
+     [](const RunResult& r) { return OfJitter(r, &Jitter::deterministic); }, NoLine},
+    {"/eye/jitter/total_ui", "Total jitter (TJ) at 1e-12", "UI", 1, "{:.3f}", false, "tj_ui",
+     "The same: what it leaves no opening of.",
+     [](const RunResult& r) { return OfJitter(r, &Jitter::total); }, NoLine},
+    {"/mask/margin_percent", "Mask margin", "%", 1, "{:+.1f}", false, "mask_margin_percent",
+     "By how much the mask of `--mask` may grow about its centre before it has more hits than it "
+     "allows; `mask` is there in runs with one.",
+     [](const RunResult& r) { return r.mask ? Known(r.mask->MarginPercent()) : std::nullopt; },
+     [](const RunResult& r) { return r.mask ? MaskLine(*r.mask) : ""; }},
+    {"/mask/hits", "Mask hits", "", 1, "{:.0f}", true, "mask_hits",
+     "Samples of the eye within the mask and beyond its limits.",
+     [](const RunResult& r) { return r.mask ? Count(r.mask->Hits()) : std::nullopt; }, NoLine},
     {"/errors", "Bit errors", "", 1, "{:.0f}", true, "errors",
      "Received bits that differ from the sent ones.",
      [](const RunResult& r) { return Compared(r) ? Count(r.comparison->errors) : std::nullopt; },
@@ -146,6 +191,20 @@ constexpr Number kNumbers[] = {
          if (!Compared(r)) return Value();
          return Value(static_cast<double>(r.comparison->errors) /
                       static_cast<double>(r.comparison->compared));
+     },
+     NoLine},
+    {"/bit_error_ratio_low", "Bit error ratio, at least", "", 1, "{:.3g}", false,
+     "bit_error_ratio_low", "No lower one makes so many errors, with 95 % confidence.",
+     [](const RunResult& r) {
+         const auto limits = LimitsOf(r);
+         return limits ? Value(limits->low) : std::nullopt;
+     },
+     NoLine},
+    {"/bit_error_ratio_high", "Bit error ratio, at most", "", 1, "{:.3g}", false,
+     "bit_error_ratio_high", "No higher one makes so few errors, with 95 % confidence.",
+     [](const RunResult& r) {
+         const auto limits = LimitsOf(r);
+         return limits ? Value(limits->high) : std::nullopt;
      },
      NoLine},
     {"/eq_level", "Equalisation level", "", 1, "{:.0f}", true, "eq_level",

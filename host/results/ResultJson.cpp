@@ -90,6 +90,31 @@ Json ClockJson(const ClockFindings& clock)
     return json;
 }
 
+Json MaskJson(const MaskFindings& mask)
+{
+    Json corners = Json::array();
+    for (const EyePlace corner : mask.corners) corners.push_back({corner.x, corner.y});
+    return {{"name", mask.name},
+            {"at", mask.atInput ? "input" : "output"},
+            {"hits", mask.Hits()},
+            {"hits_beyond_limits", mask.beyond},
+            {"samples", mask.samples},
+            {"hit_ratio", OrNull(mask.HitRatio())},
+            {"allowed", mask.allowed},
+            {"margin_percent", OrNull(mask.MarginPercent())},
+            {"passed", mask.Passed()},
+            {"corners", corners},
+            {"centre", {mask.centre.x, mask.centre.y}},
+            {"limits_v", {OrNull(mask.low), OrNull(mask.high)}}};
+}
+
+Json SettlingJson(const RunResult& r)
+{
+    return {{"state", r.lock ? Json(StateOf(*r.lock, r.settling, r.ignoredBits)) : Json(nullptr)},
+            {"eye_at_bit", OrNull(r.settling.eye)},
+            {"adaptation_at_bit", OrNull(r.settling.adaptation)}};
+}
+
 Json AdaptationJson(const AdaptLog& log)
 {
     Json json = {{"measurements", log.measurements.size()}, {"finished", log.finished}};
@@ -219,6 +244,11 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     for (const Number& number : Numbers()) {
         json[Json::json_pointer(number.pointer)] = ToJson(number, number.get(r));
     }
+    if (r.mask)
+        json["mask"] = MaskJson(*r.mask);
+    else
+        json.erase("mask");
+    json["settling"].update(SettlingJson(r));
     json["alignment"] = nullptr;
     if (r.comparison) {
         json["alignment"] = {{"delay_bits", r.comparison->delay},
@@ -226,6 +256,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                              {"realignments", r.comparison->realignments},
                              {"unaligned_bits", r.comparison->unaligned}};
     }
+    json["eye"].erase("jitter");
     if (r.eye) json["eye"].update(EyeJson(*r.eye));
     json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
     json["statistical"].update({{"input_eye", StatisticalJson(r.statisticalInput)},

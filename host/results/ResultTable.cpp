@@ -118,7 +118,7 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
     const auto row = [&](std::string_view name, const std::string& value) {
         if (!value.empty()) text += fmt::format("  {:<26} {}\n", name, value);
     };
-    if (r.lock) row("Verdict", Name(*r.lock));
+    if (r.lock) row("Verdict", StateOf(*r.lock, r.settling, r.ignoredBits));
     for (const Number& number : options.counted ? Numbers() : std::span<const Number>())
         row(number.title, number.Line(r));
     if (options.counted) text += SegmentsTable(r);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Error.hpp"
+#include "host/analysis/EyeMask.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/analysis/Sampler.hpp"
 #include "host/analysis/Verdict.hpp"
@@ -15,6 +16,7 @@
 #include "host/known/EomLog.hpp"
 #include "host/process/Box.hpp"
 #include "host/process/ParameterLog.hpp"
+#include "host/run/Settling.hpp"
 #include "host/run/SmallSignal.hpp"
 #include "host/statistical/StatisticalEye.hpp"
 
@@ -47,9 +49,11 @@ struct RunResult
     // Computed; absent when responses do not tell them, or they were not asked for.
     std::optional<StatisticalEye> statisticalInput, statisticalOutput;
     std::optional<SmallSignal> smallSignal;  // of AMI_GetWave, where the output is computed by it
+    std::optional<MaskFindings> mask;        // present where one was asked for
     ClockFindings clock;
     std::optional<Lock> lock;  // absent when the model returned no bits
-    double bitTime = 0;        // s, nominal
+    Settling settling;
+    double bitTime = 0;  // s, nominal
 
     std::optional<int> eqLevel;
     std::optional<AdaptLog> adaptation;  // absent when the model writes none

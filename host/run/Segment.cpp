@@ -61,6 +61,11 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
       computed_(own, run, receiver_, transmitter_, signal_, link_)
 {
     result_.name = receiver_.name;
+    if (!run.mask.empty() && Last() && own.signal.Levels() > 2) {
+        throw Error(ExitCode::kUsage, fmt::format("--mask: is of eyes with two levels, and this "
+                                                  "signal has {}",
+                                                  own.signal.Levels()));
+    }
     result_.notes = receiver_.notes;
     if (transmitter_) {
         for (const std::string& note : transmitter_->notes)
@@ -128,6 +133,8 @@ void Segment::StartAnalyses(std::int64_t ignoredBits)
     if (place_.before) settings.origin = Origin();
     settings.errorsOnly = run_.errorsOnly;
     settings.bers = run_.ErrorRatios();
+    if (Last() && !run_.mask.empty()) settings.mask = FindMask(run_.mask);
+    settings.maskAtInput = run_.maskAtInput;
     settings.folder = surroundings_.folder;
     analyses_.emplace(settings);
     if (retimer_) retimer_->ExpectClockBy(ignoredBits + Analyses::kHeldBits);
@@ -314,6 +321,7 @@ void Segment::Evaluate()
     result_.inputEye = std::move(found.inputEye);
     result_.comparison = found.comparison;
     result_.endToEnd = found.endToEnd;
+    result_.mask = std::move(found.mask);
     result_.clock = std::move(found.clock);
     if (result_.bits > 0 && !run_.errorsOnly) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
@@ -323,6 +331,11 @@ void Segment::Evaluate()
     TakeTracks(link_.Parameters(), "tx.");
     if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();
     TakeOwnLogs(surroundings_.folder, receiver_, result_);
+    result_.settling = SettlingOf(result_.clock, result_.eye, parameters_.Tracks(),
+                                  result_.adaptation, result_.bits);
+    const std::string remark =
+        RemarkOf(found.verdict.lock, result_.settling, result_.ignoredBits, result_.bits);
+    if (!remark.empty()) result_.notes.push_back(remark);
 }
 
 void Segment::TakeTracks(const ParameterLog& log, const char* prefix)

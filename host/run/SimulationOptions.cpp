@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/Error.hpp"
+#include "host/analysis/EyeMask.hpp"
 
 namespace amisim {
 
@@ -90,6 +91,10 @@ void SimulationOptions::Check() const
     for (const SegmentOptions& segment : earlier) segment.Check();
     SegmentOptions::Check();
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
+    if (!mask.empty()) FindMask(mask);
+    if (mask.empty() && maskAtInput) fail("--mask-at: names the eye of a mask given with --mask");
+    if (!counted && !mask.empty())
+        fail("--statistical only: counts no samples, which --mask is about");
     const SignalOptions& sent = Segments().front()->signal;
     const bool random = sent.wave.empty() && sent.pattern.empty() && sent.clockPattern == 0;
     if (!counted && !random) {

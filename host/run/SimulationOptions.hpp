@@ -46,6 +46,9 @@ struct SimulationOptions : SegmentOptions
     std::vector<double> bers = {1e-3, 1e-6, 1e-9, 1e-12};  // of openings and contours
     std::optional<std::int64_t> ignoreBits;  // absent: the model's own, else half of the bits
 
+    std::string mask;  // that an eye is tested against: a name or a file; empty: none
+    bool maskAtInput = false;
+
     bool statistical = true;  // eyes are computed, where that is possible
     bool counted = true;      // bits are sent and eyes counted; else AMI_Init alone tells all
     bool errorsOnly = false;  // decisions are compared, and nothing else is looked at

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -38,6 +39,15 @@ struct Modulation
     {
         const auto above = [voltage](double threshold) { return voltage > threshold; };
         return static_cast<Symbol>(std::ranges::count_if(thresholds, above));
+    }
+
+    /// From the nearest threshold, V.
+    double Distance(double voltage) const
+    {
+        double nearest = std::abs(voltage - thresholds.front());
+        for (const double threshold : thresholds)
+            nearest = std::min(nearest, std::abs(voltage - threshold));
+        return nearest;
     }
 };
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Error.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/sweep/Plan.hpp"
 
@@ -60,6 +61,13 @@ struct CaseRecord
     int exitCode = 0;
     std::string reason;  // why it failed, in one line
     double seconds = 0;
+
+    /// Its result is whole, whether or not the eye met its mask.
+    bool Ended() const
+    {
+        return exitCode == static_cast<int>(ExitCode::kOk) ||
+               exitCode == static_cast<int>(ExitCode::kMaskMissed);
+    }
 
     void Write(const std::filesystem::path& caseFolder, const Case& aCase) const;
 };

@@ -121,7 +121,7 @@ bool Runner::HasEnded(const Running& running)
                       WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), "",
                       std::chrono::duration<double>(Clock::now() - running.begin).count()};
     ++done_;
-    if (record.exitCode != 0) {
+    if (!record.Ended()) {
         record.reason = Reason(folder, status);
         ++failed_;
     }

@@ -44,6 +44,8 @@ private:
         if (missing > 0) Add(", {} not run yet", missing);
         if (const std::string unranked = table_.Unranked(); !unranked.empty())
             Add("; not ranked, marked <span class=\"alarm\">!</span>: {}", Escaped(unranked));
+        if (const int adapting = table_.Adapting())
+            Add("; adapting in bits that count, marked *: {}", adapting);
         Add("; {0:.0f} s of runs. <a href=\"{1}.csv\">{1}.csv</a>, "
             "<a href=\"{1}.json\">{1}.json</a>",
             seconds, report_.data);
@@ -125,7 +127,8 @@ private:
                                                       failed     ? row.reason
                                                       : unranked ? row.verdict
                                                       : value    ? Exact(metric, *value)
-                                                                 : "no result"));
+                                                                 : "no result")) +
+                                  (row.Adapting() ? ", " + row.state : "");
         if (row.status == Row::Status::kMissing) {
             Add("<td class=\"none\" title=\"{}: not run yet\">–</td>", Escaped(row.aCase.name));
         } else if (!value || failed) {
@@ -136,9 +139,9 @@ private:
                            : "–");
         } else {
             const Colour colour = scale.At(*value);
-            Add("<td style=\"background:{};color:{}\"><a href=\"{}\" title=\"{}\">{}</a></td>",
+            Add("<td style=\"background:{};color:{}\"><a href=\"{}\" title=\"{}\">{}{}</a></td>",
                 html::Hex(colour), html::Hex(MetricScale::Ink(colour)), Target(row), title,
-                metric.text(*value));
+                metric.text(*value), row.Adapting() ? "*" : "");
         }
     }
 
@@ -179,23 +182,30 @@ private:
             "<th scope=\"col\">Case</th>");
         for (const auto& axis : plan_.axes)
             Add("<th scope=\"col\" class=\"n\">{}</th>", Escaped(axis.name));
-        for (const amisim::Number* number : Columns())
+        std::vector<const amisim::Number*> columns = Columns();
+        std::erase_if(columns, [this](const amisim::Number* number) {
+            return std::ranges::none_of(
+                table_.rows, [&](const Row& row) { return row.At(*number).has_value(); });
+        });
+        for (const amisim::Number* number : columns)
             Add("<th scope=\"col\" class=\"n\">{}</th>", number->Heading());
         Add("<th scope=\"col\" class=\"n\">Seconds</th>");
         Add("<th scope=\"col\">Status</th></tr></thead>\n<tbody>\n");
         for (const auto& row : table_.rows) {
             Add("<tr><td><a href=\"{}\">{}</a></td>", Target(row), row.aCase.number);
             for (const auto& value : row.aCase.values) Number(value);
-            for (const amisim::Number* number : Columns()) {
+            for (const amisim::Number* number : columns) {
                 const auto value = row.At(*number);
                 Number(value ? number->Text(*value) : "");
             }
             const bool ran = row.status != Row::Status::kMissing;
             Number(ran ? fmt::format("{:.1f}", row.seconds) : "");
             const bool locked = row.ranked || row.status != Row::Status::kOk;
-            Add("<td{}>{}</td></tr>\n",
-                row.status == Row::Status::kFailed || !locked ? " class=\"alarm\"" : "",
-                locked ? Name(row.status) : row.verdict);
+            const bool alarm = row.status == Row::Status::kFailed || !locked || row.Adapting();
+            Add("<td{}>{}</td></tr>\n", alarm ? " class=\"alarm\"" : "",
+                !locked          ? std::string_view(row.verdict)
+                : row.Adapting() ? std::string_view(row.state)
+                                 : Name(row.status));
         }
         Add("</tbody></table></div>\n");
     }

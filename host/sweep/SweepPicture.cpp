@@ -143,7 +143,8 @@ private:
 
     static std::string CellText(const Row& row, const Metric& metric)
     {
-        if (const auto value = metric.Of(row)) return metric.text(*value);
+        if (const auto value = metric.Of(row))
+            return metric.text(*value) + (row.Adapting() ? "*" : "");
         return row.status == Row::Status::kFailed ? kFailed
                : row.status == Row::Status::kOk   ? kNotRanked
                                                   : kMissing;

@@ -7,7 +7,9 @@
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <set>
 
+#include "base/Text.hpp"
 #include "host/analysis/Verdict.hpp"
 #include "host/results/ResultJson.hpp"
 
@@ -24,7 +26,7 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
     const fs::path folder = sweepFolder / aCase.folder;
     const auto record = ReadRecord(folder, aCase);
     if (!record) return row;
-    row.status = record->exitCode == 0 ? Row::Status::kOk : Row::Status::kFailed;
+    row.status = record->Ended() ? Row::Status::kOk : Row::Status::kFailed;
     row.reason = record->reason;
     row.seconds = record->seconds;
     const auto found = ReadResult(folder);
@@ -37,9 +39,47 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
         const Json value = result.value(Json::json_pointer(number->pointer), Json());
         if (value.is_number()) row.numbers[number->pointer] = value.get<double>();
     }
-    if (result.contains("verdict") && result["verdict"].is_string())
-        row.verdict = result["verdict"].get<std::string>();
+    const auto text = [&](const char* pointer) {
+        const Json value = result.value(Json::json_pointer(pointer), Json());
+        return value.is_string() ? value.get<std::string>() : "";
+    };
+    row.verdict = text("/verdict");
+    row.state = text("/settling/state");
+    for (const Json& note : result.value("messages", Json::array())) {
+        if (note.is_string())
+            row.notes += (row.notes.empty() ? "" : "; ") + note.get<std::string>();
+    }
+    for (const Json& opening : result.value(Json::json_pointer("/eye/openings"), Json::array())) {
+        const auto number = [&](const char* name) {
+            return opening.is_object() && opening.contains(name) && opening[name].is_number()
+                       ? opening[name].get<double>()
+                       : NAN;
+        };
+        if (const double ber = number("ber"); ber > 0)
+            row.openings[ber] = {number("height_v"), number("width_ui")};
+    }
     return row;
+}
+
+/// One that each of the openings' error ratios has.
+struct OpeningColumn
+{
+    const char* name;
+    double Row::Opening::*which;
+
+    double Of(const Row& row, double ber) const
+    {
+        const auto found = row.openings.find(ber);
+        return found == row.openings.end() ? NAN : found->second.*which;
+    }
+};
+constexpr OpeningColumn kOpeningColumns[] = {{"eye_height_v", &Row::Opening::height},
+                                             {"eye_width_ui", &Row::Opening::width}};
+
+/// "eye_height_v@1e-12"
+std::string NameOf(const OpeningColumn& column, double ber)
+{
+    return fmt::format("{}@{}", column.name, ShortRatio(ber));
 }
 
 bool IsNumber(std::string_view text)
@@ -92,9 +132,9 @@ std::vector<const Number*> Columns()
     return columns;
 }
 
-const std::vector<Metric>& Metrics()
+std::vector<Metric> Table::Metrics() const
 {
-    static const std::vector<Metric> metrics = {
+    std::vector<Metric> metrics = {
         {NumberAt("/eye/height_v"), [](double v) { return fmt::format("{:.0f}", v); }, false},
         {NumberAt("/eye/width_ui"), [](double v) { return fmt::format("{:.2f}", v); }, false},
         {NumberAt("/errors"),
@@ -104,6 +144,10 @@ const std::vector<Metric>& Metrics()
                                 : fmt::format("{:.1e}", v);
          },
          true}};
+    const Metric mask = {NumberAt("/mask/margin_percent"),
+                         [](double v) { return fmt::format("{:+.0f}", v); }, false};
+    const auto known = [&](const Row& row) { return row.At(mask.number).has_value(); };
+    if (std::ranges::any_of(rows, known)) metrics.push_back(mask);
     return metrics;
 }
 
@@ -135,6 +179,21 @@ std::string Table::Unranked() const
     return text;
 }
 
+int Table::Adapting() const
+{
+    return static_cast<int>(std::ranges::count_if(
+        rows, [](const Row& r) { return r.status == Row::Status::kOk && r.Adapting(); }));
+}
+
+std::vector<double> Table::Ratios() const
+{
+    std::set<double, std::greater<>> all;
+    for (const Row& row : rows) {
+        for (const auto& [ber, opening] : row.openings) all.insert(ber);
+    }
+    return {all.begin(), all.end()};
+}
+
 int Table::Count(Row::Status status) const
 {
     return static_cast<int>(
@@ -146,7 +205,11 @@ std::string Table::ToCsv() const
     std::string text = "case";
     for (const auto& axis : plan.axes) text += fmt::format(",{}", CsvCell(axis.name));
     for (const Number* number : Columns()) text += fmt::format(",{}", number->column);
-    text += ",seconds,status,verdict,reason,folder\n";
+    for (const double ber : Ratios()) {
+        for (const OpeningColumn& column : kOpeningColumns)
+            text += fmt::format(",{}", NameOf(column, ber));
+    }
+    text += ",seconds,status,verdict,state,reason,notes,folder\n";
     for (const auto& row : rows) {
         text += std::to_string(row.aCase.number);
         for (const auto& value : row.aCase.values) text += fmt::format(",{}", CsvCell(value));
@@ -154,9 +217,16 @@ std::string Table::ToCsv() const
             const auto value = row.At(*number);
             text += value ? fmt::format(",{}", *value) : ",";
         }
+        for (const double ber : Ratios()) {
+            for (const OpeningColumn& column : kOpeningColumns) {
+                const double value = column.Of(row, ber);
+                text += std::isnan(value) ? "," : fmt::format(",{}", value);
+            }
+        }
         text += row.status == Row::Status::kMissing ? "," : fmt::format(",{:.3f}", row.seconds);
-        text += fmt::format(",{},{},{},{}\n", Name(row.status), row.verdict, CsvCell(row.reason),
-                            CsvCell(row.aCase.folder));
+        text +=
+            fmt::format(",{},{},{},{},{},{}\n", Name(row.status), row.verdict, CsvCell(row.state),
+                        CsvCell(row.reason), CsvCell(row.notes), CsvCell(row.aCase.folder));
     }
     return text;
 }
@@ -177,10 +247,18 @@ Json Table::ToJson() const
         Json json = {{"case", row.aCase.number}, {"axes", place}};
         for (const Number* number : Columns())
             json[number->column] = amisim::ToJson(*number, row.At(*number));
+        for (const double ber : Ratios()) {
+            for (const OpeningColumn& column : kOpeningColumns) {
+                const double value = column.Of(row, ber);
+                json[NameOf(column, ber)] = std::isnan(value) ? Json(nullptr) : Json(value);
+            }
+        }
         json["seconds"] = ran ? Json(row.seconds) : Json(nullptr);
         json["status"] = Name(row.status);
         json["verdict"] = row.verdict.empty() ? Json(nullptr) : Json(row.verdict);
+        json["state"] = row.state.empty() ? Json(nullptr) : Json(row.state);
         json["reason"] = row.reason;
+        json["notes"] = row.notes;
         json["folder"] = row.aCase.folder;
         cases.push_back(std::move(json));
     }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <cmath>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,7 +29,18 @@ struct Row
     std::map<std::string_view, double>
         numbers;  // by Number::pointer, those that the run could tell
 
+    /// Of the output's eye, the greatest error ratio first; NaN: not known.
+    struct Opening
+    {
+        double height = NAN, width = NAN;  // V, UI
+    };
+    std::map<double, Opening, std::greater<>> openings;
+
+    std::string state;  // the verdict, or "adapting until bit N" of bits that count
+    std::string notes;  // of the run, in one line
+
     std::optional<double> At(const Number& number) const;  // as in result.json
+    bool Adapting() const { return !state.empty() && state != verdict; }
 };
 
 /// The numbers that a sweep's table has, a column each.
@@ -53,7 +66,6 @@ struct Metric
         return value ? std::optional(*value * number.factor) : std::nullopt;
     }
 };
-const std::vector<Metric>& Metrics();
 
 /// What a sweep's folder holds, whoever ran it and whether or not it has ended.
 struct Table
@@ -65,8 +77,15 @@ struct Table
     /// Cases that ended well, but have not locked and so are not ranked: "3 not locked, 1 no
     /// signal", "" for none.
     std::string Unranked() const;
+    /// Cases that ended well, and count bits of before they had settled.
+    int Adapting() const;
+    /// That any case has an opening at, the greatest first.
+    std::vector<double> Ratios() const;
     std::string ToCsv() const;
     nlohmann::ordered_json ToJson() const;
+
+    /// What a report shows over the grid; the mask's margin where the cases have one.
+    std::vector<Metric> Metrics() const;
 };
 Table Collect(const Plan& plan, const std::vector<Case>& cases);
 

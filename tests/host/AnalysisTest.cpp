@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "host/analysis/ClockFrame.hpp"
+#include "host/analysis/RatioLimits.hpp"
 #include "host/analysis/SymbolComparer.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
 #include "host/known/AdaptLog.hpp"
@@ -37,6 +38,39 @@ TEST(VoltageHistogram, GrowsWithoutLosingCountsOrPlaces)
         }
     }
     EXPECT_EQ(all, 1000U);
+}
+
+TEST(RatioLimits, AreWhereTheBinomialDistributionSaysSo)
+{
+    // P(events <= k) of so many trials at a ratio, term by term.
+    const auto upTo = [](int k, int n, double ratio) {
+        double sum = 0, log = n * std::log1p(-ratio);
+        for (int i = 0; i <= k; ++i) {
+            sum += std::exp(log);
+            log += std::log((n - i) / (i + 1.0) * ratio / (1 - ratio));
+        }
+        return sum;
+    };
+    for (const auto& [events, trials] :
+         {std::pair{0, 10}, {1, 10}, {9, 10}, {10, 10}, {0, 30000}, {3, 30000}, {15000, 30000}}) {
+        SCOPED_TRACE(testing::Message() << events << " of " << trials);
+        const RatioLimits limits = ClopperPearson(events, trials);
+        if (events < trials) {
+            EXPECT_NEAR(upTo(events, trials, limits.high), 0.05, 1e-8);
+        }
+        if (events > 0) {
+            EXPECT_NEAR(1 - upTo(events - 1, trials, limits.low), 0.05, 1e-8);
+        }
+        EXPECT_EQ(limits.low == 0, events == 0);
+        EXPECT_EQ(limits.high == 1, events == trials);
+    }
+    // Of rare events they are those of Poisson's distribution, of many those of a normal one.
+    const RatioLimits rare = ClopperPearson(3, 1'000'000'000'000);
+    EXPECT_NEAR(rare.low * 1e12, 0.81769, 1e-4);
+    EXPECT_NEAR(rare.high * 1e12, 7.75366, 1e-4);
+    const RatioLimits many = ClopperPearson(100'000'000, 1'000'000'000);
+    EXPECT_NEAR((many.high - 0.1) / std::sqrt(0.09 / 1e9), 1.6449, 0.001);
+    EXPECT_NEAR((0.1 - many.low) / std::sqrt(0.09 / 1e9), 1.6449, 0.001);
 }
 
 TEST(ClockFrame, FillsDroppedClocksAndLeavesInterruptionsOpen)

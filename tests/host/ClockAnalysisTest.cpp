@@ -5,6 +5,7 @@
 
 #include "host/analysis/ClockAnalysis.hpp"
 #include "host/known/EomLog.hpp"
+#include "host/run/Settling.hpp"
 #include "tests/host/Support.hpp"
 
 namespace amisim {
@@ -95,6 +96,50 @@ TEST(ClockAnalysis, TellsWhereTheClockSettled)
     // Too few edges to say anything.
     EXPECT_TRUE(std::isnan(FindingsOf(0, 10, [](int) { return 0.0; }).unitInterval));
     EXPECT_TRUE(std::isnan(FindingsOf(1, 0, [](int) { return 0.0; }).settledAtBit));
+}
+
+TEST(Settling, ARunThatCountsBitsOfBeforeIsToldSo)
+{
+    struct Case
+    {
+        Lock lock;
+        double clock, eye;
+        std::int64_t changed;  // bit at which the model gave back another number; 0: never
+        bool logged, finished;
+        const char *state, *remark;
+    };
+    for (const Case& c : {
+             Case{Lock::kLocked, 3936, 0, 0, false, false, "locked", ""},
+             Case{Lock::kLocked, NAN, NAN, 0, false, false, "locked", ""},
+             Case{Lock::kLocked, 10000, 10000, 10000, true, true, "locked", ""},
+             Case{Lock::kLocked, 12000, 0, 0, false, false, "adapting until bit 12,000",
+                  "(its clock): 2,000 of the 10,000 bits"},
+             Case{Lock::kLocked, 3000, 12345, 0, true, true, "adapting until bit 12,345",
+                  "(its eye): 2,345 of the 10,000 bits"},
+             Case{Lock::kLocked, NAN, 11000, 15000, false, false, "adapting until bit 15,000",
+                  "(its parameters): 5,000 of the 10,000 bits"},
+             Case{Lock::kLocked, 3000, 0, 19000, false, false, "locked", ""},  // still changes
+             Case{Lock::kLocked, 3000, 0, 0, true, false, "adapting until bit 20,000",
+                  "all of the 10,000 bits"},
+             Case{Lock::kNotLocked, NAN, 12000, 15000, true, false, "not locked", ""},
+             Case{Lock::kNoClock, NAN, 12000, 0, false, false, "no clock", ""},
+         }) {
+        SCOPED_TRACE(testing::Message() << c.state << c.remark);
+        ClockFindings clock;
+        clock.settledAtBit = c.clock;
+        EyeFindings eye;
+        eye.settledAtBit = c.eye;
+        std::vector<ParameterTrack> given = {{"constant", {0}, {3}, 1}};
+        if (c.changed > 0) given.push_back({"tap", {0, c.changed}, {0, 1}, 1});
+        AdaptLog log;
+        log.finished = c.finished;
+        const Settling settling =
+            SettlingOf(clock, eye, given, c.logged ? std::optional(log) : std::nullopt, 20000);
+        EXPECT_EQ(StateOf(c.lock, settling, 10000), c.state);
+        const std::string remark = RemarkOf(c.lock, settling, 10000, 20000);
+        EXPECT_EQ(remark.empty(), *c.remark == '\0') << remark;
+        EXPECT_NE(remark.find(c.remark), std::string::npos) << remark;
+    }
 }
 
 TEST(EomLog, ReadsWholeEyesOnly)

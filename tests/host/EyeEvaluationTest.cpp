@@ -28,6 +28,7 @@ struct Bench
     int delay = 0;                                                // samples
     double late = 0;                                              // of the clock edges, samples
     bool clocks = true;
+    int weakUntil = 0;  // bit, from which on the output has its full height
     SamplerSettings sampler;
     std::vector<double> bers = {1e-3, 1e-6, 1e-12};
 
@@ -53,6 +54,7 @@ struct Bench
         }
         output.resize(static_cast<std::size_t>(delay));
         output.insert(output.end(), input.begin(), input.end() - delay);
+        for (int t = 0; t < weakUntil * kSamples; ++t) output[static_cast<std::size_t>(t)] *= 0.8;
 
         Analyses::Settings settings;
         settings.samplesPerBit = kSamples;
@@ -379,6 +381,57 @@ TEST(Analyses, TheInputIsSeenInTheModelsClockMovedToItsCentre)
     EXPECT_NEAR(found.inputEye->openings[0].height, found.eye->openings[0].height, 0.01);
     EXPECT_NEAR(found.inputEye->openings[0].width, found.eye->openings[0].width, 0.01);
     EXPECT_EQ(found.comparison->errors, 0);
+}
+
+TEST(Analyses, TheEyeTellsFromWhereOnItStaysAsItIs)
+{
+    struct Case
+    {
+        int weakUntil;
+        double noise, settled;
+    };
+    constexpr double kNever = 0;
+    for (const auto& [weakUntil, noise, settled] :
+         {Case{0, 0, kNever}, Case{0, 0.1, kNever}, Case{8000, 0, 8000}, Case{8000, 0.02, 8000},
+          Case{14000, 0.02, 14000}, Case{19000, 0.02, NAN}}) {
+        SCOPED_TRACE(testing::Message() << weakUntil << " " << noise);
+        Bench bench;
+        bench.weakUntil = weakUntil;
+        bench.noise = noise;
+        const auto found = bench.Run();
+        ASSERT_EQ(found.verdict.lock, Lock::kLocked);
+        if (std::isnan(settled))
+            EXPECT_TRUE(std::isnan(found.eye->settledAtBit)) << found.eye->settledAtBit;
+        else
+            EXPECT_NEAR(found.eye->settledAtBit, settled, settled == kNever ? 0 : 257);
+        EXPECT_EQ(found.inputEye->settledAtBit, 0) << "where nothing changes";
+    }
+    Bench slips;
+    slips.ppm = 5000;  // and the clock follows it, but only for the half of all bits
+    slips.bits = 300;
+    EXPECT_TRUE(std::isnan(slips.Run().eye->settledAtBit)) << "too short";
+}
+
+TEST(EyeTrend, ChanceAloneIsNoChangeHoweverLongTheRun)
+{
+    int flagged = 0;
+    // Noise; and two levels, of which the lower one comes so seldom that a quantile leaps.
+    const auto distance = [](Random& random, bool levels) {
+        if (levels) return random.Uniform() < 0.1 ? 0.15 : 0.25;
+        return std::abs(0.2 + 0.1 * random.Normal());
+    };
+    for (int seed = 1; seed <= 100; ++seed) {
+        Random random(static_cast<std::uint64_t>(seed));
+        EyeTrend trend;
+        const int windows = seed % 10 == 0 ? 10000 : 40;  // of the many, pairs become one
+        for (int bit = 0; bit < windows * static_cast<int>(EyeTrend::kWindow); ++bit)
+            trend.Add(bit, distance(random, seed % 2 == 0));
+        flagged += trend.SettledAt() != 0;
+    }
+    EXPECT_EQ(flagged, 0);
+    EyeTrend trend;  // long enough to be thinned out several times
+    for (int bit = 0; bit < 3'000'000; ++bit) trend.Add(bit, bit < 1'000'000 ? 0.1 : 0.2);
+    EXPECT_NEAR(trend.SettledAt(), 1e6, 2048);
 }
 
 TEST(Analyses, AModelWithoutClocksGetsAnIdealOne)

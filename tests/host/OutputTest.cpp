@@ -8,12 +8,14 @@
 #include <sstream>
 
 #include "host/pages/WriteResults.hpp"
+#include "host/pictures/ComparisonPicture.hpp"
 #include "host/pictures/EyePicture.hpp"
 #include "host/pictures/LinePlot.hpp"
 #include "host/pictures/Png.hpp"
 #include "host/results/CurveFiles.hpp"
 #include "host/results/ResultJson.hpp"
 #include "host/results/ResultTable.hpp"
+#include "host/results/SavedCurves.hpp"
 #include "host/sweep/SweepReport.hpp"
 #include "tests/host/Support.hpp"
 
@@ -133,6 +135,40 @@ TEST_F(OutputTest, CurvesAreWrittenToTheLastDigit)
     EXPECT_EQ(Read("contours.csv"), contours);
     EXPECT_EQ(Read("tie_spectrum.csv"),
               "frequency_hz,amplitude_ui\n5000000,0.01\n10000000,0.0001\n");
+}
+
+TEST_F(OutputTest, SavedCurvesAreReadAsTheyWere)
+{
+    WriteCurves(full_,
+                [](const std::string& name, const std::string& bytes) { Save(name, bytes); });
+    const SavedCurves curves = ReadCurves(".", "output");
+    const auto expect = [](const std::vector<double>& a, const std::vector<double>& b) {
+        ASSERT_EQ(a.size(), b.size());
+        for (std::size_t i = 0; i < a.size(); ++i)
+            EXPECT_TRUE(a[i] == b[i] || (std::isnan(a[i]) && std::isnan(b[i]))) << a[i] << b[i];
+    };
+    for (const auto& [saved, known] :
+         {std::pair{&curves.time, &full_.eye->time}, {&curves.voltage, &full_.eye->voltage}}) {
+        expect(saved->x, known->x);
+        expect(saved->counted, known->counted);
+        expect(saved->extrapolated, known->extrapolated);
+    }
+    ASSERT_EQ(curves.contours.size(), 2u);
+    EXPECT_EQ(curves.contours[1].ber, 1e-9);
+    EXPECT_TRUE(curves.contours[1].extrapolated);
+    expect(curves.contours[0].high, full_.eye->contours[0].high);
+    EXPECT_TRUE(ReadCurves(".", "statistical_output").time.x.empty());
+    EXPECT_TRUE(ReadCurves("nowhere", "output").contours.empty());
+
+    const std::string heading = Read("contours.csv").substr(0, Read("contours.csv").find('\n') + 1);
+    for (const auto& [text, says] :
+         {std::pair{std::string("junk\n"), "contours.csv:1: expected eye,ber"},
+          {heading + "output,1e-3,0,0.5,0.1\n", "contours.csv:2: expected values of"},
+          {heading + "output,1e-3,0,0.5,x,0\n", "contours.csv:2: expected values of"}}) {
+        Save("contours.csv", text);
+        EXPECT_NE(MessageOf([] { ReadCurves(".", "output"); }).find(says), std::string::npos)
+            << text;
+    }
 }
 
 TEST_F(OutputTest, TheDensityIsAnArrayThatNumPyReads)
@@ -259,11 +295,31 @@ TEST(PictureTest, TextsNeitherCollideNorLeaveThePicture)
         TextsOf(
             EyePicture{{word, word, word}, eye.density, 0.5, {0.1, -0.1}, 0.2, 0.3, eye.contours});
         TextsOf(EyePicture{{word, word, word}, VoltageHistogram(8, 8)});
+        EyePicture masked{{word, word, word}, eye.density};
+        masked.contours = eye.contours;
+        masked.mask = TestMask(FindMask("sfi-host-tx"), eye.density, 0.1);
+        masked.mask->name = word;
+        TextsOf(masked);
+        VoltageHistogram still(8, 8);
+        for (std::size_t c = 0; c < 8; ++c) still.Count(c, 0);
+        TextsOf(EyePicture{
+            {"", "", ""}, still, 0.5, {}, 0, 0, {}, TestMask(FindMask("xfi-a"), still, 0)});
     }
     plot::LinePlot logarithmic = MadeUpPlot(1e-9, 2e-9, "");
     logarithmic.scale = logarithmic.scaleAcross = plot::Scale::kLogarithmic;
     EXPECT_TRUE(TextsOf(plot::PlotsPicture({logarithmic}, {})).contains("2·10⁻⁹"));
     TextsOf(plot::PlotsPicture({plot::LinePlot()}, {}));
+}
+
+TEST(PictureTest, ComparisonsOfAnyResultsHoldTheirTexts)
+{
+    const EyeFindings eye = MadeUpEye({});
+    const SavedCurves full{eye.time, eye.voltage, eye.contours};
+    std::vector<ComparedCurves> results = {{"first", full, {}}, {"without any", {}, {}}};
+    EXPECT_TRUE(TextsOf(ComparisonPicture(results, {"title", "", ""})).contains("first"));
+    for (int i = 0; i < 12; ++i) results.push_back({std::string(60, 'w'), full, full});
+    TextsOf(ComparisonPicture(results, {"title", "", ""}));
+    TextsOf(ComparisonPicture({}, {"title", "", ""}));
 }
 
 TEST(PictureTest, MapsOfAnyGridHoldTheirTexts)
@@ -282,13 +338,13 @@ TEST(PictureTest, MapsOfAnyGridHoldTheirTexts)
             }
             for (const Case& aCase : Expand(table.plan)) {
                 const auto status = static_cast<Row::Status>(aCase.number % 11 % 3);
-                Row row{aCase, status, "", "not locked", false, 1, {}};
+                Row row{aCase, status, "", "not locked", false, 1, {}, {}, "not locked", ""};
                 row.ranked = status == Row::Status::kOk && aCase.number % 7 != 0;
-                for (const Metric& metric : Metrics())
+                for (const Metric& metric : table.Metrics())
                     row.numbers[metric.number.pointer] = 0.1 * aCase.number;
                 table.rows.push_back(row);
             }
-            const auto texts = TextsOf(SweepPicture(table));
+            const auto texts = TextsOf(SweepPicture(table, table.Metrics()));
             SCOPED_TRACE(fmt::format("{} by {}, {}", sizes[0], sizes.back(), word.size()));
             EXPECT_TRUE(word.size() > 10 || texts.contains(table.plan.axes[0].name));
             // What has no value is marked where the cells have room for it.

@@ -429,9 +429,47 @@ TEST_F(RunTest, WhatHasNoClockOrSignalIsNotCalledGood)
         EXPECT_TRUE(Says(c.says)) << output_;
         const auto result = Result();
         EXPECT_EQ(result["verdict"], c.verdict);
+        EXPECT_EQ(result["settling"]["state"], c.verdict);
+        EXPECT_EQ(result["clock"]["settled_at_bit"].is_number(), result["verdict"] == "locked")
+            << "what has not locked has not settled";
         EXPECT_NEAR(result["clock"]["missing"], 4900 - c.counted, 2);
         EXPECT_EQ(result["eye"]["width_ui"].is_number(), c.width);
     }
+}
+
+TEST_F(RunTest, AnEyeIsTestedAgainstItsMask)
+{
+    Save("tall.toml", "points = [[0.3, 0], [0.5, 0.5], [0.7, 0], [0.5, -0.5]]\n");
+    struct Case
+    {
+        const char* arguments;
+        int code;
+        bool passed;
+        double margin;  // percent
+        bool beyond;
+        const char* says;
+    };
+    // The eye is 0.4 V to either side of 0 V, and its edges lie at the crossing.
+    for (const Case& c : {
+             Case{"--mask sfi-host-rx", 0, true, 167, false, "less than one hit in the"},
+             Case{"--mask sfi-host-rx --mask-at input", 0, true, 167, false, "at the input"},
+             Case{"--mask sfi-host-tx", 10, false, 32, true, "exceeds the limits of the mask"},
+             Case{"--mask tall.toml", 10, false, -20, false, " hits in "},
+         }) {
+        SCOPED_TRACE(c.arguments);
+        EXPECT_EQ(RunModel("pass", c.arguments), c.code) << output_;
+        EXPECT_TRUE(Says(c.says) && Says("Mask margin")) << output_;
+        EXPECT_EQ(Says(": passed"), c.passed) << output_;
+        const auto mask = Result()["mask"];
+        EXPECT_EQ(mask["passed"], c.passed);
+        EXPECT_NEAR(mask["margin_percent"], c.margin, 4);
+        EXPECT_EQ(mask["hits_beyond_limits"] > 0, c.beyond);
+        EXPECT_TRUE(fs::exists("out/report.html")) << "all is written";
+    }
+    EXPECT_EQ(RunModel("zeros", "--mask sfi-host-rx"), 10) << "nothing to test has not passed";
+    EXPECT_EQ(RunModel("abort", "--mask tall.toml"), 5) << "the model's failure comes first";
+    EXPECT_EQ(RunModel("pass"), 0);
+    EXPECT_FALSE(Result().contains("mask"));
 }
 
 TEST_F(RunTest, AWildSampleChangesNothing)
@@ -488,6 +526,8 @@ TEST_F(RunTest, BadInputIsNamedWithARemedy)
              Case{"run " TEST_MODEL " --loss ten", 2, "--loss"},
              Case{"run " TEST_MODEL " --save-wave wav", 2, "wav"},
              Case{"run " TEST_MODEL " -p EQ_Level", 2, "EQ_Level"},
+             Case{"run " TEST_MODEL " --mask sfi-host-xr", 2, "did you mean sfi-host-"},
+             Case{"run " TEST_MODEL " --mask-at input", 2, "--mask-at: names the eye"},
              Case{"run " TEST_MODEL " --box small", 2, "small"},
              Case{"run " TEST_MODEL " --limit memory=some", 2, "expected memory=GB"},
              Case{"run " TEST_MODEL " --limit", 2, "--limit"},

@@ -337,6 +337,42 @@ TEST_F(SweepTest, WhatHasNotLockedIsNotRanked)
     EXPECT_FALSE(Says("not ranked")) << output_;
 }
 
+TEST_F(SweepTest, TheTableHasWhatDecidesBetweenCases)
+{
+    ASSERT_EQ(Sweep("--grid noise=0.05,0.2 --grid Mode=pass,zeros"), 0) << output_;
+    const std::string csv = Read("sweep/table.csv");
+    const std::string heading = csv.substr(0, csv.find('\n'));
+    for (const char* name : {"rj_ui_rms", "dj_ui", "tj_ui", "bit_error_ratio_low",
+                             "bit_error_ratio_high", "eye_height_v@1e-3", "eye_width_ui@1e-12",
+                             "settled_at_bit", "verdict,state,reason,notes,folder"})
+        EXPECT_NE(heading.find(name), std::string::npos) << heading;
+    for (const auto& row : Table()["cases"]) {
+        const bool signal = row["axes"]["Mode"] == "pass";
+        EXPECT_EQ(row["eye_height_v@1e-3"].is_number(), signal) << row;
+        EXPECT_EQ(row["state"], row["verdict"]);
+        const bool told =
+            row["notes"].get<std::string>().find("never crosses") != std::string::npos;
+        EXPECT_EQ(told, !signal);
+        if (!signal) continue;
+        EXPECT_LE(row["bit_error_ratio_low"], row["bit_error_ratio"]);
+        EXPECT_LT(row["bit_error_ratio"], row["bit_error_ratio_high"]);
+    }
+}
+
+TEST_F(SweepTest, AMissedMaskIsAResultAndNoFailure)
+{
+    ASSERT_EQ(Sweep("--grid mask=sfi-host-tx,sfi-host-rx --grid amplitude=0.2,0.8"), 0) << output_;
+    for (const auto& row : Table()["cases"]) {
+        const double amplitude = row["axes"]["amplitude"];
+        const bool tx = row["axes"]["mask"] == "sfi-host-tx";
+        EXPECT_EQ(row["mask_hits"] > 0, tx == (amplitude == 0.8) || amplitude == 0.2) << row;
+        EXPECT_EQ(row["mask_margin_percent"] > 0, amplitude == 0.8) << row;
+    }
+    EXPECT_NE(Read("sweep/report.html").find("<h2>Mask margin, %</h2>"), std::string::npos);
+    ASSERT_EQ(Sweep("--grid mask=sfi-host-tx,sfi-host-rx --grid amplitude=0.2,0.8"), 0);
+    EXPECT_TRUE(Says("4 of 4 cases have been run before")) << output_;
+}
+
 TEST_F(SweepTest, TwoResultsStandSideBySide)
 {
     ASSERT_EQ(Sweep("--grid Mode=pass,invert --grid loss=0,6"), 0) << output_;
@@ -358,6 +394,20 @@ TEST_F(SweepTest, TwoResultsStandSideBySide)
     const Json json = Json::parse(output_);
     EXPECT_EQ(json["settings"]["signal.loss_db"], Json({{"a", 0.0}, {"b", 6.0}}));
     EXPECT_NEAR(json["results"]["Eye height, mV"]["a"], 0.8, 1e-3);
+
+    const std::string all = "compare sweep/cases/* --html all.html --picture all.svg";
+    ASSERT_EQ(Amisim(all), 0) << output_;
+    EXPECT_TRUE(Says("d  sweep/cases/0004-") && !Says("difference")) << output_;
+    EXPECT_EQ(Read("all.svg").substr(0, 5), "<?xml");
+    EXPECT_NE(Read("all.html").find("src=\"data:image/svg+xml;base64,"), std::string::npos);
+    EXPECT_EQ(Amisim(all), 3);
+    EXPECT_TRUE(Says("all.svg: is in the way")) << output_;
+    EXPECT_EQ(Amisim("compare sweep/cases/* --picture all.gif"), 2);
+    EXPECT_EQ(Amisim("compare sweep/cases/0001-*"), 2) << "one result alone";
+    ASSERT_EQ(Sweep("--grid block-bits=7,300 --out blocks"), 0) << output_;
+    ASSERT_EQ(Amisim("compare blocks/cases/* --json"), 0);
+    EXPECT_EQ(Json::parse(output_)["settings"], (Json{{"block_bits", {{"a", 7}, {"b", 300}}}}))
+        << "and the results do not depend on it";
     Save("other.json", "{\"bits\": 3}");
     const std::string deep(2'000'000, '[');
     Save("deep.json", "{\"bits\": 3, \"eye\": " + deep + std::string(deep.size(), ']') + "}");

@@ -1,6 +1,7 @@
 // Eye densities with the contours of equal bit error ratio.
 
 const kEyeStops = ["rgb(9 10 26)", "rgb(48 26 107)", "rgb(133 31 128)", "rgb(219 77 87)", "rgb(250 158 69)", "rgb(252 247 184)"];
+const kMaskLine = "#b9c4da", kMaskFill = "rgb(185 196 218 / 0.4)";
 const kContourColours = ["#ffffff", "#7fe9ff", "#58b8ff", "#93f5a5", "#ffe27a", "#ffb3d9"];
 
 /** The colours for the parts 0, 1/255 ... 1 of the scale, as red, green, blue and opacity. */
@@ -64,12 +65,13 @@ function pictureFigure(options) {
   });
 }
 
-function eyeFigure(title, eye, curves, caption) {
+function eyeFigure(title, eye, curves, caption, mask) {
   const density = curves.density;
   const levels = bytes(density.levels), {columns, rows} = density;
   const decadesOfDensity = Math.log10(density.peak / density.once) || 1;
   const sampled = 0.5;  // where the plot's middle is, unit intervals after the clock time
-  const top = 1.12 * Math.max(Math.abs(density.low), Math.abs(density.high)) * 1000;
+  const masked = mask ? mask.corners.map(([, volts]) => Math.abs(volts)) : [];
+  const top = 1.12 * Math.max(Math.abs(density.low), Math.abs(density.high), ...masked) * 1000;
   // Three unit intervals side by side, so that nothing is seen where they meet.
   const picture = cellPicture(3 * columns, rows, (column, row) => {
     const byte = levels[(rows - 1 - row) * columns + column % columns];
@@ -79,6 +81,27 @@ function eyeFigure(title, eye, curves, caption) {
   const style = (c) => ({fixed: kContourColours[curves.contours.indexOf(c) % kContourColours.length],
     dash: c.extrapolated || c.computed ? [5, 3] : undefined});
 
+  /** Filled as it is, dashed as far as it may grow or must shrink. */
+  const drawMask = (ctx, x, y, stroke) => {
+    const [cx, cy] = mask.centre;
+    const outline = (scale) => mask.corners.map(([px, py]) =>
+      [cx + (px - cx) * scale - sampled, (cy + (py - cy) * scale) * 1000]);
+    const closed = (points) => [...points, points[0]];
+    ctx.fillStyle = kMaskFill;
+    ctx.beginPath();
+    for (const [px, py] of outline(1)) ctx.lineTo(x(px), y(py));
+    ctx.fill();
+    const {left, right} = {left: x(-1), right: x(1)};
+    const [low, high] = mask.limits_v;
+    if (high !== null && high * 1000 < top) ctx.fillRect(left, y(top), right - left, y(high * 1000) - y(top));
+    if (low !== null && low * 1000 > -top) ctx.fillRect(left, y(low * 1000), right - left, y(-top) - y(low * 1000));
+    const draw = (scale, dash) => {  // to be seen upon bright and dark
+      stroke(closed(outline(scale)), "rgb(27 33 48 / 0.7)", 3);
+      stroke(closed(outline(scale)), kMaskLine, 1.4, dash);
+    };
+    draw(1);
+    if (mask.margin_percent !== null) draw(1 + mask.margin_percent / 100, [4, 3]);
+  };
   const marks = (ctx, x, y) => {
     const scale = devicePixelRatio;
     const stroke = (points, colourOfLine, width, dash = []) => {
@@ -89,6 +112,7 @@ function eyeFigure(title, eye, curves, caption) {
       points.forEach(([px, py], i) => i ? ctx.lineTo(x(px), y(py)) : ctx.moveTo(x(px), y(py)));
       ctx.stroke();
     };
+    if (mask) drawMask(ctx, x, y, stroke);
     for (const c of contours) {
       const upper = c.phase.map((p, i) => [p - sampled, c.high[i] * 1000]);
       const lower = c.phase.map((p, i) => [p - sampled, c.low[i] * 1000]).reverse();
@@ -124,6 +148,18 @@ function eyeFigure(title, eye, curves, caption) {
   });
 }
 
+function maskOf(eye) {
+  const {mask} = result;
+  return mask?.corners.length && eye === (mask.at === "input" ? result.input_eye : result.eye) ? mask : null;
+}
+function maskCaption(eye) {
+  const mask = maskOf(eye);
+  if (!mask) return "";
+  const sign = mask.margin_percent > 0 ? "+" : "";
+  return ` Mask ${mask.name}: ${mask.passed ? "passed" : "missed"}, ${grouped(mask.hits)} hits in ${grouped(mask.samples)} samples, ` +
+    `${ratio(mask.allowed)} of them allowed; margin ${sign}${fixed(mask.margin_percent, 1)} % (dashed).`;
+}
+
 function eyeSection() {
   const eyes = [["At the model's input", result.input_eye, data.input], ["At its output", result.eye, data.output]]
     .filter(([, eye, curves]) => eye && curves?.density);
@@ -132,7 +168,7 @@ function eyeSection() {
     `${grouped(eye.unit_intervals)} unit intervals. White bars: ` +
     (eye.sliced ? "the width" : `height ${fixed(eye.height_v * 1000, 1)} mV and width`) +
     ` ${eye.width_ui === null ? "–" : fixed(eye.width_ui, 3)} UI at a probability of ${ratio(eye.probability)}.` +
-    (eye.shift_ui ? ` The clock is moved by ${fixed(eye.shift_ui, 3)} UI to centre the eye.` : "")));
+    (eye.shift_ui ? ` The clock is moved by ${fixed(eye.shift_ui, 3)} UI to centre the eye.` : "") + maskCaption(eye), maskOf(eye)));
   return section("Eye", element("p", {}, "In the recovered clock's own frame, data sampled half a unit interval after each clock time. " +
     "Brightness is the logarithm of how often the trace passed; lines surround where data may be sampled at the bit error ratio named."),
     element("div", {class: figures.length > 1 ? "pair" : ""}, ...figures));

@@ -27,8 +27,12 @@ function verdict() {
   const errors = result.errors === null ? "" : ` ${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`;
   if (result.verdict !== "locked" && !result.clock.ideal)
     return box("bad", `${sentence(result.messages.find((note) => note.startsWith(`${result.verdict}: `)) ?? result.verdict)}.${errors}`);
+  const {state} = result.settling;
+  if (state !== result.verdict)
+    return box("bad", `${sentence(result.messages.find((note) => note.startsWith("adapting") || note.startsWith("still adapting")) ?? state)}.${errors}`);
   if (result.errors === null) return box("", "Bit errors were not counted: nothing was known of what was sent, or it was not found.");
   if (result.errors > 0) return box("bad", `${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`);
+  if (result.mask && !result.mask.passed) return box("bad", `The eye misses the mask ${result.mask.name}.`, ` No bit errors in ${grouped(result.compared_bits)} bits.`);
   return box("good", `No bit errors in ${grouped(result.compared_bits)} bits.`);
 }
 
@@ -50,6 +54,8 @@ function tiles() {
   const at = ` at ${ratio(eye.probability ?? 1e-3)}`;
   number("/eye/height_v", lowest && remark(lowest.height_v === null ? null : `${fixed(lowest.height_v * 1000, 0)} mV`, lowest.height_extrapolated), at);
   number("/eye/width_ui", lowest && remark(lowest.width_ui === null ? null : `${fixed(lowest.width_ui, 3)} UI`, lowest.width_extrapolated), at);
+  const {mask} = result;
+  if (mask) number("/mask/margin_percent", `${mask.name} at the ${mask.at}: ${mask.passed ? "passed" : "missed"}`);
   number("/errors", `in ${grouped(result.compared_bits)} bits`);
   // Without any error in n bits the ratio is below -ln(0.05) / n with 95 % confidence.
   if (result.errors === 0) tile("Bit error ratio", `< ${ratio(-Math.log(0.05) / result.compared_bits)}`, null, "with 95 % confidence");
