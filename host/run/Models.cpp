@@ -58,7 +58,7 @@ void SettleSignals(SimulationOptions& options, const std::vector<SegmentModels>&
     for (std::size_t k = 0; k < segments.size(); ++k) {
         SignalOptions& own = segments[k]->signal;
         own.bitRate = first.bitRate;
-        own.findBitRate = false;
+        own.findBitRate = first.findBitRate;  // still to be refused where there is no waveform
         own.levels = before->levels;
         own.pam4Mapping = before->pam4Mapping;
         AgreeOnModulation(own, models[k].receiver,

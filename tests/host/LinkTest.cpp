@@ -280,9 +280,9 @@ TEST_F(LinkTest, ASweepSetsParametersOfTheTransmitter)
     ASSERT_EQ(Shell(sweep + "--out sweep -- --tx m/tx.ami --loss 0 --bits 500"), 0) << output_;
     const std::string table = Read("sweep/table.csv");
     double half = 0, whole = 0;
-    EXPECT_EQ(std::sscanf(table.c_str() + table.find('\n'), "\n1,First=0.5,%lf", &half), 1)
+    EXPECT_EQ(std::sscanf(table.c_str() + table.find('\n'), "\n1,First=0.5,,%lf", &half), 1)
         << table;
-    EXPECT_EQ(std::sscanf(table.c_str() + table.find("\n2,"), "\n2,First=1,%lf", &whole), 1)
+    EXPECT_EQ(std::sscanf(table.c_str() + table.find("\n2,"), "\n2,First=1,,%lf", &whole), 1)
         << table;
     EXPECT_NEAR(whole, 0.8, 1e-3);
     EXPECT_NEAR(half, 0.4, 1e-3);
