@@ -100,10 +100,7 @@ private:
     std::optional<ModelProcess::Block> FromModel();
     std::optional<ModelProcess::Block> FromResponse();
     bool Last() const { return place_.number + 1 == place_.of; }
-    bool Ended() const
-    {
-        return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped());
-    }
+    bool Ended() const { return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped()); }
     SignalChain::Symbols SymbolsBefore() const;
     const SymbolHistory* Origin() const;
     Modulation Thresholds() const;

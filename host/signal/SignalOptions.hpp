@@ -46,8 +46,8 @@ struct SignalOptions
     std::uint64_t seed = 1;
 
     // The channel: files if any are given, else the line.
-    double lossDb = 10;     // at half the bit rate
-    double skinPart = 0.5;  // of the loss
+    double lossDb = 10;                             // at half the bit rate
+    double skinPart = 0.5;                          // of the loss
     std::vector<std::filesystem::path> touchstone;  // one behind the other
     Terminations ends;                              // of it
     std::filesystem::path impulse, step;
