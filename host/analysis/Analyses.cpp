@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "host/analysis/EyeEvaluation.hpp"
+#include "host/analysis/SlicerSearch.hpp"
 #include "host/analysis/Tail.hpp"
 
 namespace amisim {
@@ -25,7 +26,8 @@ EyeAnalysis::Settings EyeSettings(const Analyses::Settings& settings)
     eye.samplesPerBit = settings.samplesPerBit;
     eye.ignoreSamples = settings.ignoreBits * settings.samplesPerBit;
     eye.sentUnitInterval = settings.sentUnitInterval;
-    eye.modulation = settings.modulation;
+    eye.slicers = EvenSlicers(settings.mapping.Levels(), 1);
+    eye.mapping = settings.mapping;
     eye.sent = settings.sent;
     eye.decisionsOnly = settings.errorsOnly;
     return eye;
@@ -38,10 +40,14 @@ EyeAnalysis::Settings OutputSettings(const Analyses::Settings& settings)
     return eye;
 }
 
-BitComparison ComparisonOf(const SymbolComparer& compared, std::int64_t errors)
+/// @param unsure  decisions that are right and not sure: each a wrong one, and of one bit
+BitComparison ComparisonOf(const SymbolComparer& symbols, std::int64_t unsure)
 {
-    return {compared.Compared(),     errors,           compared.Unaligned(),
-            compared.Realignments(), compared.Delay(), compared.Inverted()};
+    const bool mapped = symbols.ComparedBits() > 0;
+    return {symbols.ComparedBits(), mapped ? symbols.BitErrors() + unsure : 0,
+            symbols.Unaligned(),    symbols.Realignments(),
+            symbols.Delay(),        symbols.Inverted(),
+            symbols.Compared(),     symbols.Errors() + unsure};
 }
 
 /// Where between the clock edges a wave crosses thresholds on average (on the circle, since phase 1
@@ -134,6 +140,12 @@ Analyses::Analyses(const Settings& settings)
 {
 }
 
+void Analyses::Use(const Slicers& slicers)
+{
+    told_ = true;
+    output_.Use(slicers, end_);
+}
+
 void Analyses::Add(std::span<const double> input, std::span<const double> output,
                    std::span<const double> clockTimes)
 {
@@ -180,29 +192,68 @@ void Analyses::MakeIdealEdges(double upTo)
     }
 }
 
+void Analyses::SetIdealClock(const Slicers& slicers, double to)
+{
+    // From the same bit whatever the size of the blocks, and within what is held.
+    const double counted = std::ceil(ignoreSamples_ / settings_.sentUnitInterval);
+    const double first = std::max(0.0, counted - kLeadBits + 1);
+    idealNext_ = first;
+    idealPhase_ = 0;
+    MakeIdealEdges(end_);
+    idealPhase_ =
+        MeanCrossing(heldOutput_, heldFrom_, heldEdges_, ignoreSamples_, to, slicers.thresholds);
+    idealNext_ = first;
+    MakeIdealEdges(end_);
+    idealNext_ = first;
+}
+
+/// By what is held of a wave, in the middle between its edges. @param shift  of these, UI
+Slicers Analyses::FindSlicers(std::span<const double> held, const Edges& edges, double shift) const
+{
+    const double bits = static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    std::vector<double> levels;
+    for (const ClockFrame::Edge& edge : edges) {
+        const double time = edge.time + (shift + 0.5) * settings_.samplesPerBit;
+        const double place = time - heldFrom_;
+        if (time < ignoreSamples_ || time > ignoreSamples_ + bits || !(place >= 0) ||
+            place + 1 >= static_cast<double>(held.size()))
+            continue;
+        const auto i = static_cast<std::size_t>(place);
+        levels.push_back(held[i] + (held[i + 1] - held[i]) * (place - static_cast<double>(i)));
+    }
+    return SlicersBetween(std::move(levels), settings_.mapping.Levels());
+}
+
 void Analyses::Release()
 {
     holding_ = false;
     // So many bits whatever the size of the blocks, so that this makes no difference.
     const double to = ignoreSamples_ + static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    const int levels = settings_.mapping.Levels();
+    const bool several = levels > 2;
+    Slicers output = output_.LastSlicers(), input = output;
+    if (several) {
+        input = SlicersBetween(CountedOf(heldInput_), levels);
+        if (!told_) output = SlicersBetween(CountedOf(heldOutput_), levels);
+    }
     ideal_ = frame_.Times() == 0;
-    if (ideal_) {
-        // From the same bit whatever the size of the blocks, and within what is held.
-        const double counted = std::ceil(ignoreSamples_ / settings_.sentUnitInterval);
-        const double first = std::max(0.0, counted - kLeadBits + 1);
-        idealNext_ = first;
-        MakeIdealEdges(end_);
-        idealPhase_ = MeanCrossing(heldOutput_, heldFrom_, heldEdges_, ignoreSamples_, to,
-                                   settings_.modulation.thresholds);
-        idealNext_ = first;
-        MakeIdealEdges(end_);
-        idealNext_ = first;
+    if (ideal_) SetIdealClock(output, to);
+    shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to, input.thresholds);
+    if (several) {
+        // Where the levels are is known only now, and what they are crossed at by that.
+        if (!told_) {
+            output = FindSlicers(heldOutput_, heldEdges_, 0);
+            if (ideal_) SetIdealClock(output, to);
+            output_.Use(output, 0);
+        }
+        input = FindSlicers(heldInput_, heldEdges_, shift_);
+        shift_ =
+            MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to, input.thresholds);
+        input_.Use(input, 0);
     }
     output_.Use(Sampler(sampler_, ideal_));
     input_.Expect(AmplitudeOf(heldInput_));
     output_.Expect(AmplitudeOf(heldOutput_));
-    shift_ = MeanCrossing(heldInput_, heldFrom_, heldEdges_, ignoreSamples_, to,
-                          settings_.modulation.thresholds);
     const Edges edges = std::move(heldEdges_);
     heldEdges_ = {};
     Feed(heldInput_, heldOutput_, edges);
@@ -210,9 +261,8 @@ void Analyses::Release()
     heldOutput_ = {};
 }
 
-/// That 99 % of the held samples that count stay within, of so many whatever the size of the
-/// blocks.
-double Analyses::AmplitudeOf(std::vector<double> held) const
+/// The samples that count of what is held, of so many bits whatever the size of the blocks.
+std::vector<double> Analyses::CountedOf(std::vector<double> held) const
 {
     const double counted = std::max(0.0, ignoreSamples_ - heldFrom_);
     const double bits = static_cast<double>(kHeldBits * settings_.samplesPerBit);
@@ -220,6 +270,13 @@ double Analyses::AmplitudeOf(std::vector<double> held) const
     held.erase(held.begin(), held.begin() + static_cast<std::ptrdiff_t>(std::min(
                                                 counted, static_cast<double>(held.size()))));
     std::erase_if(held, [](double v) { return !std::isfinite(v); });
+    return held;
+}
+
+/// That 99 % of the held samples that count stay within.
+double Analyses::AmplitudeOf(std::vector<double> held) const
+{
+    held = CountedOf(std::move(held));
     if (held.empty()) return 0;
     for (double& v : held) v = std::abs(v);
     const auto place = held.begin() + std::ssize(held) * 99 / 100;
@@ -231,7 +288,7 @@ std::optional<BitComparison> Analyses::Comparison() const
 {
     const auto& decisions = DecisionsOf(output_);
     if (!decisions.symbols) return std::nullopt;
-    return ComparisonOf(*decisions.symbols, ErrorsOf(decisions));
+    return ComparisonOf(*decisions.symbols, decisions.unsure);
 }
 
 Analyses::Findings Analyses::Find(std::span<const double> sines)
@@ -252,11 +309,10 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
     if (missing > kEndBits) found.clock.missing = missing;
     const auto& decisions = DecisionsOf(output_);
     found.comparison = Comparison();
-    if (decisions.endToEnd)
-        found.endToEnd = ComparisonOf(*decisions.endToEnd, decisions.endToEnd->Errors());
+    if (decisions.endToEnd) found.endToEnd = ComparisonOf(*decisions.endToEnd, 0);
     if (settings_.errorsOnly) return found;
-    if (output_.UnitIntervals() > 0) found.eye = EvaluateEye(output_, 0, settings_.bers);
-    if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEye(input_, shift_, settings_.bers);
+    if (output_.UnitIntervals() > 0) found.eye = EvaluateEyes(output_, 0, settings_.bers);
+    if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEyes(input_, shift_, settings_.bers);
     if (settings_.mask) {
         const EyeAnalysis& eye = settings_.maskAtInput ? input_ : output_;
         found.mask = TestMask(*settings_.mask, eye.Density(), CrossingOf(eye));
@@ -269,6 +325,23 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
     if (found.verdict.lock != Lock::kLocked) found.clock.settledAtBit = kUnknown;
     Remark(found);
     return found;
+}
+
+void Analyses::RemarkSlicers(std::vector<std::string>& notes) const
+{
+    const auto list = [](const EyeAnalysis& eye) {
+        std::string text;
+        for (const double threshold : eye.LastSlicers().thresholds)
+            text += fmt::format("{}{:.1f}", text.empty() ? "" : ", ",
+                                std::round(threshold * 1e4) / 10 + 0.0);
+        return text;
+    };
+    const char* const found = "halfway between the levels found at the sampling instant";
+    notes.push_back(fmt::format("the output is decided {}: {} mV",
+                                told_ ? "by the model's own thresholds, at the end" : found,
+                                list(output_)));
+    notes.push_back(
+        fmt::format("the input's eyes are around thresholds {}: {} mV", found, list(input_)));
 }
 
 void Analyses::Remark(Findings& found) const
@@ -297,6 +370,7 @@ void Analyses::Remark(Findings& found) const
             "the output switches where data are sampled, as a slicer's does: its levels are taken "
             "a quarter of a unit interval later");
     }
+    if (settings_.mapping.Levels() > 2 && found.eye) RemarkSlicers(notes);
     if (found.comparison && found.comparison->inverted)
         notes.push_back("the received bits are inverted");
     if (output_.NotFinite() > 0) {

@@ -12,6 +12,7 @@
 #include "host/analysis/EyeAnalysis.hpp"
 #include "host/analysis/EyeMask.hpp"
 #include "host/analysis/Findings.hpp"
+#include "host/analysis/Slicers.hpp"
 #include "host/analysis/Verdict.hpp"
 
 namespace amisim {
@@ -24,16 +25,19 @@ namespace amisim {
 /// when kHeldBits of those that count have come: until then their waves are held. A model that has
 /// returned no clock time by then gets an ideal clock, at the transmitter's bit rate, its edges
 /// where the output crosses its thresholds on average.
+///
+/// Of more than two levels the thresholds are found in what is held, halfway between the levels at
+/// the sampling instant, unless the output's are told.
 class Analyses
 {
 public:
     struct Settings
     {
         int samplesPerBit = 64;
-        double sampleInterval = 0;     // s
-        std::int64_t ignoreBits = 0;   // at the start: seen, not counted
-        double sentUnitInterval = 64;  // samples
-        Modulation modulation;
+        double sampleInterval = 0;              // s
+        std::int64_t ignoreBits = 0;            // at the start: seen, not counted
+        double sentUnitInterval = 64;           // samples
+        BitMapping mapping = BitMapping(2);     // and so the number of levels
         const SymbolHistory* sent = nullptr;    // null: nothing to compare with
         const SymbolHistory* origin = nullptr;  // what a link's first transmitter sent, likewise
         bool errorsOnly = false;                // neither eyes nor the clock are looked at
@@ -48,6 +52,9 @@ public:
 
     /// What stands between the output and its decisions; to be called before anything is added.
     void Use(const SamplerSettings& sampler) { sampler_ = sampler; }
+
+    /// Where the model decides, from the next block to be added on.
+    void Use(const Slicers& slicers);
 
     /// Takes a block of samples, and the clock times that came with it, s.
     void Add(std::span<const double> input, std::span<const double> output,
@@ -74,7 +81,11 @@ private:
     void Feed(std::span<const double> input, std::span<const double> output, const Edges& edges);
     void MakeIdealEdges(double upTo);
     void Release();
+    void SetIdealClock(const Slicers& slicers, double to);
+    Slicers FindSlicers(std::span<const double> held, const Edges& edges, double shift) const;
+    std::vector<double> CountedOf(std::vector<double> held) const;
     double AmplitudeOf(std::vector<double> held) const;
+    void RemarkSlicers(std::vector<std::string>& notes) const;
     void Remark(Findings& found) const;
 
     Settings settings_;
@@ -90,7 +101,8 @@ private:
     std::vector<double> heldInput_, heldOutput_;
     double heldFrom_ = 0;  // sample
     Edges heldEdges_, moved_;
-    double shift_ = 0;  // of the input's clock, UI
+    double shift_ = 0;   // of the input's clock, UI
+    bool told_ = false;  // where the model decides
     bool ideal_ = false;
     double idealPhase_ = 0, idealNext_ = 0;  // UI; number
 };

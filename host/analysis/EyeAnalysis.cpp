@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace amisim {
@@ -47,12 +48,12 @@ double GreatestOf(std::span<const double> wave)
 
 EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& settings)
 {
-    const std::size_t symbols = settings.modulation.thresholds.size() + 1;
     const VoltageHistogram empty(1, kLevelRows);
-    EyeAnalysis::Decisions at{offset, empty, {}, {}, {symbols, empty}, {}};
-    const auto highest = static_cast<Symbol>(symbols - 1);
-    if (settings.sent) at.symbols.emplace(*settings.sent, highest);
-    if (settings.origin) at.endToEnd.emplace(*settings.origin, highest);
+    EyeAnalysis::Decisions at;
+    at.offset = offset;
+    at.slices.assign(settings.slicers.thresholds.size(), {empty, empty});
+    if (settings.sent) at.symbols.emplace(*settings.sent, settings.mapping);
+    if (settings.origin) at.endToEnd.emplace(*settings.origin, settings.mapping);
     return at;
 }
 
@@ -60,11 +61,13 @@ EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& s
 
 EyeAnalysis::EyeAnalysis(const Settings& settings)
     : settings_(settings),
+      slicers_(settings.slicers),
+      furthestLate_(settings.slicers.Furthest()),
       density_(kColumns, kDensityRows),
-      decided_(settings.modulation.thresholds.size() + 1, {kLevelColumns, kColumnRows}),
+      decided_(settings.slicers.thresholds.size() + 1, {kLevelColumns, kColumnRows}),
       atSampling_(DecisionsAt(0.5, settings)),
       later_(DecisionsAt(0.75, settings)),
-      crossings_(settings.modulation.thresholds.begin(), settings.modulation.thresholds.end())
+      crossings_(settings.slicers.thresholds.begin(), settings.slicers.thresholds.end())
 {
 }
 
@@ -72,6 +75,23 @@ void EyeAnalysis::Use(const Sampler& sampler)
 {
     sampler_ = sampler;
     draws_.after = sampler_.Next();
+}
+
+void EyeAnalysis::Use(const Slicers& slicers, double from)
+{
+    if (slicers == LastSlicers()) return;
+    pending_.push_back({from, slicers});
+    furthestLate_ = std::max(furthestLate_, slicers.Furthest());
+}
+
+void EyeAnalysis::TakeSlicers(double begin)
+{
+    for (; !pending_.empty() && pending_.front().from <= begin; pending_.pop_front()) {
+        slicers_ = pending_.front().slicers;
+        for (std::size_t i = 0; i < crossings_.size(); ++i)
+            crossings_[i].SetThreshold(slicers_.thresholds[i]);
+        joinedAt_ = -1;
+    }
 }
 
 void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::Edge> edges)
@@ -84,13 +104,18 @@ void EyeAnalysis::Add(std::span<const double> wave, std::span<const ClockFrame::
     const auto end = static_cast<double>(waveStart_ + static_cast<std::int64_t>(wave_.size()));
     const auto ignored = static_cast<double>(settings_.ignoreSamples);
     if (end > ignored) {
-        // No column gets more than all points of the trace, or one for each unit interval.
-        const std::size_t most = wave_.size() * StepsPerSample() + edges_.size() + edges.size();
+        // No column gets more than all points of the trace, or one for each unit interval, those
+        // of a window that was begun before among them.
+        const std::size_t most = wave_.size() * StepsPerSample() + edges_.size() + edges.size() +
+                                 SymbolComparer::kWindow;
         const double furthest = greatest + sampler_.MostVolts();
-        for (VoltageHistogram* histogram : {&density_, &atSampling_.levels, &later_.levels})
-            histogram->Fit(furthest, most);
-        for (auto* histograms : {&decided_, &atSampling_.wrong, &later_.wrong}) {
-            for (VoltageHistogram& histogram : *histograms) histogram.Fit(furthest, most);
+        density_.Fit(furthest, most);
+        for (VoltageHistogram& histogram : decided_) histogram.Fit(furthest, most);
+        for (Decisions* at : {&atSampling_, &later_}) {
+            for (Slice& slice : at->slices) {
+                slice.below.Fit(furthest, most);
+                slice.above.Fit(furthest, most);
+            }
         }
         const auto counted =
             static_cast<std::size_t>(std::min(end - ignored, static_cast<double>(wave.size())));
@@ -176,8 +201,7 @@ void EyeAnalysis::Finish()
 {
     for (Decisions* at : {&atSampling_, &later_}) {
         if (at->endToEnd) at->endToEnd->Finish();
-        if (!at->symbols) continue;
-        at->symbols->Finish();
+        if (at->symbols) at->symbols->Finish();
         TakeWindow(*at);
     }
 }
@@ -189,39 +213,67 @@ double EyeAnalysis::ValueAt(double time) const
     return wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
 }
 
+/// Has the wrong decisions of the window counted, and what was sent there put in their places.
+void EyeAnalysis::CountWrong(Decisions& at, bool compared)
+{
+    for (const auto& [place, sent] : at.symbols->Wrong()) {
+        Symbol& decided = at.decided[place];
+        const auto [low, high] = std::minmax(decided, sent);
+        for (std::size_t which = low; which < high; ++which) ++at.slices[which].errors;
+        decided = sent;
+        at.unsureAt[place] = 0;
+    }
+    for (const std::uint32_t unsure : at.unsureAt) {
+        if (unsure == 0 || !compared) continue;
+        ++at.unsure;
+        for (std::size_t which = 0; which < at.slices.size(); ++which)
+            at.slices[which].errors += unsure >> which & 1;
+    }
+}
+
 void EyeAnalysis::TakeWindow(Decisions& at)
 {
-    for (const auto& [place, sent] : at.symbols->Wrong()) at.wrong[sent].Count(0, at.window[place]);
-    if (sampler_.Sensitivity() > 0 && at.symbols->Compared() > at.compared) {
-        at.unsure += std::ranges::count_if(at.window, [this](double v) { return IsUnsure(v); });
-        for (const auto& [place, sent] : at.symbols->Wrong())
-            at.unsure -= IsUnsure(at.window[place]);
+    if (at.symbols) {
+        CountWrong(at, at.symbols->Compared() > at.compared);
+        at.compared = at.symbols->Compared();
     }
-    at.compared = at.symbols->Compared();
-    at.window.clear();
+    const double* voltages = at.voltages.data();
+    for (std::size_t symbol : at.decided) {
+        // A voltage at a threshold itself lies in the histograms' row above it.
+        while (symbol < at.slices.size() && voltages[symbol] == slicers_.thresholds[symbol])
+            ++symbol;
+        if (symbol > 0) at.slices[symbol - 1].above.Count(0, voltages[symbol - 1]);
+        if (symbol < at.slices.size()) at.slices[symbol].below.Count(0, voltages[symbol]);
+        voltages += at.slices.size();
+    }
+    at.decided.clear();
+    at.unsureAt.clear();
+    at.voltages.clear();
 }
 
-bool EyeAnalysis::IsUnsure(double value) const
-{
-    const auto near = [&](double threshold) {
-        return std::abs(value - threshold) < sampler_.Sensitivity();
-    };
-    return std::ranges::any_of(settings_.modulation.thresholds, near);
-}
-
-double EyeAnalysis::Decide(Decisions& at, double begin)
+EyeAnalysis::Decision EyeAnalysis::Decide(Decisions& at, double begin)
 {
     const double time = begin + at.offset * settings_.samplesPerBit;
-    const double value = ValueAt(time) + draws_.now.volts;
-    at.levels.Count(0, value);
-    const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
-    if (at.endToEnd) at.endToEnd->Add(settings_.modulation.Decide(value), near);
-    if (at.symbols) {
-        at.symbols->Add(settings_.modulation.Decide(value), near);
-        at.window.push_back(value);
-        if (at.symbols->WindowDone()) TakeWindow(at);
+    Symbol symbol = 0;
+    double distance = std::numeric_limits<double>::infinity();
+    std::uint32_t unsure = 0;
+    for (std::size_t i = 0; i < at.slices.size(); ++i) {
+        const double value =
+            ValueAt(time + slicers_.late[i] * settings_.samplesPerBit) + draws_.now.volts;
+        const double over = value - slicers_.thresholds[i];
+        symbol = static_cast<Symbol>(symbol + (over > 0));
+        distance = std::min(distance, std::abs(over));
+        unsure |= static_cast<std::uint32_t>(std::abs(over) < sampler_.Sensitivity()) << i;
+        at.voltages.push_back(value);
     }
-    return value;
+    at.decided.push_back(symbol);
+    at.unsureAt.push_back(unsure);
+    const auto near = static_cast<std::int64_t>(std::floor(time / settings_.sentUnitInterval));
+    if (at.endToEnd) at.endToEnd->Add(symbol, near);
+    if (at.symbols) at.symbols->Add(symbol, near);
+    if (at.symbols ? at.symbols->WindowDone() : at.decided.size() == SymbolComparer::kWindow)
+        TakeWindow(at);
+    return {symbol, distance};
 }
 
 void EyeAnalysis::CountLevels(double begin, double end, Symbol symbol)
@@ -269,32 +321,47 @@ void EyeAnalysis::CountDensity(std::span<const double> wave, double first, doubl
     }
 }
 
+EyeAnalysis::Samples EyeAnalysis::Between(double begin, double end) const
+{
+    // A clock edge that falls on a sample, but for rounding, takes that sample with it.
+    constexpr double kOnSample = 1e-6;
+    const double first = std::ceil(begin - kOnSample), last = std::ceil(end - kOnSample);
+    return {first, std::span<const double>(wave_).subspan(
+                       static_cast<std::size_t>(first - static_cast<double>(waveStart_)),
+                       static_cast<std::size_t>(last - first) + 1)};
+}
+
+/// Each slicer has unit intervals of its own, as late as its instants are.
+void EyeAnalysis::CountCrossings(double begin, double end)
+{
+    const bool joined = begin == joinedAt_;
+    for (std::size_t i = 0; i < crossings_.size(); ++i) {
+        const double late = slicers_.late[i] * settings_.samplesPerBit;
+        const auto [first, wave] = Between(begin + late, end + late);
+        crossings_[i].Add(wave, first, begin + late, end + late, joined, draws_);
+    }
+    boundaries_ += joined;
+    joinedAt_ = end;
+}
+
 void EyeAnalysis::AddInterval(double begin, double end)
 {
     if (begin < static_cast<double>(settings_.ignoreSamples)) return;
     if (begin - FurthestMoved() < static_cast<double>(waveStart_))
         return;  // its samples are gone already
     ++intervals_;
+    TakeSlicers(begin);
     draws_ = {draws_.now, draws_.after, sampler_.Next()};
     const double late = draws_.now.late * settings_.samplesPerBit;
-    const double value = Decide(atSampling_, begin + late);
+    const Decision decision = Decide(atSampling_, begin + late);
     Decide(later_, begin + late);
-    trend_.Add(begin / settings_.samplesPerBit, settings_.modulation.Distance(value));
-    if (!settings_.decisionsOnly)
-        CountLevels(begin + late, end + late, settings_.modulation.Decide(value));
-
-    // A clock edge that falls on a sample, but for rounding, takes that sample with it.
-    constexpr double kOnSample = 1e-6;
-    const double first = std::ceil(begin - kOnSample), last = std::ceil(end - kOnSample);
-    const auto wave = std::span<const double>(wave_).subspan(
-        static_cast<std::size_t>(first - static_cast<double>(waveStart_)),
-        static_cast<std::size_t>(last - first) + 1);
-    if (!settings_.decisionsOnly) CountDensity(wave, first, begin + late, end + late);
-    const bool joined = begin == joinedAt_;
-    for (ThresholdCrossings& crossings : crossings_)
-        crossings.Add(wave, first, begin, end, joined, draws_);
-    boundaries_ += joined;
-    joinedAt_ = end;
+    trend_.Add(begin / settings_.samplesPerBit, decision.distance);
+    if (!settings_.decisionsOnly) {
+        CountLevels(begin + late, end + late, decision.symbol);
+        const auto [first, wave] = Between(begin, end);
+        CountDensity(wave, first, begin + late, end + late);
+    }
+    CountCrossings(begin, end);
 }
 
 std::optional<std::complex<double>> EyeAnalysis::MeanCrossing() const

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <complex>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <span>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "host/analysis/EyeTrend.hpp"
 #include "host/analysis/Findings.hpp"
 #include "host/analysis/Sampler.hpp"
+#include "host/analysis/Slicers.hpp"
 #include "host/analysis/SymbolComparer.hpp"
 #include "host/analysis/ThresholdCrossings.hpp"
 #include "host/analysis/VoltageHistogram.hpp"
@@ -28,7 +30,8 @@ public:
         int samplesPerBit = 64;
         std::int64_t ignoreSamples = 0;         // at the start: seen, not counted
         double sentUnitInterval = 64;           // samples, the transmitter's
-        Modulation modulation;                  // thresholds to decide by
+        Slicers slicers;                        // until told otherwise
+        BitMapping mapping = BitMapping(2);     // of as many levels as the slicers tell apart
         const SymbolHistory* sent = nullptr;    // null: nothing to compare with
         const SymbolHistory* origin = nullptr;  // what a link's first transmitter sent, likewise
         bool decisionsOnly = false;             // no density, no levels but those decided by
@@ -39,6 +42,16 @@ public:
     /// Has what stands between this waveform and its decisions take part; to be called before the
     /// first unit interval that counts.
     void Use(const Sampler& sampler);
+
+    /// Decides by these from the unit interval on that begins at this sample or later. In the order
+    /// of the samples.
+    void Use(const Slicers& slicers, double from);
+
+    /// That were told last.
+    const Slicers& LastSlicers() const
+    {
+        return pending_.empty() ? slicers_ : pending_.back().slicers;
+    }
 
     /// Takes the next samples of the waveform and the clock edges up to their end (a model's clock
     /// list for the same block). Samples after the last edge are kept until the next one is known.
@@ -58,29 +71,38 @@ public:
     /// is drawn with straight lines between samples.
     const VoltageHistogram& Density() const { return density_; }
 
-    const Modulation& Alphabet() const { return settings_.modulation; }
-
     /// For each symbol the voltages of the unit intervals that were decided as it at the sampling
     /// instant, each taken exactly at phase (c + 1/2) / kLevelColumns in column c.
     const std::vector<VoltageHistogram>& Decided() const { return decided_; }
 
-    /// For each threshold the transitions through it.
+    /// For each threshold the transitions through it, before and after its own instant of decision.
     const std::vector<ThresholdCrossings>& Crossings() const { return crossings_; }
     /// Clock edges whose transitions, if any, have been counted.
     std::int64_t Boundaries() const { return boundaries_; }
+
+    /// What a threshold has been compared with. Symbols by what was sent as far as that is known,
+    /// else as they were decided.
+    struct Slice
+    {
+        VoltageHistogram below, above;  // voltages of the symbols next below it and next above
+        std::int64_t errors = 0;        // symbols found on the wrong side or not surely on either
+    };
 
     /// The signal at the instants of decision, and how its symbols compare. Two are tried at once:
     /// half a unit interval after the clock edge, where data are sampled, and a quarter later, for
     /// an output that itself switches at the sampling instant.
     struct Decisions
     {
-        double offset;  // unit intervals after the clock edge
-        VoltageHistogram levels;
+        double offset = 0.5;                              // unit intervals after the clock edge
+        std::vector<Slice> slices;                        // one for each threshold
         std::optional<SymbolComparer> symbols, endToEnd;  // against those sent, and the origin's
-        std::vector<VoltageHistogram> wrong;  // the levels decided wrongly, by the symbol sent
-        std::vector<double> window;           // levels of the symbols that the comparer still holds
         std::int64_t unsure = 0;    // decided rightly, but nearer to a threshold than is needed
         std::int64_t compared = 0;  // when the last window was taken
+
+        // The symbols that the comparer still holds; voltages: a row of all thresholds for each.
+        std::vector<Symbol> decided;
+        std::vector<std::uint32_t> unsureAt;  // thresholds, the lowest in bit 0
+        std::vector<double> voltages;
     };
     const Decisions& AtSampling() const { return atSampling_; }
     const Decisions& AtLater() const { return later_; }
@@ -93,8 +115,8 @@ public:
     /// with another clock. Nothing where nothing crosses.
     std::optional<std::complex<double>> MeanCrossing() const;
 
-    /// True when the signal has no more levels than the modulation and switches where data are
-    /// sampled, like a slicer's decisions.
+    /// True when the signal has no more levels than symbols and switches where data are sampled,
+    /// like a slicer's decisions.
     bool IsSliced() const;
 
     double Sensitivity() const { return sampler_.Sensitivity(); }
@@ -110,13 +132,23 @@ private:
     void SeekLevels(std::span<const double> wave);
     void AddInterval(double begin, double end);
     double ValueAt(double time) const;  // of the waveform, straight between samples
-    double Decide(Decisions& at, double begin);
+    void TakeSlicers(double begin);
+    struct Decision
+    {
+        Symbol symbol;
+        double distance;  // V from the nearest threshold
+    };
+    Decision Decide(Decisions& at, double begin);
     void TakeWindow(Decisions& at);
-    bool IsUnsure(double value) const;
+    void CountWrong(Decisions& at, bool compared);
+    void CountCrossings(double begin, double end);
     void CountLevels(double begin, double end, Symbol symbol);
     void CountDensity(std::span<const double> wave, double first, double begin, double end);
 
-    double FurthestMoved() const { return sampler_.Furthest() * settings_.samplesPerBit; }
+    double FurthestMoved() const
+    {
+        return (sampler_.Furthest() + furthestLate_) * settings_.samplesPerBit;
+    }
 
     /// Points of the density's trace from a sample to the next.
     std::size_t StepsPerSample() const
@@ -125,7 +157,25 @@ private:
                                      kColumns / static_cast<std::size_t>(settings_.samplesPerBit));
     }
 
+    /// The samples from the first one at a time or after it to the first one at another or after
+    /// it.
+    struct Samples
+    {
+        double first;
+        std::span<const double> wave;
+    };
+    Samples Between(double begin, double end) const;
+
+    struct Pending
+    {
+        double from;  // sample
+        Slicers slicers;
+    };
+
     Settings settings_;
+    Slicers slicers_;  // of the unit interval being counted
+    std::deque<Pending> pending_;
+    double furthestLate_ = 0;   // of all slicers, UI
     std::vector<double> wave_;  // samples from waveStart_ on
     std::int64_t waveStart_ = 0;
     std::vector<ClockFrame::Edge> edges_;  // whose unit interval is not complete yet
@@ -139,8 +189,8 @@ private:
     std::vector<std::int32_t> columns_;  // of what is being counted, and its voltages
     std::vector<double> voltages_;
     std::int64_t boundaries_ = 0;
-    double joinedAt_ = -1;        // end of the unit interval before
-    std::vector<double> levels_;  // seen, until there are more than the modulation has
+    double joinedAt_ = -1;        // end of the unit interval before, if by the same slicers
+    std::vector<double> levels_;  // seen, until there are more than symbols
     bool fewLevels_ = true;
     std::int64_t intervals_ = 0, notFinite_ = 0, firstNotFinite_ = -1;
     WildSamples wild_{.takenAs = VoltageHistogram::kMost / 2};

@@ -75,13 +75,13 @@ struct Sides
     }
 };
 
-/// The transitions on either side of the sampling instant, which is at phase 1/2.
-Sides TimeSides(const ThresholdCrossings& crossings, double trials)
+/// The transitions on either side of the sampling instant, which is at that phase.
+Sides TimeSides(const ThresholdCrossings& crossings, double sampledAt, double trials)
 {
     constexpr double kBin = 1.0 / ThresholdCrossings::kBins;
     const auto& before = crossings.LastBefore();
-    return {Side(Tail({before.rbegin(), before.rend()}, 0.5, -kBin, trials)),
-            Side(Tail(crossings.FirstAfter(), 0.5, kBin, trials))};
+    return {Side(Tail({before.rbegin(), before.rend()}, sampledAt, -kBin, trials)),
+            Side(Tail(crossings.FirstAfter(), sampledAt, kBin, trials))};
 }
 
 /// Of two neighbouring levels: @param below, above  counts in row r (the lowest first)
@@ -98,24 +98,6 @@ Sides VoltageSides(const VoltageHistogram& scale, double trials, double needed, 
     }
     return {Side(Tail(low, scale.Range() + needed, -scale.BinHeight(), trials)),
             Side(Tail(high, -scale.Range() - needed, scale.BinHeight(), trials))};
-}
-
-/// At the sampling instant, by what was sent as far as it is known: a wrong decision belongs to
-/// the level of the symbol that was sent.
-Sides LevelSides(const EyeAnalysis::Decisions& at, const Modulation& modulation, std::size_t which,
-                 double trials, double needed)
-{
-    const auto sent = [&](std::size_t row, std::size_t symbol) {
-        std::uint64_t count = at.wrong[symbol].At(0, row);
-        if (modulation.Decide(at.levels.Edge(row) + at.levels.BinHeight() / 2) == symbol) {
-            count += at.levels.At(0, row);
-            for (const VoltageHistogram& wrong : at.wrong) count -= wrong.At(0, row);
-        }
-        return count;
-    };
-    return VoltageSides(
-        at.levels, trials, needed, [&](std::size_t r) { return sent(r, which); },
-        [&](std::size_t r) { return sent(r, which + 1); });
 }
 
 /// What is left between both sides when at most so many events of each may reach further in; never
@@ -147,11 +129,12 @@ std::vector<double> Smoothed(const std::vector<double>& values)
     return result;
 }
 
-/// The gaps of all phases at one error ratio, from the middle outwards as far as they are open.
-/// Nothing when a fit is missing in the middle or in many columns.
-std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double ber)
+/// The gaps of all phases at one error ratio, from the sampling instant outwards as far as they are
+/// open. Nothing when a fit is missing there or in many columns.
+std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double sampledAt, double ber)
 {
     const auto count = static_cast<std::ptrdiff_t>(columns.size());
+    const auto middle = static_cast<std::ptrdiff_t>(sampledAt * static_cast<double>(count));
     const auto phaseOf = [&](std::ptrdiff_t c) {
         return (static_cast<double>(c) + 0.5) / static_cast<double>(count);
     };
@@ -189,9 +172,9 @@ std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double ber
             points.push_back(*last);
         }
     };
-    walk(count / 2 - 1, -1);
+    walk(middle - 1, -1);
     std::ranges::reverse(points);
-    walk(count / 2, 1);
+    walk(middle, 1);
     if (unknown > points.size() / 4) return std::nullopt;
     for (const Point& point : points) {
         contour.phase.push_back(point.phase);
@@ -203,6 +186,21 @@ std::optional<Contour> MakeContour(const std::vector<Sides>& columns, double ber
         contour.high = Smoothed(contour.high);
     }
     return contour;
+}
+
+/// Of all thresholds' decisions, so that all bathtubs lie on the same places.
+double GreatestOf(const EyeAnalysis::Decisions& decisions)
+{
+    double greatest = 0;
+    for (const EyeAnalysis::Slice& slice : decisions.slices) {
+        for (const VoltageHistogram* levels : {&slice.below, &slice.above}) {
+            const auto [lowest, top] = OccupiedRows(*levels);
+            if (lowest == top) continue;
+            greatest =
+                std::max({greatest, std::abs(levels->Edge(lowest)), std::abs(levels->Edge(top))});
+        }
+    }
+    return greatest;
 }
 
 std::optional<Jitter> MakeJitter(const Sides& time)
@@ -226,10 +224,15 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     const auto boundaries = static_cast<double>(eye.Boundaries());
     const ThresholdCrossings& crossings = eye.Crossings()[which];
     const auto& decisions = DecisionsOf(eye);
+    const EyeAnalysis::Slice& slice = decisions.slices[which];
+    const Slicers& slicers = eye.LastSlicers();
+    const double late = slicers.late[which], sampledAt = 0.5 + late;
     EyeFindings found;
     found.density = eye.Density();
     found.shift = shift;
-    found.sampledAt = decisions.offset;
+    found.sampledAt = decisions.offset + late;
+    found.threshold = slicers.thresholds[which];
+    found.which = which;
     found.sliced = eye.IsSliced();
     found.unitIntervals = eye.UnitIntervals();
     found.notFinite = eye.NotFinite();
@@ -237,12 +240,14 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     if (boundaries > 0)
         found.transitionDensity = static_cast<double>(crossings.Transitions()) / boundaries;
     found.wild = eye.Wild();
-    const Sides levels = LevelSides(decisions, eye.Alphabet(), which, trials, eye.Sensitivity());
+    const Sides levels = VoltageSides(
+        slice.below, trials, eye.Sensitivity(), [&](std::size_t r) { return slice.below.At(0, r); },
+        [&](std::size_t r) { return slice.above.At(0, r); });
     found.vertical = CountedOpening(levels, kEyeProbability * trials);
-    const Sides time = TimeSides(crossings, boundaries);
+    const Sides time = TimeSides(crossings, sampledAt, boundaries);
     const double allowed = kEyeProbability * boundaries;
     const auto width = [&](const Tail& tail) {
-        return tail.Total() > allowed ? std::abs(tail.Reach(allowed) - 0.5) : 0.5;
+        return tail.Total() > allowed ? std::abs(tail.Reach(allowed) - sampledAt) : 0.5;
     };
     if (eye.MeanCrossing()) {
         found.left = width(time.low.tail);
@@ -251,16 +256,14 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
     if (found.sliced) return found;
     found.settledAtBit = eye.Trend().SettledAt();
 
-    found.time = time.MakeBathtub(0, 1, kTimePoints);
-    const auto [lowest, top] = OccupiedRows(decisions.levels);
-    const double greatest =
-        std::max(std::abs(decisions.levels.Edge(lowest)), decisions.levels.Edge(top));
+    found.time = time.MakeBathtub(late, 1 + late, kTimePoints);
+    const double greatest = GreatestOf(decisions);
     found.voltage = levels.MakeBathtub(-greatest, greatest, kVoltagePoints);
     found.jitter = MakeJitter(time);
 
     // Where more decisions than that were wrong, the eye is closed, however its picture looks.
     const auto& symbols = eye.AtSampling().symbols;
-    const double errors = symbols ? static_cast<double>(ErrorsOf(eye.AtSampling())) : 0;
+    const auto errors = static_cast<double>(eye.AtSampling().slices[which].errors);
     const auto closed = [&](double ber) {
         return errors >= Tail::kFewest && errors > ber * static_cast<double>(symbols->Compared());
     };
@@ -280,9 +283,18 @@ EyeFindings EvaluateEye(const EyeAnalysis& eye, double shift, const std::vector<
         const Sides::Gap tall = levels.At(ber), wide = time.At(ber);
         found.openings.push_back(
             {ber, tall.Size(), wide.Size(), tall.extrapolated, wide.extrapolated});
-        if (auto contour = MakeContour(columns, ber)) found.contours.push_back(*std::move(contour));
+        if (auto contour = MakeContour(columns, sampledAt, ber))
+            found.contours.push_back(*std::move(contour));
     }
     return found;
+}
+
+EyeFindings EvaluateEyes(const EyeAnalysis& eye, double shift, const std::vector<double>& bers)
+{
+    std::vector<EyeFindings> eyes;
+    for (std::size_t which = 0; which < eye.Crossings().size(); ++which)
+        eyes.push_back(EvaluateEye(eye, shift, bers, which));
+    return WorstOf(std::move(eyes));
 }
 
 }  // namespace amisim

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -93,6 +94,8 @@ struct EyeFindings
                                                // unknown where nothing crosses the threshold
     double shift = 0;                          // UI that the clock was moved by to centre the eye
     double sampledAt = 0.5;                    // phase
+    double threshold = 0;                      // V, as it was at the end
+    std::size_t which = 0;                     // of the thresholds, from the lowest
     bool sliced = false;                       // two levels only: no heights worth the name
     double Width() const { return left + right; }     // UI
     std::int64_t unitIntervals = 0;                   // counted
@@ -104,15 +107,33 @@ struct EyeFindings
     Bathtub time, voltage;
     std::optional<Jitter> jitter;
     double transitionDensity = kUnknown;  // part of the unit intervals that begin with a transition
+
+    /// All eyes, from the lowest threshold on, where there are several: of these it is the worst.
+    /// Their densities are left out.
+    std::vector<EyeFindings> eyes;
 };
+
+/// The eye of the least height at kEyeProbability, of equal ones the least width; with all of them
+/// where there are several. @param eyes  one at least
+EyeFindings WorstOf(std::vector<EyeFindings> eyes);
+
+/// All eyes, or the only one.
+inline std::span<const EyeFindings> EyesOf(const EyeFindings& worst)
+{
+    return worst.eyes.empty() ? std::span(&worst, 1) : std::span(worst.eyes);
+}
+
+/// "lower", "centre" and "upper" of three, else "2 of 5"; "" of one.
+std::string EyeName(std::size_t which, std::size_t count);
 
 /// How the received bits compare with the sent ones.
 struct BitComparison
 {
-    std::int64_t compared = 0, errors = 0;
-    std::int64_t unaligned = 0;  // bits of windows where the pattern was not found
+    std::int64_t compared = 0, errors = 0;  // 0 of both where bits are not mapped to symbols
+    std::int64_t unaligned = 0;             // symbols of windows where the pattern was not found
     std::int64_t realignments = 0, delay = 0;
     bool inverted = false;
+    std::int64_t comparedSymbols = 0, symbolErrors = 0;  // of NRZ those of the bits
 };
 
 /// A quantity against time, thinned out to what can be drawn: each point stands for as many unit

@@ -1,6 +1,8 @@
 #include "host/analysis/SymbolComparer.hpp"
 
 #include <algorithm>
+#include <array>
+#include <span>
 
 namespace amisim {
 
@@ -77,6 +79,32 @@ void SymbolComparer::ListWrong()
     }
 }
 
+/// Of a group of symbols that lies in two windows each counts its own, as if the others had been
+/// received rightly.
+std::int64_t SymbolComparer::WrongBits() const
+{
+    const int size = mapping_.Symbols();
+    std::int64_t bits = 0;
+    for (auto wrong = wrong_.begin(); size > 0 && wrong != wrong_.end();) {
+        const auto number = [&] { return next_ + static_cast<std::int64_t>(wrong->place); };
+        const std::int64_t first = number() - number() % size;
+        std::array<Symbol, 2> sent{}, received{};
+        for (int i = 0; i < size; ++i) {
+            const std::int64_t at = std::clamp(first + i, std::int64_t{0}, sent_.End() - 1);
+            sent[static_cast<std::size_t>(i)] = sent_[at];
+        }
+        received = sent;
+        for (; wrong != wrong_.end() && number() < first + size; ++wrong) {
+            const Symbol symbol = window_[wrong->place];
+            received[static_cast<std::size_t>(number() - first)] =
+                inverted_ ? static_cast<Symbol>(highest_ - symbol) : symbol;
+        }
+        const auto group = static_cast<std::size_t>(size);
+        bits += mapping_.Difference(std::span(sent).first(group), std::span(received).first(group));
+    }
+    return bits;
+}
+
 void SymbolComparer::CompareWindow()
 {
     wrong_.clear();
@@ -94,6 +122,7 @@ void SymbolComparer::CompareWindow()
     ListWrong();
     const std::size_t wrong = wrong_.size();
     errors_ += static_cast<std::int64_t>(wrong);
+    bitErrors_ += WrongBits();
     compared_ += size;
     if (Place place;
         4 * wrong > window_.size() && MaySeek() && Seek(place) && 2 * place.errors < wrong) {

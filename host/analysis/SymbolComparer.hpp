@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "host/signal/BitMapping.hpp"
 #include "host/signal/SymbolHistory.hpp"
 
 namespace amisim {
@@ -18,9 +19,11 @@ public:
     static constexpr std::size_t kWindow = 512;          // symbols
     static constexpr std::int64_t kLongestDelay = 4096;  // symbols between sending and receiving
 
-    /// @param highest  of the symbols; of NRZ 1
-    explicit SymbolComparer(const SymbolHistory& sent, Symbol highest = 1)
-        : sent_(sent), highest_(highest)
+    /// @param mapping  that tells the bits of the symbols
+    explicit SymbolComparer(const SymbolHistory& sent, BitMapping mapping = BitMapping(2))
+        : sent_(sent),
+          mapping_(std::move(mapping)),
+          highest_(static_cast<Symbol>(mapping_.Levels() - 1))
     {
     }
 
@@ -45,6 +48,12 @@ public:
     bool Inverted() const { return inverted_; }
     std::int64_t Compared() const { return compared_; }
     std::int64_t Errors() const { return errors_; }
+    /// Of the bits that the symbols stand for; 0 of both where these have no mapping.
+    std::int64_t BitErrors() const { return bitErrors_; }
+    std::int64_t ComparedBits() const
+    {
+        return mapping_.Bits() > 0 ? compared_ * mapping_.Bits() / mapping_.Symbols() : 0;
+    }
     std::int64_t Unaligned() const { return unaligned_; }  // symbols of windows that lay nowhere
     std::int64_t Realignments() const { return realignments_; }
     std::int64_t Delay() const { return delay_; }  // symbols, at the last alignment
@@ -67,8 +76,10 @@ private:
     void Use(const Place& place);
     void CompareWindow();
     void ListWrong();
+    std::int64_t WrongBits() const;
 
     const SymbolHistory& sent_;
+    BitMapping mapping_;
     Symbol highest_;
     std::vector<Symbol> window_;
     std::vector<Difference> wrong_;
@@ -76,7 +87,8 @@ private:
     std::int64_t next_ = 0;     // sent symbol that the window's first one is compared with
     int skip_ = 0, pause_ = 0;  // windows until the pattern may be sought again
     bool aligned_ = false, inverted_ = false;
-    std::int64_t compared_ = 0, errors_ = 0, unaligned_ = 0, realignments_ = 0, delay_ = 0;
+    std::int64_t compared_ = 0, errors_ = 0, bitErrors_ = 0;
+    std::int64_t unaligned_ = 0, realignments_ = 0, delay_ = 0;
 };
 
 }  // namespace amisim

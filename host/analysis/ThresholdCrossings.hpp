@@ -24,6 +24,8 @@ public:
     {
     }
 
+    void SetThreshold(double threshold) { threshold_ = threshold; }
+
     /// What the sampler does to the unit interval before, to this one and to the next.
     struct Draws
     {

@@ -16,14 +16,20 @@ constexpr double kOtherRate = 0.02;      // relative: no transmitter is so far o
 constexpr double kSpread = 0.1;          // mean crossing's magnitude: of even spread but for chance
 constexpr double kNearSampling = 0.125;  // UI
 
-std::string NeverCrossing(const VoltageHistogram& density)
+/// What an output's transitions cross.
+const char* Crossed(const EyeAnalysis& output)
+{
+    return output.Crossings().size() > 1 ? "its thresholds" : "0 V";
+}
+
+std::string NeverCrossing(const EyeAnalysis& output, const VoltageHistogram& density)
 {
     const auto [low, end] = OccupiedRows(density);
     const double from = density.Edge(low), to = density.Edge(end);
     const std::string where = end > low + 1 ? fmt::format("between {:.3g} and {:.3g} V", from, to)
                               : from == 0   ? "at 0 V"
                                             : fmt::format("at {:.3g} V", from);
-    return fmt::format("the output never crosses 0 V: it stays {}", where);
+    return fmt::format("the output never crosses {}: it stays {}", Crossed(output), where);
 }
 
 /// "" where there is nothing against it.
@@ -37,27 +43,32 @@ std::string AgainstLock(const EyeAnalysis& output, const std::optional<EyeFindin
                            *sentUnitInterval / clock.unitInterval);
     }
     if (comparison) {
-        const auto all = static_cast<double>(comparison->compared + comparison->unaligned);
+        const std::int64_t all = comparison->comparedSymbols + comparison->unaligned;
         if (comparison->realignments > 0) {
             return fmt::format("the clock slipped: the pattern had to be aligned anew {} time{}",
                                comparison->realignments, comparison->realignments == 1 ? "" : "s");
         }
-        if (static_cast<double>(comparison->unaligned) > kMostUnaligned * all) {
+        if (static_cast<double>(comparison->unaligned) >
+            kMostUnaligned * static_cast<double>(all)) {
             return fmt::format(
                 "the sent pattern was not found in {} of {} received bits, where no errors could "
                 "be counted",
-                comparison->unaligned, comparison->compared + comparison->unaligned);
+                comparison->unaligned, all);
         }
     }
     const std::complex<double> crossing = output.MeanCrossing().value();
     if (std::abs(crossing) < kSpread) {
-        return "the output crosses 0 V at any phase of the clock: they have nothing to do with "
-               "each other, or the eye is closed";
+        return fmt::format(
+            "the output crosses {} at any phase of the clock: they have nothing to do with "
+            "each other, or the eye is closed",
+            Crossed(output));
     }
     const double fromSampling = 0.5 - std::abs(std::arg(crossing)) / (2 * std::numbers::pi);
     if (fromSampling < kNearSampling && !eye->sliced && eye->vertical.Height() == 0) {
-        return "the output crosses 0 V where data are sampled: the clock rests in a wrong place, "
-               "as it may without any noise or frequency offset (--noise, --ppm)";
+        return fmt::format(
+            "the output crosses {} where data are sampled: the clock rests in a wrong place, "
+            "as it may without any noise or frequency offset (--noise, --ppm)",
+            Crossed(output));
     }
     if (comparison && static_cast<double>(comparison->errors) >
                           kMostWrong * static_cast<double>(comparison->compared)) {
@@ -79,7 +90,8 @@ Verdict Judge(const EyeAnalysis& output, const std::optional<EyeFindings>& eye,
               const ClockFindings& clock, const std::optional<BitComparison>& comparison,
               std::int64_t bits, std::optional<double> sentUnitInterval)
 {
-    if (eye && !output.MeanCrossing()) return {Lock::kNoSignal, NeverCrossing(eye->density)};
+    if (eye && !output.MeanCrossing())
+        return {Lock::kNoSignal, NeverCrossing(output, eye->density)};
     if (clock.ideal) {
         return {Lock::kNoClock,
                 "the model returned no clock times: an ideal clock is used, at the transmitter's "

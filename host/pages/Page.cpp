@@ -81,14 +81,11 @@ Json BathtubJson(const Bathtub& bathtub)
             {"extrapolated", Rounded(bathtub.extrapolated)}};
 }
 
-Json EyeCurves(const EyeFindings* eye, const EyeFindings* computed = nullptr)
+Json EyeCurves(const EyeFindings& eye, const EyeFindings* computed = nullptr)
 {
-    if (!eye) return nullptr;
-    Json json = {{"density", DensityJson(eye->density)},
-                 {"time", BathtubJson(eye->time)},
-                 {"voltage", BathtubJson(eye->voltage)}};
+    Json json = {{"time", BathtubJson(eye.time)}, {"voltage", BathtubJson(eye.voltage)}};
     json["contours"] = Json::array();
-    for (const Contour& c : BestContours(*eye, computed)) {
+    for (const Contour& c : BestContours(eye, computed)) {
         json["contours"].push_back({{"ber", c.ber},
                                     {"extrapolated", c.extrapolated},
                                     {"computed", c.computed},
@@ -96,6 +93,25 @@ Json EyeCurves(const EyeFindings* eye, const EyeFindings* computed = nullptr)
                                     {"high", Rounded(c.high)},
                                     {"low", Rounded(c.low)}});
     }
+    return json;
+}
+
+/// The density, and the curves of each eye from the lowest on.
+Json EyesCurves(const std::optional<EyeFindings>& worst,
+                const std::optional<StatisticalEye>& computed)
+{
+    if (!worst) return nullptr;
+    Json json = {{"density", DensityJson(worst->density)}, {"eyes", Json::array()}};
+    for (const EyeFindings& eye : EyesOf(*worst))
+        json["eyes"].push_back(EyeCurves(eye, computed ? &computed->eyes[eye.which] : nullptr));
+    return json;
+}
+
+Json EyesCurves(const std::optional<StatisticalEye>& computed)
+{
+    if (!computed) return nullptr;
+    Json json = {{"eyes", Json::array()}};
+    for (const EyeFindings& eye : computed->eyes) json["eyes"].push_back(EyeCurves(eye));
     return json;
 }
 
@@ -162,21 +178,20 @@ std::string ReportPage(const RunResult& result, const SimulationOptions& options
 {
     Json numbers = Json::object();  // as they are shown
     for (const Number& number : Numbers()) {
+        if (!number.AppliesTo(result)) continue;
         const auto value = number.get(result);
         numbers[number.pointer] = {{"title", number.title},
                                    {"unit", number.unit},
                                    {"text", value ? Json(number.Text(*value)) : Json(nullptr)}};
     }
-    const EyeFindings* const input = FirstOf(result.statisticalInput);
-    const EyeFindings* const output = FirstOf(result.statisticalOutput);
     const Json data = {{"numbers", numbers},
                        {"result", ToJson(result, options, model)},
                        {"signal", Describe(options.signal)},
                        {"bitTime", options.signal.BitTime()},
-                       {"output", EyeCurves(result.eye ? &*result.eye : nullptr, output)},
-                       {"input", EyeCurves(result.inputEye ? &*result.inputEye : nullptr, input)},
-                       {"statisticalInput", EyeCurves(input)},
-                       {"statisticalOutput", EyeCurves(output)},
+                       {"output", EyesCurves(result.eye, result.statisticalOutput)},
+                       {"input", EyesCurves(result.inputEye, result.statisticalInput)},
+                       {"statisticalInput", EyesCurves(result.statisticalInput)},
+                       {"statisticalOutput", EyesCurves(result.statisticalOutput)},
                        {"channel", ChannelJson(result.channel)},
                        {"clock", ClockCurves(result.clock)},
                        {"loggedEyes", LoggedEyesJson(result.loggedEyes)}};

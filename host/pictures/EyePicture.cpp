@@ -138,25 +138,25 @@ void EyePicture::DrawMask(Canvas& canvas, const plot::Panel& panel) const
     limit(mask->low, panel.upwards.to, panel.upwards.from);
 }
 
-/// The sampling instant with the vertical opening, and the horizontal one at 0 V.
-void EyePicture::DrawOpening(Canvas& canvas, const plot::Panel& panel) const
+/// The sampling instant with the vertical opening, and the horizontal one at the threshold.
+void EyePicture::DrawMark(Canvas& canvas, const plot::Panel& panel, const Mark& mark) const
 {
     const Area& area = panel.area;
-    const double centre = panel.X(sampledAt), zero = panel.Y(0), bar = 5;
+    const double centre = panel.X(mark.sampledAt), middle = panel.Y(mark.threshold), bar = 5;
     const Stroke stroke{.colour = kMark, .width = 0.8};
     const auto line = [&](double x1, double y1, double x2, double y2, const Stroke& as) {
         canvas.Line(std::vector<Point>{{x1, y1}, {x2, y2}}, as, area);
     };
-    line(centre, area.top, centre, area.Bottom(), {.colour = kMark, .width = 0.6, .dash = 3});
-    if (opening.Height() > 0) {
-        const double high = panel.Y(opening.high), low = panel.Y(opening.low);
+    if (mark.opening.Height() > 0) {
+        const double high = panel.Y(mark.opening.high), low = panel.Y(mark.opening.low);
         line(centre, high, centre, low, stroke);
         for (const double y : {high, low}) line(centre - bar, y, centre + bar, y, stroke);
     }
-    if (left + right > 0) {
-        const double from = panel.X(sampledAt - left), to = panel.X(sampledAt + right);
-        line(from, zero, to, zero, stroke);
-        for (const double x : {from, to}) line(x, zero - bar, x, zero + bar, stroke);
+    if (mark.left + mark.right > 0) {
+        const double from = panel.X(mark.sampledAt - mark.left);
+        const double to = panel.X(mark.sampledAt + mark.right);
+        line(from, middle, to, middle, stroke);
+        for (const double x : {from, to}) line(x, middle - bar, x, middle + bar, stroke);
     }
 }
 
@@ -164,8 +164,9 @@ std::vector<std::string> EyePicture::Caption() const
 {
     std::string ratios;
     for (const Contour& contour : contours) {
-        if (!contour.phase.empty())
-            ratios += (ratios.empty() ? "" : ", ") + plot::Ratio(contour.ber);
+        const std::string ratio = plot::Ratio(contour.ber);
+        if (!contour.phase.empty() && ratios.find(ratio) == ratios.npos)
+            ratios += (ratios.empty() ? "" : ", ") + ratio;
     }
     std::vector<std::string> lines;
     const auto add = [&](const std::string& text) {
@@ -216,7 +217,10 @@ void EyePicture::Draw(Canvas& canvas) const
     panel.Grid(canvas, phases, ticks, kMark, 0.14);
     DrawMask(canvas, panel);
     DrawContours(canvas, panel);
-    DrawOpening(canvas, panel);
+    const double centre = panel.X(sampledAt);
+    canvas.Line(std::vector<Point>{{centre, panel.area.top}, {centre, panel.area.Bottom()}},
+                {.colour = kMark, .width = 0.6, .dash = 3}, panel.area);
+    for (const Mark& mark : marks) DrawMark(canvas, panel, mark);
     DrawDensities(canvas, panel.area, decades);
     double y = panel.area.Bottom() + plot::Panel::kBelow + kCaptionLine / 2;
     for (const std::string& line : Caption()) {

@@ -16,9 +16,16 @@ struct EyePicture
     plot::Heading heading;
     const VoltageHistogram& density;
     double sampledAt = 0.5;  // unit intervals after the clock edge
-    Opening opening = {};    // marked at the sampling instant
-    double left = 0,
-           right = 0;  // horizontal opening on either side of it, unit intervals, marked at 0 V
+
+    /// An opening that is marked.
+    struct Mark
+    {
+        double sampledAt = 0.5;      // unit intervals after the clock edge
+        Opening opening = {};        // there
+        double threshold = 0;        // V
+        double left = 0, right = 0;  // of the sampling instant, unit intervals, at the threshold
+    };
+    std::vector<Mark> marks = {};
     std::vector<Contour> contours = {};
     std::optional<MaskFindings> mask = {};
 
@@ -30,7 +37,7 @@ private:
     double DrawDensity(Canvas& canvas, const plot::Panel& panel) const;
     void DrawContours(Canvas& canvas, const plot::Panel& panel) const;
     void DrawMask(Canvas& canvas, const plot::Panel& panel) const;
-    void DrawOpening(Canvas& canvas, const plot::Panel& panel) const;
+    void DrawMark(Canvas& canvas, const plot::Panel& panel, const Mark& mark) const;
     std::vector<std::string> Caption() const;
 };
 

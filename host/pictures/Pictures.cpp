@@ -38,15 +38,16 @@ public:
           put_(put),
           model_(font::Shortened(model, plot::kLarge, 480)),  // so that what follows is seen
           signal_(Describe(options.signal)),
-          rate_(fmt::format("{:g} Gbit/s", options.signal.bitRate * 1e-9))
+          rate_(fmt::format("{:g} {}", options.signal.bitRate * 1e-9,
+                            result.levels > 2 ? "GBd" : "Gbit/s"))
     {
     }
 
     void Save() const
     {
-        if (result_.eye) SaveEye(*result_.eye, FirstOf(result_.statisticalOutput), "output", "eye");
+        if (result_.eye) SaveEye(*result_.eye, result_.statisticalOutput, "output", "eye");
         if (result_.inputEye)
-            SaveEye(*result_.inputEye, FirstOf(result_.statisticalInput), "input", "eye-input");
+            SaveEye(*result_.inputEye, result_.statisticalInput, "input", "eye-input");
         SaveBathtub(&EyeFindings::time, "bathtub-time");
         SaveBathtub(&EyeFindings::voltage, "bathtub-voltage");
         SaveClock();
@@ -61,22 +62,34 @@ private:
             put_(fmt::format("{}.{}", name, Name(format)), picture.File(format));
     }
 
-    void SaveEye(const EyeFindings& eye, const EyeFindings* computed, const char* side,
-                 const char* name) const
+    void SaveEye(const EyeFindings& worst, const std::optional<StatisticalEye>& computed,
+                 const char* side, const char* name) const
     {
-        EyePicture picture{.heading = {}, .density = eye.density};
-        picture.opening = eye.sliced ? Opening{} : eye.vertical;
-        std::string size = "never crosses 0 V";
-        if (std::isfinite(eye.left + eye.right)) {
-            picture.left = eye.left;
-            picture.right = eye.right;
-            size = fmt::format("eye {:.1f} mV × {:.3f} UI at {}", eye.vertical.Height() * 1000,
-                               eye.left + eye.right, plot::Ratio(kEyeProbability));
+        EyePicture picture{.heading = {}, .density = worst.density};
+        for (const EyeFindings& eye : EyesOf(worst)) {
+            EyePicture::Mark mark{.sampledAt = eye.sampledAt, .threshold = eye.threshold};
+            if (eye.sliced) mark.sampledAt = picture.sampledAt;
+            mark.opening = eye.sliced ? Opening{} : eye.vertical;
+            if (std::isfinite(eye.Width())) {
+                mark.left = eye.left;
+                mark.right = eye.right;
+            }
+            picture.marks.push_back(mark);
+            const auto contours =
+                BestContours(eye, computed ? &computed->eyes[eye.which] : nullptr);
+            picture.contours.insert(picture.contours.end(), contours.begin(), contours.end());
         }
-        picture.heading = {fmt::format("{}, eye at the {}", model_, side), signal_,
-                           fmt::format("{}, {} UI, {}", rate_, eye.unitIntervals, size)};
-        picture.contours = BestContours(eye, computed);
-        if (result_.mask && result_.mask->atInput == (&eye == &*result_.inputEye))
+        const bool several = !worst.eyes.empty();
+        std::string size = several ? "never crosses the thresholds" : "never crosses 0 V";
+        if (std::isfinite(worst.Width())) {
+            size = fmt::format("{}eye {:.1f} mV × {:.3f} UI at {}",
+                               several ? EyeName(worst.which, worst.eyes.size()) + " (worst) " : "",
+                               worst.vertical.Height() * 1000, worst.Width(),
+                               plot::Ratio(kEyeProbability));
+        }
+        picture.heading = {fmt::format("{}, eye{} at the {}", model_, several ? "s" : "", side),
+                           signal_, fmt::format("{}, {} UI, {}", rate_, worst.unitIntervals, size)};
+        if (result_.mask && result_.mask->atInput == (&worst == &*result_.inputEye))
             picture.mask = result_.mask;
         Put(name, picture);
     }
@@ -99,27 +112,38 @@ private:
                 if (r > 0) least = std::min(least, r);
             }
         };
-        // What is computed takes the place of what would be guessed from the tail.
-        const auto add = [&](const std::optional<EyeFindings>& eye, const EyeFindings* computed,
-                             const char* label, const Colour& colour) {
-            const Stroke dashed{colour, 1.4, 4, 0.8};
-            if (!eye || ((*eye).*which).x.empty()) return;
-            const EyeFindings& tail = computed ? *computed : *eye;
-            draw(tail, computed ? (tail.*which).counted : (tail.*which).extrapolated, dashed, "");
-            draw(*eye, ((*eye).*which).counted, {colour, 2}, label);
+        // What is computed takes the place of what would be guessed from the tail. Of several eyes
+        // the worst stands out.
+        const auto add = [&](const std::optional<EyeFindings>& worst,
+                             const std::optional<StatisticalEye>& computed, const char* label,
+                             const Colour& colour) {
+            if (!worst || ((*worst).*which).x.empty()) return;
+            for (const EyeFindings& eye : EyesOf(*worst)) {
+                const bool stands = eye.which == worst->which;
+                const Stroke dashed{colour, stands ? 1.4 : 0.9, 4, stands ? 0.8 : 0.4};
+                const EyeFindings& tail = computed ? computed->eyes[eye.which] : eye;
+                draw(tail, computed ? (tail.*which).counted : (tail.*which).extrapolated, dashed,
+                     "");
+                draw(eye, (eye.*which).counted,
+                     stands ? Stroke{colour, 2} : Stroke{colour, 1.2, 0, 0.5}, stands ? label : "");
+            }
         };
-        const EyeFindings* const input = FirstOf(result_.statisticalInput);
-        const EyeFindings* const output = FirstOf(result_.statisticalOutput);
+        const auto& input = result_.statisticalInput;
+        const auto& output = result_.statisticalOutput;
         add(result_.inputEye, input, "input", colours::kVermilion);
         add(result_.eye, output, "output", colours::kBlue);
         if (plot.curves.empty()) return;
         plot.from = std::pow(10, std::floor(std::log10(std::max(least, kLowestRatio))));
-        plot.title = time ? "Time bathtub at 0 V" : "Voltage bathtub";
+        const bool several = result_.levels > 2;
+        plot.title = !time     ? "Voltage bathtub"
+                     : several ? "Time bathtub at the thresholds"
+                               : "Time bathtub at 0 V";
         const char* const dashed = input && output ? "computed"
                                    : input         ? "computed, at the output extrapolated"
                                                    : "extrapolated";
         Put(name, PlotsPicture({plot}, {model_, signal_,
-                                        fmt::format("{}, counted; dashed: {}", rate_, dashed)}));
+                                        fmt::format("{}, counted; dashed: {}{}", rate_, dashed,
+                                                    several ? "; thick: the worst eye" : "")}));
     }
 
     void SaveClock() const

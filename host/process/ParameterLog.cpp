@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
+#include <sstream>
 
 #include "host/process/Protocol.hpp"
 #include "ibis/ami/AmiTree.hpp"
@@ -14,11 +16,28 @@ namespace {
 
 using Found = std::function<void(const std::string& name, double value)>;
 
+/// A text is none, unless it is a list of numbers, as PAM_Thresholds is given.
+std::vector<std::optional<double>> ValuesOf(const std::vector<ibis::AmiWord>& words)
+{
+    std::vector<std::optional<double>> values;
+    if (words.size() == 1 && words[0].quoted) {
+        std::istringstream list(words[0].text);
+        for (std::string one; list >> one;) values.push_back(ibis::AsNumber(one));
+        const auto known = [](const auto& value) { return value.has_value(); };
+        if (values.size() < 2 || !std::ranges::all_of(values, known)) values.clear();
+        return values;
+    }
+    for (const ibis::AmiWord& word : words)
+        values.push_back(word.quoted ? std::nullopt : ibis::AsNumber(word.text));
+    return values;
+}
+
 void FindNumbers(const ibis::AmiNode& node, const std::string& name, const Found& found)
 {
-    for (std::size_t i = 0; i < node.words.size() && !name.empty(); ++i) {
-        const auto value = node.words[i].quoted ? std::nullopt : ibis::AsNumber(node.words[i].text);
-        if (value) found(node.words.size() == 1 ? name : fmt::format("{}[{}]", name, i), *value);
+    const auto values = ValuesOf(node.words);
+    for (std::size_t i = 0; i < values.size() && !name.empty(); ++i) {
+        if (values[i])
+            found(values.size() == 1 ? name : fmt::format("{}[{}]", name, i), *values[i]);
     }
     for (const ibis::AmiNode& child : node.children)
         FindNumbers(child, name.empty() ? child.name : name + "." + child.name, found);

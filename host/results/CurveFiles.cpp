@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -35,13 +36,13 @@ private:
     std::string rows_;
 };
 
-void AddBathtub(Table& table, const char* eye, const char* axis, const Bathtub& bathtub)
+void AddBathtub(Table& table, const std::string& eye, const char* axis, const Bathtub& bathtub)
 {
     for (std::size_t i = 0; i < bathtub.x.size(); ++i)
         table.Row(eye, axis, bathtub.x[i], bathtub.counted[i], bathtub.extrapolated[i]);
 }
 
-void AddContours(Table& table, const char* eye, const std::vector<Contour>& contours)
+void AddContours(Table& table, const std::string& eye, const std::vector<Contour>& contours)
 {
     for (const Contour& c : contours) {
         for (std::size_t i = 0; i < c.phase.size(); ++i)
@@ -81,16 +82,24 @@ void WriteDensity(const VoltageHistogram& density, const std::string& file, cons
 void WriteCurves(const RunResult& result, const PutFile& put)
 {
     Table bathtubs, contours;
-    const auto add = [&](const EyeFindings& eye, const char* name) {
+    const auto addOne = [&](const EyeFindings& eye, const std::string& name) {
         AddBathtub(bathtubs, name, "phase_ui", eye.time);
         AddBathtub(bathtubs, name, "voltage_v", eye.voltage);
         AddContours(contours, name, eye.contours);
     };
-    if (result.eye) add(*result.eye, "output");
-    if (result.inputEye) add(*result.inputEye, "input");
+    // Of several eyes each has its number, from the lowest on.
+    const auto add = [&](std::span<const EyeFindings> eyes, const char* name) {
+        for (const EyeFindings& eye : eyes)
+            addOne(eye, eyes.size() > 1 ? fmt::format("{}_{}", name, eye.which + 1) : name);
+    };
+    const auto counted = [&](const std::optional<EyeFindings>& eye, const char* name) {
+        if (eye) add(EyesOf(*eye), name);
+    };
+    counted(result.eye, "output");
+    counted(result.inputEye, "input");
     // What is computed stands where other eyes have what is counted.
-    if (const auto* eye = FirstOf(result.statisticalInput)) add(*eye, "statistical_input");
-    if (const auto* eye = FirstOf(result.statisticalOutput)) add(*eye, "statistical_output");
+    if (const auto& eye = result.statisticalInput) add(eye->eyes, "statistical_input");
+    if (const auto& eye = result.statisticalOutput) add(eye->eyes, "statistical_output");
     bathtubs.Save(put, "bathtub.csv", kBathtubColumns);
     contours.Save(put, "contours.csv", kContourColumns);
     if (result.eye) WriteDensity(result.eye->density, "eye.npy", put);

@@ -41,6 +41,17 @@ Value OfJitter(const RunResult& r, double Jitter::*which)
     return r.eye && r.eye->jitter ? Known((*r.eye->jitter).*which) : std::nullopt;
 }
 
+bool ComparedSymbols(const RunResult& r)
+{
+    return r.comparison && r.comparison->comparedSymbols > 0;
+}
+
+/// What is counted where a symbol has more levels than two.
+const char* Symbols(const RunResult& r)
+{
+    return r.levels > 2 ? " symbols" : "";
+}
+
 std::string NoLine(const RunResult&)
 {
     return "";
@@ -77,10 +88,11 @@ std::string MaskLine(const MaskFindings& mask)
 }
 
 constexpr Number kNumbers[] = {
-    {"/bits", "Bits", "", 1, "{:.0f}", true, nullptr, "Bits that the model returned.",
+    {"/bits", "Bits", "", 1, "{:.0f}", true, nullptr,
+     "Bits that the model returned; of PAM these and all counts of bits below are symbols.",
      [](const RunResult& r) { return Count(r.bits); },
      [](const RunResult& r) {
-         return fmt::format("{} (the first {} not counted below)", Grouped(r.bits),
+         return fmt::format("{}{} (the first {} not counted below)", Grouped(r.bits), Symbols(r),
                             Grouped(r.ignoredBits));
      }},
     {"/ignored_bits", "Ignored bits", "", 1, "{:.0f}", true, nullptr,
@@ -119,11 +131,11 @@ constexpr Number kNumbers[] = {
      "Rms of the recovered clock's time interval error.",
      [](const RunResult& r) { return Known(r.clock.tieRms); }, NoLine},
     {"/eye/height_v", "Eye height", "mV", 1e3, "{:.1f}", false, "eye_height_v",
-     "Opening of the output's eye at the sampling instant.",
+     "Opening of the output's eye at the sampling instant; of PAM the worst of the eyes.",
      [](const RunResult& r) { return r.eye ? Value(r.eye->vertical.Height()) : std::nullopt; },
      nullptr},
     {"/eye/width_ui", "Eye width", "UI", 1, "{:.3f}", false, "eye_width_ui",
-     "Opening of the output's eye at 0 V.",
+     "Opening of the output's eye at 0 V, or at the worst eye's threshold.",
      [](const RunResult& r) { return r.eye ? Known(r.eye->Width()) : std::nullopt; }, nullptr},
     {"/statistical/input_jitter/random_ui_rms", "Jitter at the input, RJ", "UI rms", 1, "{:.3g}",
      false, nullptr, "Random jitter of the input, computed.",
@@ -175,7 +187,7 @@ constexpr Number kNumbers[] = {
      "Samples of the eye within the mask and beyond its limits.",
      [](const RunResult& r) { return r.mask ? Count(r.mask->Hits()) : std::nullopt; }, NoLine},
     {"/errors", "Bit errors", "", 1, "{:.0f}", true, "errors",
-     "Received bits that differ from the sent ones.",
+     "Received bits that differ from the sent ones; of PAM through the mapping to symbols.",
      [](const RunResult& r) { return Compared(r) ? Count(r.comparison->errors) : std::nullopt; },
      [](const RunResult& r) -> std::string {
          if (!Compared(r)) return kNone;
@@ -207,6 +219,31 @@ constexpr Number kNumbers[] = {
          return limits ? Value(limits->high) : std::nullopt;
      },
      NoLine},
+    {"/symbol_errors", "Symbol errors", "", 1, "{:.0f}", true, nullptr,
+     "Received symbols that differ from the sent ones; of PAM only.",
+     [](const RunResult& r) {
+         return ComparedSymbols(r) ? Count(r.comparison->symbolErrors) : std::nullopt;
+     },
+     [](const RunResult& r) -> std::string {
+         if (!ComparedSymbols(r)) return kNone;
+         return fmt::format("{} in {}", Grouped(r.comparison->symbolErrors),
+                            Grouped(r.comparison->comparedSymbols));
+     },
+     true},
+    {"/compared_symbols", "Compared symbols", "", 1, "{:.0f}", true, nullptr,
+     "Received symbols that were compared with the sent ones; of PAM only.",
+     [](const RunResult& r) {
+         return Count(ComparedSymbols(r) ? r.comparison->comparedSymbols : 0);
+     },
+     NoLine, true},
+    {"/symbol_error_ratio", "Symbol error ratio", "", 1, "{:.3g}", false, nullptr,
+     "The symbol errors over the compared symbols; of PAM only.",
+     [](const RunResult& r) {
+         if (!ComparedSymbols(r)) return Value();
+         return Value(static_cast<double>(r.comparison->symbolErrors) /
+                      static_cast<double>(r.comparison->comparedSymbols));
+     },
+     NoLine, true},
     {"/eq_level", "Equalisation level", "", 1, "{:.0f}", true, "eq_level",
      "The equaliser's level in use at the end, of a model that logs it or has it as a parameter.",
      [](const RunResult& r) { return r.eqLevel ? Count(*r.eqLevel) : std::nullopt; },

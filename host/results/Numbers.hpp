@@ -25,6 +25,9 @@ struct Number
     std::optional<double> (*get)(const RunResult& result);  // as in result.json
     /// Its line of the summary, without the title; "": no line. nullptr: the number with its unit.
     std::string (*summary)(const RunResult& result);
+    bool ofSeveralLevels = false;  // only where a symbol has more levels than two
+
+    bool AppliesTo(const RunResult& result) const { return result.levels > 2 || !ofSeveralLevels; }
 
     std::string Line(const RunResult& result) const;
     std::string Heading() const;           // "Eye height, mV"

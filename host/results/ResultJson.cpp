@@ -146,16 +146,49 @@ Json SamplerJson(const SamplerSettings& sampler)
             {"sensitivity_v", sampler.sensitivity}};
 }
 
+/// An eye among others, by its threshold.
+void AddName(Json& json, const EyeFindings& eye, std::size_t count)
+{
+    json["name"] = EyeName(eye.which, count);
+    json["threshold_v"] = eye.threshold;
+}
+
+/// The worst eye, with all of them where there are several.
+Json EyesJson(const EyeFindings& worst)
+{
+    Json json = EyeJson(worst);
+    if (worst.eyes.empty()) return json;
+    AddName(json, worst, worst.eyes.size());
+    json["eyes"] = Json::array();
+    for (const EyeFindings& eye : worst.eyes) {
+        json["eyes"].push_back(EyeJson(eye));
+        AddName(json["eyes"].back(), eye, worst.eyes.size());
+        json["eyes"].back().erase("density");  // is that of all of them
+    }
+    return json;
+}
+
 /// A computed eye has the members of a counted one that make sense of it.
+Json ComputedJson(const StatisticalEye& computed, const EyeFindings& eye)
+{
+    Json json = EyeJson(eye);
+    for (const char* counted : {"unit_intervals", "shift_ui", "sliced", "not_finite_samples",
+                                "wild_samples", "transition_density", "jitter", "fits", "density"})
+        json.erase(counted);
+    json["worst_height_v"] = computed.worstHeights[eye.which];
+    if (computed.eyes.size() > 1) AddName(json, eye, computed.eyes.size());
+    return json;
+}
+
 Json StatisticalJson(const std::optional<StatisticalEye>& eye)
 {
     if (!eye) return nullptr;
     const StatisticalEye& computed = *eye;
-    Json json = EyeJson(computed.eyes.front());
-    for (const char* counted : {"unit_intervals", "shift_ui", "sliced", "not_finite_samples",
-                                "wild_samples", "transition_density", "jitter", "fits", "density"})
-        json.erase(counted);
-    json["worst_height_v"] = computed.worstHeights.front();
+    Json json = ComputedJson(computed, WorstOf(computed.eyes));
+    if (computed.eyes.size() > 1) {
+        for (const EyeFindings& one : computed.eyes)
+            json["eyes"].push_back(ComputedJson(computed, one));
+    }
     json["delay_ui"] = computed.delay;
     json["bin_v"] = computed.binHeight;
     json["smear_v_rms"] = computed.smear;
@@ -242,6 +275,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     }
     json["verdict"] = r.lock ? Json(Name(*r.lock)) : Json(nullptr);
     for (const Number& number : Numbers()) {
+        if (!number.AppliesTo(r)) continue;
         json[Json::json_pointer(number.pointer)] = ToJson(number, number.get(r));
     }
     if (r.mask)
@@ -257,8 +291,8 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                              {"unaligned_bits", r.comparison->unaligned}};
     }
     json["eye"].erase("jitter");
-    if (r.eye) json["eye"].update(EyeJson(*r.eye));
-    json["input_eye"] = r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr);
+    if (r.eye) json["eye"].update(EyesJson(*r.eye));
+    json["input_eye"] = r.inputEye ? EyesJson(*r.inputEye) : Json(nullptr);
     json["statistical"].update({{"input_eye", StatisticalJson(r.statisticalInput)},
                                 {"eye", StatisticalJson(r.statisticalOutput)},
                                 {"small_signal", SmallSignalJson(r.smallSignal)}});

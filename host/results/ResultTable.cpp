@@ -20,7 +20,50 @@ constexpr const char* kNone = "-";
 std::string Value(double value, bool extrapolated, int digits, const char* unit)
 {
     if (std::isnan(value)) return kNone;
+    if (std::abs(value) < 0.5 * std::pow(10, -digits)) value = 0;  // without a sign
     return fmt::format("{}{:.{}f} {}", extrapolated ? "~" : "", value, digits, unit);
+}
+
+std::string Trimmed(std::string line)
+{
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + "\n";
+}
+
+std::string Size(double height, bool heightExtrapolated, double width, bool widthExtrapolated)
+{
+    return fmt::format("{:<24} ",
+                       fmt::format("{:<11} {}", Value(height * 1000, heightExtrapolated, 1, "mV"),
+                                   Value(width, widthExtrapolated, 3, "UI")));
+}
+
+/// Of several thresholds a line for each, the uppermost first as in pictures; "" of one.
+std::string EyesTable(const RunResult& result)
+{
+    struct Side
+    {
+        const char* title;
+        const EyeFindings* eye;
+    };
+    std::vector<Side> sides;
+    if (result.inputEye) sides.push_back({"at the input, at", &*result.inputEye});
+    if (result.eye) sides.push_back({"at the output, at", &*result.eye});
+    if (sides.empty() || sides.back().eye->eyes.empty()) return "";
+    std::string heading =
+        fmt::format("  {:<26} ", fmt::format("Eyes at {}", ShortRatio(kEyeProbability)));
+    for (const Side& side : sides) heading += fmt::format("{:<36} ", side.title);
+    std::string text = Trimmed(heading);
+    const std::size_t count = sides.back().eye->eyes.size();
+    for (std::size_t which = count; which-- > 0;) {
+        std::string line = fmt::format("  {:<26} ", "  " + EyeName(which, count));
+        for (const Side& side : sides) {
+            const EyeFindings& eye = side.eye->eyes[which];
+            line += fmt::format("{:<11} {}", Value(eye.threshold * 1000, false, 1, "mV"),
+                                Size(eye.vertical.Height(), false, eye.Width(), false));
+        }
+        text += Trimmed(line);
+    }
+    return text;
 }
 
 /// A line for each bit error ratio.
@@ -28,14 +71,18 @@ std::string OpeningsTable(const RunResult& result)
 {
     struct Eye
     {
-        const char* title;
+        std::string title;
         const EyeFindings* eye;
     };
     std::vector<Eye> eyes;
     const auto add = [&](const std::optional<EyeFindings>& counted,
                          const std::optional<StatisticalEye>& computed, const char* title) {
-        if (counted) eyes.push_back({title, &*counted});
-        if (computed) eyes.push_back({"computed", FirstOf(computed)});
+        if (counted) {
+            const std::string which = EyeName(counted->which, counted->eyes.size());
+            eyes.push_back(
+                {which.empty() ? title : fmt::format("{}, {}", title, which), &*counted});
+        }
+        if (computed) eyes.push_back({"computed", ComputedOf(computed, counted)});
     };
     add(result.inputEye, result.statisticalInput, "at the input");
     add(result.eye, result.statisticalOutput, "at the output");
@@ -46,23 +93,16 @@ std::string OpeningsTable(const RunResult& result)
         }
         return OpeningAt{};
     };
-    const auto trimmed = [](std::string line) {
-        line.erase(line.find_last_not_of(' ') + 1);
-        return line + "\n";
-    };
     std::string heading = fmt::format("  {:<26} ", "Opening at BER (~ from fit)");
     for (const Eye& eye : eyes) heading += fmt::format("{:<24} ", eye.title);
-    std::string text = trimmed(heading);
+    std::string text = Trimmed(heading);
     for (const OpeningAt& row : eyes.back().eye->openings) {
         std::string line = fmt::format("  {:<26} ", "  " + ShortRatio(row.ber));
         for (const Eye& eye : eyes) {
             const OpeningAt o = at(eye.eye, row.ber);
-            line += fmt::format(
-                "{:<24} ",
-                fmt::format("{:<11} {}", Value(o.height * 1000, o.heightExtrapolated, 1, "mV"),
-                            Value(o.width, o.widthExtrapolated, 3, "UI")));
+            line += Size(o.height, o.heightExtrapolated, o.width, o.widthExtrapolated);
         }
-        text += trimmed(line);
+        text += Trimmed(line);
     }
     return text;
 }
@@ -119,9 +159,11 @@ std::string ToTable(const RunResult& r, const SimulationOptions& options)
         if (!value.empty()) text += fmt::format("  {:<26} {}\n", name, value);
     };
     if (r.lock) row("Verdict", StateOf(*r.lock, r.settling, r.ignoredBits));
-    for (const Number& number : options.counted ? Numbers() : std::span<const Number>())
-        row(number.title, number.Line(r));
+    for (const Number& number : options.counted ? Numbers() : std::span<const Number>()) {
+        if (number.AppliesTo(r)) row(number.title, number.Line(r));
+    }
     if (options.counted) text += SegmentsTable(r);
+    text += EyesTable(r);
     text += OpeningsTable(r);
     text += ParametersTable(r.parameters);
     if (!options.counted) return text;

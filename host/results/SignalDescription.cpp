@@ -60,6 +60,7 @@ std::string PatternName(const SignalOptions& o)
 Json SignalJson(const SignalOptions& o)
 {
     Json json = {{"bit_rate", o.bitRate}, {"samples_per_bit", o.samplesPerBit}};
+    if (o.Levels() > 2) json["modulation"] = ModulationName(o.Levels());
     if (!o.wave.empty()) {
         json["wave"] = o.wave.string();
         const WaveReading& reading = o.reading;
@@ -82,7 +83,6 @@ Json SignalJson(const SignalOptions& o)
     } else {
         json["prbs"] = o.prbs;
     }
-    if (o.Levels() > 2) json["modulation"] = ModulationName(o.Levels());
     if (o.Levels() == 4) json["pam4_mapping"] = o.pam4Mapping;
     json["amplitude_vpp"] = o.amplitude;
     json["rise_time_ui"] = o.riseTime;
@@ -117,14 +117,15 @@ Json SignalJson(const SignalOptions& o)
 
 std::string Describe(const SignalOptions& o)
 {
-    if (!o.wave.empty()) return o.wave.filename().string();
+    const std::string modulation = o.Levels() > 2 ? ", " + ModulationName(o.Levels()) : "";
+    if (!o.wave.empty()) return o.wave.filename().string() + modulation;
     std::string text = ChannelName(o);
     const auto near = static_cast<std::size_t>(std::ranges::count_if(
         o.aggressors, [](const std::string& lane) { return lane.ends_with(":next"); }));
     if (const auto far = o.fext.size() + o.aggressors.size() - near; far != 0)
         text += fmt::format(" + {} FEXT", far);
     if (o.next.size() + near != 0) text += fmt::format(" + {} NEXT", o.next.size() + near);
-    if (o.Levels() > 2) text += ", " + ModulationName(o.Levels());
+    text += modulation;
     text += fmt::format(", {}, {:g} mV peak to peak", PatternName(o), o.amplitude * 1000);
     for (const auto& [cursors, name] :
          {std::pair{&o.deemphasis.pre, ", pre "}, {&o.deemphasis.post, ", post "}}) {

@@ -11,8 +11,13 @@ void AddSampler(const RunResult& result, StatisticalLink& link)
     const bool locked = result.lock == Lock::kLocked;
     link.uniformNoise = result.sampler.uniformNoise;
     link.sensitivity = result.sampler.sensitivity;
-    link.sampling =
-        SamplingTimeOf(result.sampler, result.clock, locked && result.eye ? &*result.eye : nullptr);
+    // Phase 0 of a computed eye is where the middle threshold is crossed.
+    const EyeFindings* middle = nullptr;
+    if (locked && result.eye) {
+        const auto eyes = EyesOf(*result.eye);
+        middle = &eyes[(eyes.size() - 1) / 2];
+    }
+    link.sampling = SamplingTimeOf(result.sampler, result.clock, middle);
     const auto& followed = result.clock.followed;
     for (std::size_t i = 0; locked && !result.clock.ideal && i < followed.size(); ++i) {
         link.jitter.sines[i].clockSine = followed[i].sine;
@@ -46,15 +51,27 @@ void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result
 {
     if (!Possible()) return;
     if (const auto edges = links_.InputEdges(); !edges.empty())
-        result.statisticalInput = ComputeStatisticalEye(links_.AtInput(edges), run_.ErrorRatios());
+        result.statisticalInput = Compute(links_.AtInput(edges), result.inputEye);
     if (auto output = AtOutput(run, result)) {
         AddSampler(result, *output);
-        result.statisticalOutput = ComputeStatisticalEye(*output, run_.ErrorRatios());
+        result.statisticalOutput = Compute(*output, result.eye);
     } else if (!run_.counted && !result.failure) {
         result.notes.emplace_back(
             "the eye at the output is not computed: AMI_Init does not return what the receiver "
             "does, and what its AMI_GetWave does is found in a run that counts bits");
     }
+}
+
+/// Decided as what was counted; where nothing was, of several levels halfway between them.
+StatisticalEye ComputedEyes::Compute(StatisticalLink link,
+                                     const std::optional<EyeFindings>& counted) const
+{
+    auto& thresholds = link.modulation.thresholds;
+    if (counted || thresholds.size() > 1) thresholds.clear();
+    if (counted) {
+        for (const EyeFindings& eye : EyesOf(*counted)) thresholds.push_back(eye.threshold);
+    }
+    return ComputeStatisticalEye(std::move(link), run_.ErrorRatios());
 }
 
 /// By the response that AMI_Init gave back, or else by that which AMI_GetWave shows.

@@ -37,6 +37,7 @@ public:
 
 private:
     bool Possible() const;
+    StatisticalEye Compute(StatisticalLink link, const std::optional<EyeFindings>& counted) const;
     std::optional<StatisticalLink> AtOutput(const MeasuredOutput::Conditions& run,
                                             RunResult& result) const;
 

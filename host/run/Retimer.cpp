@@ -64,7 +64,8 @@ Symbol Retimer::Decide(double time, double noise) const
     const double place = time - static_cast<double>(waveStart_);
     const auto i = static_cast<std::size_t>(place);
     const double value = wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
-    return settings_.modulation.Decide(value + noise);
+    const auto isBelow = [=](double threshold) { return value + noise > threshold; };
+    return static_cast<Symbol>(std::ranges::count_if(settings_.slicers.thresholds, isBelow));
 }
 
 void Retimer::Add(std::span<const double> output, std::span<const double> clockTimes)

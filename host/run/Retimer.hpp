@@ -10,6 +10,7 @@
 
 #include "host/analysis/ClockFrame.hpp"
 #include "host/analysis/Sampler.hpp"
+#include "host/analysis/Slicers.hpp"
 #include "host/signal/SymbolSource.hpp"
 
 namespace amisim {
@@ -29,7 +30,7 @@ public:
         std::string name;           // of the receiver, for a message
         double sampleInterval = 0;  // s
         int samplesPerBit = 64;
-        Modulation modulation;
+        Slicers slicers;  // until told otherwise
     };
     /// @param more  has more of the output added
     Retimer(const Settings& settings, std::function<void()> more);
@@ -38,6 +39,9 @@ public:
 
     /// What the decisions suffer; to be called before anything is added.
     void Use(const SamplerSettings& sampler) { sampler_ = Sampler(sampler); }
+
+    /// Where the next symbols are decided.
+    void Use(const Slicers& slicers) { settings_.slicers = slicers; }
 
     /// There must have been a clock time by this bit.
     void ExpectClockBy(std::int64_t bit) { clockBy_ = bit; }

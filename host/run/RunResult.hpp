@@ -33,7 +33,8 @@ struct RunResult
     };
     std::optional<Failure> failure;
 
-    std::int64_t bits = 0;         // that the model has returned
+    int levels = 2;         // of a symbol; of more than two all counts of bits are of symbols
+    std::int64_t bits = 0;  // that the model has returned
     std::int64_t ignoredBits = 0;  // at the start, not counted in eye and errors
 
     std::optional<ChannelCurves> channel;      // as it was used; none of a waveform file
@@ -79,10 +80,13 @@ struct RunResult
     std::vector<std::string> files;  // written into the output folder
 };
 
-/// Of the computed eyes of a modulation's thresholds the first; null where there are none.
-inline const EyeFindings* FirstOf(const std::optional<StatisticalEye>& computed)
+/// Of the computed eyes that of the threshold that a counted one is of, or without such the worst;
+/// null where there are none.
+inline const EyeFindings* ComputedOf(const std::optional<StatisticalEye>& computed,
+                                     const std::optional<EyeFindings>& counted)
 {
-    return computed ? &computed->eyes.front() : nullptr;
+    if (!computed) return nullptr;
+    return &computed->eyes[counted ? counted->which : WorstOf(computed->eyes).which];
 }
 
 }  // namespace amisim

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "host/analysis/SlicerSearch.hpp"
 #include "host/run/Declared.hpp"
 #include "host/run/OwnLogs.hpp"
 
@@ -58,6 +59,7 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
       signal_(SignalOf(own, place.number), HeldBits(run, transmitter_, place.of - place.number - 1),
               SymbolsBefore()),
       link_(signal_, transmitter_, receiver_),
+      slicers_(receiver_.declared, own.signal.Levels(), own.signal.BitTime()),
       computed_(own, run, receiver_, transmitter_, signal_, link_)
 {
     result_.name = receiver_.name;
@@ -86,7 +88,8 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
         }
         retimer_ = std::make_unique<Retimer>(
             Retimer::Settings{own.model.string(), own.signal.SampleInterval(),
-                              own.signal.samplesPerBit, Thresholds()},
+                              own.signal.samplesPerBit,
+                              EvenSlicers(own.signal.Levels(), own.signal.amplitude / 2)},
             [this] { Next(); });
     }
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
@@ -94,6 +97,7 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
     result_.channel = signal_.Channel();
     result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
+    result_.levels = own.signal.Levels();
 }
 
 /// What the retimer at the end of the segment before sends.
@@ -101,11 +105,6 @@ SignalChain::Symbols Segment::SymbolsBefore() const
 {
     if (!place_.before) return {};
     return [&retimer = *place_.before->retimer_] { return retimer.Symbols(); };
-}
-
-Modulation Segment::Thresholds() const
-{
-    return Modulation::Of(own_.signal.Levels(), own_.signal.amplitude / 2);
 }
 
 const SymbolHistory* Segment::Origin() const
@@ -128,7 +127,7 @@ void Segment::StartAnalyses(std::int64_t ignoredBits)
     settings.sampleInterval = own_.signal.SampleInterval();
     settings.ignoreBits = ignoredBits;
     settings.sentUnitInterval = signal_.SentUnitInterval();
-    settings.modulation = Thresholds();
+    settings.mapping = own_.signal.Mapping();
     settings.sent = signal_.Sent();
     if (place_.before) settings.origin = Origin();
     settings.errorsOnly = run_.errorsOnly;
@@ -191,6 +190,7 @@ void Segment::StartModels()
     result_.parametersOut = init.parametersOut;
     TakeParameters(init.parametersOut, "AMI_Init");
     UseSampler();
+    UseSlicers();
     result_.impulsesChanged = init.impulses != link_.Responses();
     link_.Connect(init.impulses, result_.notes);
     result_.residual = link_.Residual();
@@ -274,19 +274,29 @@ void Segment::Take(const ModelProcess::Block& block)
             fmt::format("AMI_GetWave {} wrote past the end of the clock list", blocks_ + 1));
     }
     ++blocks_;
-    if (retimer_) retimer_->Add(block.output, block.clocks.times);
-    LookAt(block);
+    const std::int64_t spb = own_.signal.samplesPerBit, before = result_.bits;
+    result_.bits = std::min(Bits(), before + std::ssize(block.output) / spb);
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
+    UseSlicers();
+    if (retimer_) retimer_->Add(block.output, block.clocks.times);
+    LookAt(block, result_.bits - before);
+}
+
+/// What a block has given back holds from its beginning on.
+void Segment::UseSlicers()
+{
+    if (own_.signal.Levels() == 2) return;
+    const auto slicers = slicers_.At(parameters_.Tracks());
+    if (!slicers) return;
+    analyses_->Use(*slicers);
+    if (retimer_) retimer_->Use(*slicers);
 }
 
 /// As far as the bits of the run go.
-void Segment::LookAt(const ModelProcess::Block& block)
+void Segment::LookAt(const ModelProcess::Block& block, std::int64_t bits)
 {
-    const std::int64_t spb = own_.signal.samplesPerBit;
-    const std::int64_t bits = std::min(std::ssize(block.output) / spb, Bits() - result_.bits);
     if (bits <= 0) return;
-    const auto samples = static_cast<std::size_t>(bits * spb);
-    result_.bits += bits;
+    const auto samples = static_cast<std::size_t>(bits * own_.signal.samplesPerBit);
     std::vector<double> within;
     const std::vector<double>* times = &block.clocks.times;
     if (samples < block.output.size()) {
@@ -325,6 +335,9 @@ void Segment::Evaluate()
     result_.clock = std::move(found.clock);
     if (result_.bits > 0 && !run_.errorsOnly) result_.lock = found.verdict.lock;
     result_.notes.insert(result_.notes.end(), found.notes.begin(), found.notes.end());
+    if (const std::string remark = slicers_.Remark(parameters_.Tracks());
+        own_.signal.Levels() > 2 && !remark.empty())
+        result_.notes.push_back(remark);
     computed_.Find({StartOf(receiver_), ProcessSettings(surroundings_.log), parameters_.Tracks()},
                    result_);
     TakeTracks(parameters_, "");

@@ -11,6 +11,7 @@
 #include "host/process/ModelSource.hpp"
 #include "host/run/ComputedEyes.hpp"
 #include "host/run/Link.hpp"
+#include "host/run/ModelSlicers.hpp"
 #include "host/run/Retimer.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
@@ -103,12 +104,12 @@ private:
     bool Ended() const { return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped()); }
     SignalChain::Symbols SymbolsBefore() const;
     const SymbolHistory* Origin() const;
-    Modulation Thresholds() const;
     void ReadInput(std::span<double> samples);
     std::size_t NextSamples();
     void UseSampler();
+    void UseSlicers();
     void Take(const ModelProcess::Block& block);
-    void LookAt(const ModelProcess::Block& block);
+    void LookAt(const ModelProcess::Block& block, std::int64_t bits);
     void TakeParameters(const std::string& text, const std::string& call);
     void TakeTracks(const ParameterLog& log, const char* prefix);
 
@@ -120,6 +121,7 @@ private:
     Place place_;
     SignalChain signal_;
     Link link_;
+    ModelSlicers slicers_;
     ComputedEyes computed_;
     std::unique_ptr<Retimer> retimer_;
     std::optional<Analyses> analyses_;

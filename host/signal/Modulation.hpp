@@ -1,7 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,35 +17,20 @@ inline std::string ModulationName(int levels)
     return levels == 2 ? "NRZ" : "PAM" + std::to_string(levels);
 }
 
-/// The levels that a symbol may have, and where a receiver tells them apart. NRZ unless told.
+/// The levels that a symbol may have. NRZ unless told.
 struct Modulation
 {
     std::vector<double> levels = {-1, 1};  // sent, in units of the amplitude, rising
     std::vector<double> thresholds = {0};  // received, V, rising; one between each two levels
 
-    /// Levels evenly spaced from -1 to 1, and thresholds between them, times `amplitude`.
-    static Modulation Of(int levels, double amplitude = 1)
+    /// Levels evenly spaced from -1 to 1, and thresholds between them.
+    static Modulation Of(int levels)
     {
         Modulation even{{}, {}};
         for (int i = 0; i < levels; ++i) even.levels.push_back(2.0 * i / (levels - 1) - 1);
         for (int i = 0; i + 1 < levels; ++i)
-            even.thresholds.push_back(amplitude * ((2.0 * i + 1) / (levels - 1) - 1));
+            even.thresholds.push_back((2.0 * i + 1) / (levels - 1) - 1);
         return even;
-    }
-
-    Symbol Decide(double voltage) const
-    {
-        const auto above = [voltage](double threshold) { return voltage > threshold; };
-        return static_cast<Symbol>(std::ranges::count_if(thresholds, above));
-    }
-
-    /// From the nearest threshold, V.
-    double Distance(double voltage) const
-    {
-        double nearest = std::abs(voltage - thresholds.front());
-        for (const double threshold : thresholds)
-            nearest = std::min(nearest, std::abs(voltage - threshold));
-        return nearest;
     }
 };
 

@@ -77,7 +77,7 @@ std::vector<EdgeSum> MakeAggressors(const StatisticalLink& link)
 {
     std::vector<EdgeSum> aggressors;
     for (const StepResponse& response : link.aggressors) {
-        aggressors.emplace_back(SymbolTrellis({}, {}), response, BoundaryJitter{});
+        aggressors.emplace_back(SymbolTrellis(link.modulation, {}), response, BoundaryJitter{});
     }
     return aggressors;
 }
@@ -126,8 +126,10 @@ void Columns::SetBins(std::size_t bins)
         Characteristic mean(size), product(size);
         for (int phase = 0; phase < kAggressorPhases; ++phase) {
             const double time = static_cast<double>(phase) / kAggressorPhases;
-            for (const Characteristic& symbol : aggressor.At(time, step, size)) {
-                AddScaled(1.0 / (2.0 * kAggressorPhases), symbol, mean);
+            const auto symbols = aggressor.At(time, step, size);
+            const double all = static_cast<double>(symbols.size()) * kAggressorPhases;
+            for (const Characteristic& symbol : symbols) {
+                AddScaled(1.0 / all, symbol, mean);
             }
         }
         AddProduct(1, common_, mean, product);
@@ -189,12 +191,8 @@ double WrongAt(const Column& column, std::size_t which, double volts)
     return wrong / static_cast<double>(column.size());
 }
 
-/// Symbols that are independent cross the middle in half of the unit intervals: where half of these
-/// have done so, a quarter of the symbols is on the wrong side.
-constexpr double kHalfCrossed = 0.25;
-
 /// Time at which the symbol that begins at 0 has crossed the middle threshold in half of the cases
-/// in which it does.
+/// in which it does; of two middle ones in half of both.
 double FindDelay(StatisticalLink link)
 {
     // A sine and what is even and odd move the transitions to both sides alike.
@@ -202,17 +200,25 @@ double FindDelay(StatisticalLink link)
     link.jitter.evenOdd = 0;
     const Columns columns(link);
     const Modulation& modulation = link.modulation;
-    const std::size_t which = (modulation.thresholds.size() - 1) / 2;
+    const std::size_t count = modulation.thresholds.size();
+    const std::size_t low = (count - 1) / 2, high = count / 2;
     const auto wrong = [&](double time) {
-        return WrongAt(columns.At(time), which, modulation.thresholds[which]);
+        const Column column = columns.At(time);
+        return (WrongAt(column, low, modulation.thresholds[low]) +
+                WrongAt(column, high, modulation.thresholds[high])) /
+               2;
     };
+    // Of independent symbols this part is above the threshold, the one before below it, or the
+    // other way round: where half of these have crossed, half of it is on the wrong side.
+    const double above = static_cast<double>(low + 1) / static_cast<double>(count + 1);
+    const double halfCrossed = above * (1 - above);
     constexpr double kStep = 1.0 / 8;
     constexpr int kSteps = 23;
     double before = columns.Signal().Response().Half() - 1.5;
     double last = wrong(before);
     for (int i = 0; i < kSteps; ++i) {
         const double next = wrong(before + kStep);
-        if (last >= kHalfCrossed && next < kHalfCrossed) {
+        if (last >= halfCrossed && next < halfCrossed) {
             break;
         }
         before += kStep;
@@ -222,9 +228,21 @@ double FindDelay(StatisticalLink link)
     constexpr double kExact = 1e-5;
     while (after - before > kExact) {
         const double middle = (before + after) / 2;
-        (wrong(middle) >= kHalfCrossed ? before : after) = middle;
+        (wrong(middle) >= halfCrossed ? before : after) = middle;
     }
     return (before + after) / 2;
+}
+
+/// Halfway between the means of the symbols, around which all that others add is symmetric.
+std::vector<double> MiddlesAt(const EdgeSum& signal, double time)
+{
+    const auto extremes = signal.Extremes(time);
+    std::vector<double> middles;
+    for (std::size_t i = 1; i < extremes.size(); ++i) {
+        middles.push_back(
+            (extremes[i - 1].low + extremes[i - 1].high + extremes[i].low + extremes[i].high) / 4);
+    }
+    return middles;
 }
 
 /// What one threshold's eye is made of.
@@ -335,6 +353,8 @@ Bathtub Evaluation::VoltageBathtub() const
 EyeFindings Evaluation::Find(const std::vector<double>& bers) const
 {
     EyeFindings found;
+    found.threshold = threshold_;
+    found.which = which_;
     const Opening tall = OpeningAt(kMiddle, kEyeProbability);
     found.vertical = tall.Height() > 0 ? tall : Opening{};
     found.left = Reach(kEyeProbability, -1);
@@ -401,10 +421,15 @@ std::vector<Contour> BestContours(const EyeFindings& counted, const EyeFindings*
     return best;
 }
 
-StatisticalEye ComputeStatisticalEye(const StatisticalLink& link, const std::vector<double>& bers)
+StatisticalEye ComputeStatisticalEye(StatisticalLink link, const std::vector<double>& bers)
 {
     StatisticalEye eye;
+    const bool told = !link.modulation.thresholds.empty();
+    if (!told) {
+        link.modulation.thresholds = MiddlesAt(Columns(link).Signal(), link.response.Half() + 0.5);
+    }
     eye.delay = FindDelay(link);
+    if (!told) link.modulation.thresholds = MiddlesAt(Columns(link).Signal(), eye.delay + 0.5);
     Columns columns(SeenFromBoundary(link, eye.delay));
     columns.Refine(eye.delay + 0.5);
     eye.binHeight = columns.Grid().BinHeight();

@@ -30,8 +30,9 @@ struct StatisticalEye
     double smear = 0;      // V rms that voltages are spread by where few values are possible
 };
 
+/// @param link  of no thresholds: they lie halfway between the symbols' mean voltages
 /// @param bers  error ratios that openings and contours are asked for
-StatisticalEye ComputeStatisticalEye(const StatisticalLink& link, const std::vector<double>& bers);
+StatisticalEye ComputeStatisticalEye(StatisticalLink link, const std::vector<double>& bers);
 
 /// The contours of an eye that were counted, and the computed ones (null: there are none) where
 /// they would be extrapolated.

@@ -16,7 +16,7 @@ struct StatisticalLink
     Deemphasis deemphasis;
     BoundaryJitter jitter;
     StepResponse response;                 // of the signal, V for one unit of the symbols' levels
-    std::vector<StepResponse> aggressors;  // of NRZ neighbours that keep no phase with the signal
+    std::vector<StepResponse> aggressors;  // of neighbours of the same levels that keep no phase
     double noise = 0;                      // V rms, Gaussian, at the sampler
     double uniformNoise = 0;               // V, half of the peak to peak, there too
     double sensitivity = 0;                // V from a threshold that a decision needs

@@ -113,8 +113,26 @@ protected:
         const auto levels = static_cast<std::uint64_t>(GetParam());
         for (int i = 0; i < 20000; ++i) sent_.Push(static_cast<Symbol>(random.Bits() % levels));
     }
+    /// Where each of these symbols is received as the next one.
+    int WrongBits(const std::vector<int>& numbers) const
+    {
+        const auto size = static_cast<std::size_t>(mapping_.Symbols());
+        int bits = 0;
+        for (const int number : numbers) {
+            std::vector<Symbol> group;
+            const std::size_t place = static_cast<std::size_t>(number) % size;
+            for (std::size_t i = 0; i < size; ++i)
+                group.push_back(sent_[number - static_cast<int>(place) + static_cast<int>(i)]);
+            std::vector<Symbol> received = group;
+            received[place] = static_cast<Symbol>((received[place] + 1) % GetParam());
+            bits += mapping_.Difference(group, received);
+        }
+        return bits;
+    }
+
     SymbolHistory sent_{1 << 16};
-    Symbol highest_ = static_cast<Symbol>(GetParam() - 1);
+    BitMapping mapping_{GetParam()};
+    int highest_ = GetParam() - 1;
 };
 INSTANTIATE_TEST_SUITE_P(Levels, SymbolComparerTest, testing::Values(2, 3, 4));
 
@@ -122,7 +140,7 @@ TEST_P(SymbolComparerTest, CountsErrorsWhateverDelayAndPolarity)
 {
     for (const int delay : {-3, 0, 1, 700}) {
         for (const bool inverted : {false, true}) {
-            SymbolComparer comparer(sent_, highest_);
+            SymbolComparer comparer(sent_, mapping_);
             for (int i = 0; i < 10000; ++i) {
                 const bool wrong = i == 3 || i == 5000 || i == 9999;
                 const int symbol = wrong ? (sent_[i + 800] + 1) % GetParam() : sent_[i + 800];
@@ -131,6 +149,8 @@ TEST_P(SymbolComparerTest, CountsErrorsWhateverDelayAndPolarity)
             }
             comparer.Finish();
             EXPECT_EQ(comparer.Errors(), 3);
+            EXPECT_EQ(comparer.BitErrors(), WrongBits({803, 5800, 10799}));
+            EXPECT_EQ(comparer.ComparedBits(), 10000 * mapping_.Bits() / mapping_.Symbols());
             EXPECT_EQ(comparer.Compared(), 10000);
             EXPECT_EQ(comparer.Delay(), delay);
             EXPECT_EQ(comparer.Inverted(), inverted);
@@ -141,7 +161,7 @@ TEST_P(SymbolComparerTest, CountsErrorsWhateverDelayAndPolarity)
 
 TEST_P(SymbolComparerTest, FindsThePatternAgainAfterASlip)
 {
-    SymbolComparer comparer(sent_, highest_);
+    SymbolComparer comparer(sent_, mapping_);
     for (int i = 0; i < 10000; ++i) comparer.Add(sent_[i < 5000 ? i : i + 1], i);
     comparer.Finish();
     EXPECT_EQ(comparer.Realignments(), 1);
@@ -151,7 +171,7 @@ TEST_P(SymbolComparerTest, FindsThePatternAgainAfterASlip)
 
 TEST_P(SymbolComparerTest, DoesNotClaimAPlaceInNoise)
 {
-    SymbolComparer comparer(sent_, highest_);
+    SymbolComparer comparer(sent_, mapping_);
     Random random(9);
     for (int i = 0; i < 20000; ++i) comparer.Add(random.Bits() % 2, i);
     comparer.Finish();

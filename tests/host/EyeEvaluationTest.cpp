@@ -6,6 +6,7 @@
 
 #include "host/analysis/Analyses.hpp"
 #include "host/analysis/EyeEvaluation.hpp"
+#include "host/analysis/SlicerSearch.hpp"
 #include "host/analysis/Tail.hpp"
 #include "host/signal/Prbs.hpp"
 #include "host/signal/Random.hpp"
@@ -333,7 +334,8 @@ TEST(EyeEvaluation, FourLevelsMakeThreeEyes)
     EyeAnalysis::Settings settings;
     settings.samplesPerBit = kSamples;
     settings.sentUnitInterval = kSamples;
-    settings.modulation.thresholds = {-0.26, 0.02, 0.2};
+    settings.slicers = {{-0.26, 0.02, 0.2}, {0, 0, 0}};
+    settings.mapping = BitMapping(4);
     SymbolHistory sent(1 << 18);
     settings.sent = &sent;
     EyeAnalysis eye(settings);
@@ -350,7 +352,7 @@ TEST(EyeEvaluation, FourLevelsMakeThreeEyes)
     eye.Finish();
     const SymbolComparer& symbols = eye.AtSampling().symbols.value();
     const double trials = static_cast<double>(eye.UnitIntervals());
-    const double errors = trials * Q((settings.modulation.thresholds[2] - kLevels[2]) / kNoise) / 4;
+    const double errors = trials * Q((settings.slicers.thresholds[2] - kLevels[2]) / kNoise) / 4;
     EXPECT_NEAR(static_cast<double>(symbols.Errors()), errors, 4 * std::sqrt(errors));
     EXPECT_FALSE(symbols.Inverted());
     EXPECT_EQ(symbols.Delay(), 0);
@@ -368,6 +370,35 @@ TEST(EyeEvaluation, FourLevelsMakeThreeEyes)
         EXPECT_GT(found.left + found.right, 1 - 2.0 / kSamples);
     }
     EXPECT_LT(std::abs(eye.MeanCrossing().value() - 1.0), 0.02);
+}
+
+TEST(SlicersBetween, LieHalfwayBetweenTheLevelsWhateverTheirDistances)
+{
+    struct Case
+    {
+        std::vector<double> levels, expected;  // V
+        double noise;
+        std::vector<double> sent = {};  // other than all of them
+    };
+    for (const Case& c : {
+             Case{{-0.4, -0.12, 0.16, 0.4}, {-0.26, 0.02, 0.28}, 0.03},
+             {{-0.3, 0.01, 0.3}, {-0.145, 0.155}, 0.02},
+             {{0.1, 0.2, 0.3, 0.4, 0.5}, {0.15, 0.25, 0.35, 0.45}, 0.01},
+             {{-0.3, -0.1, 0.1, 0.3}, {-0.2, 0, 0.2}, 0, {-0.3, 0.1, 0.3}},
+         }) {
+        Random random(3);
+        std::vector<double> voltages;
+        const auto& sent = c.sent.empty() ? c.levels : c.sent;
+        for (int i = 0; i < 1024; ++i)
+            voltages.push_back(sent[random.Bits() % sent.size()] + c.noise * random.Normal());
+        const Slicers found = SlicersBetween(voltages, static_cast<int>(c.levels.size()));
+        ASSERT_EQ(found.thresholds.size(), c.expected.size());
+        for (std::size_t i = 0; i < c.expected.size(); ++i)
+            EXPECT_NEAR(found.thresholds[i], c.expected[i], 0.2 * c.noise + 1e-12);
+    }
+    // What has no levels is decided somewhere.
+    EXPECT_EQ(SlicersBetween({0, 0, 0, 0, 0}, 4), EvenSlicers(4, 1));
+    EXPECT_EQ(SlicersBetween({}, 2), Slicers());
 }
 
 TEST(Analyses, TheInputIsSeenInTheModelsClockMovedToItsCentre)

@@ -11,7 +11,7 @@ TEST(Numbers, AreInTheJsonWhereTheySayAndInTheDocument)
     RunResult result;
     result.bits = 20000;
     result.seconds = 0.5;
-    result.comparison = BitComparison{10'000, 3, 0, 0, 17, false};
+    result.comparison = BitComparison{10'000, 3, 0, 0, 17, false, 5000, 2};
     result.eye.emplace();
     result.eye->vertical = {0.25, -0.5};
     result.clock.ppm = 100;
@@ -26,6 +26,9 @@ TEST(Numbers, AreInTheJsonWhereTheySayAndInTheDocument)
             << pointers[i];
         EXPECT_STREQ(NumberAt(pointers[i]).pointer, pointers[i]);
     }
+    EXPECT_FALSE(json.contains("symbol_errors"));
+    result.levels = 4;
+    EXPECT_EQ(ToJson(result, {}, {}).at("symbol_error_ratio"), 4e-4);
     const std::string document = ReadTextFile(DOCS_FOLDER "/results.md");
     EXPECT_NE(document.find(DescribeNumbers()), std::string::npos)
         << "docs/results.md should have:\n"

@@ -292,8 +292,8 @@ TEST(PictureTest, TextsNeitherCollideNorLeaveThePicture)
             }
         }
         EyeFindings eye = MadeUpEye({});
-        TextsOf(
-            EyePicture{{word, word, word}, eye.density, 0.5, {0.1, -0.1}, 0.2, 0.3, eye.contours});
+        TextsOf(EyePicture{
+            {word, word, word}, eye.density, 0.5, {{0.5, {0.1, -0.1}, 0, 0.2, 0.3}}, eye.contours});
         TextsOf(EyePicture{{word, word, word}, VoltageHistogram(8, 8)});
         EyePicture masked{{word, word, word}, eye.density};
         masked.contours = eye.contours;
@@ -302,8 +302,8 @@ TEST(PictureTest, TextsNeitherCollideNorLeaveThePicture)
         TextsOf(masked);
         VoltageHistogram still(8, 8);
         for (std::size_t c = 0; c < 8; ++c) still.Count(c, 0);
-        TextsOf(EyePicture{
-            {"", "", ""}, still, 0.5, {}, 0, 0, {}, TestMask(FindMask("xfi-a"), still, 0)});
+        TextsOf(
+            EyePicture{{"", "", ""}, still, 0.5, {}, {}, TestMask(FindMask("xfi-a"), still, 0)});
     }
     plot::LinePlot logarithmic = MadeUpPlot(1e-9, 2e-9, "");
     logarithmic.scale = logarithmic.scaleAcross = plot::Scale::kLogarithmic;

@@ -1,6 +1,7 @@
 // Statistical eyes against closed forms and against counted signals.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <numeric>

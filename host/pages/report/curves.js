@@ -24,23 +24,30 @@ function logarithmicAt(x, ratios, places) {
   });
 }
 
+/** The eyes of a side with their curves, from the lowest threshold on: [{eye, curves, computed, worst}, ...]. */
+function eyesOf(eye, curves, computed) {
+  return (eye.eyes ?? [eye]).map((one, i) => ({eye: one, curves: curves.eyes[i], computed: computed?.eyes[i], worst: one.name === eye.name}));
+}
+
 function bathtubFigure(title, which, x, caption) {
   const sides = [["input", data.input, result.input_eye, "two", data.statisticalInput], ["output", data.output, result.eye, "one", data.statisticalOutput]]
-    .filter(([, curves]) => curves && hasPoints(curves[which].counted));
+    .flatMap(([name, curves, eye, shade, computed]) => curves ? eyesOf(eye, curves, computed).map((one) => ({...one, name, shade})) : [])
+    .filter(({curves}) => hasPoints(curves[which].counted));
   if (sides.length === 0) return null;
   const positive = (list) => list.map((v) => v > 0 ? v : null);
   const tables = [], series = [], ratios = [];
   let fits = null;
-  for (const [name, curves, eye, shade, computed] of sides) {
+  for (const {name, curves, eye, shade, computed, worst} of sides) {
     const tub = curves[which], {time_left, time_right, voltage_low, voltage_high} = eye.fits;
     const [low, high] = which === "time" ? [time_left, time_right] : [voltage_low, voltage_high];
     const counted = positive(tub.counted), write = (v) => ratio(v);
     // What is computed takes the place of what would be guessed from the tail.
     const further = computed ? logarithmicAt(computed[which].x, computed[which].counted, tub.x) : positive(tub.extrapolated);
-    const dashed = {colour: shade, dash: [6, 4], width: 1.5, unlisted: !hasPoints(further), write};
-    series.push({label: `${name}, counted`, colour: shade, width: 2.5, write});
+    const dashed = {colour: shade, dash: [6, 4], width: worst ? 1.5 : 0.8, unlisted: !worst || !hasPoints(further), write};
+    const label = eye.name ? `${name}, ${eye.name}` : name;
+    series.push({label: `${label}, counted`, colour: shade, width: worst ? 2.5 : 1.2, unlisted: !worst, write});
     tables.push([tub.x.map((v) => x.of(v, eye)), counted, further, computed ? counted.map(() => null) : fitted(tub.x, counted, low, high)]);
-    series.push({label: `${name}, ${computed ? "computed" : "extrapolated"}`, ...dashed});
+    series.push({label: `${label}, ${computed ? "computed" : "extrapolated"}`, ...dashed});
     series.push({label: "", colour: shade, dots: true, silent: true, unlisted: true, write});
     fits ||= !computed && (low || high);
     ratios.push(...counted, ...further);
@@ -62,15 +69,16 @@ function dashedLines() {
 }
 
 function bathtubSection() {
+  const several = (result.eye.eyes ?? result.input_eye?.eyes)?.length > 0;
   const figures = [
-    bathtubFigure("Time, at 0 V", "time", {name: "time from the sampling instant, UI", of: (v, eye) => v - eye.sampled_at_ui, write: (v) => intervals(v, 3)},
-      `Error ratio if data were sampled at that instant. Dashed: ${dashedLines()}.`),
+    bathtubFigure(several ? "Time, at the thresholds" : "Time, at 0 V", "time", {name: "time from the sampling instant, UI", of: (v, eye) => v - eye.sampled_at_ui, write: (v) => intervals(v, 3)},
+      `Error ratio if data were sampled at that instant. Dashed: ${dashedLines()}.${several ? " Thin: the eyes that are not the worst." : ""}`),
     bathtubFigure("Voltage, at the sampling instant", "voltage", {name: "threshold, mV", of: (v) => v * 1000, write: (v) => `${fixed(v, 1)} mV`},
       "Error ratio if data were decided at that threshold."),
   ].filter(Boolean);
-  const tables = [openingsTable(), jitterTable()].filter(Boolean);
+  const tables = [eyesTable(), openingsTable(), jitterTable()].filter(Boolean);
   if (figures.length + tables.length === 0) return null;
-  const wide = data.statisticalInput || data.statisticalOutput;  // the table of openings then has seven or nine columns
+  const wide = several || data.statisticalInput || data.statisticalOutput;  // the tables then have up to nine columns
   return section("Bathtubs and openings", element("div", {class: figures.length > 1 ? "pair" : ""}, ...figures),
     element("div", {class: tables.length > 1 && !wide ? "pair tables" : ""}, ...tables));
 }

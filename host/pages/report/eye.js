@@ -77,8 +77,10 @@ function eyeFigure(title, eye, curves, caption, mask) {
     const byte = levels[(rows - 1 - row) * columns + column % columns];
     return byte === 0 ? 0 : ((byte - 1) / 254 * decadesOfDensity + 0.5) / (decadesOfDensity + 0.5);
   });
-  const contours = curves.contours.filter((c) => c.phase.length > 0);
-  const style = (c) => ({fixed: kContourColours[curves.contours.indexOf(c) % kContourColours.length],
+  const eyes = eyesOf(eye, curves);
+  const contours = eyes.flatMap((one) => one.curves.contours.filter((c) => c.phase.length > 0));
+  const ratios = [...new Set(eyes.flatMap((one) => one.curves.contours.map((c) => c.ber)))];
+  const style = (c) => ({fixed: kContourColours[ratios.indexOf(c.ber) % kContourColours.length],
     dash: c.extrapolated || c.computed ? [5, 3] : undefined});
 
   /** Filled as it is, dashed as far as it may grow or must shrink. */
@@ -127,15 +129,18 @@ function eyeFigure(title, eye, curves, caption, mask) {
         else ctx.fillRect(x(px) - 6 * scale, y(py) - 0.75 * scale, 12 * scale, 1.5 * scale);
       }
     };
-    if (eye.height_v > 0 && !eye.sliced) bar([[0, eye.high_v * 1000], [0, eye.low_v * 1000]], false);
-    if (eye.width_ui > 0) bar([[-eye.left_ui, 0], [eye.right_ui, 0]], true);
+    for (const {eye: one} of eyes) {
+      const at = one.sliced ? 0 : one.sampled_at_ui - sampled, threshold = (one.threshold_v ?? 0) * 1000;
+      if (one.height_v > 0 && !one.sliced) bar([[at, one.high_v * 1000], [at, one.low_v * 1000]], false);
+      if (one.width_ui > 0) bar([[at - one.left_ui, threshold], [at + one.right_ui, threshold]], true);
+    }
   };
 
   return pictureFigure({
     title, caption,
     x: {name: "time from the sampling instant, UI", range: [-1, 1]},
     y: {name: "voltage, mV", range: [-top, top]},
-    key: contours.map((c) => [`${ratio(c.ber)}${c.extrapolated ? " (from fit)" : c.computed ? " (computed)" : ""}`, {...style(c), ground: true}]),
+    key: contours.filter((c, i) => contours.findIndex((other) => other.ber === c.ber) === i).map((c) => [`${ratio(c.ber)}${c.extrapolated ? " (from fit)" : c.computed ? " (computed)" : ""}`, {...style(c), ground: true}]),
     plugins: [picturePlugin(() => picture,
       () => ({left: -1 - sampled, right: 2 - sampled, top: density.high * 1000, bottom: density.low * 1000}), true, marks)],
     describe: (u, i, px, py) => {
@@ -165,7 +170,7 @@ function eyeSection() {
     .filter(([, eye, curves]) => eye && curves?.density);
   if (eyes.length === 0) return null;
   const figures = eyes.map(([title, eye, curves]) => eyeFigure(title, eye, curves,
-    `${grouped(eye.unit_intervals)} unit intervals. White bars: ` +
+    `${grouped(eye.unit_intervals)} unit intervals. White bars: ${eye.eyes ? `of the worst eye (${eye.name}) ` : ""}` +
     (eye.sliced ? "the width" : `height ${fixed(eye.height_v * 1000, 1)} mV and width`) +
     ` ${eye.width_ui === null ? "–" : fixed(eye.width_ui, 3)} UI at a probability of ${ratio(eye.probability)}.` +
     (eye.shift_ui ? ` The clock is moved by ${fixed(eye.shift_ui, 3)} UI to centre the eye.` : "") + maskCaption(eye), maskOf(eye)));

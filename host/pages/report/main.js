@@ -4,7 +4,7 @@ const name = result.model.name || result.model.library;
 document.title = `${name}: ${data.signal}`;
 document.getElementById("title").textContent = name;
 document.getElementById("signal").textContent =
-  `${data.signal}; ${short(result.signal.bit_rate / 1e9, 8)} Gbit/s, ${result.signal.samples_per_bit} samples a bit, ${grouped(result.bits)} bits`;
+  `${data.signal}; ${short(result.signal.bit_rate / 1e9, 8)} ${result.signal.modulation ? "GBd" : "Gbit/s"}, ${result.signal.samples_per_bit} samples a bit, ${grouped(result.bits)} ${result.signal.modulation ? "symbols" : "bits"}`;
 document.getElementById("footer").textContent = `amisim ${result.amisim}. Drag across a plot to enlarge a part of it, double-click to see all of it.`;
 
 const notes = result.messages.length

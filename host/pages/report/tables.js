@@ -30,6 +30,8 @@ function verdict() {
   const {state} = result.settling;
   if (state !== result.verdict)
     return box("bad", `${sentence(result.messages.find((note) => note.startsWith("adapting") || note.startsWith("still adapting")) ?? state)}.${errors}`);
+  if (result.errors === null && result.symbol_errors > 0) return box("bad", `${grouped(result.symbol_errors)} symbol errors in ${grouped(result.compared_symbols)}.`);
+  if (result.errors === null && result.symbol_errors === 0) return box("good", `No symbol errors in ${grouped(result.compared_symbols)}.`);
   if (result.errors === null) return box("", "Bit errors were not counted: nothing was known of what was sent, or it was not found.");
   if (result.errors > 0) return box("bad", `${grouped(result.errors)} bit errors in ${grouped(result.compared_bits)}.`);
   if (result.mask && !result.mask.passed) return box("bad", `The eye misses the mask ${result.mask.name}.`, ` No bit errors in ${grouped(result.compared_bits)} bits.`);
@@ -57,6 +59,7 @@ function tiles() {
   const {mask} = result;
   if (mask) number("/mask/margin_percent", `${mask.name} at the ${mask.at}: ${mask.passed ? "passed" : "missed"}`);
   number("/errors", `in ${grouped(result.compared_bits)} bits`);
+  if (result.symbol_errors !== undefined) number("/symbol_errors", `in ${grouped(result.compared_symbols)} symbols`);
   // Without any error in n bits the ratio is below -ln(0.05) / n with 95 % confidence.
   if (result.errors === 0) tile("Bit error ratio", `< ${ratio(-Math.log(0.05) / result.compared_bits)}`, null, "with 95 % confidence");
   else number("/bit_error_ratio");
@@ -69,9 +72,27 @@ function tiles() {
   return list.length ? element("dl", {class: "tiles"}, ...list) : null;
 }
 
+/** Of several thresholds a row for each, the uppermost first as in the pictures. */
+function eyesTable() {
+  const sides = [["input", result.input_eye], ["output", result.eye]].filter(([, eye]) => eye?.eyes);
+  if (sides.length === 0) return null;
+  const columns = [{text: "eye", number: false}], volts = (v) => `${fixed(v * 1000, 1)} mV`;
+  for (const [name] of sides) for (const what of ["threshold", "height", "width"]) columns.push({text: `${name} ${what}`, number: true});
+  const places = sides[0][1].eyes.map((_, i) => i).reverse();
+  return table(`Eyes at a probability of ${ratio(sides[0][1].probability)}`, columns, places.map((i) => [sides[0][1].eyes[i].name,
+    ...sides.flatMap(([, eye]) => {
+      const one = eye.eyes[i];
+      return [volts(one.threshold_v), volts(one.height_v), one.width_ui === null ? "–" : `${fixed(one.width_ui, 3)} UI`];
+    })]));
+}
+
+/** The computed eye of the same threshold as a counted one. */
+const sameEye = (computed, counted) => computed?.eyes?.find((one) => one.name === counted?.name) ?? computed;
+
 function openingsTable() {
-  const sides = [["input", result.input_eye], ["computed input", result.statistical.input_eye], ["output", result.eye],
-    ["computed output", result.statistical.eye]]
+  const called = (name, eye) => eye?.name ? `${name} (${eye.name})` : name;
+  const sides = [[called("input", result.input_eye), result.input_eye], ["computed input", sameEye(result.statistical.input_eye, result.input_eye)],
+    [called("output", result.eye), result.eye], ["computed output", sameEye(result.statistical.eye, result.eye)]]
     .filter(([, eye]) => eye?.openings?.length);
   if (sides.length === 0) return null;
   const ratios = [...new Set(sides.flatMap(([, eye]) => eye.openings.map((o) => o.ber)))].sort((a, b) => b - a);
@@ -132,8 +153,8 @@ function settingsSection() {
     transmitter ? ["Its parameters in", element("code", {}, transmitter.parameters_in)] : null, ["File", model.file], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
     model.parameters_out ? ["Parameters out", element("code", {}, model.parameters_out)] : null,
     model.message ? ["Message", element("code", {}, model.message)] : null].filter(Boolean);
-  const runRows = [["Bits", grouped(result.bits)], ["Ignored at the start", grouped(result.ignored_bits)],
-    ["Compared", grouped(result.compared_bits)],
+  const runRows = [[result.signal.modulation ? "Symbols" : "Bits", grouped(result.bits)], ["Ignored at the start", grouped(result.ignored_bits)],
+    ["Compared", grouped(result.compared_symbols ?? result.compared_bits)],
     alignment ? ["Delay of the bits", `${grouped(alignment.delay_bits)}${alignment.inverted ? ", inverted" : ""}`] : null,
     alignment ? ["Realignments", `${grouped(alignment.realignments)}, ${grouped(alignment.unaligned_bits)} bits not aligned`] : null,
     result.clock.missing > 0 ? ["Bits without a clock", grouped(result.clock.missing)] : null,
