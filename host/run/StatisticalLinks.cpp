@@ -52,6 +52,12 @@ std::vector<double> StatisticalLinks::Sines() const
     return frequencies;
 }
 
+/// Of several levels the states that this takes are too many to be gone through.
+bool StatisticalLinks::CursorsJitterTogether() const
+{
+    return !transmitter_ && signal_.Roads().front().transmitter.modulation.levels.size() == 2;
+}
+
 StatisticalLink StatisticalLinks::Through(const Edges& edges) const
 {
     StatisticalLink link;
@@ -77,7 +83,7 @@ StatisticalLinks::Edges StatisticalLinks::InputEdges() const
 {
     if (transmitter_ && !transmitter_->returnsImpulse) return {};
     Edges edges = EdgesOf(link_.Responses());
-    if (!transmitter_) {
+    if (CursorsJitterTogether()) {
         // Jitter moves a boundary with all of its cursors: they belong to the symbols.
         Road plain = signal_.Roads().front();
         plain.transmitter.deemphasis = {};
@@ -89,7 +95,7 @@ StatisticalLinks::Edges StatisticalLinks::InputEdges() const
 StatisticalLink StatisticalLinks::AtInput(const Edges& edges) const
 {
     StatisticalLink link = Through(edges);
-    if (!transmitter_) link.deemphasis = signal_.Roads().front().transmitter.deemphasis;
+    if (CursorsJitterTogether()) link.deemphasis = signal_.Roads().front().transmitter.deemphasis;
     link.noise = signal_.NoiseThrough({});
     return link;
 }

@@ -49,6 +49,7 @@ private:
     Edges EdgesOf(const std::vector<std::vector<double>>& responses) const;
     StepResponse ResponseOf(std::size_t column, std::vector<double> edge) const;
     BoundaryJitter Jitter() const;
+    bool CursorsJitterTogether() const;
 
     const SignalChain& signal_;
     const ModelSource* transmitter_;

@@ -146,11 +146,12 @@ TEST_F(PamTest, EyesAreComputedAsTheyAreCounted)
 {
     for (const char* modulation : {"pam3", "pam4"}) {
         SCOPED_TRACE(modulation);
-        const auto result =
-            Run(fmt::format("--ppm 0 --modulation {} --loss 5 --noise 0.004 --noise-bandwidth 50e9 "
-                            "--rj 0.01 --bits 120000 "
-                            "--ignore-bits 1000",
-                            modulation));
+        const std::string noisy = fmt::format(
+            "--ppm 0 --modulation {} --loss 5 --noise 0.004 --noise-bandwidth 50e9 --rj 0.01 "
+            "--bits 120000 ",
+            modulation);
+        const auto result = Run(noisy + "--ignore-bits 1000");
+        const auto alone = Run(noisy + "--statistical only");
         const auto &counted = result["input_eye"]["eyes"],
                    &computed = result["statistical"]["input_eye"]["eyes"];
         ASSERT_EQ(counted.size(), computed.size());
@@ -159,6 +160,10 @@ TEST_F(PamTest, EyesAreComputedAsTheyAreCounted)
             const auto opening = [](const nlohmann::json& eye) { return eye["openings"][0]; };
             EXPECT_NEAR(opening(counted[i])["height_v"], opening(computed[i])["height_v"], 5e-3);
             EXPECT_NEAR(opening(counted[i])["width_ui"], opening(computed[i])["width_ui"], 0.02);
+            // Where nothing is counted the thresholds are those of the response.
+            const auto& own = alone["statistical"]["input_eye"]["eyes"][i];
+            EXPECT_NEAR(own["threshold_v"], computed[i]["threshold_v"], 6e-3);
+            EXPECT_NEAR(opening(own)["height_v"], opening(computed[i])["height_v"], 1e-3);
         }
     }
 }
