@@ -22,9 +22,8 @@ struct Line
 
     void Parse(std::vector<std::string> words)
     {
-        words.emplace_back("run");
-        std::ranges::rotate(words, words.end() - 1);
         std::ranges::reverse(words);
+        words.emplace_back("run");
         app.parse(words);
     }
 };
@@ -55,7 +54,7 @@ void CheckBehind(const CLI::App& run)
     };
     if (run.count("--wave") > 0)
         throw CLI::ValidationError("--wave", "a waveform is for the link's first segment");
-    refuse(std::array{"--prbs", "--pattern", "--clock-pattern", "--modulation", "--phase", "--ppm"},
+    refuse(std::array{"--prbs", "--pattern", "--clock-pattern", "--phase", "--ppm"},
            "is for the link's first segment: those behind it send on what comes");
 }
 
@@ -91,14 +90,13 @@ void TakeCommon(const SignalOptions& all, const SignalOptions& first, SignalOpti
     own.bitRate = all.bitRate;
     own.samplesPerBit = all.samplesPerBit;
     own.findBitRate = all.findBitRate;
+    own.levels = all.levels;
     own.seed = all.seed;
     if (&first == &own) return;
     own.prbs = first.prbs;
     own.pattern = first.pattern;
     own.clockPattern = first.clockPattern;
     own.ppm = first.wave.empty() ? first.ppm : 0;
-    own.levels = first.levels;
-    own.pam4Mapping = first.pam4Mapping;
 }
 
 }  // namespace

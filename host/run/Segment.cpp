@@ -95,7 +95,6 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
     result_.channelGrade = signal_.Grade();
     result_.channel = signal_.Channel();
-    result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
     result_.levels = own.signal.Levels();
 }
@@ -338,6 +337,11 @@ void Segment::Evaluate()
     if (const std::string remark = slicers_.Remark(parameters_.Tracks());
         own_.signal.Levels() > 2 && !remark.empty())
         result_.notes.push_back(remark);
+    if (retimer_ && own_.signal.Levels() > 2 && !slicers_.At(parameters_.Tracks())) {
+        result_.notes.emplace_back(
+            "the model tells no thresholds that apply: what it sends on is decided by the ones "
+            "evenly within the transmitter's amplitude");
+    }
     computed_.Find({StartOf(receiver_), ProcessSettings(surroundings_.log), parameters_.Tracks()},
                    result_);
     TakeTracks(parameters_, "");

@@ -39,6 +39,13 @@ TEST_F(ChainTest, RetimersThatDecideInTheMiddleChangeNothing)
         EXPECT_GT(segment["end_to_end"]["compared_bits"], 2900);
         EXPECT_NEAR(segment["eye"]["height_v"], 0.8, 1e-3);
     }
+    const Json four = Run("--bits 6000 --loss 0 --ppm 0 --modulation pam4" + kRetimer + kModel);
+    for (const Json& segment : four["segments"]) {
+        EXPECT_EQ(segment["eye"]["eyes"].size(), 3);
+        EXPECT_EQ(segment["end_to_end"]["errors"], 0);
+        EXPECT_GT(segment["end_to_end"]["compared_bits"], 5800);
+    }
+    EXPECT_TRUE(Says("what it sends on is decided by the ones evenly")) << output_;
     // Half of a unit interval off, which half of the edges are decided wrongly by.
     const Json off = Run("--bits 6000 --loss 0 --ppm 0 --rj 0.02 --retimer " TEST_MODEL
                          " --retimer-param 'Mode=clock between' --loss 0" +
