@@ -89,6 +89,17 @@ std::vector<double> CommonGrid(const std::vector<SParameters>& networks)
     return grid;
 }
 
+FrequencyResponse OnGrid(FrequencyResponse data, const std::vector<double>& frequency)
+{
+    const double delay = MeanDelay(data);
+    for (std::size_t k = 0; k < data.value.size(); ++k)
+        data.value[k] *= Turn(2.0 * pi * data.frequency[k] * delay);
+    const Spline spline(data.frequency, data.value);
+    FrequencyResponse there{frequency, {}};
+    for (const double f : frequency) there.value.push_back(spline(f) * Turn(-2.0 * pi * f * delay));
+    return there;
+}
+
 SParameters OnGrid(const SParameters& s, const std::vector<double>& frequency)
 {
     if (s.frequency == frequency) return s;
@@ -97,16 +108,10 @@ SParameters OnGrid(const SParameters& s, const std::vector<double>& frequency)
     result.frequency = frequency;
     result.values.resize(frequency.size() * n * n);
     for (std::size_t term = 0; term < n * n; ++term) {
-        FrequencyResponse data =
-            s.Term(static_cast<int>(term / n) + 1, static_cast<int>(term % n) + 1);
-        const double delay = MeanDelay(data);
-        for (std::size_t k = 0; k < data.value.size(); ++k)
-            data.value[k] *= Turn(2.0 * pi * data.frequency[k] * delay);
-        const Spline spline(data.frequency, data.value);
-        for (std::size_t k = 0; k < frequency.size(); ++k) {
-            result.values[k * n * n + term] =
-                spline(frequency[k]) * Turn(-2.0 * pi * frequency[k] * delay);
-        }
+        const FrequencyResponse there = OnGrid(
+            s.Term(static_cast<int>(term / n) + 1, static_cast<int>(term % n) + 1), frequency);
+        for (std::size_t k = 0; k < frequency.size(); ++k)
+            result.values[k * n * n + term] = there.value[k];
     }
     return result;
 }

@@ -32,8 +32,12 @@ double MeanDelay(const FrequencyResponse& data);
 /// points in common.
 std::vector<double> CommonGrid(const std::vector<SParameters>& networks);
 
-/// The same network at other frequencies, within its own: each term by a spline with its mean delay
-/// taken out, so that a long line's turning phase does no harm. At its own frequencies a network
+/// A response at other frequencies by a spline with its mean delay taken out, so that a long line's
+/// turning phase does no harm. Beyond its own frequencies the outermost piece of the spline goes
+/// on.
+FrequencyResponse OnGrid(FrequencyResponse data, const std::vector<double>& frequency);
+
+/// The same of each term of a network, within its frequencies. At its own frequencies a network
 /// stays as it is.
 SParameters OnGrid(const SParameters& s, const std::vector<double>& frequency);
 

@@ -7,6 +7,7 @@
 #include <complex>
 #include <numbers>
 
+#include "base/StraightLine.hpp"
 #include "host/analysis/EyeEvaluation.hpp"
 #include "host/analysis/SlicerSearch.hpp"
 #include "host/analysis/Tail.hpp"
@@ -218,8 +219,7 @@ Slicers Analyses::FindSlicers(std::span<const double> held, const Edges& edges, 
         if (time < ignoreSamples_ || time > ignoreSamples_ + bits || !(place >= 0) ||
             place + 1 >= static_cast<double>(held.size()))
             continue;
-        const auto i = static_cast<std::size_t>(place);
-        levels.push_back(held[i] + (held[i + 1] - held[i]) * (place - static_cast<double>(i)));
+        levels.push_back(StraightAt(held, place));
     }
     return SlicersBetween(std::move(levels), settings_.mapping.Levels());
 }

@@ -13,6 +13,7 @@
 #include <numbers>
 
 #include "base/Error.hpp"
+#include "base/StraightLine.hpp"
 #include "host/analysis/TieSpectrum.hpp"
 
 namespace amisim {
@@ -87,27 +88,6 @@ Histogram Trimmed(const VoltageHistogram& counted)
     }
     return result;
 }
-
-/// Least squares of y over x, point by point.
-class LineFit
-{
-public:
-    void Add(double x, double y)
-    {
-        count_ += 1;
-        const double step = x - meanX_;
-        meanX_ += step / count_;
-        meanY_ += (y - meanY_) / count_;
-        squares_ += step * (x - meanX_);
-        product_ += step * (y - meanY_);
-    }
-    double Count() const { return count_; }
-    double Slope() const { return product_ / squares_; }
-    double At(double x) const { return meanY_ + Slope() * (x - meanX_); }
-
-private:
-    double count_ = 0, meanX_ = 0, meanY_ = 0, squares_ = 0, product_ = 0;
-};
 
 /// How much of a sequence goes with a sine.
 class Follower
@@ -186,7 +166,7 @@ ClockFindings ClockAnalysis::Find(std::span<const double> sines)
     const auto deviation = [this](double number, double time) {
         return time - firstTime_ - number * nominal_;
     };
-    LineFit line, window;
+    StraightLine line, window;
     double windowStart = 0;
     Thinning period(0, lastNumber_ + 1, kPeriodWindow);
     const auto closeWindow = [&] {

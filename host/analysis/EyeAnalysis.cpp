@@ -6,6 +6,8 @@
 #include <limits>
 #include <numbers>
 
+#include "base/StraightLine.hpp"
+
 namespace amisim {
 namespace {
 
@@ -208,9 +210,7 @@ void EyeAnalysis::Finish()
 
 double EyeAnalysis::ValueAt(double time) const
 {
-    const double place = time - static_cast<double>(waveStart_);
-    const auto i = static_cast<std::size_t>(place);
-    return wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
+    return StraightAt(wave_, time - static_cast<double>(waveStart_));
 }
 
 /// Has the wrong decisions of the window counted, and what was sent there put in their places.

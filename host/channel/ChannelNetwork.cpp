@@ -240,4 +240,10 @@ std::string NameOf(const std::vector<std::filesystem::path>& files)
     return Joined(names, " + ");
 }
 
+std::string ShortNameOf(std::vector<std::filesystem::path> files)
+{
+    for (auto& path : files) path = path.filename();
+    return NameOf(files);
+}
+
 }  // namespace amisim

@@ -60,7 +60,10 @@ FrequencyResponse Through(const ChannelNetwork& network, const Terminations& end
 FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggressor& aggressor,
                             const Terminations& ends);
 
-/// "a.s4p + b.s4p"
+/// "in/a.s4p + in/b.s4p", as they were named.
 std::string NameOf(const std::vector<std::filesystem::path>& files);
+
+/// "a.s4p + b.s4p", without their folders.
+std::string ShortNameOf(std::vector<std::filesystem::path> files);
 
 }  // namespace amisim

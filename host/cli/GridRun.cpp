@@ -133,6 +133,26 @@ void AddGridOptions(CLI::App& command, GridOptions& o, const std::string& collec
         ->group(group);
 }
 
+std::set<std::string> GridOptionNames()
+{
+    CLI::App app;
+    GridOptions options;
+    AddGridOptions(app, options, "");
+    std::set<std::string> names;
+    for (const CLI::Option* option : app.get_options())
+        names.insert(option->get_lnames().begin(), option->get_lnames().end());
+    return names;
+}
+
+Plan ReadPlanOf(const fs::path& folder, const std::string& command)
+{
+    Plan plan = ReadSweepFolder(folder);
+    if (plan.command == command) return plan;
+    throw Error(ExitCode::kUsage,
+                fmt::format("{}: is the folder of amisim {}, which goes on with it",
+                            folder.string(), CommandOf(plan)));
+}
+
 std::vector<std::string> GivenOptions(const CLI::App& command, const std::set<std::string>& without)
 {
     std::vector<std::string> given;
@@ -232,20 +252,20 @@ ExitCode RunGrid(const Grid& grid, const std::vector<Case>& cases, const GridOpt
     return ExitCode::kInterrupted;
 }
 
-void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
-               const Picture& picture, const PictureFormats& formats, const fs::path& shown)
+void PutReport(OutputFolder& folder, const std::string& page, const std::string& text,
+               const std::string& picture, const Picture& drawn, const PictureFormats& formats,
+               const fs::path& shown)
 {
-    folder.Put(name + ".html", page);
+    folder.Put(page + ".html", text);
     for (const PictureFormat format : kPictureFormats) {
-        const std::string file = fmt::format("{}.{}", name, Name(format));
+        const std::string file = fmt::format("{}.{}", picture, Name(format));
         if (std::ranges::find(formats, format) != formats.end())
-            folder.Put(file, picture.File(format));
+            folder.Put(file, drawn.File(format));
         else
             folder.Remove(file);
     }
     if (const std::string dropped = folder.Dropped(); !dropped.empty())
         throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
-    Print("Report: {}\n", (shown / (name + ".html")).string());
 }
 
 }  // namespace amisim

@@ -31,6 +31,9 @@ struct GridOptions
 /// @param collected  what --collect makes of what has been run: "table and report"
 void AddGridOptions(CLI::App& command, GridOptions& options, const std::string& collected);
 
+/// Long names of these.
+std::set<std::string> GridOptionNames();
+
 /// A grid of cases and what is to be made of their results.
 struct Grid
 {
@@ -48,6 +51,11 @@ struct Grid
 /// @throws Error for what needs a grid's folder and has got none
 void CheckFolderGiven(const GridOptions& options, const std::filesystem::path& what,
                       const std::string& grid);
+
+/// The plan of the folder that a grid is to go on in.
+/// @param command  as Plan::command
+/// @throws Error (kUsage) for the folder of another command
+Plan ReadPlanOf(const std::filesystem::path& folder, const std::string& command);
 
 /// The options given to a command, as a case of it is given them.
 /// @param without  long names of those that are no case's
@@ -69,10 +77,11 @@ std::vector<Case> CasesOf(const Plan& plan, const GridOptions& options);
 ExitCode RunGrid(const Grid& grid, const std::vector<Case>& cases, const GridOptions& options,
                  const std::filesystem::path& program, const std::atomic<bool>& stop);
 
-/// Writes page and pictures, NAME.html and NAME.png and so on.
-/// @throws Error (kInput) when any file of the report has not been written
-void PutReport(OutputFolder& folder, const std::string& name, const std::string& page,
-               const Picture& picture, const PictureFormats& formats,
+/// Writes a report: its page, and a picture in the formats that are asked for; those of others go.
+/// @param page, picture  names of the files without their ends
+/// @throws Error (kInput) when any file of the folder has not been written
+void PutReport(OutputFolder& folder, const std::string& page, const std::string& text,
+               const std::string& picture, const Picture& drawn, const PictureFormats& formats,
                const std::filesystem::path& shown);
 
 }  // namespace amisim

@@ -23,12 +23,8 @@ constexpr const char* kOfModels[] = {"model.log", "tx.log", "Adapt.txt", "EOM.tx
 /// Those that say which cases there are and how they are run, so that none of them is a case's.
 std::set<std::string> NotForCases()
 {
-    CLI::App app;
-    GridOptions options;
-    AddGridOptions(app, options, "");
-    std::set<std::string> names = {"out", "pictures", "frequencies", "jitter-amplitude"};
-    for (const CLI::Option* option : app.get_options())
-        names.insert(option->get_lnames().begin(), option->get_lnames().end());
+    std::set<std::string> names = GridOptionNames();
+    names.insert({"out", "pictures", "frequencies", "jitter-amplitude"});
     return names;
 }
 
@@ -181,17 +177,6 @@ Plan NewJitterPlan(const JitterOptions& o, const CLI::App& command, const std::s
     plan.model = o.model.string();
     plan.out = fs::absolute(o.out).lexically_normal();
     plan.options = GivenOptions(command, NotForCases());
-    return plan;
-}
-
-Plan ReadJitterPlan(const JitterOptions& o, const std::string& name)
-{
-    Plan plan = ReadSweepFolder(o.model);
-    if (plan.command != name) {
-        throw Error(ExitCode::kUsage,
-                    fmt::format("{}: is the folder of amisim {}, which goes on with it",
-                                o.model.string(), plan.command == "run" ? "sweep" : plan.command));
-    }
     return plan;
 }
 

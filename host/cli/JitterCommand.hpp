@@ -68,10 +68,6 @@ void CleanModelFiles(OutputFolder& folder);
 /// The plan of a new test, its axes still to come.
 Plan NewJitterPlan(const JitterOptions& options, const CLI::App& command, const std::string& name);
 
-/// That of the folder that a test is to go on in.
-/// @throws Error (kUsage) for the folder of another command
-Plan ReadJitterPlan(const JitterOptions& options, const std::string& name);
-
 /// The options of the command line that began a test, once more.
 /// @param command  defines the command
 template <typename Options>

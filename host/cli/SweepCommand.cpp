@@ -72,13 +72,7 @@ Plan MakePlan(const SweepOptions& o)
                                     "plan again",
                                     o.what.string()));
         }
-        plan = ReadSweepFolder(o.what);
-        if (plan.command != "run") {
-            throw Error(ExitCode::kUsage,
-                        fmt::format("{}: is the folder of amisim {}, which goes on with it",
-                                    o.what.string(), plan.command));
-        }
-        return plan;
+        return ReadPlanOf(o.what, "run");
     }
     if (o.what.extension() == ".toml") {
         plan = ReadPlanFile(o.what);
@@ -119,16 +113,8 @@ ExitCode Report(const Table& table, const PictureFormats& pictures, OutputFolder
     FlushOutput();
     folder.Put("table.csv", table.ToCsv());
     folder.Put("table.json", ToText(table.ToJson(), 2) + "\n");
-    folder.Put("report.html", SweepPage(table, pictures, {table.Metrics()}));
-    for (const PictureFormat format : kPictureFormats) {
-        const std::string name = fmt::format("sweep.{}", Name(format));
-        if (std::ranges::find(pictures, format) != pictures.end())
-            folder.Put(name, SweepPicture(table, table.Metrics()).File(format));
-        else
-            folder.Remove(name);
-    }
-    if (const std::string dropped = folder.Dropped(); !dropped.empty())
-        throw Error(ExitCode::kInput, fmt::format("{}: not written: {}", shown.string(), dropped));
+    PutReport(folder, "report", SweepPage(table, pictures, {table.Metrics()}), "sweep",
+              SweepPicture(table, table.Metrics()), pictures, shown);
     Print("Table:  {}\nReport: {}\n", (shown / "table.csv").string(),
           (shown / "report.html").string());
     return table.Count(Row::Status::kOk) == std::ssize(table.rows) ? ExitCode::kOk

@@ -158,8 +158,9 @@ ExitCode Report(const JitterTolerance& tolerance, const Plan& plan, const Pictur
     folder.Put("tolerance.json", ToText(ToJson(tolerance), 2) + "\n");
     folder.Put("tolerance.csv", PointsCsv(tolerance));
     folder.Put("trials.csv", TrialsCsv(tolerance));
-    PutReport(folder, kName, TolerancePage(tolerance, pictures), TolerancePicture(tolerance),
+    PutReport(folder, kName, TolerancePage(tolerance, pictures), kName, TolerancePicture(tolerance),
               pictures, shown);
+    Print("Report: {}\n", (shown / "tolerance.html").string());
     if (tolerance.missing > 0) return ExitCode::kCasesFailed;
     return tolerance.MeetsMask() == false ? ExitCode::kMaskMissed : ExitCode::kOk;
 }
@@ -211,7 +212,7 @@ ExitCode RunTolerance(const ToleranceOptions& o, const CLI::App& command, const 
                       const std::atomic<bool>& stop)
 {
     if (fs::is_directory(o.model)) {
-        const Plan plan = ReadJitterPlan(o, kName);
+        const Plan plan = ReadPlanOf(o.model, kName);
         const fs::path shown = ShownFolder(plan, o.model);
         EnterBase(plan);
         ToleranceOptions began = OptionsOf(plan, AddToleranceCommand);

@@ -114,8 +114,9 @@ ExitCode Report(const JitterTransfer& transfer, const Plan& plan, const PictureF
     PrintFailures(plan, CasesOfTransfer(plan, {}));
     folder.Put("transfer.json", ToText(ToJson(transfer), 2) + "\n");
     folder.Put("transfer.csv", ToCsv(transfer));
-    PutReport(folder, kName, TransferPage(transfer, pictures), TransferPicture(transfer), pictures,
-              shown);
+    PutReport(folder, kName, TransferPage(transfer, pictures), kName, TransferPicture(transfer),
+              pictures, shown);
+    Print("Report: {}\n", (shown / "transfer.html").string());
     if (transfer.missing > 0) return ExitCode::kCasesFailed;
     return transfer.MeetsMask() == false ? ExitCode::kMaskMissed : ExitCode::kOk;
 }
@@ -175,7 +176,7 @@ ExitCode RunTransfer(const TransferOptions& o, const CLI::App& command, const fs
                      const std::atomic<bool>& stop)
 {
     if (fs::is_directory(o.model)) {
-        const Plan plan = ReadJitterPlan(o, kName);
+        const Plan plan = ReadPlanOf(o.model, kName);
         const fs::path shown = ShownFolder(plan, o.model);
         EnterBase(plan);
         TransferOptions began = OptionsOf(plan, AddTransferCommand);

@@ -148,13 +148,8 @@ public:
 private:
     static std::set<std::string> NotForCases()
     {
-        CLI::App app;
-        GridOptions grid;
-        AddGridOptions(app, grid, "");
-        std::set<std::string> names = {"over",       "for", "confirm", "confirm-bits",
-                                       "adaptation", "out", "pictures"};
-        for (const CLI::Option* option : app.get_options())
-            names.insert(option->get_lnames().begin(), option->get_lnames().end());
+        std::set<std::string> names = GridOptionNames();
+        names.insert({"over", "for", "confirm", "confirm-bits", "adaptation", "out", "pictures"});
         return names;
     }
 
@@ -240,8 +235,9 @@ private:
         folder.Put("tune.json", ToText(ToJson(tuning), 2) + "\n");
         folder.Put("tune.csv", ToCsv(tuning));
         const GridReport report{{figure_.AsMetric()}, "Tuning", "tune", "tune", ToHtml(tuning)};
-        PutReport(folder, "tune", SweepPage(tuning.searched, o_.pictures, report),
+        PutReport(folder, "tune", SweepPage(tuning.searched, o_.pictures, report), "tune",
                   SweepPicture(tuning.searched, report.metrics), o_.pictures, shown);
+        Print("Report: {}\n", (shown / "tune.html").string());
     }
 
     const TuneOptions& o_;

@@ -43,4 +43,17 @@ std::vector<std::string> MaskNames(FrequencyMask::Kind kind);
 ///         line
 FrequencyMask FindMask(FrequencyMask::Kind kind, const std::string& nameOrFile, double bitRate);
 
+/// The point where a mask has the least margin; null where it says nothing of any.
+/// @param found  has points and MarginAt
+template <typename Found>
+auto TightestOf(const Found& found) -> decltype(found.points.data())
+{
+    decltype(found.points.data()) tightest = nullptr;
+    for (const auto& point : found.points) {
+        const auto margin = found.MarginAt(point);
+        if (margin && (!tightest || *margin < *found.MarginAt(*tightest))) tightest = &point;
+    }
+    return tightest;
+}
+
 }  // namespace amisim

@@ -7,23 +7,18 @@
 #include <numbers>
 #include <unsupported/Eigen/FFT>
 
+#include "base/StraightLine.hpp"
+
 namespace amisim {
 namespace {
 
 /// Less the straight line of least squares through them.
 std::vector<double> WithoutLine(std::span<const double> values)
 {
-    const auto count = static_cast<double>(values.size());
-    const double middle = (count - 1) / 2;
-    double sum = 0, product = 0;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        sum += values[i];
-        product += values[i] * (static_cast<double>(i) - middle);
-    }
-    const double slope = product / (count * (count * count - 1) / 12);
+    StraightLine line;
+    for (std::size_t i = 0; i < values.size(); ++i) line.Add(static_cast<double>(i), values[i]);
     std::vector<double> rest(values.begin(), values.end());
-    for (std::size_t i = 0; i < rest.size(); ++i)
-        rest[i] -= sum / count + slope * (static_cast<double>(i) - middle);
+    for (std::size_t i = 0; i < rest.size(); ++i) rest[i] -= line.At(static_cast<double>(i));
     return rest;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/JsonNumber.hpp"
 #include "base/Text.hpp"
 #include "host/jitter/Frequency.hpp"
 
@@ -12,16 +13,6 @@ namespace amisim {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-Json OrNull(const std::optional<double>& value)
-{
-    return value ? Json(*value) : Json();
-}
-
-std::optional<double> NumberOf(const Json& json)
-{
-    return json.is_null() ? std::nullopt : std::optional(json.get<double>());
-}
 
 Json ToJson(const ToleranceTrial& trial)
 {
@@ -82,12 +73,7 @@ std::optional<double> JitterTolerance::MarginAt(const TolerancePoint& point) con
 
 const TolerancePoint* JitterTolerance::Tightest() const
 {
-    const TolerancePoint* tightest = nullptr;
-    for (const TolerancePoint& point : points) {
-        const auto margin = MarginAt(point);
-        if (margin && (!tightest || *margin < *MarginAt(*tightest))) tightest = &point;
-    }
-    return tightest;
+    return TightestOf(*this);
 }
 
 std::optional<bool> JitterTolerance::MeetsMask() const

@@ -32,6 +32,7 @@ TolerancePoint TolerancePointOf(const nlohmann::ordered_json& json);
 double FirstGuess(const std::optional<FrequencyMask>& mask, double frequency, double bitRate);
 
 /// A receiver's jitter tolerance and what it was found with.
+// NOLINTNEXTLINE(bugprone-exception-escape): JSON that is moved throws nothing
 struct JitterTolerance
 {
     std::string model, signal;  // in words

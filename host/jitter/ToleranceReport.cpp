@@ -8,8 +8,7 @@
 
 #include "base/Text.hpp"
 #include "host/jitter/Frequency.hpp"
-#include "host/pages/Html.hpp"
-#include "host/pictures/LinePlot.hpp"
+#include "host/jitter/JitterReport.hpp"
 
 namespace amisim {
 namespace {
@@ -24,22 +23,13 @@ std::string Percent(double part)
     return fmt::format("{:+.1f} %", 100 * part);
 }
 
-std::string Cell(const std::optional<double>& value)
-{
-    return value ? fmt::format("{:.6g}", *value) : "";
-}
-
-/// "mask stm-64: passed, margin +6.1 % at 4 MHz"
 std::string VerdictText(const JitterTolerance& tolerance)
 {
+    if (!tolerance.mask) return "";
     const TolerancePoint* const tightest = tolerance.Tightest();
-    if (!tightest) return tolerance.mask ? "mask " + tolerance.mask->name + ": not known" : "";
-    const auto meets = tolerance.MeetsMask();
-    return fmt::format("mask {}: {}, margin {} at {}", tolerance.mask->name,
-                       !meets   ? "not known yet"
-                       : *meets ? "passed"
-                                : "failed",
-                       Percent(*tolerance.MarginAt(*tightest)), FrequencyText(tightest->frequency));
+    return VerdictText(*tolerance.mask, tolerance.MeetsMask(),
+                       tightest ? Percent(*tolerance.MarginAt(*tightest)) : "",
+                       tightest ? tightest->frequency : 0);
 }
 
 std::string WithoutSine(const JitterTolerance& tolerance)
@@ -70,15 +60,10 @@ constexpr const char* kHeadings[] = {"Frequency", "Passes", "Fails", "Mask", "Ma
 
 plot::LinePlot PlotOf(const JitterTolerance& tolerance)
 {
-    constexpr double kBeside = 1.3;  // of the axis, on either side of the frequencies
     plot::LinePlot plot;
-    plot.across = "Frequency of the sine, Hz";
     plot.upwards = "Sinusoidal jitter, UI peak to peak";
-    plot.scale = plot.scaleAcross = plot::Scale::kLogarithmic;
-    if (!tolerance.points.empty()) {
-        plot.acrossFrom = tolerance.points.front().frequency / kBeside;
-        plot.acrossTo = tolerance.points.back().frequency * kBeside;
-    }
+    plot.scale = plot::Scale::kLogarithmic;
+    SetFrequencies(plot, tolerance.points);
     plot::Curve passed{{}, {}, {.colour = colours::kGreen, .width = 0}, "passed", true};
     plot::Curve failed{{}, {}, {.colour = colours::kVermilion, .width = 0}, "failed", true};
     plot::Curve middle{{}, {}, {.colour = colours::kBlue}, "tolerated"};
@@ -92,15 +77,8 @@ plot::LinePlot PlotOf(const JitterTolerance& tolerance)
         middle.y.push_back(point.passes ? *point.Middle() : NAN);
     }
     plot.curves = {middle, passed, failed};
-    if (tolerance.mask && !tolerance.points.empty()) {
-        plot::Curve mask{{}, {}, {.colour = colours::kInk, .dash = 5}, tolerance.mask->name};
-        for (const auto& [frequency, value] :
-             tolerance.mask->Within(plot.acrossFrom, plot.acrossTo)) {
-            mask.x.push_back(frequency);
-            mask.y.push_back(value);
-        }
-        plot.curves.push_back(std::move(mask));
-    }
+    if (tolerance.mask && !tolerance.points.empty())
+        plot.curves.push_back(MaskCurve(*tolerance.mask, plot.acrossFrom, plot.acrossTo));
     return plot;
 }
 
@@ -129,9 +107,9 @@ std::string PointsCsv(const JitterTolerance& tolerance)
         "frequency_hz,passes_ui_pp,fails_ui_pp,tolerance_ui_pp,mask_ui_pp,margin,trials\n";
     for (const TolerancePoint& point : tolerance.points) {
         const auto limit = tolerance.mask ? tolerance.mask->At(point.frequency) : std::nullopt;
-        text += fmt::format("{},{},{},{},{},{},{}\n", point.frequency, Cell(point.passes),
-                            Cell(point.fails), Cell(point.Middle()), Cell(limit),
-                            Cell(tolerance.MarginAt(point)), point.trials.size());
+        text += fmt::format("{},{},{},{},{},{},{}\n", point.frequency, CsvNumber(point.passes),
+                            CsvNumber(point.fails), CsvNumber(point.Middle()), CsvNumber(limit),
+                            CsvNumber(tolerance.MarginAt(point)), point.trials.size());
     }
     return text;
 }
@@ -160,28 +138,16 @@ Picture TolerancePicture(const JitterTolerance& tolerance)
 std::string TolerancePage(const JitterTolerance& tolerance, const PictureFormats& pictures)
 {
     using html::Escaped;
-    std::string text = html::Begin("Jitter tolerance of " + tolerance.model);
+    std::string text = PageHead("Jitter tolerance of " + tolerance.model, tolerance.signal,
+                                VerdictText(tolerance), tolerance.MeetsMask());
     const auto out = std::back_inserter(text);
-    fmt::format_to(out, "<p class=\"faint\">{}</p>\n", Escaped(tolerance.signal));
-    const auto meets = tolerance.MeetsMask();
-    if (const std::string verdict = VerdictText(tolerance); !verdict.empty()) {
-        fmt::format_to(out, "<p{}><strong>{}</strong></p>\n",
-                       meets == false ? " class=\"alarm\"" : "", Escaped(verdict));
-    }
-    fmt::format_to(out, "<p>Error ratio tested: {}. Without the sine: {}.{}</p>\n<p>",
+    fmt::format_to(out, "<p>Error ratio tested: {}. Without the sine: {}.{}</p>\n",
                    Tested(tolerance), WithoutSine(tolerance),
                    tolerance.missing > 0
                        ? fmt::format(" {} frequencies have no result.", tolerance.missing)
                        : "");
-    fmt::format_to(out,
-                   "<a href=\"tolerance.json\">tolerance.json</a>, <a "
-                   "href=\"tolerance.csv\">tolerance.csv</a>, <a "
-                   "href=\"trials.csv\">trials.csv</a>");
-    for (const PictureFormat format : pictures)
-        fmt::format_to(out, ", <a href=\"tolerance.{0}\">tolerance.{0}</a>", Name(format));
-    text += "</p>\n";
-    for (const std::string& note : tolerance.Notes())
-        fmt::format_to(out, "<p class=\"alarm\">{}</p>\n", Escaped(note));
+    text += PageLinks({"tolerance.json", "tolerance.csv", "trials.csv"}, "tolerance", pictures,
+                      tolerance.Notes());
     const plot::LinePlot plot = PlotOf(tolerance);
     const Area whole{0, 0, plot::kWidth, 350};
     const Picture picture{whole.width, whole.height,
@@ -189,18 +155,10 @@ std::string TolerancePage(const JitterTolerance& tolerance, const PictureFormats
     fmt::format_to(out,
                    "<figure><img alt=\"Tolerated jitter over frequency\" src=\"{}\"></figure>\n",
                    html::DataUri(picture.File(PictureFormat::kSvg), "image/svg+xml"));
-    text += "<div class=\"wide\"><table class=\"cases\">\n<thead><tr>";
-    for (const char* heading : kHeadings)
-        fmt::format_to(out, "<th scope=\"col\" class=\"n\">{}</th>", heading);
-    text += "</tr></thead>\n<tbody>\n";
-    for (const TolerancePoint& point : tolerance.points) {
-        text += "<tr>";
-        for (const std::string& cell : RowOf(tolerance, point))
-            fmt::format_to(out, "<td class=\"n\">{}</td>", Escaped(cell));
-        text += "</tr>\n";
-    }
+    text += PageTable(kHeadings, tolerance.points,
+                      [&](const TolerancePoint& point) { return RowOf(tolerance, point); });
     text +=
-        "</tbody></table></div>\n<h2>Trials</h2>\n<div class=\"wide\"><table class=\"cases\">\n"
+        "<h2>Trials</h2>\n<div class=\"wide\"><table class=\"cases\">\n"
         "<thead><tr><th scope=\"col\" class=\"n\">Frequency</th><th scope=\"col\" "
         "class=\"n\">Amplitude, UI peak to peak</th><th scope=\"col\" class=\"n\">Bits</th>"
         "<th scope=\"col\" class=\"n\">Errors</th><th scope=\"col\">Outcome</th></tr></thead>\n"

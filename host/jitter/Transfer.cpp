@@ -6,6 +6,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/JsonNumber.hpp"
 #include "base/Text.hpp"
 #include "host/jitter/Frequency.hpp"
 
@@ -15,16 +16,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr double kBandwidthDb = -3;
-
-Json OrNull(const std::optional<double>& value)
-{
-    return value ? Json(*value) : Json();
-}
-
-std::optional<double> NumberOf(const Json& json)
-{
-    return json.is_null() ? std::nullopt : std::optional(json.get<double>());
-}
 
 }  // namespace
 
@@ -118,12 +109,7 @@ std::optional<double> JitterTransfer::MarginAt(const TransferPoint& point) const
 
 const TransferPoint* JitterTransfer::Tightest() const
 {
-    const TransferPoint* tightest = nullptr;
-    for (const TransferPoint& point : points) {
-        const auto margin = MarginAt(point);
-        if (margin && (!tightest || *margin < *MarginAt(*tightest))) tightest = &point;
-    }
-    return tightest;
+    return TightestOf(*this);
 }
 
 std::optional<bool> JitterTransfer::MeetsMask() const

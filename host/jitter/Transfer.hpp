@@ -41,6 +41,7 @@ nlohmann::ordered_json ToJson(const Generation& generation);
 Generation GenerationFrom(const nlohmann::ordered_json& json);
 
 /// A receiver's jitter transfer and what it was found with.
+// NOLINTNEXTLINE(bugprone-exception-escape): JSON that is moved throws nothing
 struct JitterTransfer
 {
     std::string model, signal;  // in words

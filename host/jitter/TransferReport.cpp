@@ -8,24 +8,16 @@
 
 #include "base/Text.hpp"
 #include "host/jitter/Frequency.hpp"
-#include "host/pages/Html.hpp"
-#include "host/pictures/LinePlot.hpp"
+#include "host/jitter/JitterReport.hpp"
 
 namespace amisim {
 namespace {
-
-using html::Escaped;
 
 constexpr const char* kHeadings[] = {"Amplitude", "Frequency", "Gain", "Phase", "Mask", "Errors"};
 
 std::string Decibels(const std::optional<double>& value)
 {
     return value ? fmt::format("{:.2f} dB", *value) : "-";
-}
-
-std::string Cell(const std::optional<double>& value)
-{
-    return value ? fmt::format("{:.6g}", *value) : "";
 }
 
 std::vector<std::string> RowOf(const JitterTransfer& transfer, const TransferPoint& point)
@@ -61,13 +53,9 @@ std::string VerdictText(const JitterTransfer& transfer)
 {
     if (!transfer.mask) return "";
     const TransferPoint* const tightest = transfer.Tightest();
-    if (!tightest) return fmt::format("mask {}: not known", transfer.mask->name);
-    const auto meets = transfer.MeetsMask();
-    return fmt::format("mask {}: {}, margin {:+.2f} dB at {}", transfer.mask->name,
-                       !meets   ? "not known yet"
-                       : *meets ? "passed"
-                                : "failed",
-                       *transfer.MarginAt(*tightest), FrequencyText(tightest->frequency));
+    return VerdictText(*transfer.mask, transfer.MeetsMask(),
+                       tightest ? fmt::format("{:+.2f} dB", *transfer.MarginAt(*tightest)) : "",
+                       tightest ? tightest->frequency : 0);
 }
 
 plot::Curve CurveOf(const JitterTransfer& transfer, std::size_t which,
@@ -90,28 +78,13 @@ std::vector<plot::LinePlot> PlotsOf(const JitterTransfer& transfer)
     plot::LinePlot gain, phase;
     gain.upwards = "Gain, dB";
     phase.upwards = "Phase, degrees";
-    for (plot::LinePlot* plot : {&gain, &phase}) {
-        plot->across = "Frequency of the sine, Hz";
-        plot->scaleAcross = plot::Scale::kLogarithmic;
-        if (transfer.points.empty()) continue;
-        const auto [low, high] =
-            std::ranges::minmax(transfer.points, {}, &TransferPoint::frequency);
-        plot->acrossFrom = low.frequency / 1.3;
-        plot->acrossTo = high.frequency * 1.3;
-    }
+    for (plot::LinePlot* plot : {&gain, &phase}) SetFrequencies(*plot, transfer.points);
     for (std::size_t which = 0; which < transfer.amplitudes.size(); ++which) {
         gain.curves.push_back(CurveOf(transfer, which, &TransferPoint::gainDb));
         phase.curves.push_back(CurveOf(transfer, which, &TransferPoint::phaseDeg));
     }
-    if (transfer.mask && !transfer.points.empty()) {
-        plot::Curve mask{{}, {}, {.colour = colours::kInk, .dash = 5}, transfer.mask->name};
-        for (const auto& [frequency, value] :
-             transfer.mask->Within(gain.acrossFrom, gain.acrossTo)) {
-            mask.x.push_back(frequency);
-            mask.y.push_back(value);
-        }
-        gain.curves.push_back(std::move(mask));
-    }
+    if (transfer.mask && !transfer.points.empty())
+        gain.curves.push_back(MaskCurve(*transfer.mask, gain.acrossFrom, gain.acrossTo));
     return {gain, phase};
 }
 
@@ -154,8 +127,8 @@ std::string ToCsv(const JitterTransfer& transfer)
     for (const TransferPoint& point : transfer.points) {
         const auto limit = transfer.mask ? transfer.mask->At(point.frequency) : std::nullopt;
         text += fmt::format("{},{},{},{},{},{},{}\n", point.amplitude, point.frequency,
-                            Cell(point.gainDb), Cell(point.phaseDeg), Cell(limit), point.errors,
-                            point.bits);
+                            CsvNumber(point.gainDb), CsvNumber(point.phaseDeg), CsvNumber(limit),
+                            point.errors, point.bits);
     }
     return text;
 }
@@ -167,41 +140,22 @@ Picture TransferPicture(const JitterTransfer& transfer)
 
 std::string TransferPage(const JitterTransfer& transfer, const PictureFormats& pictures)
 {
-    std::string text = html::Begin("Jitter transfer of " + transfer.model);
+    std::string text = PageHead("Jitter transfer of " + transfer.model, transfer.signal,
+                                VerdictText(transfer), transfer.MeetsMask());
     const auto out = std::back_inserter(text);
-    fmt::format_to(out, "<p class=\"faint\">{}</p>\n", Escaped(transfer.signal));
-    if (const std::string verdict = VerdictText(transfer); !verdict.empty()) {
-        fmt::format_to(out, "<p{}><strong>{}</strong></p>\n",
-                       transfer.MeetsMask() == false ? " class=\"alarm\"" : "", Escaped(verdict));
-    }
     for (const double amplitude : transfer.amplitudes)
         fmt::format_to(out, "<p>{}</p>\n", SummaryOf(transfer, amplitude));
     fmt::format_to(
         out, "<p>Jitter generation: {}.{}</p>\n", GenerationText(transfer),
         transfer.missing > 0 ? fmt::format(" {} points have no result.", transfer.missing) : "");
-    text +=
-        "<p><a href=\"transfer.json\">transfer.json</a>, "
-        "<a href=\"transfer.csv\">transfer.csv</a>";
-    for (const PictureFormat format : pictures)
-        fmt::format_to(out, ", <a href=\"transfer.{0}\">transfer.{0}</a>", Name(format));
-    text += "</p>\n";
-    for (const std::string& note : transfer.Notes())
-        fmt::format_to(out, "<p class=\"alarm\">{}</p>\n", Escaped(note));
+    text += PageLinks({"transfer.json", "transfer.csv"}, "transfer", pictures, transfer.Notes());
     fmt::format_to(
         out, "<figure><img alt=\"Gain and phase over frequency\" src=\"{}\"></figure>\n",
         html::DataUri(plot::PlotsPicture(PlotsOf(transfer), {}).File(PictureFormat::kSvg),
                       "image/svg+xml"));
-    text += "<div class=\"wide\"><table class=\"cases\">\n<thead><tr>";
-    for (const char* heading : kHeadings)
-        fmt::format_to(out, "<th scope=\"col\" class=\"n\">{}</th>", heading);
-    text += "</tr></thead>\n<tbody>\n";
-    for (const TransferPoint& point : transfer.points) {
-        text += "<tr>";
-        for (const std::string& cell : RowOf(transfer, point))
-            fmt::format_to(out, "<td class=\"n\">{}</td>", Escaped(cell));
-        text += "</tr>\n";
-    }
-    return text + "</tbody></table></div>\n" + std::string(html::kEnd);
+    text += PageTable(kHeadings, transfer.points,
+                      [&](const TransferPoint& point) { return RowOf(transfer, point); });
+    return text + std::string(html::kEnd);
 }
 
 }  // namespace amisim

@@ -9,7 +9,6 @@
 #include "host/pages/WriteResults.hpp"
 #include "host/results/BulkFile.hpp"
 #include "host/results/WaveWriter.hpp"
-#include "host/run/Agreement.hpp"
 
 namespace amisim {
 namespace {
@@ -94,11 +93,11 @@ RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<
 /// What is read and so must not be written over.
 std::vector<fs::path> RunJob::Inputs() const
 {
-    std::vector<fs::path> inputs = options_.signal.Files();
+    std::vector<fs::path> inputs;
     const auto add = [&](const std::vector<fs::path>& files) {
         inputs.insert(inputs.end(), files.begin(), files.end());
     };
-    for (const SegmentOptions& segment : options_.earlier) add(segment.signal.Files());
+    for (const SegmentOptions* segment : options_.Segments()) add(segment->signal.Files());
     for (const SegmentModels& models : models_) {
         add(models.receiver.files);
         if (models.transmitter) add(models.transmitter->files);

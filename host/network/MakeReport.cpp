@@ -40,9 +40,7 @@ NetworkReport MakeReport(const SignalOptions& options, const std::string& limits
     if (!limits.empty()) report.limits = FindLimits(limits);
     const ChannelReading reading = ReadingOf(options);
     const ChannelNetwork network = ReadNetwork(options.touchstone, reading);
-    std::vector<std::filesystem::path> names;
-    for (const auto& path : options.touchstone) names.push_back(path.filename());
-    report.name = NameOf(names);
+    report.name = ShortNameOf(options.touchstone);
     report.bitRate = options.bitRate;
     const ChannelResponse channel =
         MakeChannel(network, NameOf(options.touchstone), reading, options.SampleInterval());

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
+#include "base/StraightLine.hpp"
 #include "touchstone/Interpolation.hpp"
 
 namespace amisim {
@@ -24,24 +24,17 @@ std::vector<double> Decibels(const FrequencyResponse& response, double sign)
 /// A straight line over the logarithm of the frequency; NaN outside its range.
 std::vector<double> LogarithmicFit(const std::vector<double>& f, const std::vector<double>& db)
 {
-    double n = 0.0, x = 0.0, y = 0.0, xx = 0.0, xy = 0.0;
     const auto isInside = [&](std::size_t k) {
         return f[k] >= kRatioFrom && f[k] <= kRatioTo && std::isfinite(db[k]);
     };
+    StraightLine line;
     for (std::size_t k = 0; k < f.size(); ++k) {
-        if (!isInside(k)) continue;
-        const double log = std::log(f[k]);
-        n += 1.0;
-        x += log;
-        y += db[k];
-        xx += log * log;
-        xy += log * db[k];
+        if (isInside(k)) line.Add(std::log(f[k]), db[k]);
     }
-    const double spread = xx - x * x / n;
-    const double slope = spread > 0.0 ? (xy - x * y / n) / spread : 0.0;
+    const bool isPoint = !(line.Spread() > 0.0);
     std::vector<double> fit;
     for (std::size_t k = 0; k < f.size(); ++k)
-        fit.push_back(isInside(k) ? y / n + slope * (std::log(f[k]) - x / n) : NAN);
+        fit.push_back(!isInside(k) ? NAN : isPoint ? db[k] : line.At(std::log(f[k])));
     return fit;
 }
 
@@ -52,19 +45,11 @@ std::vector<double> CrosstalkRatio(const FrequencyResponse& through,
     std::vector<double> power(through.frequency.size());
     for (const CrosstalkTerm& term : crosstalk) {
         const auto& f = term.response.frequency;
-        const bool isSame = f == through.frequency;
-        // Between its points only the magnitude is asked for, which turns with no delay.
-        std::vector<std::complex<double>> straight = term.response.value;
-        const double delay = MeanDelay(term.response);
-        for (std::size_t k = 0; k < f.size(); ++k)
-            straight[k] *= std::polar(1.0, 2.0 * std::numbers::pi * f[k] * delay);
-        const Spline spline(f, straight);
+        const FrequencyResponse there =
+            f == through.frequency ? term.response : OnGrid(term.response, through.frequency);
         for (std::size_t k = 0; k < power.size(); ++k) {
             const double at = through.frequency[k];
-            const bool isInside = at >= f.front() && at <= f.back();
-            power[k] += isSame     ? std::norm(term.response.value[k])
-                        : isInside ? std::norm(spline(at))
-                                   : NAN;
+            power[k] += at >= f.front() && at <= f.back() ? std::norm(there.value[k]) : NAN;
         }
     }
     std::vector<double> db;

@@ -10,16 +10,10 @@ namespace {
 
 using plot::Curve;
 using plot::LinePlot;
+using plot::Scaled;
 
 constexpr int kLimitPoints = 200;
 constexpr double kMostLoss = 80.0, kLeastGain = -100.0;  // dB that is shown
-
-std::vector<double> Scaled(const std::vector<double>& values, double factor)
-{
-    std::vector<double> result;
-    for (const double v : values) result.push_back(v * factor);
-    return result;
-}
 
 class Pictures
 {

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "base/JsonNumber.hpp"
 #include "host/network/NetworkPage.hpp"
 #include "host/network/NetworkPlots.hpp"
 #include "host/results/ResultJson.hpp"
@@ -14,12 +15,6 @@ namespace amisim {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// null where it is not known.
-Json Known(double value)
-{
-    return std::isfinite(value) ? Json(value) : Json(nullptr);
-}
 
 Json VerdictJson(const LimitVerdict& verdict)
 {
@@ -104,7 +99,7 @@ Json ToJson(const NetworkReport& r)
                  {"points", r.figures.frequency.size()},
                  {"reference_ohms", r.figures.reference}};
     for (const NetworkCurve& curve : r.figures.curves)
-        json["at_half_bit_rate"][std::string(curve.name)] = Known(r.AtHalfRate(curve.name));
+        json["at_half_bit_rate"][std::string(curve.name)] = OrNull(r.AtHalfRate(curve.name));
     json["fit"] = {{"a0_db", fit.a[0]},
                    {"a1_db_per_root_hz", fit.a[1]},
                    {"a2_db_per_hz", fit.a[2]},

@@ -63,7 +63,6 @@ void AddLinkOptions(CLI::App& run)
 /// The file's segments; of what it says of the whole the command line's options replace some.
 void TakeLinkFile(const CLI::App& run, RunOptions& options)
 {
-    const std::string where = options.model.string();
     const auto sets = run.get_option("--set")->results();
     LinkFile file = ReadLinkFile(options.model, run, sets);
     for (const CLI::Option* option : run.get_options()) {

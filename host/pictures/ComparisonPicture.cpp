@@ -14,6 +14,7 @@ namespace {
 
 using plot::Curve;
 using plot::LinePlot;
+using plot::Scaled;
 
 constexpr double kLowestRatio = 1e-15;  // that a bathtub shows
 constexpr double kSampled = 0.5;        // UI after the clock edge
@@ -21,12 +22,6 @@ constexpr double kSampled = 0.5;        // UI after the clock edge
 Colour ColourOf(std::size_t result)
 {
     return colours::kCurves[result % colours::kCurves.size()];
-}
-
-std::vector<double> Scaled(std::vector<double> values, double factor, double offset)
-{
-    for (double& v : values) v = v * factor + offset;
-    return values;
 }
 
 LinePlot Bathtubs(const std::vector<ComparedCurves>& results, Bathtub SavedCurves::*which)
@@ -43,8 +38,8 @@ LinePlot Bathtubs(const std::vector<ComparedCurves>& results, Bathtub SavedCurve
         const Bathtub &counted = results[i].counted.*which, &computed = results[i].computed.*which;
         const auto draw = [&](const Bathtub& tub, const std::vector<double>& ratios, Stroke stroke,
                               const std::string& label) {
-            plot.curves.push_back({time ? Scaled(tub.x, 1, -kSampled) : Scaled(tub.x, 1000, 0),
-                                   ratios, stroke, label});
+            plot.curves.push_back(
+                {time ? Scaled(tub.x, 1, -kSampled) : Scaled(tub.x, 1000), ratios, stroke, label});
             for (const double ratio : ratios) {
                 if (ratio > 0) least = std::min(least, ratio);
             }
@@ -95,7 +90,7 @@ LinePlot Outlines(const std::vector<ComparedCurves>& results)
         if (!contour) continue;
         const bool guessed = contour->extrapolated || contour->computed;
         Curve curve{Scaled(contour->phase, 1, -kSampled),
-                    Scaled(contour->high, 1000, 0),
+                    Scaled(contour->high, 1000),
                     {ColourOf(i), 1.8, guessed ? 4.0 : 0.0},
                     results[i].name};
         for (std::size_t k = contour->phase.size(); k-- > 0;) {

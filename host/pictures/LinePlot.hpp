@@ -18,6 +18,13 @@ struct Curve
     std::vector<std::string> names = {};  // beside the points
 };
 
+/// Values in another unit, for a curve.
+inline std::vector<double> Scaled(std::vector<double> values, double factor, double offset = 0)
+{
+    for (double& value : values) value = value * factor + offset;
+    return values;
+}
+
 /// One panel with curves, its axes, ticks and key; a picture is one or several of them.
 struct LinePlot
 {

@@ -17,16 +17,10 @@ using plot::Curve;
 using plot::LinePlot;
 using plot::PlotsPicture;
 using plot::Scale;
+using plot::Scaled;
 
 constexpr double kLowestRatio = 1e-15;  // that a bathtub shows
 constexpr double kExact = 1e-9;         // UI: smaller errors of a clock are those of the arithmetic
-
-std::vector<double> Scaled(const std::vector<double>& values, double factor, double offset = 0)
-{
-    std::vector<double> result;
-    for (const double v : values) result.push_back(v * factor + offset);
-    return result;
-}
 
 class Pictures
 {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "base/JsonNumber.hpp"
 #include "host/results/EyeDensity.hpp"
 #include "host/results/SignalDescription.hpp"
 #include "host/results/Speed.hpp"
@@ -10,11 +11,6 @@ namespace amisim {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-Json OrNull(double value)
-{
-    return std::isfinite(value) ? Json(value) : Json(nullptr);
-}
 
 Json FitJson(const std::optional<TailFit>& fit)
 {
@@ -229,8 +225,8 @@ Json SegmentJson(const RunResult& r, const SegmentOptions& own)
                  {"verdict", r.lock ? Json(Name(*r.lock)) : Json(nullptr)},
                  {"errors", CountsJson(r.comparison)},
                  {"end_to_end", CountsJson(r.endToEnd ? r.endToEnd : r.comparison)},
-                 {"eye", r.eye ? EyeJson(*r.eye) : Json(nullptr)},
-                 {"input_eye", r.inputEye ? EyeJson(*r.inputEye) : Json(nullptr)},
+                 {"eye", r.eye ? EyesJson(*r.eye) : Json(nullptr)},
+                 {"input_eye", r.inputEye ? EyesJson(*r.inputEye) : Json(nullptr)},
                  {"statistical",
                   {{"input_eye", StatisticalJson(r.statisticalInput)},
                    {"eye", StatisticalJson(r.statisticalOutput)}}}};

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "base/TextFile.hpp"
+#include "host/channel/ChannelNetwork.hpp"
 
 namespace amisim {
 namespace {
@@ -38,12 +38,10 @@ Json ChannelJson(const SignalOptions& o)
 
 std::string ChannelName(const SignalOptions& o)
 {
-    std::vector<std::string> names;
-    for (const auto& path : o.touchstone) names.push_back(path.filename().string());
+    if (!o.touchstone.empty()) return ShortNameOf(o.touchstone);
     for (const auto& path : {o.impulse, o.step}) {
-        if (!path.empty()) names.push_back(path.filename().string());
+        if (!path.empty()) return path.filename().string();
     }
-    if (!names.empty()) return Joined(names, " + ");
     return o.lossDb > 0 ? fmt::format("{:g} dB line", o.lossDb) : "lossless line";
 }
 

@@ -69,7 +69,7 @@ ModelSlicers::Told ModelSlicers::Find(const std::vector<ParameterTrack>& given) 
         return told;
     };
     if (count_ == 3) {
-        if (const Told told = tell(OfFourLevels()); told.thresholds > 0) return told;
+        if (Told told = tell(OfFourLevels()); told.thresholds > 0) return told;
     }
     return tell(OfAnyLevels(count_));
 }
@@ -91,8 +91,7 @@ std::string ModelSlicers::Remark(const std::vector<ParameterTrack>& given) const
     }
     return told.thresholds == count_ && !std::ranges::is_sorted(told.slicers.thresholds)
                ? "the model's thresholds do not rise from the lower to the upper ones: such are "
-                 "not "
-                 "applied"
+                 "not applied"
                : "";
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Error.hpp"
+#include "base/StraightLine.hpp"
 
 namespace amisim {
 
@@ -53,19 +54,18 @@ void Retimer::FillUpTo(double time)
     const double begin = sent_.empty() ? -settings_.samplesPerBit : sent_.back().begin;
     const Symbol symbol = sent_.empty() ? Symbol{0} : sent_.back().symbol;
     const double unit = settings_.samplesPerBit;
-    const double missing = std::max(1.0, std::round((time - begin) / unit)) - 1;
-    const double step = (time - begin) / (missing + 1);
-    for (double n = 1; n <= missing; ++n) sent_.push_back({symbol, begin + n * step});
+    const auto units = std::max(1L, std::lround((time - begin) / unit));
+    const double step = (time - begin) / static_cast<double>(units);
+    for (long n = 1; n < units; ++n)
+        sent_.push_back({symbol, begin + static_cast<double>(n) * step});
 }
 
 /// At this place of the output, which runs straight between samples.
 Symbol Retimer::Decide(double time, double noise) const
 {
-    const double place = time - static_cast<double>(waveStart_);
-    const auto i = static_cast<std::size_t>(place);
-    const double value = wave_[i] + (wave_[i + 1] - wave_[i]) * (place - static_cast<double>(i));
-    const auto isBelow = [=](double threshold) { return value + noise > threshold; };
-    return static_cast<Symbol>(std::ranges::count_if(settings_.slicers.thresholds, isBelow));
+    const double value = StraightAt(wave_, time - static_cast<double>(waveStart_)) + noise;
+    const auto isExceeded = [value](double threshold) { return value > threshold; };
+    return static_cast<Symbol>(std::ranges::count_if(settings_.slicers.thresholds, isExceeded));
 }
 
 void Retimer::Add(std::span<const double> output, std::span<const double> clockTimes)

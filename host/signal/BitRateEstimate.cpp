@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Error.hpp"
+#include "base/StraightLine.hpp"
 
 namespace amisim {
 namespace {
@@ -26,7 +27,8 @@ public:
     {
         WavePoint point;
         double sum = 0, squares = 0, count = 0;
-        for (points_.Rewind(); points_.Next(point); ++count) {
+        for (points_.Rewind(); points_.Next(point);) {
+            count += 1;
             sum += point.value;
             squares += point.value * point.value;
         }
@@ -82,25 +84,6 @@ double MeanInterval(const std::vector<double>& distances, double interval, doubl
     return count > 0 ? sum / count : interval;
 }
 
-/// A straight line of least squares through points that come one by one.
-struct Line
-{
-    double count = 0, meanX = 0, meanY = 0, xx = 0, xy = 0, yy = 0;
-
-    void Add(double x, double y)
-    {
-        count += 1;
-        const double dx = x - meanX, dy = y - meanY;
-        meanX += dx / count;
-        meanY += dy / count;
-        xx += dx * (x - meanX);
-        xy += dx * (y - meanY);
-        yy += dy * (y - meanY);
-    }
-    double Slope() const { return xy / xx; }
-    double Residual() const { return std::sqrt(std::max(0.0, yy - xy * xy / xx) / (count - 2)); }
-};
-
 }  // namespace
 
 BitRateEstimate EstimateBitRate(WavePoints& points)
@@ -131,7 +114,7 @@ BitRateEstimate EstimateBitRate(WavePoints& points)
         interval = MeanInterval(distances, interval, longest);
     }
 
-    Line line;
+    StraightLine line;
     double number = 0, before = times[0];
     const auto add = [&](double time) {
         number += std::round((time - before) / interval);
@@ -146,8 +129,8 @@ BitRateEstimate EstimateBitRate(WavePoints& points)
     interval = line.Slope();
     estimate.bitRate = 1 / interval;
     estimate.jitter = line.Residual() / interval;
-    estimate.uncertainty = line.Residual() / std::sqrt(line.xx) / interval * 1e6;
-    estimate.crossings = static_cast<std::int64_t>(line.count);
+    estimate.uncertainty = line.Residual() / std::sqrt(line.Spread()) / interval * 1e6;
+    estimate.crossings = static_cast<std::int64_t>(line.Count());
     if (!(estimate.jitter < kLargestJitter)) {
         fail(
             fmt::format("no bit rate found: the crossings of the mean lie {:.2g} UI rms from even "

@@ -79,9 +79,7 @@ ChannelResponse MakeChannel(const SignalOptions& options,
 /// A channel's notes in one line.
 std::string Note(const std::vector<std::filesystem::path>& files, const ChannelResponse& channel)
 {
-    std::vector<std::filesystem::path> names;
-    for (const auto& path : files) names.push_back(path.filename());
-    return fmt::format("{}: {}", NameOf(names), Joined(channel.notes, "; "));
+    return fmt::format("{}: {}", ShortNameOf(files), Joined(channel.notes, "; "));
 }
 
 Transmitter::Settings TransmitterSettings(const SignalOptions& options, double peakToPeak,
@@ -108,7 +106,8 @@ std::vector<double> Road::EdgeResponse() const
     return response;
 }
 
-SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits, Symbols symbols)
+SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits,
+                         const Symbols& symbols)
     : options_(options), sentUnitInterval_(options.samplesPerBit)
 {
     options.Check();

@@ -41,7 +41,7 @@ public:
     /// @param symbols   makes sources of what is sent, each the same from its start, in place of
     ///                  the pattern of the options
     /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
-    SignalChain(const SignalOptions& options, std::int64_t heldBits, Symbols symbols = {});
+    SignalChain(const SignalOptions& options, std::int64_t heldBits, const Symbols& symbols = {});
 
     SignalChain(const SignalChain&) = delete;
     SignalChain& operator=(const SignalChain&) = delete;

@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 
+#include "base/JsonNumber.hpp"
 #include "base/Text.hpp"
 #include "host/analysis/Verdict.hpp"
 #include "host/results/ResultJson.hpp"
@@ -249,8 +250,7 @@ Json Table::ToJson() const
             json[number->column] = amisim::ToJson(*number, row.At(*number));
         for (const double ber : Ratios()) {
             for (const OpeningColumn& column : kOpeningColumns) {
-                const double value = column.Of(row, ber);
-                json[NameOf(column, ber)] = std::isnan(value) ? Json(nullptr) : Json(value);
+                json[NameOf(column, ber)] = OrNull(column.Of(row, ber));
             }
         }
         json["seconds"] = ran ? Json(row.seconds) : Json(nullptr);

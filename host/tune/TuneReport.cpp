@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/JsonNumber.hpp"
 #include "host/pages/Html.hpp"
 #include "host/sweep/SweepReport.hpp"
 
@@ -136,11 +137,6 @@ std::string HtmlTable(const std::vector<Line>& lines, bool headed)
         text += "</tr>\n";
     }
     return text + "</table></div>\n";
-}
-
-Json OrNull(const std::optional<double>& value)
-{
-    return value ? Json(*value) : Json(nullptr);
 }
 
 Json RunJson(const Tuning& tuning, const Row& row)
