@@ -54,6 +54,8 @@ PYBIND11_MODULE(_core, m)
         .def("report", &RunHandle::Report, "The text of report.html.")
         .def("curves", &RunHandle::Curves, "The curves' files by their names, as bytes.")
         .def("impulses", &RunHandle::Impulses, "The impulse responses from AMI_Init, V/s.")
+        .def("earlier", &RunHandle::TakeEarlier,
+             "The segments before the last, once: they are handed over.")
         .def_property_readonly("wave", &RunHandle::Wave)
         .def_property_readonly("clock", &RunHandle::Clock)
         .def_property_readonly("exit_code", &RunHandle::ExitCode)

@@ -92,13 +92,26 @@ RunHandle::RunHandle(const Settings& settings, py::object progress)
         if (settings.write) job.Write(result_);
         options_ = job.Options();
         model_ = job.Model();
-        dropped_ = job.Folder().Dropped();
+        for (std::size_t k = 0; k < result_.earlier.size(); ++k) {
+            std::unique_ptr<RunHandle> segment(new RunHandle);
+            segment->options_ = job.OptionsOf(k);
+            segment->model_ = job.ModelOf(k);
+            segment->result_ = result_.earlier[k];
+            earlier_.push_back(std::move(segment));
+        }
+        if (const std::string dropped = job.Folder().Dropped(); !dropped.empty())
+            dropped_ = fmt::format("{}: not written: {}", job.Options().out.string(), dropped);
         wave = std::move(recorder.wave);
         clock = std::move(recorder.clock);
     }
     watch.Rethrow();
-    wave_ = wave ? py::object(Array(std::move(wave))) : py::none();
+    if (wave) wave_ = Array(std::move(wave));
     clock_ = Array(std::move(clock));
+}
+
+std::vector<std::unique_ptr<RunHandle>> RunHandle::TakeEarlier()
+{
+    return std::move(earlier_);
 }
 
 std::string RunHandle::Json() const
@@ -137,7 +150,7 @@ int RunHandle::ExitCode() const
 std::string RunHandle::Failure() const
 {
     if (result_.failure) return FailureText(*result_.failure, result_.bits);
-    return fmt::format("{}: not written: {}", options_.out.string(), dropped_);
+    return dropped_;
 }
 
 }  // namespace amisim

@@ -118,13 +118,18 @@ RunResult RunJob::Run(BlockListener& listener)
 void RunJob::Write(RunResult& result)
 {
     for (std::size_t k = 0; k < segmentFolders_.size(); ++k) {
-        SimulationOptions own = options_;
-        static_cast<SegmentOptions&>(own) = options_.earlier[k];
-        own.earlier.clear();
-        WriteResults(result.earlier[k], own, models_[k].receiver, options_.pictures,
+        WriteResults(result.earlier[k], OptionsOf(k), ModelOf(k), options_.pictures,
                      *segmentFolders_[k]);
     }
     WriteResults(result, options_, Model(), options_.pictures, folder_);
+}
+
+SimulationOptions RunJob::OptionsOf(std::size_t segment) const
+{
+    SimulationOptions own = options_;
+    static_cast<SegmentOptions&>(own) = options_.earlier[segment];
+    own.earlier.clear();
+    return own;
 }
 
 /// A segment that others follow leaves what a run of its own would, in a folder of its own; what an

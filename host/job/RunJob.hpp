@@ -36,6 +36,9 @@ public:
     /// With the bit rate, where it was to be found.
     const RunOptions& Options() const { return options_; }
     const ModelSource& Model() const { return models_.back().receiver; }
+    /// A segment that others follow, from 0, as a run of its own.
+    SimulationOptions OptionsOf(std::size_t segment) const;
+    const ModelSource& ModelOf(std::size_t segment) const { return models_[segment].receiver; }
     const OutputFolder& Folder() const { return folder_; }
 
 private:

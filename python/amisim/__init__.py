@@ -8,15 +8,20 @@ docs/python.md walks through it.
 """
 
 from ._core import version as __version__
+from .channels import Channel, channel
 from .checks import Check, check
 from .errors import (CasesFailed, CheckFailed, Error, InputError, Interrupted, ModelCrashed,
                      ModelLoadError, ModelRefused, TimeLimitReached, UsageError, WarningsFound)
+from .jitter import Tolerance, Transfer, tolerance, transfer
+from .links import link
 from .results import Run
 from .runs import run, statistical
 from .sweeps import Sweep, sweep
+from .tuning import Tuning, tune
 
 __all__ = [
-    "CasesFailed", "Check", "CheckFailed", "Error", "InputError", "Interrupted", "ModelCrashed",
-    "ModelLoadError", "ModelRefused", "Run", "Sweep", "TimeLimitReached", "UsageError",
-    "WarningsFound", "check", "run", "statistical", "sweep",
+    "CasesFailed", "Channel", "Check", "CheckFailed", "Error", "InputError", "Interrupted",
+    "ModelCrashed", "ModelLoadError", "ModelRefused", "Run", "Sweep", "TimeLimitReached",
+    "Tolerance", "Transfer", "Tuning", "UsageError", "WarningsFound", "channel", "check", "link",
+    "run", "statistical", "sweep", "tolerance", "transfer", "tune",
 ]

@@ -71,7 +71,7 @@ class CasesFailed(Error):
 
 
 class WarningsFound(Error):
-    """A check that found warnings, with strict=True, or a mask that was not kept."""
+    """A check that found warnings, with strict=True; a mask or a limit that is missed."""
 
     exit_code = 10
 

@@ -1,4 +1,4 @@
-"""What sweeps and jitter tests share: many runs of a grid, in a folder that outlives them."""
+"""What sweeps, jitter tests and searches share: many runs of a grid, in a folder that outlives them."""
 
 from __future__ import annotations
 
@@ -6,8 +6,11 @@ import json
 import math
 import os
 import tempfile
+from functools import cached_property
 from pathlib import Path
 from typing import Any, Mapping
+
+import numpy as np
 
 from .errors import UsageError, for_exit_code
 from .programs import Finished, program
@@ -48,6 +51,39 @@ class GridResult(Record):
 
     def _repr_html_(self) -> str:
         return framed((self.folder / self._page).read_text())
+
+
+class CaseGrid(GridResult):
+    """One whose `cases` are settings of a grid, each in a folder."""
+
+    _settings = ""  # the member of a case that has its settings by name
+
+    @cached_property
+    def table(self) -> Table:
+        """A row for each case: its settings, then what was found."""
+        axes = {axis: column([case[self._settings][axis] for case in self["cases"]])
+                for axis in self._shape()}
+        return Table({**axes, **rows(self["cases"])})
+
+    def grid(self, name: str) -> np.ndarray:
+        """A column in the shape of the grid: an axis of the array for each of it."""
+        return self.table[name].reshape(list(self._shape().values()))
+
+    def result(self, number: int) -> Record:
+        """result.json of a case by its number, from 1."""
+        path = self.folder / self["cases"][number - 1]["folder"] / "result.json"
+        return Record(json.loads(path.read_text()))
+
+    def _shape(self) -> dict[str, int]:
+        plan = json.loads((self.folder / "plan.json").read_text())
+        return {axis["name"]: len(axis["values"]) for axis in plan["axes"]}
+
+
+def listed(values: Any) -> str:
+    """Values of an axis as the command line has them: with commas between."""
+    if isinstance(values, str) or not hasattr(values, "__iter__"):
+        return str(values)
+    return ",".join(str(v) for v in values)
 
 
 def rows(records: list[Record]) -> Table:
@@ -97,4 +133,7 @@ def _count(folder: Path, bar: Bar) -> None:
         return
     axes = json.loads(plan.read_text())["axes"]
     total = math.prod(len(axis["values"]) for axis in axes)
-    bar.update(min(sum(1 for _ in folder.glob("cases/*/case.json")), total), total)  # type: ignore[misc]
+    # A search runs the best of them once more.
+    total += sum(1 for _ in folder.glob("confirm/cases/*"))
+    done = sum(1 for cases in ("cases", "confirm/cases") for _ in folder.glob(f"{cases}/*/case.json"))
+    bar.update(min(done, total), total)  # type: ignore[misc]

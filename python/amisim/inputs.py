@@ -32,14 +32,15 @@ class Inputs:
             return os.fspath(value)
         if is_network(value):
             ports = np.asarray(value.s).shape[-1]
-            path = self._new(f"{option}.s{ports}p")
+            path = self.new(f"{option}.s{ports}p")
             path.write_text(touchstone(value, option))
             return str(path)
-        path = self._new(f"{option}.npy")
+        path = self.new(f"{option}.npy")
         np.save(path, _columns(option, value))
         return str(path)
 
-    def _new(self, name: str) -> Path:
+    def new(self, name: str) -> Path:
+        """Where a file of that name is to be written."""
         if not self._folder:
             self._folder = tempfile.TemporaryDirectory(prefix="amisim-")
         self._count += 1
@@ -54,10 +55,14 @@ def is_network(value: Any) -> bool:
 
 
 def channel_option(channel: Any) -> str:
-    """The option that a channel belongs to: S parameters, or an impulse response."""
+    """The option that a channel belongs to: S parameters, one or a cascade, or an impulse
+    response."""
     if isinstance(channel, (str, os.PathLike)):
         suffix = Path(os.fspath(channel)).suffix.lower()
         return "impulse" if suffix in (".csv", ".npy") else "touchstone"
+    if isinstance(channel, list):  # a cascade; of an impulse response it is rows
+        cascade = all(isinstance(c, (str, os.PathLike)) or is_network(c) for c in channel)
+        return "touchstone" if cascade else "impulse"
     return "touchstone" if is_network(channel) else "impulse"
 
 

@@ -11,6 +11,7 @@ import inspect
 import json
 import os
 from dataclasses import dataclass
+from keyword import iskeyword
 from typing import Any, Callable, Collection, Mapping
 
 from . import _core
@@ -31,7 +32,8 @@ class Option:
 
     @property
     def keyword(self) -> str:
-        return self.name.removeprefix("--").replace("-", "_")
+        name = self.name.removeprefix("--").replace("-", "_")
+        return name + "_" if iskeyword(name) else name
 
     @property
     def is_positional(self) -> bool:
@@ -59,11 +61,15 @@ class Option:
         return [f"{self.name}={text}" for text in texts]
 
 
-def _text(value: Any) -> str:
+def plain(value: Any) -> Any:
+    """A number of numpy's as Python's, a path as text."""
     if hasattr(value, "item"):
-        value = value.item()  # of numpy
-    if isinstance(value, os.PathLike):
-        return os.fspath(value)
+        value = value.item()
+    return os.fspath(value) if isinstance(value, os.PathLike) else value
+
+
+def _text(value: Any) -> str:
+    value = plain(value)
     return repr(value) if isinstance(value, float) else str(value)
 
 

@@ -11,7 +11,10 @@ from .errors import InputError
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
 
+    from .channels import Channel
+    from .jitter import Tolerance, Transfer
     from .results import Run
+    from .tuning import Tuning
 
 
 def new_axes(ax: "Axes | None") -> "Axes":
@@ -21,6 +24,62 @@ def new_axes(ax: "Axes | None") -> "Axes":
     import matplotlib.pyplot as plt
 
     return plt.subplots()[1]
+
+
+def tolerance(found: "Tolerance", ax: "Axes | None") -> "Axes":
+    ax = new_axes(ax)
+    table, trials = found.table, found.trials
+    ax.plot(table.frequency_hz, table.tolerance_ui_pp, label="tolerated")
+    for passed, name in ((1, "passed"), (0, "failed")):
+        dots = trials.where(passed=passed)
+        ax.plot(dots.frequency_hz, dots.amplitude_ui_pp, ".", label=name)
+    if found.mask is not None:
+        ax.plot(table.frequency_hz, table.mask_ui_pp, "--", label=f"mask {found.mask}")
+    ax.set(xscale="log", yscale="log", xlabel="Hz", ylabel="sinusoidal jitter, UI peak to peak")
+    ax.legend()
+    return ax
+
+
+def transfer(found: "Transfer", ax: "Axes | None") -> "Axes":
+    ax = new_axes(ax)
+    for amplitude in np.unique(found.table.amplitude_ui):
+        line = found.table.where(amplitude_ui=amplitude)
+        ax.plot(line.frequency_hz, line.gain_db, ".-", label=f"{amplitude:g} UI peak")
+    if found.mask is not None:
+        ax.plot(line.frequency_hz, line.mask_db, "--", label=f"mask {found.mask}")
+    ax.set(xscale="log", xlabel="Hz", ylabel="gain, dB")
+    ax.legend()
+    return ax
+
+
+def tuning(found: "Tuning", ax: "Axes | None") -> "Axes":
+    ax = new_axes(ax)
+    table = found.table
+    shape = found.grid("figure").shape
+    axes = list(table)[:len(shape)]
+    if len(shape) == 2:
+        image = ax.imshow(found.grid("figure"), aspect="auto", cmap="viridis")
+        for name, axis in zip(axes, (ax.yaxis, ax.xaxis)):
+            values = list(dict.fromkeys(table[name]))
+            axis.set_ticks(range(len(values)), [f"{value}" for value in values])
+            axis.set_label_text(name)
+        ax.figure.colorbar(image, ax=ax, label=found.figure)
+        return ax
+    x = table[axes[0]] if len(shape) == 1 else table["rank"]
+    ax.plot(x, table["figure"], ".-" if len(shape) == 1 else ".")
+    ax.set(xlabel=axes[0] if len(shape) == 1 else "rank", ylabel=found.figure)
+    return ax
+
+
+def channel(found: "Channel", ax: "Axes | None", names: tuple[str, ...]) -> "Axes":
+    ax = new_axes(ax)
+    table = found.curves.channel
+    losses = [name for name in table if name.endswith("_db") and "loss" in name]
+    for name in names or losses:
+        ax.plot(table.frequency_hz * 1e-9, table[name], label=name.removesuffix("_db"))
+    ax.set(xlabel="GHz", ylabel="dB", title=found["channel"])
+    ax.legend()
+    return ax
 
 
 def _table(run: "Run", name: str, **equal: Any) -> Any:

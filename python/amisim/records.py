@@ -143,9 +143,9 @@ class Table(Mapping[str, np.ndarray]):
 
 
 def column(values: Any) -> np.ndarray:
-    """Floats, nan where something is None; or texts, "" there."""
+    """Floats, nan where something is None or empty; or texts, "" there."""
     try:
-        return np.array([np.nan if v is None else v for v in values], dtype=float)
+        return np.array([np.nan if v is None or v == "" else v for v in values], dtype=float)
     except ValueError:
         return np.array(["" if v is None else v for v in values])
 

@@ -33,6 +33,8 @@ class Run(Record):
     impulses: a list of (samples,), V/s, the impulse responses as AMI_Init gave them back: the
         channel's, then the aggressors'
     eye.density, input_eye.density: see Density
+    runs: the Run of each segment of a link, in its order, the last of them this one; of those before
+        it waveform and clock times are not kept
     curves: the tables of the run's .csv files by the files' names, such as ``curves.bathtub``
 
     In a notebook it shows itself as the run's report.
@@ -59,6 +61,10 @@ class Run(Record):
     @cached_property
     def impulses(self) -> list[np.ndarray]:
         return self._handle.impulses()
+
+    @cached_property
+    def runs(self) -> list["Run"]:
+        return [*map(Run, self._handle.earlier()), self]
 
     @cached_property
     def curves(self) -> Record:
@@ -88,7 +94,7 @@ class Run(Record):
         return f"<amisim run of {self['model.name']}: {', '.join(found)}>"
 
     def __dir__(self) -> list[str]:
-        return [*super().__dir__(), "impulses", "curves", "report", "sample_interval_s",
+        return [*super().__dir__(), "impulses", "runs", "curves", "report", "sample_interval_s",
                 "plot_eye", "plot_bathtub", "plot_tie", "plot_wave"]
 
     def plot_eye(self, ax: "Axes | None" = None, *, which: str = "eye") -> "Axes":

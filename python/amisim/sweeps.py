@@ -2,19 +2,14 @@
 
 from __future__ import annotations
 
-import json
 import os
-from functools import cached_property
 from typing import TYPE_CHECKING, Any, Mapping
 
-import numpy as np
-
 from .errors import CasesFailed
-from .grids import FOR_TERMINALS, GridResult, refuse_for_terminals, rows, run_grid
+from .grids import FOR_TERMINALS, CaseGrid, listed, refuse_for_terminals, run_grid
 from .inputs import Inputs
 from .options import COMMANDS, documented
 from .progress import Progress
-from .records import Record, Table, column
 from .runs import run_arguments
 
 if TYPE_CHECKING:
@@ -23,31 +18,15 @@ if TYPE_CHECKING:
     from ._options import SweepOptions
 
 
-class Sweep(GridResult):
+class Sweep(CaseGrid):
     """A sweep's table, by the names of table.json (docs/sweep.md): `axes`, `cases`, and how many
-    are `ok`, `failed` and `missing`.
+    are `ok`, `failed` and `missing`; `table` has a row for each case.
 
     folder: where everything is
     exit_code: that of the command line; 9 where cases failed
     """
 
-    _json, _page = "table.json", "report.html"
-
-    @cached_property
-    def table(self) -> Table:
-        """A row for each case: its axes, then what was found."""
-        axes = {axis["name"]: column([case["axes"][axis["name"]] for case in self["cases"]])
-                for axis in self["axes"]}
-        return Table({**axes, **rows(self["cases"])})
-
-    def grid(self, name: str) -> np.ndarray:
-        """A column in the shape of the grid: an axis of the array for each of the sweep."""
-        return self.table[name].reshape([len(axis["values"]) for axis in self["axes"]])
-
-    def result(self, number: int) -> Record:
-        """result.json of a case by its number, from 1."""
-        path = self.folder / self["cases"][number - 1]["folder"] / "result.json"
-        return Record(json.loads(path.read_text()))
+    _json, _page, _settings = "table.json", "report.html", "axes"
 
     def _counts(self) -> str:
         return f"{self['ok']} cases ok, {self['failed']} failed, {self['missing']} missing"
@@ -74,15 +53,9 @@ def sweep(what: str | os.PathLike[str], /, channel: Any = None, *,
     refuse_for_terminals("sweep", options)
     own = {name: value for name, value in options.items() if name in command.options}
     others = {name: value for name, value in options.items() if name not in command.options}
-    axes = {name: _listed(values) for name, values in (grid or {}).items()}
+    axes = {name: listed(values) for name, values in (grid or {}).items()}
     with Inputs() as inputs:
         behind = run_arguments(channel, params, None, others, inputs)
         arguments = command.arguments({**own, "grid": axes}, inputs)
         return Sweep(*run_grid("sweep", what, arguments, ["--", *behind] if behind else [], out,
                                progress, (CasesFailed.exit_code,)))
-
-
-def _listed(values: Any) -> str:
-    if isinstance(values, str) or not hasattr(values, "__iter__"):
-        return str(values)
-    return ",".join(str(v) for v in values)
