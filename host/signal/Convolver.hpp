@@ -23,14 +23,13 @@ public:
     static std::size_t Block(std::size_t taps);
 
 private:
-    struct Fft;
+    struct Transformed;
     void Refill();
 
     SignalSource& input_;
     double gain_ = 0;  // of an impulse response that is one sample long: no transform then
-    std::unique_ptr<Fft> fft_;
-    std::vector<double> window_;  // the last taps - 1 samples of the past, then the new ones
-    std::vector<double> output_;
+    std::unique_ptr<Transformed> transformed_;
+    std::vector<double> samples_;  // the last taps - 1 of the past, then the new ones
     std::size_t past_ = 0;
     std::size_t ready_ = 0, taken_ = 0;  // of the new samples
 };

@@ -4,13 +4,7 @@
 #include <cmath>
 #include <complex>
 
-// The loops of this file take nearly all of the time of a statistical eye. All of their variants
-// give the same bits, since nothing is compiled to fuse a multiplication with an addition.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define WIDE __attribute__((target_clones("avx512f", "avx2", "default")))
-#else
-#define WIDE
-#endif
+#include "base/Wide.hpp"
 
 namespace amisim {
 namespace {
