@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -12,6 +13,11 @@ struct Characteristic
 {
     explicit Characteristic(std::size_t size = 0) : real(size), imaginary(size) {}
     std::size_t Size() const { return real.size(); }
+    void Clear()
+    {
+        std::ranges::fill(real, 0.0);
+        std::ranges::fill(imaginary, 0.0);
+    }
 
     std::vector<double> real, imaginary;
 };

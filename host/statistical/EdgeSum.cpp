@@ -213,20 +213,20 @@ std::vector<Characteristic> EdgeSum::EdgesAt(double time, double step, std::size
     return edges;
 }
 
-EdgeSum::States EdgeSum::Step(const States& before, const std::vector<Characteristic>& edges) const
+void EdgeSum::Step(States& states, const std::vector<Characteristic>& edges, States& spare) const
 {
     const double each = 1.0 / static_cast<double>(trellis_.Levels());
-    States after(before.size(), Characteristic(before[0].Size()));
-    for (std::size_t state = 0; state < after.size(); ++state) {
+    for (std::size_t state = 0; state < spare.size(); ++state) {
+        spare[state].Clear();
         for (const auto& [from, change] : trellis_.Into(state)) {
             if (change == 0) {
-                AddScaled(each, before[from], after[state]);
+                AddScaled(each, states[from], spare[state]);
             } else {
-                AddProduct(each, before[from], edges[change], after[state]);
+                AddProduct(each, states[from], edges[change], spare[state]);
             }
         }
     }
-    return after;
+    states.swap(spare);
 }
 
 void EdgeSum::AddWith(const Common& common, double time, double step, double weight,
@@ -236,6 +236,7 @@ void EdgeSum::AddWith(const Common& common, double time, double step, double wei
     const double bin = std::numbers::pi / (step * static_cast<double>(size));
     const auto [first, last] = Active(time, bin / 16);
     std::vector<States> all(1, States(count, Characteristic(size)));
+    States spare = all[0];
     const double variance = PastVariance(time, first);
     for (std::size_t state = 0; state < count; ++state) {
         const double volts[] = {trellis_.Driven(state) * response_(time - first + 1)};
@@ -246,7 +247,7 @@ void EdgeSum::AddWith(const Common& common, double time, double step, double wei
     for (int boundary = first; boundary <= last; ++boundary) {
         const auto edges = EdgesAt(time - boundary - Late(common, boundary), step, size);
         for (States& states : all) {
-            states = Step(states, edges);
+            Step(states, edges, spare);
         }
         if (boundary == 0) {
             PartBySymbol(all, Characteristic(size));

@@ -67,7 +67,7 @@ private:
 
     using States = std::vector<Characteristic>;
     std::vector<Characteristic> EdgesAt(double time, double step, std::size_t size) const;
-    States Step(const States& before, const std::vector<Characteristic>& edges) const;
+    void Step(States& states, const std::vector<Characteristic>& edges, States& spare) const;
     void AddWith(const Common& common, double time, double step, double weight,
                  std::vector<Characteristic>& sum) const;
 
