@@ -15,7 +15,8 @@ for word in "${@:2}"; do
 done
 if [ "$tests" = tests ]; then
     # What our own mathematics is held against; the Python module, and what its tests and notebooks use.
-    packages+=(libmpfr-dev pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib)
+    packages+=(libmpfr-dev pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib
+               python3-jsonschema)
 fi
 command -v npm >/dev/null || packages+=(nodejs npm)
 # Elsewhere chromium is no Debian package; the browser test is left out there unless it is installed.

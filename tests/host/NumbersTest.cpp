@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/TextFile.hpp"
 #include "host/results/ResultJson.hpp"
 
@@ -33,6 +35,28 @@ TEST(Numbers, AreInTheJsonWhereTheySayAndInTheDocument)
     EXPECT_NE(document.find(DescribeNumbers()), std::string::npos)
         << "docs/results.md should have:\n"
         << DescribeNumbers();
+}
+
+TEST(Numbers, MeanInTheSchemaWhatTheyMean)
+{
+    using Json = nlohmann::ordered_json;
+    const Json schema = Json::parse(ReadTextFile(DOCS_FOLDER "/result.schema.json"));
+    for (const Number& number : Numbers()) {
+        const Json* member = &schema;
+        for (std::string place = number.pointer; !place.empty();) {
+            const std::size_t next = std::min(place.find('/', 1), place.size());
+            if (member->contains("$ref")) {
+                const std::string name = member->at("$ref");
+                member = &schema.at(Json::json_pointer(name.substr(1)));
+            }
+            member = &member->at("properties").at(place.substr(1, next - 1));
+            place.erase(0, next);
+        }
+        const std::string text = member->at("description");
+        EXPECT_NE(text.find(number.meaning), std::string::npos) << number.pointer << ": " << text;
+        const bool counts = member->at("type").dump().find("integer") != std::string::npos;
+        EXPECT_TRUE(counts || !number.counts) << number.pointer;
+    }
 }
 
 }  // namespace
