@@ -106,6 +106,7 @@ Setting FrequencyAxis(std::vector<double> frequencies)
 JitterLink::JitterLink(const JitterOptions& options)
     : options_(options), mask_(options.mask), models_(ResolveModels(options_))
 {
+    NameInstances(models_, options.out);
     SettleSignals(options_, models_);
 }
 

@@ -107,7 +107,7 @@ public:
     Search(const TuneOptions& o, const CLI::App& command)
         : o_(o),
           figure_(o.figure),
-          model_(ResolveModelSource(o.model, o.modelName, o.parameters)),
+          model_(ResolveModelSource(o.Receiver())),
           adaptation_(AdaptationOf(o, model_)),
           given_(GivenOptions(command, NotForCases()))
     {

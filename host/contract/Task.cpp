@@ -163,7 +163,7 @@ private:
 void AddOwn(ibis::AmiFile& file, const std::filesystem::path& library)
 {
     ibis::Overrides own;
-    AddOwnSettings(file, library, own);
+    AddOwnSettings(file, {library.parent_path(), file.rootName, ""}, own);
     for (auto& parameter : file.parameters) {
         for (const auto& [name, value] : own) {
             if (file.FindReserved(name) != &parameter) continue;

@@ -71,6 +71,12 @@ RunOptions Checked(RunOptions options)
     return options;
 }
 
+std::vector<SegmentModels> Named(std::vector<SegmentModels> models, const fs::path& out)
+{
+    NameInstances(models, out);
+    return models;
+}
+
 /// With what the waveform and the models tell of the signal.
 const RunOptions& Settled(RunOptions& options, const std::vector<SegmentModels>& models)
 {
@@ -82,7 +88,7 @@ const RunOptions& Settled(RunOptions& options, const std::vector<SegmentModels>&
 
 RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<bool()> stopped)
     : options_(Checked(options)),
-      models_(ResolveModels(options_)),
+      models_(Named(ResolveModels(options_), options_.out)),
       folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, Inputs()),
       simulation_(Settled(options_, models_), models_,
                   {worker, folder_.Path(), folder_.Path() / "model.log", folder_.Path() / "tx.log",

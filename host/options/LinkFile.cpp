@@ -21,11 +21,11 @@ struct Alias
 {
     const char *table, *name, *option;
 };
-constexpr Alias kAliases[] = {{"tx", "ibis", "tx"},      {"tx", "model", "tx-model"},
-                              {"tx", "set", "tx-param"}, {"tx", "swing", "amplitude"},
-                              {"tx", "pre", "tx-pre"},   {"tx", "post", "tx-post"},
-                              {"rx", "ibis", "model"},   {"rx", "model", "model"},
-                              {"rx", "set", "param"},    {"", "channel", "touchstone"}};
+constexpr Alias kAliases[] = {
+    {"tx", "ibis", "tx"},      {"tx", "model", "tx-model"},  {"tx", "corner", "tx-corner"},
+    {"tx", "set", "tx-param"}, {"tx", "swing", "amplitude"}, {"tx", "pre", "tx-pre"},
+    {"tx", "post", "tx-post"}, {"rx", "ibis", "model"},      {"rx", "model", "model"},
+    {"rx", "set", "param"},    {"", "channel", "touchstone"}};
 
 std::string Dashed(std::string name)
 {

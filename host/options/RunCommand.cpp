@@ -1,6 +1,7 @@
 #include "host/options/RunCommand.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/TextFile.hpp"
 #include "host/analysis/EyeMask.hpp"
@@ -39,6 +40,23 @@ Exit codes:
                        10 the eye misses its --mask (all is written)
 )";
 
+CLI::Option* AddCornerOption(CLI::App& run, const char* name, Corner& corner, const char* text)
+{
+    return run
+        .add_option_function<std::string>(
+            name,
+            [&corner](const std::string& word) {
+                const auto* const found = std::ranges::find(kCornerNames, word);
+                corner = static_cast<Corner>(found - std::begin(kCornerNames));
+            },
+            text)
+        ->check(CLI::IsMember(
+                    std::vector<std::string>(std::begin(kCornerNames), std::end(kCornerNames)))
+                    .description(""))
+        ->default_str(std::string(kCornerNames[0]))
+        ->type_name("typ|slow|fast");
+}
+
 /// Of a link that is told on the command line, segment by segment.
 void AddLinkOptions(CLI::App& run)
 {
@@ -57,6 +75,7 @@ void AddLinkOptions(CLI::App& run)
     add("--retimer-model", "The [Model] of an .ibs that holds several, of the device before",
         "NAME");
     add("--retimer-param", "Set a parameter of the device before; may be repeated", "NAME=VALUE");
+    add("--retimer-corner", "The corner of the device before: typ, slow or fast", "CORNER");
     add("--set", "Replace a value of a link file; may be repeated", "SEGMENT.KEY=VALUE");
 }
 
@@ -143,6 +162,9 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->type_name("NAME=VALUE");
 
+    AddCornerOption(*run, "--corner", o.corner,
+                    "Of what the model's files state by corners, the values to be used");
+
     const std::string tx = kTransmitterGroup;
     run->add_option("--tx", o.transmitter,
                     "A transmitter's model in place of the built-in one: .ibs, .ami or .so")
@@ -156,6 +178,7 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->type_name("NAME=VALUE")
         ->group(tx);
+    AddCornerOption(*run, "--tx-corner", o.transmitterCorner, "Likewise of its files")->group(tx);
 
     const std::string time = kTimeGroup;
     run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")

@@ -103,7 +103,7 @@ void TakeCommon(const SignalOptions& all, const SignalOptions& first, SignalOpti
 
 bool IsOfSegment(const CLI::Option& option)
 {
-    static constexpr std::array kNames = {"--model", "--param", "--sampler-noise"};
+    static constexpr std::array kNames = {"--model", "--param", "--corner", "--sampler-noise"};
     const auto named = [&](const char* name) { return option.check_lname(name + 2); };
     if (option.check_lname("seed")) return false;
     const std::string& group = option.get_group();
@@ -139,8 +139,10 @@ std::vector<SegmentWords> SplitSegments(const CLI::App& run)
             behind(*option).words.push_back({"--param=" + value, ""});
         } else if (option->check_lname("retimer-model")) {
             behind(*option).words.push_back({"--model=" + value, ""});
+        } else if (option->check_lname("retimer-corner")) {
+            behind(*option).words.push_back({"--corner=" + value, ""});
         } else if (option->get_positional() || option->check_lname("model") ||
-                   option->check_lname("param")) {
+                   option->check_lname("param") || option->check_lname("corner")) {
             end.push_back({WordOf(*option, value), ""});
         } else if (IsOfSegment(*option)) {
             segments.back().words.push_back({WordOf(*option, value), ""});

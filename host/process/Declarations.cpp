@@ -60,7 +60,6 @@ constexpr Ignored kIgnored[] = {
     {"Rx_R", "", "the channel ends in its reference impedance, or --load-ohms"},
     {"Resolve_Exists", "False",
      "AMI_Resolve is not called, and Dep parameters keep what they state"},
-    {"Repeater_Type", "", "the model is the end of the link"},
     {"BCI_*", "", "no link training takes place"},
     {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},
 };

@@ -31,6 +31,7 @@ std::string Cause(SharedBlocks::Fault fault)
 
 ModelProcess::ModelProcess(const ModelStart& start, Settings settings)
     : blocks_(start),
+      links_(settings.folder, start.files),
       worker_(kModelEntry, blocks_.Descriptor(), std::move(settings),
               [this] { return Cause(blocks_.Noted()); }),
       inputs_(start.slots, std::vector<double>(start.blockSamples)),

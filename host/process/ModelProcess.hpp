@@ -72,6 +72,7 @@ private:
     std::string GetWavePhase() const;
 
     SharedBlocks blocks_;
+    LinkedFiles links_;
     WorkerProcess worker_;
     std::uint64_t submitted_ = 0, returned_ = 0;
     std::vector<std::vector<double>> inputs_;  // of each slot, as they were before the model's turn

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "base/Error.hpp"
+#include "ibis/Beside.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/ParameterString.hpp"
@@ -49,29 +50,68 @@ ibis::Overrides LastOfEach(const std::vector<std::string>& texts)
 }
 
 /// By its [Model], or else by the reserved parameters that its .ami has.
-void RequireEnd(const std::filesystem::path& model, const ibis::ResolvedModel& resolved,
-                ibis::End end)
+void RequireEnd(const ModelChoice& model, const ibis::ResolvedModel& resolved)
 {
     std::optional<ibis::End> stated = resolved.end;
     if (!stated && resolved.ami) stated = EndOf(*resolved.ami);
-    if (!stated || stated == end) return;
+    if (!stated || stated == model.end) return;
     const bool receiver = stated == ibis::End::Receiver;
     throw Error(ExitCode::kModelLoad,
-                fmt::format("{}: is a {} model, by its {}; {}", model.string(),
+                fmt::format("{}: is a {} model, by its {}; {}", model.file.string(),
                             receiver ? "receiver's" : "transmitter's",
                             resolved.end ? "[Model]" : "reserved parameters",
                             receiver ? "--tx expects a transmitter's"
                                      : "give it with --tx, and a receiver's here"));
 }
 
-ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& overrides)
+/// Has parameters that are stated by corners take the values of this one.
+void UseCorner(ModelSource& source)
 {
-    ModelSource source;
+    if (source.corner == Corner::Typ) return;
+    bool any = false;
+    for (ibis::AmiParameter& parameter : source.definitions->parameters) {
+        if (parameter.format != ibis::Format::Corner || parameter.fault) continue;
+        parameter.defaultValue = parameter.values[static_cast<std::size_t>(source.corner)];
+        parameter.statedDefault.reset();
+        any = true;
+    }
+    if (!any)
+        source.standingNotes.push_back(
+            fmt::format("corner {}: the .ami states no values by corners", NameOf(source.corner)));
+}
+
+void FindSupportingFiles(ModelSource& source)
+{
+    const ibis::AmiFile& ami = *source.definitions;
+    const ibis::AmiParameter* const list = ami.FindReserved("Supporting_Files");
+    if (!list) return;
+    std::vector<std::string> names = list->values;
+    for (const auto& row : list->rows) names.insert(names.end(), row.begin(), row.end());
+    for (const std::string& name : names) {
+        if (name.empty()) continue;
+        if (const auto file = ibis::Beside(ami.path, name)) {
+            source.supportingFiles.push_back({name, std::filesystem::absolute(*file)});
+            if (std::filesystem::is_regular_file(*file)) source.files.push_back(*file);
+        } else {
+            source.standingNotes.push_back(
+                fmt::format("{}:{}: Supporting_Files names {}, which does not exist",
+                            ami.path.string(), list->place.line, name));
+        }
+    }
+}
+
+/// What follows from its definitions and what is given.
+void Interpret(ModelSource& source)
+{
+    const ibis::AmiFile& ami = *source.definitions;
+    ibis::Overrides overrides = source.given;
+    AddOwnSettings(ami, {source.library.parent_path(), source.id, source.modelName}, overrides);
     source.modulation = ModulationOf(ami, overrides);
     source.parameters = ibis::ParameterString(ami, overrides);
     Declarations declarations = ReadDeclarations(ami, overrides);
     source.declared = std::move(declarations.numbers);
-    source.notes = std::move(declarations.notes);
+    source.notes = source.standingNotes;
+    source.notes.insert(source.notes.end(), declarations.notes.begin(), declarations.notes.end());
     source.getWave = ami.Reserved("GetWave_Exists").value_or("True") == "True";
     source.returnsImpulse = ami.Reserved("Init_Returns_Impulse").value_or("False") == "True";
     if (!source.getWave && !source.returnsImpulse) {
@@ -80,10 +120,12 @@ ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& ove
                                 "False: it does nothing to a signal",
                                 ami.path.string()));
     }
+    source.repeaterType = ami.Reserved("Repeater_Type").value_or("");
     if (const auto bits = ami.Reserved("Ignore_Bits"))
         source.ignoreBits = ParseNumber<std::int64_t>(*bits);
     if (const ibis::AmiParameter* least = ami.Find("Least_Samples_Per_Bit"))
         source.leastSamplesPerBit = ParseNumber<std::int64_t>(least->defaultValue);
+    source.settings.clear();
     for (const auto& parameter : ami.parameters) {
         if (!parameter.IsInput()) continue;
         std::string value = parameter.defaultValue;
@@ -92,21 +134,33 @@ ModelSource WithDefinitions(const ibis::AmiFile& ami, const ibis::Overrides& ove
         }
         source.settings.emplace_back(parameter.Path(), value);
     }
-    return source;
+}
+
+/// The same where there are no definitions.
+void Uninterpreted(ModelSource& source)
+{
+    source.parameters = UncheckedString(source.name, source.given);
+    source.settings = source.given;
+    source.notes = source.standingNotes;
+}
+
+void Take(ModelSource& source)
+{
+    source.definitions ? Interpret(source) : Uninterpreted(source);
 }
 
 }  // namespace
 
-void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& library,
-                    ibis::Overrides& overrides)
+void AddOwnSettings(const ibis::AmiFile& ami, const OwnSettings& own, ibis::Overrides& overrides)
 {
-    const std::string folder = library.parent_path().string();
-    for (const auto& [name, value] : {std::pair{"DLL_Path", folder}, {"DLL_ID", ami.rootName}}) {
+    const std::pair<const char*, std::string> all[] = {
+        {"DLL_Path", own.folder.string()}, {"DLL_ID", own.id}, {"Model_Name", own.modelName}};
+    for (const auto& [name, value] : all) {
         const ibis::AmiParameter* parameter = ami.FindReserved(name);
         const bool said = std::ranges::any_of(
             overrides, [&](const auto& one) { return ami.Find(one.first) == parameter; });
-        if (parameter && parameter->IsInput() && !said && ibis::Admitted(*parameter, value) &&
-            value.find('"') == value.npos)
+        if (parameter && parameter->IsInput() && !said && !value.empty() &&
+            ibis::Admitted(*parameter, value) && value.find('"') == value.npos)
             overrides.emplace_back(name, value);
     }
 }
@@ -119,27 +173,55 @@ std::optional<std::string> ModelSource::Setting(const std::string& parameter) co
     return std::nullopt;
 }
 
-ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
-                               const std::vector<std::string>& overrides, ibis::End end)
+ModelSource ResolveModelSource(const ModelChoice& model)
 {
-    ibis::Overrides pairs = LastOfEach(overrides);
-    const ibis::ResolvedModel resolved = ibis::ResolveModel(model, modelName, end);
-    RequireEnd(model, resolved, end);
-    if (resolved.ami) ibis::RequireSendable(*resolved.ami);
+    ibis::ResolvedModel resolved = ibis::ResolveModel(model.file, model.name, model.end);
     ModelSource source;
-    if (resolved.ami) {
-        AddOwnSettings(*resolved.ami, resolved.library, pairs);
-        source = WithDefinitions(*resolved.ami, pairs);
-    } else {
-        source.parameters = UncheckedString(resolved.rootName, pairs);
-        source.settings = pairs;
-    }
-    source.notes.insert(source.notes.begin(), resolved.notes.begin(), resolved.notes.end());
+    source.given = LastOfEach(model.parameters);
+    RequireEnd(model, resolved);
+    if (resolved.ami) ibis::RequireSendable(*resolved.ami);
     source.name = resolved.rootName;
+    source.id = resolved.rootName;
+    source.modelName = resolved.modelName;
+    source.corner = model.corner;
+    source.standingNotes = std::move(resolved.notes);
     source.library = std::filesystem::absolute(resolved.library);
-    source.files = {model, source.library};
-    if (resolved.ami) source.files.push_back(resolved.ami->path);
+    source.files = {model.file, source.library};
+    if (resolved.ami) {
+        source.files.push_back(resolved.ami->path);
+        source.definitions = std::move(resolved.ami);
+        UseCorner(source);
+        FindSupportingFiles(source);
+    }
+    Take(source);
     return source;
+}
+
+ModelSource With(const ModelSource& model, const std::vector<std::string>& settings)
+{
+    ModelSource source = model;
+    for (const auto& [name, value] : LastOfEach(settings)) {
+        const auto same = [&, &name = name](const auto& one) {
+            const auto* const of = model.definitions ? model.definitions->Find(name) : nullptr;
+            return of ? model.definitions->Find(one.first) == of : one.first == name;
+        };
+        std::erase_if(source.given, same);
+        source.given.emplace_back(name, value);
+    }
+    Take(source);
+    return source;
+}
+
+void AddNote(ModelSource& model, const std::string& note)
+{
+    model.standingNotes.push_back(note);
+    model.notes.insert(model.notes.begin() + std::ssize(model.standingNotes) - 1, note);
+}
+
+void Identify(ModelSource& model, const std::string& id)
+{
+    model.id = id;
+    Take(model);
 }
 
 }  // namespace amisim

@@ -4,12 +4,34 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "host/process/Declarations.hpp"
+#include "host/process/LinkedFiles.hpp"
+#include "ibis/records/Section.hpp"
 
 namespace amisim {
+
+using ibis::Corner;
+
+/// As users name them, in the order of their columns.
+inline constexpr std::string_view kCornerNames[] = {"typ", "slow", "fast"};
+constexpr std::string_view NameOf(Corner corner)
+{
+    return kCornerNames[static_cast<std::size_t>(corner)];
+}
+
+/// A model as the user asks for it.
+struct ModelChoice
+{
+    std::filesystem::path file;                // an .ibs, .ami or .so file
+    std::string name = {};                     // of the [Model] in an .ibs; empty: its only one
+    std::vector<std::string> parameters = {};  // "Name=Value"; the last one of each counts
+    Corner corner = Corner::Typ;               // of all that its files state by corners
+    ibis::End end = ibis::End::Receiver;
+};
 
 /// A model as the user named it, resolved to what running it takes.
 struct ModelSource
@@ -28,24 +50,44 @@ struct ModelSource
     std::optional<DeclaredModulation> modulation;  // as its .ami has it
     std::vector<std::string> notes;  // oddities of its files that do not keep it from running
     std::vector<std::filesystem::path> files;  // it was resolved from, the library among them
+    std::vector<LinkedFile> supportingFiles;   // those that are there
+    Corner corner = Corner::Typ;
+    std::string repeaterType;  // "Retimer", "Redriver", or nothing
+
+    // What all that is taken from.
+    std::optional<ibis::AmiFile> definitions;  // with the values of the corner
+    std::string modelName;                     // of its [Model]
+    ibis::Overrides given;                     // by the user
+    std::string id;                            // DLL_ID, unless the user gives one
+    std::vector<std::string> standingNotes;    // those that do not depend on what is given
 
     /// The value sent for the parameter of this name, if any.
     std::optional<std::string> Setting(const std::string& parameter) const;
 };
 
-/// Adds what the standard has the simulator say, where the model asks for it and the user says
-/// nothing: the library's folder (DLL_Path), and a name for this instance (DLL_ID).
-void AddOwnSettings(const ibis::AmiFile& ami, const std::filesystem::path& library,
-                    ibis::Overrides& overrides);
+/// What the standard has the simulator say of a model, where it asks for it.
+struct OwnSettings
+{
+    std::filesystem::path folder;  // of the library: DLL_Path
+    std::string id;                // of this instance: DLL_ID
+    std::string modelName;         // of the [Model]: Model_Name; empty: not known
+};
+
+/// Adds these settings where the user says nothing.
+void AddOwnSettings(const ibis::AmiFile& ami, const OwnSettings& own, ibis::Overrides& overrides);
 
 /// Finds the shared library and builds the parameter string.
-/// @param model      an .ibs, .ami or .so file
-/// @param modelName  of the [Model] in an .ibs; empty: its only one
-/// @param overrides  "Name=Value" texts; the last one for a parameter counts
 /// @throws Error kInput for a file, kUsage for an override that does not suit, kModelLoad for a
 ///         model of the other end, or that has nothing to say in the time domain
-ModelSource ResolveModelSource(const std::filesystem::path& model, const std::string& modelName,
-                               const std::vector<std::string>& overrides,
-                               ibis::End end = ibis::End::Receiver);
+ModelSource ResolveModelSource(const ModelChoice& model);
+
+/// The same model with further settings, "Name=Value", which come before those that it had.
+ModelSource With(const ModelSource& model, const std::vector<std::string>& settings);
+
+/// Adds an oddity that stays, whatever is given.
+void AddNote(ModelSource& model, const std::string& note);
+
+/// Gives the instance a name of its own, for files that it may make. Models need not ask for it.
+void Identify(ModelSource& model, const std::string& id);
 
 }  // namespace amisim

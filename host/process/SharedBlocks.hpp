@@ -7,15 +7,18 @@
 #include <string_view>
 #include <vector>
 
+#include "host/process/LinkedFiles.hpp"
+
 namespace amisim {
 
 /// What a model is started with.
 struct ModelStart
 {
-    std::string modulePath;     // absolute: the worker runs in a folder of its own
-    std::string parameters;     // the AMI parameter string
-    double sampleInterval = 0;  // s
-    double bitTime = 0;         // s
+    std::string modulePath;              // absolute: the worker runs in a folder of its own
+    std::string parameters;              // the AMI parameter string
+    std::vector<LinkedFile> files = {};  // that it finds in its folder
+    double sampleInterval = 0;           // s
+    double bitTime = 0;                  // s
     // Impulse responses, V/s: the signal's, then one from each aggressor; all of one length, at
     // least one sample.
     std::vector<std::vector<double>> impulses;

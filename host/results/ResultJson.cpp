@@ -222,6 +222,7 @@ Json SegmentJson(const RunResult& r, const SegmentOptions& own)
 {
     Json json = {{"name", r.name},
                  {"file", own.model.string()},
+                 {"corner", NameOf(own.corner)},
                  {"verdict", r.lock ? Json(Name(*r.lock)) : Json(nullptr)},
                  {"errors", CountsJson(r.comparison)},
                  {"end_to_end", CountsJson(r.endToEnd ? r.endToEnd : r.comparison)},
@@ -298,6 +299,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     json["model"] = {{"file", options.model.string()},
                      {"library", model.library.filename().string()},
                      {"name", model.name},
+                     {"corner", NameOf(options.corner)},
                      {"box", r.box.Name()},
                      {"box_parts", r.box.Parts()},
                      {"settings", settings},
@@ -307,6 +309,7 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
     if (const auto& tx = r.transmitter) {
         json["transmitter"] = {{"file", options.transmitter.string()},
                                {"name", tx->name},
+                               {"corner", NameOf(options.transmitterCorner)},
                                {"parameters_in", tx->parametersIn},
                                {"parameters_out", tx->parametersOut},
                                {"message", tx->message},

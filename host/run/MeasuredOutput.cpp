@@ -51,12 +51,9 @@ std::optional<SmallSignal> MeasuredOutput::Find(const Conditions& run, std::span
     ModelProcess::Settings process = run.process;
     try {
         const auto setting = EndSetting(model_, run.givenBack, run.process.folder);
-        if (!setting.empty()) {
-            std::vector<std::string> parameters = options_.parameters;
-            parameters.insert(parameters.end(), setting.begin(), setting.end());
-            start.parameters =
-                ResolveModelSource(options_.model, options_.modelName, parameters).parameters;
-        }
+        ModelSource again = With(model_, setting);
+        Identify(again, model_.id + "_response");
+        start.parameters = again.parameters;
         const ScratchFolder scratch;
         process.folder = scratch.Path();
         process.logFile = scratch.Path() / "model.log";

@@ -1,7 +1,10 @@
 #include "host/run/Models.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <span>
+#include <cctype>
+#include <cstring>
 
 #include "host/run/Agreement.hpp"
 #include "ibis/ResolveModel.hpp"
@@ -11,13 +14,9 @@ namespace {
 
 SegmentModels ModelsOf(const SegmentOptions& segment)
 {
-    SegmentModels models{ResolveModelSource(segment.model, segment.modelName, segment.parameters),
-                         {}};
-    if (!segment.transmitter.empty()) {
-        models.transmitter =
-            ResolveModelSource(segment.transmitter, segment.transmitterName,
-                               segment.transmitterParameters, ibis::End::Transmitter);
-    }
+    SegmentModels models{ResolveModelSource(segment.Receiver()), {}};
+    if (!segment.transmitter.empty())
+        models.transmitter = ResolveModelSource(segment.Transmitter());
     return models;
 }
 
@@ -34,6 +33,7 @@ void UseFarSides(SimulationOptions& options)
         if (model.empty()) continue;
         own.transmitter = before.model;
         own.transmitterName = model;
+        own.transmitterCorner = before.corner;
     }
 }
 
@@ -41,12 +41,28 @@ std::vector<SegmentModels> ResolveModels(const SimulationOptions& options)
 {
     std::vector<SegmentModels> models;
     for (const SegmentOptions* segment : options.Segments()) models.push_back(ModelsOf(*segment));
-    for (SegmentModels& repeater : std::span(models).first(models.size() - 1)) {
-        std::erase_if(repeater.receiver.notes, [](const std::string& note) {
-            return note.starts_with("Repeater_Type is not honoured");
-        });
-    }
+    ModelSource& last = models.back().receiver;
+    if (!last.repeaterType.empty())
+        AddNote(last, "Repeater_Type is not honoured: the model is the end of the link");
     return models;
+}
+
+void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::path& folder)
+{
+    const auto path = std::filesystem::absolute(folder / "").lexically_normal().parent_path();
+    std::string run = path.filename().string();
+    // Cases are but numbered.
+    if (path.parent_path().filename() == "cases")
+        run = path.parent_path().parent_path().filename().string() + "_" + run;
+    const auto fits = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; };
+    std::ranges::replace_if(
+        run, [&](char c) { return !fits(c) && std::strchr("+-._=", c) == nullptr; }, '_');
+    for (std::size_t k = 0; k < models.size(); ++k) {
+        const std::string segment = models.size() > 1 ? fmt::format("{}", k + 1) : "";
+        Identify(models[k].receiver, fmt::format("{}_rx{}", run, segment));
+        if (models[k].transmitter)
+            Identify(*models[k].transmitter, fmt::format("{}_tx{}", run, segment));
+    }
 }
 
 void SettleSignals(SimulationOptions& options, const std::vector<SegmentModels>& models)

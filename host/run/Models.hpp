@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <vector>
 
 #include "host/run/Segment.hpp"
@@ -13,6 +14,11 @@ void UseFarSides(SimulationOptions& options);
 
 /// The models of all segments, in the link's order. @throws Error as ResolveModelSource
 std::vector<SegmentModels> ResolveModels(const SimulationOptions& options);
+
+/// Has each instance of a model know itself by a name that no other has: that of the run, after
+/// its output folder, with the end that it stands at and, in a link, its segment: "result_rx",
+/// "result_tx2".
+void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::path& folder);
 
 /// Settles what the waveform and the models tell of the signal, for the whole link.
 /// @throws Error as SignalOptions::FindBitRate and AgreeOnModulation

@@ -143,6 +143,7 @@ ModelStart Segment::StartOf(const ModelSource& model) const
     ModelStart start;
     start.modulePath = model.library;
     start.parameters = model.parameters;
+    start.files = model.supportingFiles;
     start.sampleInterval = own_.signal.SampleInterval();
     start.bitTime = own_.signal.BitTime();
     start.impulses = link_.Responses();

@@ -72,6 +72,17 @@ std::vector<double> SimulationOptions::ErrorRatios() const
     return ratios;
 }
 
+ModelChoice SegmentOptions::Receiver() const
+{
+    return {model, modelName, parameters, corner, ibis::End::Receiver};
+}
+
+ModelChoice SegmentOptions::Transmitter() const
+{
+    return {transmitter, transmitterName, transmitterParameters, transmitterCorner,
+            ibis::End::Transmitter};
+}
+
 void SegmentOptions::Check() const
 {
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
@@ -81,8 +92,9 @@ void SegmentOptions::Check() const
         fail(
             "--tx-pre, --tx-post: are those of the built-in transmitter; with --tx the model has "
             "its own");
-    if (transmitter.empty() && (!transmitterName.empty() || !transmitterParameters.empty()))
-        fail("--tx-model, --tx-param: are for a model given with --tx");
+    if (transmitter.empty() && (!transmitterName.empty() || !transmitterParameters.empty() ||
+                                transmitterCorner != Corner::Typ))
+        fail("--tx-model, --tx-param, --tx-corner: are for a model given with --tx");
 }
 
 void SimulationOptions::Check() const

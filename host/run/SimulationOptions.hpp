@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/process/Box.hpp"
+#include "host/process/ModelSource.hpp"
 #include "host/signal/SignalOptions.hpp"
 
 namespace amisim {
@@ -23,14 +24,20 @@ struct SegmentOptions
     std::filesystem::path model;          // of the receiver
     std::string modelName;                // of the [Model] in an .ibs; empty: its only one
     std::vector<std::string> parameters;  // Name=Value
+    Corner corner = Corner::Typ;
 
     std::filesystem::path transmitter;  // its model; empty: the one that is built in
     std::string transmitterName;        // as modelName
     std::vector<std::string> transmitterParameters;
+    Corner transmitterCorner = Corner::Typ;
 
     SignalOptions signal;     // bit rate, bits and samples per bit are the same in all of a link
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output
     Repeater repeater = Repeater::kNone;
+
+    ModelChoice Receiver() const;
+    /// Of a transmitter that is not built in.
+    ModelChoice Transmitter() const;
 
     /// @throws Error (kUsage) for what no single option can tell
     void Check() const;

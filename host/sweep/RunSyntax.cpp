@@ -241,11 +241,8 @@ void RunSyntax::CheckCase(const std::vector<std::string>& arguments, const std::
         line.Parse(all);
         line.options.Check();
         const RunOptions& run = line.options;
-        ResolveModelSource(model_, run.modelName, run.parameters);
-        if (!run.transmitter.empty()) {
-            ResolveModelSource(run.transmitter, run.transmitterName, run.transmitterParameters,
-                               ibis::End::Transmitter);
-        }
+        ResolveModelSource(run.Receiver());
+        if (!run.transmitter.empty()) ResolveModelSource(run.Transmitter());
     } catch (const CLI::ParseError& error) {
         Fail("case " + name, error.what());
     } catch (const Error& error) {

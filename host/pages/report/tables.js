@@ -149,8 +149,8 @@ function settingsSection() {
   const pair = [{text: "", number: false}, {text: "", number: false}];
   const parameters = Object.entries(model.settings).map(([name, value]) => [name, element("code", {}, String(value))]);
   const {transmitter} = result;
-  const modelRows = [transmitter ? ["Transmitter", transmitter.file] : null,
-    transmitter ? ["Its parameters in", element("code", {}, transmitter.parameters_in)] : null, ["File", model.file], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
+  const modelRows = [transmitter ? ["Transmitter", transmitter.file] : null, transmitter ? ["Its corner", transmitter.corner] : null,
+    transmitter ? ["Its parameters in", element("code", {}, transmitter.parameters_in)] : null, ["File", model.file], ["Corner", model.corner], ["Library", model.library], ["Parameters in", element("code", {}, model.parameters_in)],
     model.parameters_out ? ["Parameters out", element("code", {}, model.parameters_out)] : null,
     model.message ? ["Message", element("code", {}, model.message)] : null].filter(Boolean);
   const runRows = [[result.signal.modulation ? "Symbols" : "Bits", grouped(result.bits)], ["Ignored at the start", grouped(result.ignored_bits)],

@@ -1,7 +1,8 @@
 // A filter of two taps a bit apart, in AMI_GetWave and, where its parameter Impulse is 1, in
 // AMI_Init: (FirModel (First 0.8) (Second -0.2) (Impulse 1) (Fold 0)). With Fold, AMI_Init also
 // takes that off the response (V/s) two bits after its largest value, for a bit, as one does that
-// folds a decision feedback into it. It has no clock.
+// folds a decision feedback into it. It has no clock. What a file "tables/first.txt" in its folder
+// says is the first tap.
 
 #include <algorithm>
 #include <cmath>
@@ -58,6 +59,10 @@ EXPORT long AMI_Init(double* impulse, long rows, long aggressors, double sampleI
                               Parameter(parameters, "Later"),
                               Parameter(parameters, "Tell")};
     *memory = fir;
+    if (std::FILE* const file = std::fopen("tables/first.txt", "r")) {
+        if (std::fscanf(file, "%lf", &fir->first) != 1) return 0;
+        std::fclose(file);
+    }
     const auto size = static_cast<std::size_t>(rows);
     for (long column = 0; column <= aggressors && Parameter(parameters, "Impulse") != 0; ++column) {
         Fir own = *fir;
