@@ -11,7 +11,8 @@ const AmiModule& Bench::Module()
     if (module_) return *module_;
     witness_.SetPhase("load");
     try {
-        module_.emplace(task_.library, task_.HasGetWave());
+        module_.emplace(task_.library, task_.HasGetWave() ? AmiModule::Use::kTimeDomain
+                                                          : AmiModule::Use::kImpulse);
     } catch (const Error& error) {
         throw Broken("library", error.what());
     }

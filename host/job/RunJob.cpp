@@ -78,21 +78,24 @@ std::vector<SegmentModels> Named(std::vector<SegmentModels> models, const fs::pa
 }
 
 /// With what the waveform and the models tell of the signal.
-const RunOptions& Settled(RunOptions& options, const std::vector<SegmentModels>& models)
+const RunOptions& Settled(RunOptions& options, std::vector<SegmentModels>& models,
+                          const fs::path& worker, const std::function<bool()>& stopped)
 {
+    ResolveDependents(options, models, worker, stopped);
     SettleSignals(options, models);
     return options;
 }
 
 }  // namespace
 
-RunJob::RunJob(const RunOptions& options, const fs::path& worker, std::function<bool()> stopped)
+RunJob::RunJob(const RunOptions& options, const fs::path& worker,
+               const std::function<bool()>& stopped)
     : options_(Checked(options)),
       models_(Named(ResolveModels(options_), options_.out)),
       folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, Inputs()),
-      simulation_(Settled(options_, models_), models_,
+      simulation_(Settled(options_, models_, worker, stopped), models_,
                   {worker, folder_.Path(), folder_.Path() / "model.log", folder_.Path() / "tx.log",
-                   std::move(stopped)})
+                   stopped})
 {
 }
 

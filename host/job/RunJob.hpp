@@ -22,7 +22,7 @@ public:
     /// @param stopped  asked often, in the thread that calls Run; true ends the run
     /// @throws Error for what keeps it from being begun
     RunJob(const RunOptions& options, const std::filesystem::path& worker,
-           std::function<bool()> stopped);
+           const std::function<bool()>& stopped);
     RunJob(const RunJob&) = delete;
     RunJob& operator=(const RunJob&) = delete;
 

@@ -58,8 +58,6 @@ constexpr Ignored kIgnored[] = {
     {"Tx_V", "", "the swing is that of --amplitude"},
     {"Tx_R", "", "the channel is driven from its reference impedance, or --source-ohms"},
     {"Rx_R", "", "the channel ends in its reference impedance, or --load-ohms"},
-    {"Resolve_Exists", "False",
-     "AMI_Resolve is not called, and Dep parameters keep what they state"},
     {"BCI_*", "", "no link training takes place"},
     {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},
 };
@@ -92,8 +90,11 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
         const std::string value = ValueOf(file, parameter, overrides);
         if (std::ranges::find(kApplied, parameter.name) != std::end(kApplied)) {
             if (parameter.usage == ibis::Usage::Dep) {
-                declared.notes.push_back(fmt::format(
-                    "{} is not applied: its value would come from AMI_Resolve", parameter.name));
+                declared.notes.push_back(
+                    fmt::format("{} is not applied: its value would come from AMI_Resolve, which "
+                                "the .ami does not "
+                                "state to exist",
+                                parameter.name));
                 continue;
             }
             declared.numbers.push_back({parameter.name, ibis::AsNumber(value).value_or(0),

@@ -74,17 +74,38 @@ ModelProcess::Answer ModelProcess::Receive(const std::string& phase, Call call, 
     return answer;
 }
 
-ModelProcess::InitResult ModelProcess::Init()
+void ModelProcess::Load()
 {
     Send({Call::kLoad, 0, 0});
     const Answer load = Receive("load", Call::kLoad);
     if (load.reply.result == 0) throw Error(ExitCode::kModelLoad, load.message);
-    Send({Call::kInit, 0, 0});
-    const Answer init = Receive("AMI_Init", Call::kInit);
-    if (init.reply.result == 0) {
-        const std::string said = init.message.empty() ? worker_.Log().Tail() : init.message;
-        throw ModelFailure(ExitCode::kModelRefused, "AMI_Init", "returned 0", said);
+}
+
+/// A call that is not to return 0.
+ModelProcess::Answer ModelProcess::CallOnce(const std::string& phase, Call call)
+{
+    Send({call, 0, 0});
+    Answer answer = Receive(phase, call);
+    if (answer.reply.result == 0) {
+        const std::string said = answer.message.empty() ? worker_.Log().Tail() : answer.message;
+        throw ModelFailure(ExitCode::kModelRefused, phase, "returned 0", said);
     }
+    return answer;
+}
+
+std::string ModelProcess::Resolve()
+{
+    Load();
+    const Answer answer = CallOnce("AMI_Resolve", Call::kResolve);
+    CallOnce("AMI_Resolve_Close", Call::kResolveClose);
+    worker_.End("AMI_Resolve_Close");
+    return answer.parameters;
+}
+
+ModelProcess::InitResult ModelProcess::Init()
+{
+    Load();
+    const Answer init = CallOnce("AMI_Init", Call::kInit);
     InitResult result{init.message, init.parameters, {}};
     const std::vector<double> all(blocks_.Impulses().begin(), blocks_.Impulses().end());
     const auto rows = static_cast<std::ptrdiff_t>(all.size() / (blocks_.Aggressors() + 1));

@@ -27,6 +27,10 @@ public:
     ModelProcess(const ModelProcess&) = delete;
     ModelProcess& operator=(const ModelProcess&) = delete;
 
+    /// Loads the library, has AMI_Resolve tell its parameters, calls AMI_Resolve_Close and ends the
+    /// worker. @throws ModelFailure
+    std::string Resolve();
+
     struct InitResult
     {
         std::string message, parametersOut;
@@ -68,6 +72,8 @@ private:
         std::string message, parameters;
     };
     void Send(const Request& request);
+    void Load();
+    Answer CallOnce(const std::string& phase, Call call);
     Answer Receive(const std::string& phase, Call call, std::size_t slot = 0);
     std::string GetWavePhase() const;
 

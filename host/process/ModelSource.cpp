@@ -144,12 +144,12 @@ void Uninterpreted(ModelSource& source)
     source.notes = source.standingNotes;
 }
 
-void Take(ModelSource& source)
-{
-    source.definitions ? Interpret(source) : Uninterpreted(source);
-}
-
 }  // namespace
+
+void Refresh(ModelSource& model)
+{
+    model.definitions ? Interpret(model) : Uninterpreted(model);
+}
 
 void AddOwnSettings(const ibis::AmiFile& ami, const OwnSettings& own, ibis::Overrides& overrides)
 {
@@ -193,7 +193,7 @@ ModelSource ResolveModelSource(const ModelChoice& model)
         UseCorner(source);
         FindSupportingFiles(source);
     }
-    Take(source);
+    Refresh(source);
     return source;
 }
 
@@ -208,7 +208,7 @@ ModelSource With(const ModelSource& model, const std::vector<std::string>& setti
         std::erase_if(source.given, same);
         source.given.emplace_back(name, value);
     }
-    Take(source);
+    Refresh(source);
     return source;
 }
 
@@ -221,7 +221,7 @@ void AddNote(ModelSource& model, const std::string& note)
 void Identify(ModelSource& model, const std::string& id)
 {
     model.id = id;
-    Take(model);
+    Refresh(model);
 }
 
 }  // namespace amisim

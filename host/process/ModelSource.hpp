@@ -87,6 +87,9 @@ ModelSource With(const ModelSource& model, const std::vector<std::string>& setti
 /// Adds an oddity that stays, whatever is given.
 void AddNote(ModelSource& model, const std::string& note);
 
+/// Takes anew what follows from definitions and settings.
+void Refresh(ModelSource& model);
+
 /// Gives the instance a name of its own, for files that it may make. Models need not ask for it.
 void Identify(ModelSource& model, const std::string& id);
 

@@ -60,6 +60,12 @@ public:
             case Call::kLoad:
                 reply.result = Load();
                 break;
+            case Call::kResolve:
+                reply.result = Resolve();
+                break;
+            case Call::kResolveClose:
+                reply.result = module_->resolveClose(memory_);
+                break;
             case Call::kInit:
                 reply.result = Init();
                 break;
@@ -83,12 +89,23 @@ private:
     long Load()
     {
         try {
-            module_.emplace(blocks_.ModulePath(), blocks_.TimeDomain());
+            module_.emplace(blocks_.ModulePath(), blocks_.Use());
             return 1;
         } catch (const Error& error) {
             message_ = std::string(error.what()).substr(0, kLongestText);
             return 0;
         }
+    }
+
+    long Resolve()
+    {
+        char* message = nullptr;
+        char* parameters = nullptr;
+        const long result = module_->resolve(blocks_.BitTime(), blocks_.Parameters(), &parameters,
+                                             &memory_, &message);
+        message_ = Said(message);
+        parameters_ = Said(parameters);
+        return result;
     }
 
     long Init()

@@ -4,8 +4,9 @@
 
 namespace amisim {
 
-/// The calls that the host has the worker make, in the order a model expects them.
-enum class Call : std::int32_t { kLoad, kInit, kGetWave, kClose };
+/// The calls that the host has the worker make, in the order a model expects them; those of
+/// AMI_Resolve are made in a process of their own.
+enum class Call : std::int32_t { kLoad, kResolve, kResolveClose, kInit, kGetWave, kClose };
 
 /// One packet from the host to the worker.
 struct Request

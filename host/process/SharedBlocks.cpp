@@ -52,7 +52,7 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     layout.clockRoom =
         static_cast<std::size_t>(2 * static_cast<double>(start.blockSamples) / samplesPerBit) + 64;
     layout.impulseLength = start.impulses.size() * start.impulses[0].size();
-    layout.timeDomain = start.timeDomain;
+    layout.use = start.use;
     layout.aggressors = start.impulses.size() - 1;
     layout.parametersAt = sizeof(Header) + start.modulePath.size() + 1;
     // Each guarded array ends right before a page that must not be touched.

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/process/AmiModule.hpp"
 #include "host/process/LinkedFiles.hpp"
 
 namespace amisim {
@@ -22,7 +23,7 @@ struct ModelStart
     // Impulse responses, V/s: the signal's, then one from each aggressor; all of one length, at
     // least one sample.
     std::vector<std::vector<double>> impulses;
-    bool timeDomain = true;        // whether AMI_GetWave is to be called
+    AmiModule::Use use = AmiModule::Use::kTimeDomain;
     std::size_t blockSamples = 0;  // most samples in one block
     std::size_t slots = 6;         // blocks in flight between host and model
 };
@@ -53,7 +54,7 @@ public:
     double SampleInterval() const { return header_.sampleInterval; }
     double BitTime() const { return header_.bitTime; }
     std::span<double> Impulses() const;  // one after the other
-    bool TimeDomain() const { return header_.timeDomain; }
+    AmiModule::Use Use() const { return header_.use; }
     std::size_t Aggressors() const { return header_.aggressors; }
 
     std::size_t Slots() const { return header_.slots; }
@@ -93,7 +94,7 @@ private:
             slotsAt;                // byte offsets; the module path follows the header
         std::size_t impulseLength;  // of all together
         std::size_t aggressors;
-        bool timeDomain;
+        AmiModule::Use use;
         std::size_t slots;
         std::size_t blockSamples;
         std::size_t clockRoom;  // doubles per slot, without the guard

@@ -95,7 +95,7 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
 {
     ModelStart own = start;
     own.impulses = {responses_[0]};  // aggressors have transmitters of their own
-    own.timeDomain = flow_.txWave;
+    own.use = flow_.txWave ? AmiModule::Use::kTimeDomain : AmiModule::Use::kImpulse;
     const auto blockBits =
         std::llround(static_cast<double>(own.blockSamples) * own.sampleInterval / own.bitTime);
     return OfTransmitter([&] {

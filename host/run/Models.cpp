@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "host/process/DependentParameters.hpp"
 #include "host/run/Agreement.hpp"
 #include "ibis/ResolveModel.hpp"
 
@@ -62,6 +63,31 @@ void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::pa
         Identify(models[k].receiver, fmt::format("{}_rx{}", run, segment));
         if (models[k].transmitter)
             Identify(*models[k].transmitter, fmt::format("{}_tx{}", run, segment));
+    }
+}
+
+void ResolveDependents(SimulationOptions& options, std::vector<SegmentModels>& models,
+                       const std::filesystem::path& worker, const std::function<bool()>& stopped)
+{
+    SignalOptions& first = options.Segments().front()->signal;
+    first.FindBitRate();
+    ModelProcess::Settings settings;
+    settings.workerProgram = worker;
+    settings.callLimit = options.callLimit;
+    settings.box = options.Box();
+    settings.interrupted = stopped;
+    const auto resolve = [&](ModelSource& model, const std::string& place) {
+        try {
+            ResolveDependent(model, first.BitTime(), settings);
+        } catch (const ModelFailure& failure) {
+            throw ModelFailure(failure.Code(), failure.phase + place, failure.reason,
+                               failure.printed);
+        }
+    };
+    for (std::size_t k = 0; k < models.size(); ++k) {
+        const std::string segment = models.size() > 1 ? fmt::format(" of segment {}", k + 1) : "";
+        if (models[k].transmitter) resolve(*models[k].transmitter, " of the transmitter" + segment);
+        resolve(models[k].receiver, segment);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 #include "host/run/Segment.hpp"
@@ -19,6 +20,13 @@ std::vector<SegmentModels> ResolveModels(const SimulationOptions& options);
 /// its output folder, with the end that it stands at and, in a link, its segment: "result_rx",
 /// "result_tx2".
 void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::path& folder);
+
+/// Has AMI_Resolve tell what depends on settings and bit rate, of models that have it.
+/// @param worker   amisim-worker
+/// @param stopped  asked often; true ends the call
+/// @throws as ResolveDependent, with the place in the link
+void ResolveDependents(SimulationOptions& options, std::vector<SegmentModels>& models,
+                       const std::filesystem::path& worker, const std::function<bool()>& stopped);
 
 /// Settles what the waveform and the models tell of the signal, for the whole link.
 /// @throws Error as SignalOptions::FindBitRate and AgreeOnModulation

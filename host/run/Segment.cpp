@@ -147,7 +147,7 @@ ModelStart Segment::StartOf(const ModelSource& model) const
     start.sampleInterval = own_.signal.SampleInterval();
     start.bitTime = own_.signal.BitTime();
     start.impulses = link_.Responses();
-    start.timeDomain = model.getWave;
+    start.use = model.getWave ? AmiModule::Use::kTimeDomain : AmiModule::Use::kImpulse;
     start.blockSamples = static_cast<std::size_t>(run_.blockBits * own_.signal.samplesPerBit);
     return start;
 }

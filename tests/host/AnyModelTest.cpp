@@ -153,5 +153,44 @@ TEST_F(AnyModelTest, AModelFindsItsSupportingFilesInItsFolder)
     EXPECT_EQ(Read("out/tables/first.txt"), "0.5");
 }
 
+TEST_F(AnyModelTest, WhatDependsOnSettingsIsToldByAmiResolve)
+{
+    const auto make = [](const char* kind, const std::string& first = "Value 1") {
+        Make("rx",
+             Parameter("Resolve_Exists", "Info", "Boolean", "Value True") +
+                 Parameter("Rx_GaussianNoise", "Dep", "Float", "Value 0.5") +
+                 Parameter("Rx_UniformNoise", "Dep", "Float", "Corner 1e-3 2e-3 3e-3"),
+             first, Parameter("Resolve", "In", "String", fmt::format("Value \"{}\"", kind)));
+    };
+    make("well");
+    ASSERT_EQ(Run("m/rx.ami --bit-rate 5e9 --corner fast"), 0) << output_;
+    EXPECT_EQ(Result()["sampler"]["gaussian_noise_v_rms"].get<double>(), 5e-4);
+    EXPECT_EQ(Result()["sampler"]["uniform_noise_v_peak"].get<double>(), 3e-3);
+    EXPECT_TRUE(Says("AMI_Resolve does not tell Rx_UniformNoise: it is 3e-3")) << output_;
+
+    struct Row
+    {
+        const char *kind, *arguments;
+        int code;
+        const char* message;
+    };
+    const Row rows[] = {
+        {"refuse", "m/rx.ami", 6, "the model returned 0 in AMI_Resolve: no such buffer"},
+        {"abort", "m/rx.ami", 5, "the model aborted (SIGABRT) in AMI_Resolve"},
+        {"hang", "m/rx.ami --call-limit 0.3", 7, "did not return within 0.3 s and was stopped"},
+        {"garbage", "m/rx.ami", 4, "expected one list in parentheses, found 'no ( list'"},
+        {"word", "m/rx.ami", 4, "rx.ami:7: AMI_Resolve gives Rx_GaussianNoise the value 'much'"},
+    };
+    for (const Row& row : rows) {
+        make(row.kind);
+        EXPECT_EQ(Run(row.arguments), row.code);
+        EXPECT_TRUE(Says(row.message)) << output_;
+    }
+    make("well");
+    fs::copy(TEST_MODEL, "m/rx.so", fs::copy_options::overwrite_existing);
+    EXPECT_EQ(Run("m/rx.ami"), 4);
+    EXPECT_TRUE(Says("exports no AMI_Resolve, which a model must have whose .ami says")) << output_;
+}
+
 }  // namespace
 }  // namespace amisim

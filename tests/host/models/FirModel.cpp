@@ -4,6 +4,8 @@
 // folds a decision feedback into it. It has no clock. What a file "tables/first.txt" in its folder
 // says is the first tap.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -70,6 +72,34 @@ EXPORT long AMI_Init(double* impulse, long rows, long aggressors, double sampleI
     }
     double* const top = std::max_element(impulse, impulse + rows);
     for (std::size_t n = 2 * bit; n < 3 * bit; ++n) top[n] -= Parameter(parameters, "Fold");
+    return 1;
+}
+
+EXPORT long AMI_Resolve(double bitTime, const char* parameters, char** out, void** memory,
+                        char** message)
+{
+    static char text[256], said[] = "no such buffer";
+    const char* const kind = std::strstr(parameters, "(Resolve \"");
+    const auto is = [kind](const char* name) { return kind && std::strstr(kind, name); };
+    if (is("refuse")) {
+        *message = said;
+        return 0;
+    }
+    if (is("abort")) std::abort();
+    if (is("hang")) pause();
+    std::snprintf(text, sizeof text, "(any (Rx_GaussianNoise %s))", is("word") ? "much" : "1e-3");
+    if (!is("word")) {  // in proportion to the bit rate
+        std::snprintf(text, sizeof text, "(any (Rx_GaussianNoise %g) (Other 1))", 1e-13 / bitTime);
+    }
+    if (is("garbage")) std::strcpy(text, "no ( list");
+    *out = text;
+    *memory = std::malloc(16);
+    return 1;
+}
+
+EXPORT long AMI_Resolve_Close(void* memory)
+{
+    std::free(memory);
     return 1;
 }
 
