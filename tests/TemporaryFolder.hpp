@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <random>
 #include <string>
 
 /// A new working folder for as long as it lives: the receiver writes its logs where it stands.
@@ -11,9 +10,10 @@ class TemporaryFolder
 public:
     TemporaryFolder() : m_before(std::filesystem::current_path())
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "retimer-XXXXXX").string();
-        if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder: " + pattern);
-        m_path = pattern;
+        do {
+            m_path = std::filesystem::temp_directory_path() /
+                     ("retimer-" + std::to_string(std::random_device()()));
+        } while (!std::filesystem::create_directory(m_path));
         std::filesystem::current_path(m_path);
     }
     ~TemporaryFolder()

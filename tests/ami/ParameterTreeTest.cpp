@@ -170,6 +170,7 @@ TEST(ParameterTree, AbortsOnMoreThan120Blanks)
               "(a(b \"1\":int \"2\":int))");
     EXPECT_EQ(Parsed("(a " + quoted + ")"), "(a " + quoted + ":string)");
 
+#if !defined _WIN32 && !defined RETIMER_EMULATED  // tests/portability has it for all systems
     for (const char* pText : {"#", "#(a 1)", "(#a 1)", "(a#1)", "(a#(b 1))", "(a 1#)", "(a 1#2)",
                               "(a#)", "(a (b)#(c))", "(a (b)x#(c))", "(a 1)#"}) {
         std::string text = pText;
@@ -183,6 +184,7 @@ TEST(ParameterTree, AbortsOnMoreThan120Blanks)
             testing::KilledBySignal(SIGABRT), "^[^:]+:[0-9]+:assertion failed\\.\n$")
             << pText;
     }
+#endif
 }
 
 }  // namespace

@@ -108,7 +108,7 @@ TEST(Adapt, AnswersEachEyeWithTheNextSetting)
 TEST(Adapt, LogsEachEyeAndPhase)
 {
     const TemporaryFolder folder;
-    std::ofstream("Adapt.txt") << "kept\n";
+    std::ofstream("Adapt.txt", std::ios::binary) << "kept\n";
     Bench bench(1, 1);
     bench.Fire(2, 0, 0);
     EXPECT_EQ(FileText("Adapt.txt"), "kept\n");

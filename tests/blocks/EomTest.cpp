@@ -48,7 +48,7 @@ void CompareWithPlainMonitor(int iBits, size_t iSine, size_t iSignal, bool bOsci
     ASSERT_TRUE(oscillator.Initialize());
     if (bOscillator) eom->Oscillator = &oscillator;
     ASSERT_TRUE(eom->Initialize());
-    for (int n = 0; n < 4000; ++n) {
+    for (int n = 0; n < (Emulated ? 400 : 4000); ++n) {
         const double s = plain->scale,
                      dStep = static_cast<double>(random.Below(130)) * s * 0.015625;
         const double kindsOfSine[] = {std::cos(0.3 * n), std::cos(2.9 * n), Boundary(random)};

@@ -1,8 +1,10 @@
 #include "blocks/LogFile.hpp"
 
+#ifndef _WIN32
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <climits>
 #include <memory>
@@ -30,6 +32,7 @@ TEST(LogFile, AppendsNumbersAsAStreamPrintsThem)
     EXPECT_EQ(FileText("log"), expected.str() + "behind");
 }
 
+#ifndef _WIN32
 TEST(LogFile, StaysUnwrittenWhereItCannotBeAPlainFile)
 {
     const TemporaryFolder folder;
@@ -64,5 +67,6 @@ TEST(LogFile, TakesNoStandardStreamsPlace)
             },
             testing::ExitedWithCode(0), "");
 }
+#endif
 
 }  // namespace

@@ -8,11 +8,38 @@
 #include <string>
 #include <utility>
 
+#include "mathematics/Exact.hpp"
+
 namespace literal {
 
 constexpr double pi = 3.141592653589793;
 constexpr double halfPi = 1.5707963267948966;
 constexpr double twoPi = 6.283185307179586;
+
+/// The elementary functions: the C library's, but where it gives other values than elsewhere.
+#ifdef _WIN32
+inline double asin(double x)
+{
+    return Mathematics::Exact::Asin(x);
+}
+inline double cos(double x)
+{
+    return Mathematics::Exact::Cos(x);
+}
+inline double exp(double x)
+{
+    return Mathematics::Exact::Exp(x);
+}
+inline double sin(double x)
+{
+    return Mathematics::Exact::Sin(x);
+}
+#else
+using std::asin;
+using std::cos;
+using std::exp;
+using std::sin;
+#endif
 
 /// Compares a 0/1 input with that of the previous firing; asked exactly once in every firing.
 struct RisingEdge
@@ -37,7 +64,7 @@ struct Vco
         // The free-running part is n times the step, not a sum of n steps.
         const double theta =
             static_cast<double>(firings) * (sampleInterval * (twoPi * frequency)) + accumulated;
-        sine = std::cos(theta) * 1.0;
+        sine = cos(theta) * 1.0;
         clock = sine > 0.0 ? 1 : 0;
         firings += 1;
     }
@@ -49,8 +76,8 @@ struct QuarterPeriodDelay
 
     void fire(double x)
     {
-        const double a = std::asin(x);
-        output = std::sin(x - previous >= 0.0 ? a - halfPi : (pi - a) - halfPi);
+        const double a = asin(x);
+        output = sin(x - previous >= 0.0 ? a - halfPi : (pi - a) - halfPi);
         previous = x;
     }
 };
@@ -83,7 +110,7 @@ struct LoopFilter
     {
         Ipump = input == 1.0 ? Icp : input == -1.0 ? -Icp : input == 0.0 ? 0.0 : Ipump;
         const double a = VC1, b = VC2, T = sampleInterval, I = Ipump, S = C1 + C2;
-        const double E = std::exp(-(C1 + C2) * T / (C2 * C1 * R));
+        const double E = exp(-(C1 + C2) * T / (C2 * C1 * R));
         // Each sum runs from left to right.
         const double Q = -C1 * C2 * b - C1 * C1 * I * R - C1 * C1 * a - C2 * C1 * a - C2 * C2 * b -
                          I * T * C1 - I * T * C2 - C1 * E * C2 * b + C1 * C1 * E * I * R +
@@ -241,9 +268,9 @@ struct EyeMonitor
         count += isClockEdge ? 1 : 0;
         if (isClockEdge && count >= bits) complete(log);
         // The rest is done in the firing that completed the measurement, too.
-        const double phase = isRising ? std::asin(sine) : pi - std::asin(sine);
+        const double phase = isRising ? asin(sine) : pi - asin(sine);
         for (int k = 0; k < 64; ++k) {
-            phaseSine[k] = std::sin(phase - (k * twoPi) * 0.015625);
+            phaseSine[k] = sin(phase - (k * twoPi) * 0.015625);
             const int level = phaseSine[k] >= 0.0 ? 1 : 0;
             if (std::exchange(phaseClock[k], level) == 0 || level == 1) continue;
             int bin = 0;

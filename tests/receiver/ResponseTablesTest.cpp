@@ -8,6 +8,7 @@
 #include <complex>
 #include <cstdint>
 #include <fstream>
+#include <numbers>
 #include <numeric>
 #include <vector>
 
@@ -30,7 +31,8 @@ double Magnitude(const Response& response, double frequency)
 {
     std::complex<double> sum = 0.0;
     for (std::size_t k = 0; k < response.Times.size(); ++k)
-        sum += std::polar(1.0, -2.0 * M_PI * frequency * response.Times[k]) * response.Values[k];
+        sum += std::polar(1.0, -2.0 * std::numbers::pi * frequency * response.Times[k]) *
+               response.Values[k];
     return std::abs(sum) * response.Times[1];
 }
 

@@ -24,7 +24,7 @@ struct Settings
 std::vector<double> MakeSignal(const Settings& s)
 {
     Awkward random{1};
-    std::vector<double> wave(1200 * static_cast<size_t>(s.SamplesPerSymbol));
+    std::vector<double> wave((Emulated ? 400 : 1200) * static_cast<size_t>(s.SamplesPerSymbol));
     double dLevel = 0.4, y = 0.0;
     for (size_t i = 0; i < wave.size(); ++i) {
         if (i % static_cast<size_t>(s.SamplesPerSymbol) == 0) dLevel = random.Below(2) ? 0.4 : -0.4;
@@ -113,7 +113,8 @@ TEST(Shortcuts, ChangeNoBit)
         if (bFails) wave.resize(2000);
         Seen plain;
         for (const std::vector<size_t>& blocks :
-             {{wave.size()}, {8}, std::vector<size_t>{1, 2, 3, 7, 0, 63, 64, 65, 1000}}) {
+             {std::vector<size_t>{1, 2, 3, 7, 0, 63, 64, 65, 1000}, {wave.size()}, {8}}) {
+            if (Emulated && blocks.size() == 1) continue;
             if (plain.numbers.empty() || bFails) plain = Watch(s, nullptr, wave, blocks);
             for (const Vantor::InnerProductsVariant& kernel : Vantor::InnerProductsVariants) {
                 if (!kernel.IsSupported()) continue;

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "runtime/CircularBuffer.hpp"
+#include "tests/Emulated.hpp"
 
 /// Bit for bit, but any NaN equals any NaN.
 inline bool Same(double a, double b)
@@ -42,7 +43,7 @@ std::string Posted(Action action)
 /// A file in full; nothing where there is none.
 inline std::string FileText(const std::string& path)
 {
-    return (std::ostringstream() << std::ifstream(path).rdbuf()).str();
+    return (std::ostringstream() << std::ifstream(path, std::ios::binary).rdbuf()).str();
 }
 
 /// The regular expression of an assertion that fails in a source file, its condition in full.

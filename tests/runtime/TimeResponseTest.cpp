@@ -118,6 +118,12 @@ TEST(Interpolators, CubicSplineReproducesCubicsFromRisingTimes)
     EXPECT_NEAR(b[4], -5.0, 1e-13);
     x[2] = 0.0;
     EXPECT_EQ(code(3), 2);
+}
+
+TEST(InterpolatorsDeathTest, MisuseEndsTheProcessWithTheCondition)
+{
+    double x[] = {-1, 0, 0}, y[] = {1, 2, 3};
+    Spline spline;
     EXPECT_DEATH(spline.CubicSpline(3, 0.5, x, y), Assertion("Interpolators", "false"));
     EXPECT_DEATH(spline.CubicSpline(2, 0.5, x, y), Assertion("Interpolators", "iBufferSize > 2"));
     EXPECT_DEATH(spline.CubicSpline(3, 0.5, nullptr, y), Assertion("Interpolators", "pastT"));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/SharedLibrary.hpp"
+#include "tests/TemporaryFolder.hpp"
 
 /// The built library, loaded as a simulator loads it, for as long as this object lives.
 class Library
@@ -29,6 +30,12 @@ public:
 private:
     SharedLibrary m_library;
 };
+
+#ifdef RETIMER_SANITIZED
+constexpr bool Sanitized = true;
+#else
+constexpr bool Sanitized = false;
+#endif
 
 constexpr size_t SamplesPerBit = 16;
 constexpr double BitTime = 9.696969696969696e-11;
@@ -132,3 +139,26 @@ private:
     const Library& m_library;
     void* m_memory = this;  ///< no null: AMI_Init is to set it
 };
+
+/// A run in a working folder of its own: all that came back, as one number too, and its logs.
+struct Whole
+{
+    std::uint64_t Hash;
+    std::string Logs;
+    std::vector<double> Wave, Clocks;
+};
+
+inline std::string Logs()
+{
+    return Contents("Adapt.txt") + '\0' + Contents("EOM.txt");
+}
+
+inline Whole RunAlone(const std::string& parameters = Parameters(),
+                      const std::vector<double>& wave = Data())
+{
+    const TemporaryFolder folder;
+    const Library library;
+    Session session(library, parameters);
+    session.Run(wave);
+    return {session.Hash(), Logs(), session.Wave, session.Clocks};
+}
