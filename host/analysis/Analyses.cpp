@@ -291,6 +291,13 @@ std::optional<BitComparison> Analyses::Comparison() const
     return ComparisonOf(*decisions.symbols, decisions.unsure);
 }
 
+std::optional<BitComparison> Analyses::EndToEnd() const
+{
+    const auto& decisions = DecisionsOf(output_);
+    if (!decisions.endToEnd) return std::nullopt;
+    return ComparisonOf(*decisions.endToEnd, 0);
+}
+
 Analyses::Findings Analyses::Find(std::span<const double> sines)
 {
     if (holding_) Release();
@@ -307,9 +314,8 @@ Analyses::Findings Analyses::Find(std::span<const double> sines)
                                                 settings_.sentUnitInterval);
     const std::int64_t missing = bits - output_.UnitIntervals();
     if (missing > kEndBits) found.clock.missing = missing;
-    const auto& decisions = DecisionsOf(output_);
     found.comparison = Comparison();
-    if (decisions.endToEnd) found.endToEnd = ComparisonOf(*decisions.endToEnd, 0);
+    found.endToEnd = EndToEnd();
     if (settings_.errorsOnly) return found;
     if (output_.UnitIntervals() > 0) found.eye = EvaluateEyes(output_, 0, settings_.bers);
     if (input_.UnitIntervals() > 0) found.inputEye = EvaluateEyes(input_, shift_, settings_.bers);

@@ -63,6 +63,9 @@ public:
     /// Of the bits that count, so far; absent when nothing is known of what was sent.
     std::optional<BitComparison> Comparison() const;
 
+    /// The same with what the origin sent; absent without an origin.
+    std::optional<BitComparison> EndToEnd() const;
+
     struct Findings
     {
         std::optional<EyeFindings> eye, inputEye;  // absent when no unit interval was counted

@@ -6,8 +6,9 @@
 
 namespace amisim {
 
-// Symbols that a model's clock may be ahead of the transmitter's while it settles.
-constexpr std::int64_t kAhead = 8;
+// Symbols that a model's clock may be ahead of the transmitter's while it settles, and that one may
+// be which follows slow jitter of the transmitter.
+constexpr std::int64_t kAhead = 8, kFarAhead = 2048;
 
 // Where the pattern is in none of the places, it is sought less and less often, down to once in so
 // many windows.
@@ -35,11 +36,18 @@ std::size_t SymbolComparer::Differences(std::int64_t first, bool inverted) const
     return count;
 }
 
+/// Places further ahead count only where the pattern is in none of the others: a short one is in
+/// many.
 bool SymbolComparer::Seek(Place& best) const
+{
+    return SeekAmong(-kAhead, kLongestDelay, best) || SeekAmong(-kFarAhead, -kAhead - 1, best);
+}
+
+bool SymbolComparer::SeekAmong(std::int64_t least, std::int64_t most, Place& best) const
 {
     const std::size_t size = window_.size();
     best.errors = size + 1;
-    for (std::int64_t delay = -kAhead; delay <= kLongestDelay; ++delay) {
+    for (std::int64_t delay = least; delay <= most; ++delay) {
         const std::int64_t first = near_ - delay;
         if (!sent_.Has(first) || !sent_.Has(first + static_cast<std::int64_t>(size) - 1)) continue;
         const std::size_t different = Differences(first, false);

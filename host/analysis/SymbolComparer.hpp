@@ -72,6 +72,7 @@ private:
     }
     std::size_t Differences(std::int64_t first, bool inverted) const;
     bool Seek(Place& best) const;
+    bool SeekAmong(std::int64_t least, std::int64_t most, Place& best) const;
     bool MaySeek();
     void Use(const Place& place);
     void CompareWindow();

@@ -171,6 +171,11 @@ std::vector<std::string> GivenOptions(const CLI::App& command, const std::set<st
     return given;
 }
 
+fs::path GivenModel(const CLI::App& command)
+{
+    return command.get_option("model")->results().at(0);
+}
+
 void CheckFolderGiven(const GridOptions& o, const fs::path& what, const std::string& grid)
 {
     if ((!o.collect && !o.task) || fs::is_directory(what)) return;

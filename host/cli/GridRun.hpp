@@ -62,6 +62,9 @@ Plan ReadPlanOf(const std::filesystem::path& folder, const std::string& command)
 std::vector<std::string> GivenOptions(const CLI::App& command,
                                       const std::set<std::string>& without);
 
+/// The model, or the link, as the user named it to a command that runs one.
+std::filesystem::path GivenModel(const CLI::App& command);
+
 /// A grid's folder as the user would name it from here.
 std::filesystem::path ShownFolder(const Plan& plan, const std::filesystem::path& what);
 

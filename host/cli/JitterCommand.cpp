@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <set>
 
+#include "base/TextFile.hpp"
 #include "host/cli/Terminal.hpp"
+#include "host/job/SegmentFolders.hpp"
+#include "host/options/LinkFile.hpp"
 #include "host/options/RunCommand.hpp"
+#include "host/results/SignalDescription.hpp"
 #include "host/run/Models.hpp"
 
 namespace amisim {
@@ -72,10 +76,10 @@ void CheckJitterOptions(const JitterOptions& o)
 {
     o.Check();
     const auto fail = [](const std::string& text) { throw Error(ExitCode::kUsage, text); };
-    if (o.signal.sineJitter != 0)
+    const SignalOptions& sent = o.Segments().front()->signal;
+    if (sent.sineJitter != 0)
         fail("--sj-amplitude: the sine is what this command sets: give --frequencies");
-    if (!o.earlier.empty()) fail("MODEL: expected a model, or a link of one segment");
-    if (!o.signal.wave.empty())
+    if (!sent.wave.empty())
         fail("--wave: no jitter can be put on a measured waveform: give a pattern");
     for (const double frequency : o.frequencies) {
         if (frequency <= o.signal.bitRate / 2) continue;
@@ -84,7 +88,8 @@ void CheckJitterOptions(const JitterOptions& o)
                         "more of a sine",
                         frequency));
     }
-    const std::int64_t settle = o.ignoreBits.value_or(kLeastSettleBits);
+    const std::int64_t settle =
+        o.ignoreBits.value_or(kLeastSettleBits * (std::ssize(o.earlier) + 1));
     if (o.signal.bits && *o.signal.bits <= settle) {
         fail(
             fmt::format("--bits {} leaves nothing after the {} in which the loop settles: give "
@@ -103,9 +108,12 @@ Setting FrequencyAxis(std::vector<double> frequencies)
     return axis;
 }
 
-JitterLink::JitterLink(const JitterOptions& options)
-    : options_(options), mask_(options.mask), models_(ResolveModels(options_))
+JitterLink::JitterLink(const JitterOptions& options, const fs::path& model)
+    : options_(options), mask_(options.mask)
 {
+    if (IsLinkFile(model)) file_ = model;
+    UseFarSides(options_);
+    models_ = ResolveModels(options_);
     NameInstances(models_, options.out);
     SettleSignals(options_, models_);
 }
@@ -118,20 +126,51 @@ std::optional<FrequencyMask> JitterLink::Mask(FrequencyMask::Kind kind) const
 
 std::vector<fs::path> JitterLink::Files() const
 {
-    std::vector<fs::path> files = options_.signal.Files();
-    for (const auto& [name, path] : ModelFiles()) files.push_back(path);
+    std::vector<fs::path> files = InputFiles(options_, models_);
+    if (!file_.empty()) files.push_back(file_);
     return files;
 }
 
 std::vector<std::pair<std::string, fs::path>> JitterLink::ModelFiles() const
 {
     std::vector<std::pair<std::string, fs::path>> files;
-    const auto& [receiver, transmitter] = models_.back();
-    for (const fs::path& path : receiver.files) files.emplace_back(path.string(), path);
-    if (transmitter) {
-        for (const fs::path& path : transmitter->files) files.emplace_back(path.string(), path);
-    }
+    for (const fs::path& path : Files()) files.emplace_back(path.string(), path);
     return files;
+}
+
+std::string JitterLink::ModelNames() const
+{
+    std::vector<std::string> names;
+    for (const SegmentModels& models : models_) names.push_back(models.receiver.name);
+    return Joined(names, ", then ");
+}
+
+std::string JitterLink::SignalText() const
+{
+    std::vector<std::string> texts;
+    for (const SegmentOptions* segment : options_.Segments())
+        texts.push_back(Describe(segment->signal));
+    return Joined(texts, "; then ");
+}
+
+nlohmann::ordered_json JitterLink::SignalsJson() const
+{
+    const auto segments = options_.Segments();
+    nlohmann::ordered_json json = SignalJson(segments.front()->signal);
+    for (std::size_t k = 0; segments.size() > 1 && k < segments.size(); ++k) {
+        json["segments"].push_back(
+            {{"name", models_[k].receiver.name}, {"signal", SignalJson(segments[k]->signal)}});
+    }
+    return json;
+}
+
+std::vector<std::unique_ptr<OutputFolder>> JitterLink::Clean(OutputFolder& folder) const
+{
+    for (const char* name : kOfModels) {
+        folder.Remove(name);
+        folder.Claim(name);
+    }
+    return MakeSegmentFolders(folder.Path(), options_.earlier.size(), Files());
 }
 
 TriedLink JitterLink::In(OutputFolder& folder, const fs::path& worker,
@@ -153,14 +192,6 @@ const OutputFolder::Kind& JitterCaseFolder()
     return kind;
 }
 
-void CleanModelFiles(OutputFolder& folder)
-{
-    for (const char* name : kOfModels) {
-        folder.Remove(name);
-        folder.Claim(name);
-    }
-}
-
 nlohmann::ordered_json KeyOf(const CLI::App& command, const JitterLink& link)
 {
     Case self;
@@ -175,7 +206,7 @@ Plan NewJitterPlan(const JitterOptions& o, const CLI::App& command, const std::s
     Plan plan;
     plan.base = fs::current_path();
     plan.command = name;
-    plan.model = o.model.string();
+    plan.model = GivenModel(command).string();
     plan.out = fs::absolute(o.out).lexically_normal();
     plan.options = GivenOptions(command, NotForCases());
     return plan;

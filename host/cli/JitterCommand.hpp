@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <atomic>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -37,14 +38,23 @@ Setting FrequencyAxis(std::vector<double> frequencies);
 class JitterLink
 {
 public:
+    /// @param model  as the user named it
     /// @throws Error for a file or a parameter
-    explicit JitterLink(const JitterOptions& options);
+    JitterLink(const JitterOptions& options, const std::filesystem::path& model);
 
     std::optional<FrequencyMask> Mask(FrequencyMask::Kind kind) const;
     std::vector<std::filesystem::path> Files() const;
     std::vector<std::pair<std::string, std::filesystem::path>> ModelFiles() const;
-    const std::string& ModelName() const { return models_.back().receiver.name; }
-    const SignalOptions& Signal() const { return options_.signal; }
+
+    /// In words: the receivers, and the signals of their segments, in the link's order.
+    std::string ModelNames() const;
+    std::string SignalText() const;
+    /// That of the first segment; of several also all of them, in "segments".
+    nlohmann::ordered_json SignalsJson() const;
+
+    /// Removes what the models of the trial before have left.
+    /// @return the folders of earlier segments, for the trial to come
+    [[nodiscard]] std::vector<std::unique_ptr<OutputFolder>> Clean(OutputFolder& folder) const;
 
     /// To be tried in the folder.
     TriedLink In(OutputFolder& folder, const std::filesystem::path& worker,
@@ -53,6 +63,7 @@ public:
 private:
     SimulationOptions options_;
     std::string mask_;
+    std::filesystem::path file_;  // of the link; empty: it is told on the command line
     std::vector<SegmentModels> models_;
 };
 
@@ -61,9 +72,6 @@ nlohmann::ordered_json KeyOf(const CLI::App& command, const JitterLink& link);
 
 /// What a case writes into its folder: the outcome, the trials so far, what the models leave.
 const OutputFolder::Kind& JitterCaseFolder();
-
-/// Removes what the models of the trial before have left.
-void CleanModelFiles(OutputFolder& folder);
 
 /// The plan of a new test, its axes still to come.
 Plan NewJitterPlan(const JitterOptions& options, const CLI::App& command, const std::string& name);

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "host/cli/Terminal.hpp"
+#include "host/options/LinkFile.hpp"
 #include "host/options/RunCommand.hpp"
 #include "host/results/OutputFolder.hpp"
 #include "host/results/ResultJson.hpp"
@@ -37,7 +38,7 @@ A plan, with paths relative to its folder:
   EQ_Level = "0:31"     # start:stop, or start:step:stop
 
 An axis is an option of amisim run (see its --help), else a parameter of the model; param.NAME is
-always a parameter. Waveforms are saved only with save-wave among the options.
+always a parameter, 2.loss or 1.rx.set.EQ_Level a value of one segment of a link. Waveforms are saved only with save-wave among the options.
 
 Files in the output folder:
   table.csv, table.json  one row a case: axes, results, status and why it failed
@@ -74,7 +75,7 @@ Plan MakePlan(const SweepOptions& o)
         }
         return ReadPlanOf(o.what, "run");
     }
-    if (o.what.extension() == ".toml") {
+    if (o.what.extension() == ".toml" && !IsLinkFile(o.what)) {
         plan = ReadPlanFile(o.what);
     } else {
         plan.base = fs::current_path();
@@ -130,11 +131,12 @@ CLI::App* AddSweepCommand(CLI::App& app, SweepOptions& o)
                                      "stand after --");
     sweep->footer(kFooter);
     sweep
-        ->add_option("what", o.what,
-                     "A plan (.toml), a model (.ibs, .ami, .so), or the folder of a sweep to go "
-                     "on with")
+        ->add_option(
+            "what", o.what,
+            "A plan (.toml), a model (.ibs, .ami, .so), a link (.toml), or the folder of a sweep "
+            "to go on with")
         ->required()
-        ->type_name("PLAN|MODEL|FOLDER");
+        ->type_name("PLAN|MODEL|LINK|FOLDER");
     sweep->add_option("run-options", o.runOptions, "After --: options of amisim run for all cases")
         ->type_name("...");
     sweep->add_option("--model", o.modelName, "The [Model] of an .ibs that holds several")

@@ -11,7 +11,6 @@
 #include "host/jitter/Frequency.hpp"
 #include "host/jitter/ToleranceReport.hpp"
 #include "host/results/ResultJson.hpp"
-#include "host/results/SignalDescription.hpp"
 
 namespace amisim {
 namespace {
@@ -83,7 +82,7 @@ AmplitudeSearch::Settings SearchSettings(const ToleranceOptions& o,
 ExitCode RunCase(const ToleranceOptions& o, const CLI::App& command, const fs::path& worker,
                  const std::atomic<bool>& stop)
 {
-    const JitterLink link(o);
+    const JitterLink link(o, GivenModel(command));
     const auto mask = link.Mask(FrequencyMask::Kind::kTolerance);
     OutputFolder folder(o.out, JitterCaseFolder(), OutputFolder::Use::kAlone, link.Files());
     const Json key = KeyOf(command, link);
@@ -94,10 +93,13 @@ ExitCode RunCase(const ToleranceOptions& o, const CLI::App& command, const fs::p
     const auto tryNext = [&](double amplitude) {
         const std::size_t number = point.trials.size();
         const bool known = number < earlier.size() && earlier[number].amplitude == amplitude;
-        if (!known) CleanModelFiles(folder);
-        point.trials.push_back(
-            known ? earlier[number]
-                  : TryTolerance(tried, point.frequency, amplitude, o.ratio, o.confidence));
+        if (known) {
+            point.trials.push_back(earlier[number]);
+        } else {
+            const auto segmentFolders = link.Clean(folder);
+            point.trials.push_back(
+                TryTolerance(tried, point.frequency, amplitude, o.ratio, o.confidence));
+        }
         const ToleranceTrial& trial = point.trials.back();
         Print("{}: {:.4g} UI peak to peak: {}, {} errors in {} bits\n",
               FrequencyText(point.frequency), amplitude, trial.passed ? "passes" : trial.why,
@@ -128,9 +130,9 @@ ExitCode RunCase(const ToleranceOptions& o, const CLI::App& command, const fs::p
 JitterTolerance Gather(const ToleranceOptions& o, const JitterLink& link, const Plan& plan)
 {
     JitterTolerance tolerance;
-    tolerance.model = link.ModelName();
-    tolerance.signal = Describe(link.Signal());
-    tolerance.signalJson = SignalJson(link.Signal());
+    tolerance.model = link.ModelNames();
+    tolerance.signal = link.SignalText();
+    tolerance.signalJson = link.SignalsJson();
     tolerance.ratio = o.ratio;
     tolerance.confidence = o.confidence;
     tolerance.mask = link.Mask(FrequencyMask::Kind::kTolerance);
@@ -168,7 +170,7 @@ ExitCode Report(const JitterTolerance& tolerance, const Plan& plan, const Pictur
 ExitCode RunPlan(const Plan& plan, const ToleranceOptions& o, const GridOptions& grid,
                  const fs::path& shown, const fs::path& program, const std::atomic<bool>& stop)
 {
-    const JitterLink link(o);
+    const JitterLink link(o, plan.model);
     const auto report = [&](OutputFolder& folder) {
         return Report(Gather(o, link, plan), plan, o.pictures, folder, shown);
     };
@@ -222,7 +224,7 @@ ExitCode RunTolerance(const ToleranceOptions& o, const CLI::App& command, const 
     CheckFolderGiven(o, o.model, "tolerance test");
     CheckJitterOptions(o);
     if (o.frequency) return RunCase(o, command, program.parent_path() / "amisim-worker", stop);
-    const auto mask = JitterLink(o).Mask(FrequencyMask::Kind::kTolerance);
+    const auto mask = JitterLink(o, GivenModel(command)).Mask(FrequencyMask::Kind::kTolerance);
     Plan plan = NewJitterPlan(o, command, kName);
     plan.axes = {FrequencyAxis(o.frequencies.empty() ? DefaultFrequencies(o.signal.bitRate, 2, mask)
                                                      : o.frequencies)};

@@ -8,7 +8,6 @@
 #include "host/jitter/Frequency.hpp"
 #include "host/jitter/TransferReport.hpp"
 #include "host/results/ResultJson.hpp"
-#include "host/results/SignalDescription.hpp"
 
 namespace amisim {
 namespace {
@@ -63,11 +62,12 @@ std::vector<Case> CasesOfTransfer(const Plan& plan, const GridOptions& o)
     return cases;
 }
 
-ExitCode RunCase(const TransferOptions& o, const fs::path& worker, const std::atomic<bool>& stop)
+ExitCode RunCase(const TransferOptions& o, const CLI::App& command, const fs::path& worker,
+                 const std::atomic<bool>& stop)
 {
-    const JitterLink link(o);
+    const JitterLink link(o, GivenModel(command));
     OutputFolder folder(o.out, JitterCaseFolder(), OutputFolder::Use::kAlone, link.Files());
-    CleanModelFiles(folder);
+    const auto segmentFolders = link.Clean(folder);
     const TriedLink tried = link.In(folder, worker, stop);
     const double amplitude = o.amplitudes.at(0);
     const bool sine = *o.frequency > 0;
@@ -87,9 +87,9 @@ ExitCode RunCase(const TransferOptions& o, const fs::path& worker, const std::at
 JitterTransfer Gather(const TransferOptions& o, const JitterLink& link, const Plan& plan)
 {
     JitterTransfer transfer;
-    transfer.model = link.ModelName();
-    transfer.signal = Describe(link.Signal());
-    transfer.signalJson = SignalJson(link.Signal());
+    transfer.model = link.ModelNames();
+    transfer.signal = link.SignalText();
+    transfer.signalJson = link.SignalsJson();
     transfer.mask = link.Mask(FrequencyMask::Kind::kTransfer);
     transfer.amplitudes = o.amplitudes;
     for (const Case& c : CasesOfTransfer(plan, {})) {
@@ -124,7 +124,7 @@ ExitCode Report(const JitterTransfer& transfer, const Plan& plan, const PictureF
 ExitCode RunPlan(const Plan& plan, const TransferOptions& o, const GridOptions& grid,
                  const fs::path& shown, const fs::path& program, const std::atomic<bool>& stop)
 {
-    const JitterLink link(o);
+    const JitterLink link(o, plan.model);
     const auto report = [&](OutputFolder& folder) {
         return Report(Gather(o, link, plan), plan, o.pictures, folder, shown);
     };
@@ -188,8 +188,8 @@ ExitCode RunTransfer(const TransferOptions& o, const CLI::App& command, const fs
     }
     CheckFolderGiven(o, o.model, "transfer test");
     CheckJitterOptions(o);
-    if (o.frequency) return RunCase(o, program.parent_path() / "amisim-worker", stop);
-    const auto mask = JitterLink(o).Mask(FrequencyMask::Kind::kTransfer);
+    if (o.frequency) return RunCase(o, command, program.parent_path() / "amisim-worker", stop);
+    const auto mask = JitterLink(o, GivenModel(command)).Mask(FrequencyMask::Kind::kTransfer);
     Plan plan = NewJitterPlan(o, command, kName);
     plan.axes = {AmplitudeAxis(o.amplitudes),
                  FrequencyAxis(o.frequencies.empty() ? DefaultFrequencies(o.signal.bitRate, 3, mask)

@@ -5,9 +5,10 @@
 #include <algorithm>
 
 #include "host/cli/Terminal.hpp"
+#include "host/options/LinkFile.hpp"
 #include "host/options/RunCommand.hpp"
-#include "host/process/ModelSource.hpp"
 #include "host/results/ResultJson.hpp"
+#include "host/run/Models.hpp"
 #include "host/sweep/RunSyntax.hpp"
 #include "host/sweep/SweepReport.hpp"
 #include "host/tune/TuneReport.hpp"
@@ -23,9 +24,10 @@ Examples:
   amisim tune retimer.ibs --over rx.EQ_Level=0:2:30 --over tx.post1=0:0.05:0.3 --for width@1e-9
   amisim tune rx.ibs --tx tx.ibs --over rx.Gain=1:8 --over tx.Post1=0:6 --touchstone line.s4p
 
-An axis is rx.NAME, a parameter of the receiver; tx.NAME, one of the transmitter's model, without
---tx tx.pre1 or tx.post1 of the built-in one; or an option of amisim run by its long name. Its values
-are a list or a range as in amisim sweep: 6,10,14 or start:stop or start:step:stop. All settings of
+An axis is rx.NAME, a parameter of the (last) receiver; tx.NAME, one of the transmitter's model,
+without --tx tx.pre1 or tx.post1 of the built-in one; an option of amisim run by its long name; or of
+a link of several segments 1.rx.set.NAME, 2.tx.post and so on, as in --set. Its values are a list or
+a range as in amisim sweep: 6,10,14 or start:stop or start:step:stop. All settings of
 the grid are run, with the receiver's own adaptation off. The same command again goes on where it was
 interrupted. All other options are those of amisim run (docs/tune.md).
 
@@ -58,19 +60,23 @@ const OutputFolder::Kind& TuneFolder()
     return kind;
 }
 
-Setting AxisOf(const std::string& text, bool transmitterModel)
+Setting AxisOf(const std::string& text, const TuneOptions& o, bool linkFile)
 {
     Setting axis = ParseGrid(text, "--over");
+    const std::size_t segments = o.earlier.size() + 1;
     const auto takePrefix = [&](std::string_view prefix) {
         const bool has = axis.name.starts_with(prefix);
         if (has) axis.name.erase(0, prefix.size());
         return has;
     };
     if (takePrefix("rx.")) {
-        axis.name.insert(0, "param.");
+        axis.name.insert(0, linkFile ? fmt::format("{}.rx.set.", segments) : "param.");
     } else if (takePrefix("tx.")) {
         const std::string name = axis.name;
-        if (transmitterModel)
+        if (linkFile || segments > 1)
+            Fail(axis.where + ": expected the segment before it, such as 1.tx.post or 1.tx.set." +
+                 name);
+        else if (!o.transmitter.empty())
             axis.name = "tx-param." + name;
         else if (name == "pre1" || name == "post1")
             axis.name = name == "pre1" ? "tx-pre" : "tx-post";
@@ -107,16 +113,19 @@ public:
     Search(const TuneOptions& o, const CLI::App& command)
         : o_(o),
           figure_(o.figure),
-          model_(ResolveModelSource(o.Receiver())),
-          adaptation_(AdaptationOf(o, model_)),
+          models_(ResolveModels(o)),
+          adaptation_(AdaptationOf(o, models_.back().receiver)),
           given_(GivenOptions(command, NotForCases()))
     {
         plan_.base = fs::current_path();
-        plan_.model = o.model.string();
+        plan_.model = GivenModel(command).string();
         plan_.out = fs::absolute(o.out).lexically_normal();
-        for (const auto& text : o.over) plan_.SetAxis(AxisOf(text, !o.transmitter.empty()));
+        for (const auto& text : o.over) plan_.SetAxis(AxisOf(text, o, IsLinkFile(plan_.model)));
         plan_.options = Common();
-        const bool only = figure_.IsOpening() && model_.returnsImpulse;
+        const bool only =
+            figure_.IsOpening() && std::ranges::all_of(models_, [](const SegmentModels& models) {
+                return models.receiver.returnsImpulse;
+            });
         plan_.options.push_back(only ? "--statistical=only" : "--statistical=also");
         if (!adaptation_.name.empty()) plan_.options.push_back(Switched(adaptation_.off));
         if (plan_.axes.empty())
@@ -164,7 +173,17 @@ private:
 
     std::string Switched(const std::string& value) const
     {
-        return "--param=" + adaptation_.name + "=" + value;
+        const std::string parameter = adaptation_.name + "=" + value;
+        return IsLinkFile(plan_.model) ? "--set=" + OfReceiver() + parameter
+                                       : "--param=" + parameter;
+    }
+
+    /// What the name of an axis begins with that sets a parameter of the last receiver.
+    std::string OfReceiver() const { return fmt::format("{}.rx.set.", models_.size()); }
+
+    bool IsOfReceiver(const Setting& axis) const
+    {
+        return axis.isParameter || axis.name.starts_with(OfReceiver());
     }
 
     std::vector<std::string> BitByBit() const
@@ -181,8 +200,8 @@ private:
         adapted.name = adaptation_.name + "=" + adaptation_.on;
         adapted.arguments = Common();
         for (std::size_t i = 0; i < plan_.axes.size(); ++i) {
-            adapted.values.push_back(plan_.axes[i].isParameter ? "" : best.values[i]);
-            if (plan_.axes[i].isParameter) continue;
+            adapted.values.push_back(IsOfReceiver(plan_.axes[i]) ? "" : best.values[i]);
+            if (IsOfReceiver(plan_.axes[i])) continue;
             plan_.axes[i].AppendTo(adapted.arguments, best.values[i]);
             adapted.name += fmt::format(", {}={}", plan_.axes[i].name, best.values[i]);
         }
@@ -242,7 +261,7 @@ private:
 
     const TuneOptions& o_;
     const Figure figure_;
-    const ModelSource model_;
+    const std::vector<SegmentModels> models_;
     const Adaptation adaptation_;
     const std::vector<std::string> given_;
     Plan plan_;

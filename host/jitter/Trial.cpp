@@ -18,12 +18,16 @@ SimulationOptions OptionsOf(const TriedLink& link, double frequency, double ampl
                             std::int64_t counted)
 {
     SimulationOptions options = link.options;
-    options.signal.sineFrequency = frequency;
-    options.signal.sineJitter = frequency > 0 ? amplitude : 0;
+    SignalOptions& sent = options.Segments().front()->signal;
+    sent.sineFrequency = frequency;
+    sent.sineJitter = frequency > 0 ? amplitude : 0;
     options.ignoreBits = SettleBits(link);
-    if (!options.signal.bits) options.signal.bits = *options.ignoreBits + counted;
+    for (SegmentOptions* segment : options.Segments()) {
+        if (!segment->signal.bits) segment->signal.bits = *options.ignoreBits + counted;
+    }
     options.errorsOnly = true;
     options.statistical = false;
+    options.mask.clear();  // is an eye's
     return options;
 }
 
@@ -109,10 +113,13 @@ private:
 std::int64_t SettleBits(const TriedLink& link)
 {
     if (link.options.ignoreBits) return *link.options.ignoreBits;
-    const auto& [receiver, transmitter] = link.models.back();
-    const std::int64_t asked =
-        receiver.ignoreBits.value_or(0) + (transmitter ? transmitter->ignoreBits.value_or(0) : 0);
-    return std::max(asked, kLeastSettleBits);
+    std::int64_t bits = 0;
+    for (const auto& [receiver, transmitter] : link.models) {
+        const std::int64_t asked = receiver.ignoreBits.value_or(0) +
+                                   (transmitter ? transmitter->ignoreBits.value_or(0) : 0);
+        bits += std::max(asked, kLeastSettleBits);
+    }
+    return bits;
 }
 
 ToleranceTrial TryTolerance(const TriedLink& link, double frequency, double amplitude, double ratio,
@@ -156,16 +163,17 @@ ClockTrial WatchClock(const TriedLink& link, double frequency, double amplitude,
     const RunResult result = RunThrough(link, options, listener);
     ClockTrial trial;
     const auto& edges = listener.Edges();
-    if (!result.comparison || edges.empty()) return trial;
-    trial.errors = result.comparison->errors;
-    trial.compared = result.comparison->compared;
-    trial.lost = IsLost(*result.comparison) || result.clock.missing > kLacking;
+    const auto& comparison = result.endToEnd ? result.endToEnd : result.comparison;
+    if (!comparison || edges.empty()) return trial;
+    trial.errors = comparison->errors;
+    trial.compared = comparison->compared;
+    trial.lost = IsLost(*comparison) || result.clock.missing > kLacking;
 
-    const SignalOptions& signal = options.signal;
+    const SignalOptions& signal = options.Segments().front()->signal;
     const double perBit = signal.samplesPerBit, sentUnit = perBit / (1 + signal.ppm * 1e-6);
     const auto first = static_cast<double>(
         static_cast<std::int64_t>(std::floor((edges[0].time + perBit / 2) / sentUnit)) -
-        result.comparison->delay);
+        comparison->delay);
     const double interval = signal.SampleInterval();
     for (const ClockFrame::Edge& edge : edges) {
         const double sent =

@@ -14,20 +14,22 @@ namespace amisim {
 struct TriedLink
 {
     SimulationOptions options;  // all but what a trial sets: its sine, bits and the part ignored
-    const std::vector<SegmentModels>& models;  // of its one segment
+    const std::vector<SegmentModels>& models;  // of its segments
     Simulation::Surroundings surroundings;
 };
 
-/// Unit intervals that a link is given before anything counts, at least: the loops of clock
-/// recoveries have time constants of some ten thousand.
+/// Unit intervals that each segment of a link is given before anything counts, at least: the loops
+/// of clock recoveries have time constants of some ten thousand.
 inline constexpr std::int64_t kLeastSettleBits = 100'000;
 /// Whole periods of the sine that a trial holds, at least.
 inline constexpr double kLeastPeriods = 5;
 
-/// As the user says (--ignore-bits), else what the models ask for, but kLeastSettleBits at least.
+/// As the user says (--ignore-bits), else what the models ask for, but kLeastSettleBits at least;
+/// each segment settles after those before it.
 std::int64_t SettleBits(const TriedLink& link);
 
-/// One amplitude of the sine, and how the link took it.
+/// One amplitude of the sine, which the link's first transmitter sends with, and how the link took
+/// it, from there to its last receiver.
 struct ToleranceTrial
 {
     double amplitude = 0;  // UI peak to peak
@@ -42,7 +44,7 @@ struct ToleranceTrial
 ToleranceTrial TryTolerance(const TriedLink& link, double frequency, double amplitude, double ratio,
                             double confidence);
 
-/// The recovered clock against the one that sent.
+/// The clock that the last receiver recovered against the one that the first transmitter sent by.
 struct ClockTrial
 {
     std::vector<double> time;  // s: of the sent boundaries, without their jitter

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "host/job/SegmentFolders.hpp"
 #include "host/pages/WriteResults.hpp"
 #include "host/results/BulkFile.hpp"
 #include "host/results/WaveWriter.hpp"
@@ -56,14 +57,6 @@ private:
     std::string text_;
 };
 
-/// The model may write these at any time. Where there is no room even for the list, the numbers are
-/// still to be told.
-void ClaimLogs(OutputFolder& folder)
-{
-    for (const char* name : {"result.json", "model.log", "tx.log", "Adapt.txt", "EOM.txt"})
-        folder.Claim(name);
-}
-
 RunOptions Checked(RunOptions options)
 {
     UseFarSides(options);
@@ -92,32 +85,17 @@ RunJob::RunJob(const RunOptions& options, const fs::path& worker,
                const std::function<bool()>& stopped)
     : options_(Checked(options)),
       models_(Named(ResolveModels(options_), options_.out)),
-      folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, Inputs()),
+      folder_(options.out, RunFolder(), OutputFolder::Use::kAlone, InputFiles(options_, models_)),
       simulation_(Settled(options_, models_, worker, stopped), models_,
                   {worker, folder_.Path(), folder_.Path() / "model.log", folder_.Path() / "tx.log",
                    stopped})
 {
 }
 
-/// What is read and so must not be written over.
-std::vector<fs::path> RunJob::Inputs() const
-{
-    std::vector<fs::path> inputs;
-    const auto add = [&](const std::vector<fs::path>& files) {
-        inputs.insert(inputs.end(), files.begin(), files.end());
-    };
-    for (const SegmentOptions* segment : options_.Segments()) add(segment->signal.Files());
-    for (const SegmentModels& models : models_) {
-        add(models.receiver.files);
-        if (models.transmitter) add(models.transmitter->files);
-    }
-    if (!options_.mask.empty()) inputs.emplace_back(options_.mask);
-    return inputs;
-}
-
 RunResult RunJob::Run(BlockListener& listener)
 {
-    MakeSegmentFolders();
+    segmentFolders_ =
+        MakeSegmentFolders(folder_.Path(), options_.earlier.size(), InputFiles(options_, models_));
     folder_.RemoveAll();
     ClaimLogs(folder_);
     BlockFiles files(options_, folder_, listener);
@@ -139,23 +117,6 @@ SimulationOptions RunJob::OptionsOf(std::size_t segment) const
     static_cast<SegmentOptions&>(own) = options_.earlier[segment];
     own.earlier.clear();
     return own;
-}
-
-/// A segment that others follow leaves what a run of its own would, in a folder of its own; what an
-/// earlier run of more segments has left goes.
-void RunJob::MakeSegmentFolders()
-{
-    for (std::size_t k = 0;; ++k) {
-        const fs::path path = folder_.Path() / SegmentFolder(k);
-        const bool own = k < options_.earlier.size();
-        if (!own && !fs::exists(path / ".amisim")) return;
-        auto folder =
-            std::make_unique<OutputFolder>(path, RunFolder(), OutputFolder::Use::kAlone, Inputs());
-        folder->RemoveAll();
-        if (!own) continue;
-        ClaimLogs(*folder);
-        segmentFolders_.push_back(std::move(folder));
-    }
 }
 
 }  // namespace amisim

@@ -42,9 +42,6 @@ public:
     const OutputFolder& Folder() const { return folder_; }
 
 private:
-    std::vector<std::filesystem::path> Inputs() const;
-    void MakeSegmentFolders();
-
     RunOptions options_;
     std::vector<SegmentModels> models_;  // in the link's order
     OutputFolder folder_;

@@ -44,6 +44,27 @@ class Reader
 public:
     Reader(fs::path path, const CLI::App& run) : path_(std::move(path)), run_(run) {}
 
+    std::vector<std::vector<Word>> ReadSets(const std::vector<std::string>& sets,
+                                            std::size_t segments)
+    {
+        std::vector<std::vector<Word>> words(segments);
+        for (const std::string& set : sets) {
+            toml::array empty;
+            for (std::size_t k = 0; k < segments; ++k) empty.push_back(toml::table{});
+            toml::table root;
+            root.insert("segment", std::move(empty));
+            Replace(root, set);
+            for (std::size_t k = 0; k < segments; ++k) {
+                SegmentWords one;
+                ReadWords(*root["segment"][k].as_table(), one);
+                if (one.repeater != Repeater::kNone)
+                    throw Error(ExitCode::kUsage, replaced_ + ": is what --retimer says");
+                words[k].insert(words[k].end(), one.words.begin(), one.words.end());
+            }
+        }
+        return words;
+    }
+
     LinkFile Read(const std::vector<std::string>& sets)
     {
         toml::table root = base::ReadTomlFile(path_);
@@ -101,6 +122,14 @@ private:
     {
         SegmentWords segment;
         segment.where = Where(node);
+        if (!ReadWords(table, segment))
+            Fail(node, "segment", "has no receiver: expected rx = { ibis = \"...\" }");
+        return segment;
+    }
+
+    /// @return whether a receiver is named
+    bool ReadWords(const toml::table& table, SegmentWords& segment) const
+    {
         bool received = false;
         for (const auto& [key, value] : table) {
             const std::string name = base::TomlText(key.str());
@@ -119,8 +148,7 @@ private:
                 }
             }
         }
-        if (!received) Fail(node, "segment", "has no receiver: expected rx = { ibis = \"...\" }");
-        return segment;
+        return received;
     }
 
     Repeater RepeaterOf(const toml::node& node) const
@@ -265,6 +293,12 @@ LinkFile ReadLinkFile(const fs::path& path, const CLI::App& run,
                       const std::vector<std::string>& sets)
 {
     return Reader(path, run).Read(sets);
+}
+
+std::vector<std::vector<Word>> ReadSets(const std::vector<std::string>& sets, std::size_t segments,
+                                        const CLI::App& run)
+{
+    return Reader({}, run).ReadSets(sets, segments);
 }
 
 }  // namespace amisim

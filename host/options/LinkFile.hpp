@@ -34,4 +34,9 @@ bool IsLinkFile(const std::filesystem::path& path);
 LinkFile ReadLinkFile(const std::filesystem::path& path, const CLI::App& run,
                       const std::vector<std::string>& sets);
 
+/// What such sets say of each segment of a link that is told on the command line.
+/// @throws as ReadLinkFile
+std::vector<std::vector<Word>> ReadSets(const std::vector<std::string>& sets, std::size_t segments,
+                                        const CLI::App& run);
+
 }  // namespace amisim

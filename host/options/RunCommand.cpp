@@ -79,12 +79,21 @@ void AddLinkOptions(CLI::App& run)
     add("--set", "Replace a value of a link file; may be repeated", "SEGMENT.KEY=VALUE");
 }
 
-/// The file's segments; of what it says of the whole the command line's options replace some.
-void TakeLinkFile(const CLI::App& run, RunOptions& options)
+/// `amisim run` as it is defined, whatever command has its options.
+struct PlainRun
 {
-    const auto sets = run.get_option("--set")->results();
-    LinkFile file = ReadLinkFile(options.model, run, sets);
-    for (const CLI::Option* option : run.get_options()) {
+    CLI::App app;
+    RunOptions options;
+    CLI::App* run = AddRunCommand(app, options);
+};
+
+/// The file's segments; of what it says of the whole the command line's options replace some.
+void TakeLinkFile(const CLI::App& command, RunOptions& options)
+{
+    const auto sets = command.get_option("--set")->results();
+    const PlainRun plain;
+    LinkFile file = ReadLinkFile(options.model, *plain.run, sets);
+    for (const CLI::Option* option : command.get_options()) {
         const bool splits = option->get_group() == kLinkGroup && !option->check_lname("set");
         if (option->count() > 0 && !option->get_positional() && (splits || IsOfSegment(*option))) {
             throw CLI::ValidationError(
@@ -92,9 +101,21 @@ void TakeLinkFile(const CLI::App& run, RunOptions& options)
                 "is of a single segment: say it in the link file, or as --set 1.noise=0.002");
         }
     }
-    for (const std::string& word : WordsOfLink(run)) file.link.push_back({word, ""});
+    // The command's own folder, unless the file or the command line names one.
+    file.link.insert(file.link.begin(), {"--out=" + options.out.string(), ""});
+    for (const std::string& word : WordsOfLink(command, *plain.run))
+        file.link.push_back({word, ""});
     options = OptionsOf(file.link);
     TakeSegments(file.segments, options);
+}
+
+/// Of a link that is told on the command line.
+void TakeWords(const CLI::App& command, std::vector<SegmentWords> segments, RunOptions& options)
+{
+    const auto sets = command.get_option("--set")->results();
+    const auto words = ReadSets(sets, segments.size(), *PlainRun().run);
+    for (std::size_t k = 0; k < segments.size(); ++k) Replace(segments[k], words[k]);
+    TakeSegments(segments, options);
 }
 
 /// Once all words have been read.
@@ -102,10 +123,10 @@ void Complete(const CLI::App& run, RunOptions& options)
 {
     if (IsLinkFile(options.model)) {
         TakeLinkFile(run, options);
-    } else if (run.count("--set") > 0) {
-        throw CLI::RequiresError("--set", "a link file (.toml) as MODEL");
     } else if (const auto segments = SplitSegments(run); segments.size() > 1) {
-        TakeSegments(segments, options);
+        TakeWords(run, segments, options);
+    } else if (run.count("--set") > 0) {
+        throw CLI::RequiresError("--set", "a link file (.toml) as MODEL, or --retimer");
     } else {
         CheckTogether(run);
     }

@@ -152,11 +152,32 @@ std::vector<SegmentWords> SplitSegments(const CLI::App& run)
     return segments;
 }
 
-std::vector<std::string> WordsOfLink(const CLI::App& run)
+void Replace(SegmentWords& segment, const std::vector<Word>& words)
+{
+    // "--loss", "--param=EQ_Level"; "" for the model itself.
+    const auto saying = [](const Word& word) {
+        if (!word.text.starts_with('-')) return std::string();
+        const bool named =
+            word.text.starts_with("--param=") || word.text.starts_with("--tx-param=");
+        return word.text.substr(0, word.text.find('=', named ? word.text.find('=') + 1 : 0));
+    };
+    std::erase_if(segment.words, [&](const Word& old) {
+        return std::ranges::any_of(words,
+                                   [&](const Word& word) { return saying(word) == saying(old); });
+    });
+    segment.words.insert(segment.words.end(), words.begin(), words.end());
+}
+
+std::vector<std::string> WordsOfLink(const CLI::App& command, const CLI::App& run)
 {
     std::vector<std::string> words;
-    for (const CLI::Option* option : run.get_options()) {
+    for (const CLI::Option* option : command.get_options()) {
         if (IsOfSegment(*option) || option->get_group() == kLinkGroup) continue;
+        const CLI::Option* const same =
+            option->get_lnames().empty()
+                ? nullptr
+                : run.get_option_no_throw("--" + option->get_lnames().front());
+        if (!same || same->get_group() != option->get_group()) continue;
         const auto& values = option->results();
         if (option->get_delimiter() != '\0' && !values.empty()) {
             words.push_back(WordOf(*option, CLI::detail::join(values, ",")));

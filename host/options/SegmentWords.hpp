@@ -34,8 +34,12 @@ std::string WordOf(const CLI::Option& option, const std::string& value);
 /// its parameters belong to it. The last has what is said of the model.
 std::vector<SegmentWords> SplitSegments(const CLI::App& run);
 
-/// Those of the link as a whole, on the command line.
-std::vector<std::string> WordsOfLink(const CLI::App& run);
+/// Puts words in the place of those in the segment that say the same of it.
+void Replace(SegmentWords& segment, const std::vector<Word>& words);
+
+/// Those of the link as a whole, on the command line of a command that runs links.
+/// @param run  `amisim run`: what the command has of its own is none of these
+std::vector<std::string> WordsOfLink(const CLI::App& command, const CLI::App& run);
 
 /// What the words of the link as a whole say. @throws as TakeSegments
 RunOptions OptionsOf(const std::vector<Word>& words);

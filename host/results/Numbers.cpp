@@ -219,7 +219,15 @@ constexpr Number kNumbers[] = {
          return limits ? Value(limits->high) : std::nullopt;
      },
      NoLine},
-    {"/symbol_errors", "Symbol errors", "", 1, "{:.0f}", true, nullptr,
+    {"/end_to_end/errors", "Bit errors end to end", "", 1, "{:.0f}", true, "end_to_end_errors",
+     "Received bits that differ from those that the first transmitter of several segments sent.",
+     [](const RunResult& r) { return r.endToEnd ? Count(r.endToEnd->errors) : std::nullopt; },
+     NoLine, Number::Of::kChains},
+    {"/end_to_end/compared_bits", "Bits compared end to end", "", 1, "{:.0f}", true, nullptr,
+     "Received bits that were compared with those of the first transmitter.",
+     [](const RunResult& r) { return r.endToEnd ? Count(r.endToEnd->compared) : std::nullopt; },
+     NoLine, Number::Of::kChains},
+    {"/symbol_errors", "Symbol errors", "", 1, "{:.0f}", true, "symbol_errors",
      "Received symbols that differ from the sent ones; of PAM only.",
      [](const RunResult& r) {
          return ComparedSymbols(r) ? Count(r.comparison->symbolErrors) : std::nullopt;
@@ -229,13 +237,13 @@ constexpr Number kNumbers[] = {
          return fmt::format("{} in {}", Grouped(r.comparison->symbolErrors),
                             Grouped(r.comparison->comparedSymbols));
      },
-     true},
+     Number::Of::kSeveralLevels},
     {"/compared_symbols", "Compared symbols", "", 1, "{:.0f}", true, nullptr,
      "Received symbols that were compared with the sent ones; of PAM only.",
      [](const RunResult& r) {
          return Count(ComparedSymbols(r) ? r.comparison->comparedSymbols : 0);
      },
-     NoLine, true},
+     NoLine, Number::Of::kSeveralLevels},
     {"/symbol_error_ratio", "Symbol error ratio", "", 1, "{:.3g}", false, nullptr,
      "The symbol errors over the compared symbols; of PAM only.",
      [](const RunResult& r) {
@@ -243,7 +251,7 @@ constexpr Number kNumbers[] = {
          return Value(static_cast<double>(r.comparison->symbolErrors) /
                       static_cast<double>(r.comparison->comparedSymbols));
      },
-     NoLine, true},
+     NoLine, Number::Of::kSeveralLevels},
     {"/eq_level", "Equalisation level", "", 1, "{:.0f}", true, "eq_level",
      "The equaliser's level in use at the end, of a model that logs it or has it as a parameter.",
      [](const RunResult& r) { return r.eqLevel ? Count(*r.eqLevel) : std::nullopt; },

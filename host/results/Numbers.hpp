@@ -25,9 +25,14 @@ struct Number
     std::optional<double> (*get)(const RunResult& result);  // as in result.json
     /// Its line of the summary, without the title; "": no line. nullptr: the number with its unit.
     std::string (*summary)(const RunResult& result);
-    bool ofSeveralLevels = false;  // only where a symbol has more levels than two
+    enum class Of { kAll, kSeveralLevels, kChains };
+    Of of = Of::kAll;  // else only where a symbol has more levels than two, or of several segments
 
-    bool AppliesTo(const RunResult& result) const { return result.levels > 2 || !ofSeveralLevels; }
+    bool AppliesTo(const RunResult& result) const
+    {
+        return of == Of::kAll ||
+               (of == Of::kSeveralLevels ? result.levels > 2 : !result.earlier.empty());
+    }
 
     std::string Line(const RunResult& result) const;
     std::string Heading() const;           // "Eye height, mV"

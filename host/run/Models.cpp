@@ -91,6 +91,22 @@ void ResolveDependents(SimulationOptions& options, std::vector<SegmentModels>& m
     }
 }
 
+std::vector<std::filesystem::path> InputFiles(const SimulationOptions& options,
+                                              const std::vector<SegmentModels>& models)
+{
+    std::vector<std::filesystem::path> inputs;
+    const auto add = [&](const std::vector<std::filesystem::path>& files) {
+        inputs.insert(inputs.end(), files.begin(), files.end());
+    };
+    for (const SegmentOptions* segment : options.Segments()) add(segment->signal.Files());
+    for (const SegmentModels& own : models) {
+        add(own.receiver.files);
+        if (own.transmitter) add(own.transmitter->files);
+    }
+    if (!options.mask.empty()) inputs.emplace_back(options.mask);
+    return inputs;
+}
+
 void SettleSignals(SimulationOptions& options, const std::vector<SegmentModels>& models)
 {
     const auto segments = options.Segments();

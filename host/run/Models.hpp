@@ -28,6 +28,10 @@ void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::pa
 void ResolveDependents(SimulationOptions& options, std::vector<SegmentModels>& models,
                        const std::filesystem::path& worker, const std::function<bool()>& stopped);
 
+/// All files that a run of these reads.
+std::vector<std::filesystem::path> InputFiles(const SimulationOptions& options,
+                                              const std::vector<SegmentModels>& models);
+
 /// Settles what the waveform and the models tell of the signal, for the whole link.
 /// @throws Error as SignalOptions::FindBitRate and AgreeOnModulation
 void SettleSignals(SimulationOptions& options, const std::vector<SegmentModels>& models);

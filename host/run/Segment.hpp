@@ -79,8 +79,12 @@ public:
     /// @throws ModelFailure, Error (kUsage) for a retimer without a clock
     std::optional<ModelProcess::Block> Next();
 
-    /// The decisions that count, so far; absent when nothing is known of what was sent.
-    std::optional<BitComparison> Comparison() const { return analyses_->Comparison(); }
+    /// The decisions that count, so far, against what the link's first transmitter sent; absent
+    /// when nothing is known of that.
+    std::optional<BitComparison> EndToEnd() const
+    {
+        return place_.before ? analyses_->EndToEnd() : analyses_->Comparison();
+    }
 
     /// Has no more input made: Next() returns what is under way.
     void End() { enough_ = true; }

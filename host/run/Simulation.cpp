@@ -99,7 +99,7 @@ void Simulation::Drive(BlockListener& listener)
         listener.Start(last.Bits());
         while (const auto block = last.Next()) {
             listener.Take(*block);
-            if (listener.IsEnough(last.Comparison())) last.End();
+            if (listener.IsEnough(last.EndToEnd())) last.End();
         }
     }
     for (const auto& segment : segments_) segment->Close();

@@ -18,7 +18,8 @@ public:
     virtual void Start(std::int64_t /*bits*/) {}
     virtual void Take(const ModelProcess::Block& block) = 0;
     /// Asked after each block. True ends the run as if it had no more bits.
-    /// @param soFar  of the bits that count; absent when nothing is known of what was sent
+    /// @param soFar  of the bits that count, against what the link's first transmitter sent;
+    ///               absent when nothing is known of that
     virtual bool IsEnough(const std::optional<BitComparison>& /*soFar*/) { return false; }
 };
 

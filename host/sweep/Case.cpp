@@ -43,11 +43,13 @@ std::vector<fs::path> NamedFiles(const Case& aCase)
 {
     std::vector<fs::path> files;
     for (const auto& argument : aCase.arguments) {
-        const std::size_t equals = argument.find('=');
-        const std::string value =
-            equals == std::string::npos ? argument : argument.substr(equals + 1);
-        std::error_code error;
-        if (fs::is_regular_file(value, error)) files.emplace_back(value);
+        // "--fext=near.s4p", "--set=1.rx.ibs=rx.ibs"
+        for (std::size_t at = 0; at <= argument.size();) {
+            const std::string value = argument.substr(at);
+            std::error_code error;
+            if (fs::is_regular_file(value, error)) files.emplace_back(value);
+            at = std::min(argument.find('=', at), argument.size()) + 1;
+        }
     }
     return files;
 }

@@ -16,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double kMostValues = 100'000;
+constexpr const char* kOfSegment = "set";
 
 std::optional<double> Number(std::string_view text)
 {
@@ -83,18 +84,22 @@ std::optional<std::vector<std::string>> Range(std::string_view text, const std::
 
 void Setting::AppendTo(std::vector<std::string>& arguments, const std::string& value) const
 {
+    const std::string option = Option();
     if (isParameter) {
         arguments.insert(arguments.end(), {"-p", name + "=" + value});
+    } else if (option == name) {
+        arguments.push_back("--" + name + "=" + value);
     } else {
-        const std::string parameter = name.substr(std::min(Option().size() + 1, name.size()));
-        arguments.push_back("--" + Option() + "=" + parameter + (parameter.empty() ? "" : "=") +
-                            value);
+        const std::string which = option == kOfSegment ? name : name.substr(option.size() + 1);
+        arguments.push_back("--" + option + "=" + which + "=" + value);
     }
 }
 
 std::string Setting::Option() const
 {
     constexpr std::string_view kTransmitter = "tx-param";
+    const std::size_t digits = name.find_first_not_of("0123456789");
+    if (digits != 0 && digits != std::string::npos && name[digits] == '.') return kOfSegment;
     return name.starts_with(std::string(kTransmitter) + ".") ? std::string(kTransmitter) : name;
 }
 

@@ -20,7 +20,8 @@ struct Setting
     /// Appends what `amisim run` is given for this value.
     void AppendTo(std::vector<std::string>& arguments, const std::string& value) const;
 
-    /// Of `amisim run`, that sets it: "loss", or "tx-param" for "tx-param.Post1".
+    /// Of `amisim run`, that sets it: "loss", "tx-param" for "tx-param.Post1", or "set" for
+    /// "2.loss", which is of one segment of a link.
     std::string Option() const;
 };
 

@@ -6,8 +6,9 @@
 
 #include "base/Error.hpp"
 #include "base/NearestName.hpp"
+#include "host/options/LinkFile.hpp"
 #include "host/options/RunCommand.hpp"
-#include "host/process/ModelSource.hpp"
+#include "host/run/Models.hpp"
 #include "ibis/ResolveModel.hpp"
 #include "ibis/ami/ParameterString.hpp"
 
@@ -50,12 +51,9 @@ bool IsReserved(const std::string& option)
     return option == "out" || option == "param" || option == "help";
 }
 
-/// What the plan says for `run --model`.
-std::string ModelName(const Plan& plan)
+/// What the plan's options say, by themselves.
+RunOptions OptionsOf(const Plan& plan)
 {
-    for (const auto& setting : plan.fixed) {
-        if (setting.name == kModelName && !setting.isParameter) return setting.values.front();
-    }
     RunLine line;
     std::vector<std::string> arguments = {plan.model};
     arguments.insert(arguments.end(), plan.options.begin(), plan.options.end());
@@ -64,16 +62,29 @@ std::string ModelName(const Plan& plan)
     } catch (const CLI::Error&) {
         // For CheckOptions to tell.
     }
-    return line.options.modelName;
+    return line.options;
+}
+
+/// What the plan says for `run --model`.
+std::string ModelName(const Plan& plan)
+{
+    for (const auto& setting : plan.fixed) {
+        if (setting.name == kModelName && !setting.isParameter) return setting.values.front();
+    }
+    return OptionsOf(plan).modelName;
 }
 
 }  // namespace
 
-RunSyntax::RunSyntax(const Plan& plan) : model_(plan.model)
+RunSyntax::RunSyntax(const Plan& plan) : model_(plan.model), isLinkFile_(IsLinkFile(plan.model))
 {
-    auto resolved = ibis::ResolveModel(model_, ModelName(plan));
-    library_ = resolved.library;
-    ami_ = std::move(resolved.ami);
+    if (!isLinkFile_) {
+        auto resolved = ibis::ResolveModel(model_, ModelName(plan));
+        files_.emplace_back("library", resolved.library);
+        ami_ = std::move(resolved.ami);
+        if (ami_) files_.emplace_back("definitions", ami_->path);
+    }
+    UseLink(plan);
     const RunLine line;
     for (const CLI::Option* option : line.run->get_options()) {
         for (const auto& name : option->get_lnames()) {
@@ -82,11 +93,20 @@ RunSyntax::RunSyntax(const Plan& plan) : model_(plan.model)
     }
 }
 
+/// What its files name, no argument of a case does.
+void RunSyntax::UseLink(const Plan& plan)
+{
+    SimulationOptions options = OptionsOf(plan);
+    if (!isLinkFile_ && options.earlier.empty()) return;
+    if (isLinkFile_) files_.emplace_back(model_, model_);
+    UseFarSides(options);
+    for (const fs::path& path : InputFiles(options, ResolveModels(options)))
+        files_.emplace_back(path.string(), path);
+}
+
 std::vector<std::pair<std::string, fs::path>> RunSyntax::ModelFiles() const
 {
-    std::vector<std::pair<std::string, fs::path>> files = {{"library", library_}};
-    if (ami_) files.emplace_back("definitions", ami_->path);
-    return files;
+    return files_;
 }
 
 void RunSyntax::Resolve(Setting& setting) const
@@ -99,6 +119,12 @@ void RunSyntax::Resolve(Setting& setting) const
         Fail(setting.where, fmt::format("{} cannot be set in a sweep: the sweep's own --out says "
                                         "where results go, and a parameter is named itself",
                                         setting.name));
+    }
+    if (isLinkFile_) {
+        Fail(setting.where,
+             fmt::format("{}: expected an option of amisim run, or the segment with what is to be "
+                         "set there, such as 2.loss or 1.rx.set.{}",
+                         setting.name, forced ? setting.name : "EQ_Level"));
     }
     setting.isParameter = true;
     const ibis::AmiParameter* parameter = ami_ ? ami_->Find(setting.name) : nullptr;
@@ -139,6 +165,8 @@ void RunSyntax::CheckValue(const Setting& setting, const std::string& value) con
         }
         return;
     }
+    // What is of a segment is checked with all segments.
+    if (setting.Option() == "set") return;
     RunLine line;
     std::vector<std::string> arguments = {model_};
     setting.AppendTo(arguments, value);
@@ -197,7 +225,8 @@ void RunSyntax::CheckOptions(const Plan& plan) const
         };
         const std::string option = axis.Option();
         const bool inOptions =
-            axis.isParameter ? sets(line.options.parameters, axis.name)
+            axis.isParameter  ? sets(line.options.parameters, axis.name)
+            : option == "set" ? sets(line.run->get_option("--set")->results(), axis.name)
             : option != axis.name
                 ? sets(line.options.transmitterParameters, axis.name.substr(option.size() + 1))
                 : line.run->get_option("--" + option)->count() > 0;
@@ -239,10 +268,9 @@ void RunSyntax::CheckCase(const std::vector<std::string>& arguments, const std::
     all.insert(all.end(), arguments.begin(), arguments.end());
     try {
         line.Parse(all);
+        UseFarSides(line.options);
         line.options.Check();
-        const RunOptions& run = line.options;
-        ResolveModelSource(run.Receiver());
-        if (!run.transmitter.empty()) ResolveModelSource(run.Transmitter());
+        ResolveModels(line.options);
     } catch (const CLI::ParseError& error) {
         Fail("case " + name, error.what());
     } catch (const Error& error) {

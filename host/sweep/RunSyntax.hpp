@@ -10,8 +10,8 @@
 
 namespace amisim {
 
-/// What `amisim run` accepts for one model: its command-line definitions and the model's parameter
-/// definitions. What `run` learns, a sweep knows.
+/// What `amisim run` accepts for one model, or for a link: its command-line definitions and the
+/// (last) model's parameter definitions. What `run` learns, a sweep knows.
 class RunSyntax
 {
 public:
@@ -29,18 +29,20 @@ public:
     /// @param name  for the message
     void CheckCase(const std::vector<std::string>& arguments, const std::string& name) const;
 
-    /// The model's files, by what they are.
+    /// The model's files, by what they are; of a link all that it reads.
     std::vector<std::pair<std::string, std::filesystem::path>> ModelFiles() const;
 
 private:
+    void UseLink(const Plan& plan);
     void Resolve(Setting& setting) const;
     void CheckValue(const Setting& setting, const std::string& value) const;
     void CheckOptions(const Plan& plan) const;
 
     std::string model_;
+    bool isLinkFile_;
     std::vector<std::string> optionNames_;  // long ones that a sweep may set
-    std::filesystem::path library_;
-    std::optional<ibis::AmiFile> ami_;
+    std::vector<std::pair<std::string, std::filesystem::path>> files_;
+    std::optional<ibis::AmiFile> ami_;  // none of a link file, whose words have their segments
 };
 
 }  // namespace amisim

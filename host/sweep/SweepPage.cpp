@@ -182,7 +182,7 @@ private:
             "<th scope=\"col\">Case</th>");
         for (const auto& axis : plan_.axes)
             Add("<th scope=\"col\" class=\"n\">{}</th>", Escaped(axis.name));
-        std::vector<const amisim::Number*> columns = Columns();
+        std::vector<const amisim::Number*> columns = table_.KnownColumns();
         std::erase_if(columns, [this](const amisim::Number* number) {
             return std::ranges::none_of(
                 table_.rows, [&](const Row& row) { return row.At(*number).has_value(); });

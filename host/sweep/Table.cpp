@@ -46,6 +46,11 @@ Row Look(const fs::path& sweepFolder, const Case& aCase)
     };
     row.verdict = text("/verdict");
     row.state = text("/settling/state");
+    for (const Json& segment : result.value("segments", Json::array())) {
+        const Json verdict = segment.value("verdict", Json());
+        if (row.verdict != Name(Lock::kLocked) || !verdict.is_string()) continue;
+        if (verdict != row.verdict) row.state = row.verdict = verdict;
+    }
     for (const Json& note : result.value("messages", Json::array())) {
         if (note.is_string())
             row.notes += (row.notes.empty() ? "" : "; ") + note.get<std::string>();
@@ -135,10 +140,12 @@ std::vector<const Number*> Columns()
 
 std::vector<Metric> Table::Metrics() const
 {
+    const bool chain = std::ranges::any_of(
+        rows, [](const Row& row) { return row.At(NumberAt("/end_to_end/errors")).has_value(); });
     std::vector<Metric> metrics = {
         {NumberAt("/eye/height_v"), [](double v) { return fmt::format("{:.0f}", v); }, false},
         {NumberAt("/eye/width_ui"), [](double v) { return fmt::format("{:.2f}", v); }, false},
-        {NumberAt("/errors"),
+        {NumberAt(chain ? "/end_to_end/errors" : "/errors"),
          [](double v) {
              return v < 9999.5  ? fmt::format("{:.0f}", v)
                     : v < 999e3 ? fmt::format("{:.0f}k", v / 1e3)
@@ -195,6 +202,17 @@ std::vector<double> Table::Ratios() const
     return {all.begin(), all.end()};
 }
 
+std::vector<const Number*> Table::KnownColumns() const
+{
+    std::vector<const Number*> columns = Columns();
+    std::erase_if(columns, [this](const Number* number) {
+        return number->of != Number::Of::kAll && std::ranges::none_of(rows, [&](const Row& row) {
+                   return row.At(*number).has_value();
+               });
+    });
+    return columns;
+}
+
 int Table::Count(Row::Status status) const
 {
     return static_cast<int>(
@@ -205,7 +223,8 @@ std::string Table::ToCsv() const
 {
     std::string text = "case";
     for (const auto& axis : plan.axes) text += fmt::format(",{}", CsvCell(axis.name));
-    for (const Number* number : Columns()) text += fmt::format(",{}", number->column);
+    const auto columns = KnownColumns();
+    for (const Number* number : columns) text += fmt::format(",{}", number->column);
     for (const double ber : Ratios()) {
         for (const OpeningColumn& column : kOpeningColumns)
             text += fmt::format(",{}", NameOf(column, ber));
@@ -214,7 +233,7 @@ std::string Table::ToCsv() const
     for (const auto& row : rows) {
         text += std::to_string(row.aCase.number);
         for (const auto& value : row.aCase.values) text += fmt::format(",{}", CsvCell(value));
-        for (const Number* number : Columns()) {
+        for (const Number* number : columns) {
             const auto value = row.At(*number);
             text += value ? fmt::format(",{}", *value) : ",";
         }
@@ -246,7 +265,7 @@ Json Table::ToJson() const
             place[plan.axes[i].name] = AsJson(row.aCase.values[i]);
         const bool ran = row.status != Row::Status::kMissing;
         Json json = {{"case", row.aCase.number}, {"axes", place}};
-        for (const Number* number : Columns())
+        for (const Number* number : KnownColumns())
             json[number->column] = amisim::ToJson(*number, row.At(*number));
         for (const double ber : Ratios()) {
             for (const OpeningColumn& column : kOpeningColumns) {

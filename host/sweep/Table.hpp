@@ -79,6 +79,8 @@ struct Table
     std::string Unranked() const;
     /// Cases that ended well, and count bits of before they had settled.
     int Adapting() const;
+    /// Those of Columns() that all runs have, and of the others those that any case here has.
+    std::vector<const Number*> KnownColumns() const;
     /// That any case has an opening at, the greatest first.
     std::vector<double> Ratios() const;
     std::string ToCsv() const;

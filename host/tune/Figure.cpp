@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -75,13 +76,26 @@ std::optional<double> Figure::In(const Json& result, bool computed) const
     const auto number = [](const Json& json) {
         return json.is_number() ? std::optional(json.get<double>()) : std::nullopt;
     };
-    if (!IsOpening()) return number(result.value("errors", Json()));
+    if (!IsOpening()) {
+        const Json::json_pointer place(result.contains("segments") ? "/end_to_end/errors"
+                                                                   : "/errors");
+        return number(result.value(place, Json()));
+    }
     const Json::json_pointer place(computed ? "/statistical/eye/openings" : "/eye/openings");
     const char* const member = kDescriptions[static_cast<std::size_t>(kind_)].member;
-    for (const Json& opening : result.value(place, Json::array())) {
-        if (opening.value("ber", 0.0) == ratio_) return number(opening.value(member, Json()));
+    const auto of = [&](const Json& run) -> std::optional<double> {
+        for (const Json& opening : run.value(place, Json::array())) {
+            if (opening.value("ber", 0.0) == ratio_) return number(opening.value(member, Json()));
+        }
+        return std::nullopt;
+    };
+    std::optional<double> least = of(result);
+    for (const Json& segment : result.value("segments", Json::array())) {
+        const auto own = of(segment);
+        if (!own) return std::nullopt;
+        least = least ? std::min(*least, *own) : own;
     }
-    return std::nullopt;
+    return least;
 }
 
 bool Figure::IsBetter(double a, double b) const

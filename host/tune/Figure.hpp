@@ -23,7 +23,8 @@ public:
     bool IsOpening() const { return kind_ != Kind::kErrors; }
     double Ratio() const { return ratio_; }
 
-    /// Of the contents of a result.json, in V, UI or bits.
+    /// Of the contents of a result.json, in V, UI or bits; of several segments the least opening of
+    /// all, and the errors end to end.
     std::optional<double> In(const nlohmann::ordered_json& result, bool computed) const;
 
     bool IsBetter(double a, double b) const;

@@ -143,7 +143,8 @@ Json RunJson(const Tuning& tuning, const Row& row)
 {
     Json json = {{"name", row.aCase.name}, {"status", Name(row.status)}, {"verdict", row.verdict}};
     json["figure"] = OrNull(row.ranked ? row.At(tuning.figure.AsNumber()) : std::nullopt);
-    for (const Number* number : Columns()) json[number->column] = OrNull(row.At(*number));
+    for (const Number* number : tuning.confirmed.KnownColumns())
+        json[number->column] = OrNull(row.At(*number));
     json["folder"] = "confirm/" + row.aCase.folder;
     return json;
 }

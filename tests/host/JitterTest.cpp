@@ -279,6 +279,51 @@ TEST_F(JitterTest, TransferOfAnIdealLoopIsThatOfTheFirstOrder)
     EXPECT_EQ(Try("transfer", "-p Corner=4e6 --frequencies 2e6 --mask stm-4 --out tight"), 10);
 }
 
+// The clock of the first is what the second's transmitter sends by.
+TEST_F(JitterTest, OfACascadeTheTransferIsTheProduct)
+{
+    ASSERT_EQ(Try("transfer", "-p Corner=8e6 --retimer " CLOCK_MODEL
+                              " --retimer-param Corner=4e6 --loss 0 --frequencies 2e6,4e6,1e7"),
+              0)
+        << output_;
+    const Json found = Found("transfer/transfer.json");
+    ASSERT_EQ(found.at("points").size(), 3u);
+    for (const Json& point : found.at("points")) {
+        const double f = point.at("frequency_hz");
+        const auto wanted =
+            1.0 / (std::complex<double>(1, f / 4e6) * std::complex<double>(1, f / 8e6));
+        EXPECT_NEAR(point.at("gain_db"), 20 * std::log10(std::abs(wanted)), 0.05) << point;
+        EXPECT_NEAR(point.at("phase_deg"), std::arg(wanted) * 180 / std::numbers::pi, 1.5) << point;
+    }
+    EXPECT_EQ(found.at("signal").at("segments").size(), 2u);
+}
+
+// What passes the first, slower loop has little left for the second. The sine begins to count at
+// its trough, where a clock that follows 19 UI down is ahead of the transmitter by as much.
+TEST_F(JitterTest, ALinkOfSeveralSegmentsToleratesWhatItsFirstOneDoes)
+{
+    const std::string clock = "rx = { ibis = \"" CLOCK_MODEL "\"";
+    Save("link.toml",
+         "[link]\nbit_rate = 1e10\nsamples_per_bit = 16\nmask = \"sfi-host-rx\"\n"
+         "[[segment]]\nloss = 0\nprbs = 7\nppm = 0\n" +
+             clock + ", as = \"retimer\", set = { Corner = 4e6 } }\n[[segment]]\n" + clock +
+             ", set = { Corner = 6e6 } }\nloss = 9\n");
+    ASSERT_EQ(Amisim("tolerance link.toml --set 2.loss=0 --ber 1e-3 --frequencies 1e5,4e6 "
+                     "--ignore-bits 75000 --pictures none"),
+              0)
+        << output_;
+    const Json found = Found("tolerance/tolerance.json");
+    ASSERT_EQ(found.at("points").size(), 2u);
+    for (const Json& point : found.at("points")) {
+        const double f = point.at("frequency_hz");
+        EXPECT_NEAR(point.at("tolerance_ui_pp").get<double>() / std::hypot(1, 4e6 / f), 1, 0.03);
+    }
+    // A file of the link that has changed makes all trials anew.
+    Save("link.toml", Read("link.toml") + "noise = 1e-6\n");
+    ASSERT_EQ(Amisim("tolerance tolerance --dry-run"), 0) << output_;
+    EXPECT_TRUE(Says("3 cases, 3 of them to be run")) << output_;
+}
+
 TEST_F(JitterTest, AMissedMaskIsAFailureWithItsMargin)
 {
     Save("mask.csv", "1e6,3\n1e8,3\n");

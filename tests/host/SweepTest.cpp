@@ -359,6 +359,48 @@ TEST_F(SweepTest, TheTableHasWhatDecidesBetweenCases)
     }
 }
 
+TEST_F(SweepTest, AnAxisOfALinkNamesItsSegment)
+{
+    const std::string receiver = "rx = { ibis = \"model.ami\"";
+    Save("link.toml",
+         "[link]\nbits = 4000\nstatistical = \"off\"\n[[segment]]\nppm = 0\nloss = 0\n" + receiver +
+             ", as = \"retimer\" }\n[[segment]]\nloss = 0\n" + receiver + " }\n");
+    const auto sweep = [&](const std::string& arguments) {
+        return Amisim("sweep link.toml --pictures none --out link " + arguments);
+    };
+    ASSERT_EQ(sweep("--grid 1.noise=0,0.3 --grid 2.rx.set.Mode=pass,invert"), 0) << output_;
+    std::istringstream table(Read("link/table.csv"));
+    std::string heading;
+    std::getline(table, heading);
+    EXPECT_TRUE(heading.starts_with("case,1.noise,2.rx.set.Mode,")) << heading;
+    const Json cases = Json::parse(Read("link/table.json"))["cases"];
+    ASSERT_EQ(cases.size(), 4u);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(cases[i]["errors"], 0) << "the retimer's errors are sent on rightly";
+        EXPECT_EQ(cases[i]["end_to_end_errors"] > 50, i >= 2) << cases[i];
+    }
+    // The same on the command line.
+    ASSERT_EQ(
+        Amisim("sweep model.ami --pictures none --out line --grid 1.noise=0,0.3 -- --bits 4000 "
+               "--statistical off --ppm 0 --loss 0 --retimer model.ami --loss 0"),
+        0)
+        << output_;
+    const Json line = Json::parse(Read("line/table.json"))["cases"];
+    EXPECT_EQ(line[1]["end_to_end_errors"], cases[2]["end_to_end_errors"]);
+
+    Save("link.toml", Read("link.toml") + "noise = 0\n");
+    ASSERT_EQ(sweep("--grid 1.noise=0,0.3 --dry-run"), 0) << output_;
+    EXPECT_TRUE(Says("2 cases, 2 of them to be run")) << output_;
+    for (const auto& [grid, said] :
+         {std::pair{"EQ=1:2", "EQ: expected an option of amisim run, or the segment"},
+          {"loss=1:2", "--loss: is of a single segment"},
+          {"3.loss=1:2", "--set 3.loss=1: expected SEGMENT.KEY=VALUE with a segment from 1 to 2"},
+          {"1.los=1:2", "los: is not known here; did you mean loss?"}}) {
+        EXPECT_EQ(sweep(std::string("--grid ") + grid), 2) << grid;
+        EXPECT_TRUE(Says(said)) << output_;
+    }
+}
+
 TEST_F(SweepTest, AMissedMaskIsAResultAndNoFailure)
 {
     ASSERT_EQ(Sweep("--grid mask=sfi-host-tx,sfi-host-rx --grid amplitude=0.2,0.8"), 0) << output_;

@@ -75,6 +75,39 @@ TEST_F(TuneTest, FindsTheOptimumOfAFilterOfTwoTapsAndHowFlatItIs)
     EXPECT_TRUE(Says("4 of 4 cases have been run before")) << output_;
 }
 
+TEST_F(TuneTest, OfALinkTheWeakestEyeIsTuned)
+{
+    Make(true);
+    Save("link.toml",
+         "[link]\nbits = 4000\n[[segment]]\nloss = 0\nppm = 0\ntx = { swing = 0.7 }\n"
+         "rx = { ibis = \"" TEST_MODEL
+         "\", as = \"retimer\" }\n"
+         "[[segment]]\nloss = 0\ntx = { swing = 1, post = 0.2 }\nrx = { ibis = \"m/rx.ami\" }\n");
+    const auto tune = [&](const std::string& arguments) {
+        return Shell(AMISIM_PROGRAM
+                     " tune link.toml --confirm-bits 8000 --jobs 2 --pictures none "
+                     "--confirm 1 --adaptation First=1,0.5 " +
+                     arguments);
+    };
+    ASSERT_EQ(tune("--over rx.Second=0.05,0.25 --over 2.tx.post=0.1,0.2"), 0) << output_;
+    const Json found = Found();
+    EXPECT_EQ(found["best"]["settings"], Json({{"2.rx.set.Second", "0.05"}, {"2.tx.post", "0.1"}}));
+    EXPECT_NEAR(found["best"]["figure"], 0.7, 0.005) << "of the first segment";
+    for (const Json& c : found["cases"]) {
+        const double s = std::stod(c["settings"]["2.rx.set.Second"].get<std::string>());
+        const double post = std::stod(c["settings"]["2.tx.post"].get<std::string>());
+        const double second = 1 - post - std::abs((1 - post) * s - post) - post * s;
+        EXPECT_NEAR(c["figure"], std::min(0.7, second), 0.005) << c;
+    }
+    // The receiver's parameters are left to the model, the link's to the best setting.
+    EXPECT_EQ(found["adaptation"]["name"], "First=0.5, 2.tx.post=0.1");
+    ASSERT_EQ(tune("--over 1.noise=0,0.3 --for errors"), 0) << output_;
+    EXPECT_EQ(Found()["cases"][0]["figure"], 0);
+    EXPECT_GT(Found()["cases"][1]["figure"], 20);
+    EXPECT_EQ(tune("--over tx.post1=0,0.1"), 2);
+    EXPECT_TRUE(Says("expected the segment before it, such as 1.tx.post")) << output_;
+}
+
 TEST_F(TuneTest, WhatCannotBeSearchedIsNamedWithWhatWasExpected)
 {
     Make(false);
