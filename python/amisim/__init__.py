@@ -7,7 +7,12 @@
 docs/python.md walks through it.
 """
 
-from ._core import version as __version__
+from .system import explained
+
+try:
+    from ._core import version as __version__
+except ImportError as error:
+    raise explained(error) from None
 from .channels import Channel, channel
 from .checks import Check, check
 from .errors import (CasesFailed, CheckFailed, Error, InputError, Interrupted, ModelCrashed,
