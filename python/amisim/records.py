@@ -30,6 +30,8 @@ class Record(Mapping[str, Any]):
         raise AttributeError(f"no {name!r} here: there are {', '.join(self.__dir__())}")
 
     def __getitem__(self, path: str) -> Any:
+        if path in self._members:  # a name with dots of its own
+            return self._members[path]
         value: Any = self
         for name in path.split("."):
             if isinstance(value, list):

@@ -55,6 +55,18 @@ def test_a_segment_takes_what_a_run_takes(model, tmp_path):
         assert np.array_equal(link.wave, alone.wave) and link.runs == [link]
 
 
+def test_grids_take_link_files(model, tmp_path):
+    segment = f"[[segment]]\nloss = 3\nrx = {{ ibis = '{model}'"
+    (tmp_path / "link.toml").write_text(f"{segment}, as = 'retimer' }}\n{segment} }}\n")
+    axes = {"2.loss": [3, 12], "1.rx.set.EQ_Level": [0, 5, 9]}
+    options = {"bits": 1500, "out": tmp_path / "sweep"}
+    s = amisim.sweep(tmp_path / "link.toml", grid=axes, **options)
+    assert s.table["2.loss"].tolist() == [3] * 3 + [12] * 3 and s.grid("eye_height_v").shape == (2, 3)
+    assert s.result(6)["segments.1.signal.loss_db"] == 12
+    t = amisim.tune(tmp_path / "link.toml", over=axes, for_="errors", confirm=0, bits=1500)
+    assert t.grid("figure").shape == (2, 3) and t.plot().images
+
+
 @pytest.mark.parametrize("what, options, text", [
     ("retimer.ibs", {}, "expected a link file"),
     ([3], {}, "list of mappings"),
