@@ -1,4 +1,4 @@
-"""What sweeps, jitter tests and searches share: many runs of a grid, in a folder that outlives them."""
+"""What sweeps, jitter tests and searches share: many runs, in a folder that outlives them."""
 
 from __future__ import annotations
 
@@ -135,5 +135,6 @@ def _count(folder: Path, bar: Bar) -> None:
     total = math.prod(len(axis["values"]) for axis in axes)
     # A search runs the best of them once more.
     total += sum(1 for _ in folder.glob("confirm/cases/*"))
-    done = sum(1 for cases in ("cases", "confirm/cases") for _ in folder.glob(f"{cases}/*/case.json"))
+    done = sum(1 for cases in ("cases", "confirm/cases")
+               for _ in folder.glob(f"{cases}/*/case.json"))
     bar.update(min(done, total), total)  # type: ignore[misc]

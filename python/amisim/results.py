@@ -33,8 +33,8 @@ class Run(Record):
     impulses: a list of (samples,), V/s, the impulse responses as AMI_Init gave them back: the
         channel's, then the aggressors'
     eye.density, input_eye.density: see Density
-    runs: the Run of each segment of a link, in its order, the last of them this one; of those before
-        it waveform and clock times are not kept
+    runs: the Run of each segment of a link, in its order, the last of them this one; of those
+        before it waveform and clock times are not kept
     curves: the tables of the run's .csv files by the files' names, such as ``curves.bathtub``
 
     In a notebook it shows itself as the run's report.

@@ -65,18 +65,22 @@ def make_inputs(folder):
     (folder / "mask.toml").write_text(
         "points = [[0.01, 0], [0.5, 2], [0.99, 0], [0.5, -2]]\nlimits = [-0.1, 0.1]\n")
     times = np.arange(256) / (10.3125e9 * 64)
-    for name, values in (("impulse.csv", np.exp(-times / 2e-11) / 2e-11), ("step.csv", 1 - np.exp(-times / 2e-11))):
+    decay = np.exp(-times / 2e-11)
+    for name, values in (("impulse.csv", decay / 2e-11), ("step.csv", 1 - decay)):
         np.savetxt(folder / name, np.column_stack([times, values]), delimiter=",")
-    done = amisim_program("run", "m.ibs", "--bits", "1500", "--loss", "0", "--rj", "0.01", "--save-wave", "npy",
-                          "--statistical", "off", "--pictures", "none", "--out", "wave", folder=folder)
+    done = amisim_program("run", "m.ibs", "--bits", "1500", "--loss", "0", "--rj", "0.01", "--save-wave",
+                          "npy", "--statistical", "off", "--pictures", "none", "--out", "wave",
+                          folder=folder)
     assert done.returncode == 0, done.stderr
     shutil.copy(folder / "wave/wave.npy", folder)
     np.savetxt(folder / "column.csv", np.load(folder / "wave.npy")[:30000, 1], header="v", comments="")
-    for name, wave, more in (("f", False, ("Rx_Rj", "UI", "0.01")), ("x", True, ("Tx_Rj", "UI", "0.001"))):
+    for name, wave, more in (("f", False, ("Rx_Rj", "UI", "0.01")),
+                             ("x", True, ("Tx_Rj", "UI", "0.001"))):
         shutil.copy(FIR_MODEL, folder / f"{name}.so")
         reserved = [("AMI_Version", "String", '"7.0"'), ("GetWave_Exists", "Boolean", wave),
                     ("Init_Returns_Impulse", "Boolean", True), more]
-        own = [("First", "Float", 0.8), ("Second", "Float", -0.2), ("Impulse", "Float", 1), ("Tell", "Float", 3)]
+        own = [("First", "Float", 0.8), ("Second", "Float", -0.2), ("Impulse", "Float", 1),
+               ("Tell", "Float", 3)]
         texts = [" ".join(f'({parameter} (Usage {usage}) (Type {kind}) (Value {value}) (Description ""))'
                           for parameter, kind, value in group)
                  for usage, group in (("Info", reserved), ("In", own))]
@@ -103,7 +107,8 @@ def written(tmp_path_factory):
     def run(number):
         words = [models.get(word, word) for word in RUNS[number].split()]
         bits = [] if "--bits" in words or "--wave" in words else ["--bits", "2000"]
-        done = amisim_program("run", *words, *bits, "--pictures", "none", "--out", str(number), folder=folder)
+        done = amisim_program("run", *words, *bits, "--pictures", "none", "--out", str(number),
+                              folder=folder)
         assert done.returncode in (0, 5, 7, 10), (RUNS[number], done.stderr)
         return RUNS[number], json.loads((folder / str(number) / "result.json").read_text())
 
@@ -114,10 +119,12 @@ def written(tmp_path_factory):
 @pytest.fixture(scope="module")
 def jitter(tmp_path_factory):
     folder = tmp_path_factory.mktemp("jitter")
-    shorter = ["--frequencies", "2e6,2e7", "--bits", "30000", "--ignore-bits", "5000", "--pictures", "none"]
+    shorter = ["--frequencies", "2e6,2e7", "--bits", "30000", "--ignore-bits", "5000",
+               "--pictures", "none"]
     (folder / "mask.csv").write_text("1e6,3\n1e7,3\n")
     for command, more in (("tolerance", ["--ber", "1e-3"]), ("transfer", [])):
-        done = amisim_program(command, PACKAGE / "retimer.ibs", *shorter, *more, "--mask", "mask.csv", folder=folder)
+        done = amisim_program(command, PACKAGE / "retimer.ibs", *shorter, *more, "--mask", "mask.csv",
+                              folder=folder)
         assert done.returncode in (0, 10), done.stderr
     return {command: json.loads((folder / command / f"{command}.json").read_text())
             for command in ("tolerance", "transfer")}
