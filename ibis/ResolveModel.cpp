@@ -79,15 +79,74 @@ struct Files
     fs::path library, ami;
     std::string modelName, platform;
     std::optional<End> end;
+    LegTermination termination = {};
 };
+
+/// The model between both legs of a pair that has this model at either pin, or null.
+const Model* ModelAcross(const IbisFile& ibs, std::string_view model)
+{
+    for (const Component& component : ibs.components) {
+        for (const auto row : component.section->RowsOf(Key::SeriesPinMapping)) {
+            const Pin* const one = component.FindPin(row[0].Text());
+            const Pin* const other = row.size() > 2 ? component.FindPin(row[1].Text()) : nullptr;
+            if (one && other && one->model.Text() == model && other->model.Text() == model) {
+                return ibs.FindModel(row[2].Text());
+            }
+        }
+    }
+    return nullptr;
+}
+
+/// To a supply each resistor is one to ground for the signal; of one across the pair each leg has
+/// half.
+LegTermination TerminationOf(const IbisFile& ibs, const Model& model)
+{
+    const Model* const across = ModelAcross(ibs, model.name);
+    const Section* const series = across ? across->section->Child(Key::RSeries) : nullptr;
+    struct Part
+    {
+        Triple ohms;
+        double share;
+        const char* name;
+    };
+    const Part parts[] = {{model.rgnd, 1, "[Rgnd]"},
+                          {model.rpower, 1, "[Rpower]"},
+                          {series ? series->ArgumentCorners() : Triple{}, 0.5, "[R Series]"}};
+    LegTermination termination;
+    std::vector<std::string> names;
+    for (const Part& part : parts) {
+        if (part.ohms.at.Or(Corner::Typ) > 0) {
+            names.emplace_back(part.name);
+        }
+    }
+    if (names.empty()) {
+        return termination;
+    }
+    const auto together = [&](Corner corner) {
+        double siemens = 0;
+        for (const Part& part : parts) {
+            const double ohms = part.share * part.ohms.at.Or(corner);
+            siemens += ohms > 0 ? 1 / ohms : 0;
+        }
+        return 1 / siemens;
+    };
+    termination.ohms = {together(Corner::Typ), together(Corner::Min), together(Corner::Max)};
+    termination.from = Joined(names, " and ");
+    return termination;
+}
 
 Files FromIbs(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
 {
     Findings findings(path.string());  // for amisim check to tell
     const IbisFile ibs = ReadIbisFile(path, findings);
     const ChosenModel model = ChooseModel(ibs, modelName, end);
+    const Model* const found = ibs.FindModel(model.name);
     return {needsLibrary ? Named(model.line.library, path) : fs::path(),
-            Named(model.line.ami, path), model.name, model.line.platform.String(), model.end};
+            Named(model.line.ami, path),
+            model.name,
+            model.line.platform.String(),
+            model.end,
+            found ? TerminationOf(ibs, *found) : LegTermination{}};
 }
 
 Files Find(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
@@ -140,6 +199,7 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName, End
     resolved.modelName = files.modelName;
     resolved.platform = files.platform;
     resolved.end = files.end;
+    resolved.termination = files.termination;
     // A model runs in a folder of its own, and a bare name would be searched for elsewhere.
     resolved.library = fs::absolute(files.library);
     if (!files.ami.empty()) {

@@ -11,6 +11,14 @@
 
 namespace ibis {
 
+/// What each leg of a receiver is ended in by resistors alone, as its [Model] and a [R Series]
+/// between its pins state them.
+struct LegTermination
+{
+    Corners ohms;      ///< NaN: none
+    std::string from;  ///< "[Rgnd] and [Rpower]"
+};
+
 /// What it takes to run a model, found from whichever of its files the user named.
 struct ResolvedModel
 {
@@ -19,6 +27,7 @@ struct ResolvedModel
     std::optional<End> end;          ///< of a channel that it is for, where the .ibs tells
     std::string rootName;            ///< root of the parameter string
     std::string modelName;           ///< name of the [Model], "" unless found through an .ibs
+    LegTermination termination;      ///< likewise
     std::string platform;            ///< of its Executable line, likewise
     std::vector<std::string> notes;  ///< errors and warnings on the .ami that do not keep it from
                                      ///< being used, each as a line

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <complex>
+#include <numbers>
 
 #include "base/Error.hpp"
 #include "base/TextFile.hpp"
@@ -177,6 +179,26 @@ std::vector<double> PortOhms(const ChannelNetwork& network, const Terminations& 
     return ohms;
 }
 
+/// A line that is matched at both ends, at these frequencies (Hz).
+SParameters NetworkOf(const ChannelReading::Line& line, const std::vector<double>& frequencies)
+{
+    constexpr double kReference = 50;
+    SParameters s;
+    s.ports = 2;
+    s.reference = {kReference, kReference};
+    s.frequency = frequencies;
+    for (const double frequency : frequencies) {
+        const auto turn = std::polar(1.0, -2 * std::numbers::pi * frequency * line.sampleInterval);
+        std::complex<double> gain = 0, phase = 1;
+        for (const double tap : line.taps) {
+            gain += tap * phase;
+            phase *= turn;
+        }
+        s.values.insert(s.values.end(), {0, gain, gain, 0});
+    }
+    return s;
+}
+
 }  // namespace
 
 FrequencyResponse Through(const ChannelNetwork& network, const Terminations& ends)
@@ -201,7 +223,8 @@ FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggresso
 ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
                            const ChannelReading& reading)
 {
-    if (files.size() == 1) {
+    const bool buffers = !reading.sourceNetwork.empty() || !reading.loadNetwork.empty();
+    if (files.size() == 1 && !buffers) {
         ChannelNetwork network = ReadFile(files.front(), reading);
         NameLanes(network, reading);
         return network;
@@ -209,23 +232,33 @@ ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
     std::vector<ChannelNetwork> parts;
     std::vector<SParameters> legs;
     ChannelNetwork whole;
-    for (const auto& path : files) {
-        parts.push_back(ReadFile(path, reading));
+    const auto add = [&](const std::filesystem::path& path, const ChannelReading& own) {
+        if (path.empty()) return;
+        parts.push_back(ReadFile(path, own));
         legs.push_back(Legs(parts.back()));
         whole.lanes = std::max(whole.lanes, parts.back().lanes);
         for (const std::string& note : parts.back().notes)
             whole.notes.push_back(fmt::format("{}: {}", path.filename().string(), note));
-    }
+    };
+    const ChannelReading plain{reading.bitRate};
+    add(reading.sourceNetwork, plain);
+    for (const auto& path : files) add(path, reading);
     const auto isSingle = [](const SParameters& s) { return s.ports == 2; };
     const auto singles = std::ranges::count_if(legs, isSingle);
     if (singles != 0 && singles != std::ssize(legs))
         whole.notes.emplace_back("files of two ports are taken as either leg of the pair");
+    const std::size_t behind = legs.size();
+    add(reading.loadNetwork, plain);
+    if (!reading.line.taps.empty()) {
+        legs.insert(legs.begin() + static_cast<std::ptrdiff_t>(behind),
+                    NetworkOf(reading.line, legs.front().frequency));
+    }
     whole.s = Cascade(legs);
     const auto& f = whole.s.frequency;
     whole.notes.push_back(
         fmt::format("{} files in cascade, from {:.4g} MHz to {:.4g} GHz, which "
                     "all of them cover",
-                    files.size(), f.front() * 1e-6, f.back() * 1e-9));
+                    parts.size(), f.front() * 1e-6, f.back() * 1e-9));
     if (whole.s.ports == 4) whole.ports = kCascadePorts;
     NameLanes(whole, reading);
     whole.order = Agreed(parts, &ChannelNetwork::order);

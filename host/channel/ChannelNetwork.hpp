@@ -22,6 +22,16 @@ struct ChannelReading
                               ///< detect them
     std::string victim = "";  ///< as for ParseLane; empty: the first lane
     std::vector<std::string> aggressors = {};  ///< as for ParseAggressor
+
+    /// Files of four ports before and behind all others, by their through terms; empty: none.
+    std::filesystem::path sourceNetwork = {}, loadNetwork = {};
+    /// Impulse response, as filter weights, of a matched line in the place of files; empty: none.
+    struct Line
+    {
+        std::vector<double> taps;
+        double sampleInterval = 0;  ///< s
+    };
+    Line line = {};
 };
 
 /// A lane of a network from which something couples into the end of the first one.

@@ -11,6 +11,7 @@
 #include "host/options/LinkFile.hpp"
 #include "host/options/RunCommand.hpp"
 #include "host/results/SignalDescription.hpp"
+#include "host/run/Buffers.hpp"
 #include "host/run/Models.hpp"
 
 namespace amisim {
@@ -115,6 +116,7 @@ JitterLink::JitterLink(const JitterOptions& options, const fs::path& model)
     UseFarSides(options_);
     models_ = ResolveModels(options_);
     NameInstances(models_, options.out);
+    if (!HaveDependents(models_)) UseBuffers(options_, models_);
     SettleSignals(options_, models_);
 }
 
@@ -174,8 +176,12 @@ std::vector<std::unique_ptr<OutputFolder>> JitterLink::Clean(OutputFolder& folde
 }
 
 TriedLink JitterLink::In(OutputFolder& folder, const fs::path& worker,
-                         const std::atomic<bool>& stop) const
+                         const std::atomic<bool>& stop)
 {
+    if (HaveDependents(models_)) {
+        ResolveDependents(options_, models_, worker, [&stop] { return stop.load(); });
+        UseBuffers(options_, models_);
+    }
     return {options_,
             models_,
             {worker, folder.Path(), folder.Path() / "model.log", folder.Path() / "tx.log",

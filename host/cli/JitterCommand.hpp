@@ -56,9 +56,9 @@ public:
     /// @return the folders of earlier segments, for the trial to come
     [[nodiscard]] std::vector<std::unique_ptr<OutputFolder>> Clean(OutputFolder& folder) const;
 
-    /// To be tried in the folder.
+    /// To be tried in the folder, with what AMI_Resolve tells. To be called once.
     TriedLink In(OutputFolder& folder, const std::filesystem::path& worker,
-                 const std::atomic<bool>& stop) const;
+                 const std::atomic<bool>& stop);
 
 private:
     SimulationOptions options_;

@@ -82,7 +82,7 @@ AmplitudeSearch::Settings SearchSettings(const ToleranceOptions& o,
 ExitCode RunCase(const ToleranceOptions& o, const CLI::App& command, const fs::path& worker,
                  const std::atomic<bool>& stop)
 {
-    const JitterLink link(o, GivenModel(command));
+    JitterLink link(o, GivenModel(command));
     const auto mask = link.Mask(FrequencyMask::Kind::kTolerance);
     OutputFolder folder(o.out, JitterCaseFolder(), OutputFolder::Use::kAlone, link.Files());
     const Json key = KeyOf(command, link);

@@ -65,7 +65,7 @@ std::vector<Case> CasesOfTransfer(const Plan& plan, const GridOptions& o)
 ExitCode RunCase(const TransferOptions& o, const CLI::App& command, const fs::path& worker,
                  const std::atomic<bool>& stop)
 {
-    const JitterLink link(o, GivenModel(command));
+    JitterLink link(o, GivenModel(command));
     OutputFolder folder(o.out, JitterCaseFolder(), OutputFolder::Use::kAlone, link.Files());
     const auto segmentFolders = link.Clean(folder);
     const TriedLink tried = link.In(folder, worker, stop);

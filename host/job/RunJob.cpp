@@ -10,6 +10,7 @@
 #include "host/pages/WriteResults.hpp"
 #include "host/results/BulkFile.hpp"
 #include "host/results/WaveWriter.hpp"
+#include "host/run/Buffers.hpp"
 
 namespace amisim {
 namespace {
@@ -75,6 +76,7 @@ const RunOptions& Settled(RunOptions& options, std::vector<SegmentModels>& model
                           const fs::path& worker, const std::function<bool()>& stopped)
 {
     ResolveDependents(options, models, worker, stopped);
+    UseBuffers(options, models);
     SettleSignals(options, models);
     return options;
 }

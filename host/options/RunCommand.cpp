@@ -121,6 +121,7 @@ void TakeWords(const CLI::App& command, std::vector<SegmentWords> segments, RunO
 /// Once all words have been read.
 void Complete(const CLI::App& run, RunOptions& options)
 {
+    options.signal.amplitudeIsAsked = run.count("--amplitude") > 0;
     if (IsLinkFile(options.model)) {
         TakeLinkFile(run, options);
     } else if (const auto segments = SplitSegments(run); segments.size() > 1) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/Error.hpp"
+#include "ibis/Beside.hpp"
 #include "ibis/ami/AmiValue.hpp"
 #include "ibis/ami/Reserved.hpp"
 
@@ -53,11 +54,6 @@ constexpr Ignored kIgnored[] = {
     {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
-    {"Ts4file*", "",
-     "the model's own network is not part of the channel; --touchstone takes its file"},
-    {"Tx_V", "", "the swing is that of --amplitude"},
-    {"Tx_R", "", "the channel is driven from its reference impedance, or --source-ohms"},
-    {"Rx_R", "", "the channel ends in its reference impedance, or --load-ohms"},
     {"BCI_*", "", "no link training takes place"},
     {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},
 };
@@ -79,24 +75,51 @@ std::string ValueOf(const ibis::AmiFile& file, const ibis::AmiParameter& paramet
     return parameter.defaultValue;
 }
 
+DeclaredBuffer BufferOf(const ibis::AmiFile& file, const ibis::Overrides& overrides)
+{
+    const auto value = [&](const char* name) {
+        const ibis::AmiParameter* const parameter = file.FindReserved(name);
+        return parameter && parameter->usage != ibis::Usage::Dep
+                   ? ValueOf(file, *parameter, overrides)
+                   : std::string();
+    };
+    DeclaredBuffer buffer;
+    buffer.boundary = value("Ts4file_Boundary");
+    buffer.volts = ibis::AsNumber(value("Tx_V"));
+    for (const char* name : {"Tx_R", "Rx_R"}) {
+        if (const auto ohms = ibis::AsNumber(value(name))) buffer.ohms = ohms;
+    }
+    if (const std::string name = value("Ts4file"); !name.empty()) {
+        const auto found = ibis::Beside(file.path, name);
+        if (!found) {
+            throw Error(
+                ExitCode::kInput,
+                fmt::format("{}:{}: Ts4file names {}, which does not exist", file.path.string(),
+                            file.FindReserved("Ts4file")->place.line, name));
+        }
+        buffer.network = *found;
+    }
+    return buffer;
+}
+
 }  // namespace
 
 Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides)
 {
     Declarations declared;
+    declared.buffer = BufferOf(file, overrides);
     std::string_view last;  // of several that are alike one note is enough
     for (const ibis::AmiParameter& parameter : file.parameters) {
         if (!parameter.reserved) continue;
+        if (parameter.usage == ibis::Usage::Dep) {
+            declared.notes.push_back(
+                fmt::format("{} is not applied: its value would come from AMI_Resolve, which the "
+                            ".ami does not state to exist",
+                            parameter.name));
+            continue;
+        }
         const std::string value = ValueOf(file, parameter, overrides);
         if (std::ranges::find(kApplied, parameter.name) != std::end(kApplied)) {
-            if (parameter.usage == ibis::Usage::Dep) {
-                declared.notes.push_back(
-                    fmt::format("{} is not applied: its value would come from AMI_Resolve, which "
-                                "the .ami does not "
-                                "state to exist",
-                                parameter.name));
-                continue;
-            }
             declared.numbers.push_back({parameter.name, ibis::AsNumber(value).value_or(0),
                                         parameter.type == ibis::Type::UI,
                                         parameter.usage == ibis::Usage::Out});

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,14 +21,25 @@ struct DeclaredNumber
     bool givenBack = false;      // Usage Out: AMI_Init tells the value
 };
 
+/// The analogue part that the .ami states of a model's buffer.
+struct DeclaredBuffer
+{
+    std::filesystem::path network;  // Ts4file; empty: none
+    std::string boundary;           // its Ts4file_Boundary
+    std::optional<double> volts;    // Tx_V: peak to peak, differential, without load
+    std::optional<double> ohms;     // Tx_R or Rx_R, of each leg
+};
+
 /// What the host makes of a model's reserved parameters.
 struct Declarations
 {
     std::vector<DeclaredNumber> numbers;  // that are applied
-    std::vector<std::string> notes;       // a sentence on each that is declared and not honoured
+    DeclaredBuffer buffer;
+    std::vector<std::string> notes;  // a sentence on each that is declared and not honoured
 };
 
 /// @param overrides  of the user
+/// @throws Error (kInput) for a Ts4file that is not there
 Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& overrides);
 
 /// The end that it has reserved parameters of, and none of the other; nothing where they do not

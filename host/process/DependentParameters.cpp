@@ -77,9 +77,14 @@ void TakeDependent(ModelSource& model, std::string_view parametersOut)
     Refresh(model);
 }
 
+bool HasDependent(const ModelSource& model)
+{
+    return model.definitions && model.definitions->Reserved("Resolve_Exists") == "True";
+}
+
 void ResolveDependent(ModelSource& model, double bitTime, ModelProcess::Settings settings)
 {
-    if (!model.definitions || model.definitions->Reserved("Resolve_Exists") != "True") return;
+    if (!HasDependent(model)) return;
     const base::ScratchFolder folder;
     settings.folder = folder.Path();
     settings.logFile = folder.Path() / "model.log";

@@ -110,6 +110,10 @@ void Interpret(ModelSource& source)
     source.parameters = ibis::ParameterString(ami, overrides);
     Declarations declarations = ReadDeclarations(ami, overrides);
     source.declared = std::move(declarations.numbers);
+    source.buffer = std::move(declarations.buffer);
+    const std::filesystem::path& network = source.buffer.network;
+    if (!network.empty() && std::ranges::find(source.files, network) == source.files.end())
+        source.files.push_back(network);
     source.notes = source.standingNotes;
     source.notes.insert(source.notes.end(), declarations.notes.begin(), declarations.notes.end());
     source.getWave = ami.Reserved("GetWave_Exists").value_or("True") == "True";
@@ -120,6 +124,8 @@ void Interpret(ModelSource& source)
                                 "False: it does nothing to a signal",
                                 ami.path.string()));
     }
+    source.mostAggressors =
+        ParseNumber<std::int64_t>(ami.Reserved("Max_Init_Aggressors").value_or("0"));
     source.repeaterType = ami.Reserved("Repeater_Type").value_or("");
     if (const auto bits = ami.Reserved("Ignore_Bits"))
         source.ignoreBits = ParseNumber<std::int64_t>(*bits);
@@ -184,6 +190,8 @@ ModelSource ResolveModelSource(const ModelChoice& model)
     source.id = resolved.rootName;
     source.modelName = resolved.modelName;
     source.corner = model.corner;
+    source.legOhms = resolved.termination.ohms.Or(model.corner);
+    source.legOhmsFrom = fmt::format("{} of {}", resolved.termination.from, model.file.string());
     source.standingNotes = std::move(resolved.notes);
     source.library = std::filesystem::absolute(resolved.library);
     source.files = {model.file, source.library};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -45,8 +46,12 @@ struct ModelSource
     // Its own Least_Samples_Per_Bit, which is no parameter of the standard's.
     std::optional<std::int64_t> leastSamplesPerBit;
     std::vector<std::pair<std::string, std::string>>
-        settings;                                  // inputs by dotted path, as they are sent
-    std::vector<DeclaredNumber> declared;          // what its .ami states of its decisions
+        settings;                          // inputs by dotted path, as they are sent
+    std::vector<DeclaredNumber> declared;  // what its .ami states of its decisions
+    DeclaredBuffer buffer;
+    double legOhms = NAN;  // that each leg ends in by its [Model], at its corner; NaN: not stated
+    std::string legOhmsFrom;                       // the keywords and the file that say so
+    std::optional<std::int64_t> mostAggressors;    // that AMI_Init takes; absent: any number
     std::optional<DeclaredModulation> modulation;  // as its .ami has it
     std::vector<std::string> notes;  // oddities of its files that do not keep it from running
     std::vector<std::filesystem::path> files;  // it was resolved from, the library among them

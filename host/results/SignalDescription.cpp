@@ -33,6 +33,8 @@ Json ChannelJson(const SignalOptions& o)
         json["loss_db"] = o.lossDb;
         json["skin_part"] = o.skinPart;
     }
+    if (!o.sourceNetwork.empty()) json["source_network"] = o.sourceNetwork.string();
+    if (!o.loadNetwork.empty()) json["load_network"] = o.loadNetwork.string();
     return json;
 }
 

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <numeric>
 
+#include "base/TextFile.hpp"
 #include "host/run/Declared.hpp"
 #include "host/signal/Deconvolution.hpp"
 
@@ -83,6 +86,7 @@ Link::Link(SignalChain& signal, const ModelSource* transmitter, const ModelSourc
     : signal_(signal),
       model_(transmitter),
       flow_(FlowOf(transmitter, receiver)),
+      receiver_(receiver),
       responses_(signal.Impulses())
 {
 }
@@ -110,6 +114,45 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
         }
         return init;
     });
+}
+
+std::vector<std::vector<double>> Link::Handed(std::vector<std::string>& notes)
+{
+    std::vector<std::size_t> columns(responses_.size() - 1);
+    std::iota(columns.begin(), columns.end(), std::size_t{1});
+    const auto taken = static_cast<std::size_t>(std::clamp<std::int64_t>(
+        receiver_.mostAggressors.value_or(std::ssize(columns)), 0, std::ssize(columns)));
+    std::ranges::stable_sort(columns, std::greater{}, [&](std::size_t column) {
+        const auto& response = responses_[column];
+        return std::inner_product(response.begin(), response.end(), response.begin(), 0.0);
+    });
+    std::vector<std::string> names;
+    for (std::size_t k = taken; k < columns.size(); ++k)
+        names.push_back(signal_.Roads()[columns[k]].name);
+    if (!names.empty()) {
+        notes.push_back(fmt::format(
+            "AMI_Init takes {} aggressors (Max_Init_Aggressors): the weakest, {}, {} left out "
+            "there, not in the waveform",
+            taken, Joined(names, ", "), names.size() == 1 ? "is" : "are"));
+    }
+    handed_.assign(columns.begin(), columns.begin() + static_cast<std::ptrdiff_t>(taken));
+    std::ranges::sort(handed_);
+    std::vector<std::vector<double>> all = {responses_[0]};
+    for (const std::size_t column : handed_) all.push_back(responses_[column]);
+    return all;
+}
+
+std::vector<std::vector<double>> Link::Completed(std::vector<std::vector<double>> returned) const
+{
+    if (returned.size() == responses_.size()) return returned;
+    auto all = responses_;
+    if (receiver_.returnsImpulse && returned[0] != responses_[0]) {
+        const LeadingTaps filter = Deconvolve(responses_[0], returned[0]).filter;
+        for (std::size_t k = 1; k < all.size(); ++k) all[k] = Convolved(responses_[k], filter);
+    }
+    all[0] = std::move(returned[0]);
+    for (std::size_t k = 0; k < handed_.size(); ++k) all[handed_[k]] = std::move(returned[k + 1]);
+    return all;
 }
 
 /// What comes before the channel, for the input (0) and for the output (1). What only the input

@@ -32,8 +32,16 @@ public:
                                               const ModelProcess::Settings& settings,
                                               std::vector<std::string>& notes);
 
-    /// What the receiver's AMI_Init is handed.
+    /// At the receiver's input: the signal's, then the aggressors'.
     const std::vector<std::vector<double>>& Responses() const { return responses_; }
+
+    /// What of that the receiver's AMI_Init is handed: of the aggressors' the strongest, as many as
+    /// it takes. @param notes  gets a sentence on those that are left out
+    std::vector<std::vector<double>> Handed(std::vector<std::string>& notes);
+
+    /// What it gave back, as many as Responses(): in the places of those that it was not handed
+    /// what its filter would make of them.
+    std::vector<std::vector<double>> Completed(std::vector<std::vector<double>> returned) const;
 
     /// @param returned  as the receiver's AMI_Init gave it back
     /// @param notes     gets a sentence on a receiver's filter that had to be found by division
@@ -61,7 +69,9 @@ private:
     SignalChain& signal_;
     const ModelSource* model_;  // of the transmitter
     const Flow& flow_;
+    const ModelSource& receiver_;
     std::vector<std::vector<double>> responses_;
+    std::vector<std::size_t> handed_;  // aggressors' columns, in their order
     std::unique_ptr<ModelProcess> transmitter_;
     std::unique_ptr<WaveSource> wave_;
     std::optional<SignalTee> tee_;

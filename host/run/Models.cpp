@@ -66,6 +66,13 @@ void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::pa
     }
 }
 
+bool HaveDependents(const std::vector<SegmentModels>& models)
+{
+    return std::ranges::any_of(models, [](const SegmentModels& own) {
+        return HasDependent(own.receiver) || (own.transmitter && HasDependent(*own.transmitter));
+    });
+}
+
 void ResolveDependents(SimulationOptions& options, std::vector<SegmentModels>& models,
                        const std::filesystem::path& worker, const std::function<bool()>& stopped)
 {

@@ -21,6 +21,9 @@ std::vector<SegmentModels> ResolveModels(const SimulationOptions& options);
 /// "result_tx2".
 void NameInstances(std::vector<SegmentModels>& models, const std::filesystem::path& folder);
 
+/// Whether AMI_Resolve of any model is to tell something.
+bool HaveDependents(const std::vector<SegmentModels>& models);
+
 /// Has AMI_Resolve tell what depends on settings and bit rate, of models that have it.
 /// @param worker   amisim-worker
 /// @param stopped  asked often; true ends the call

@@ -182,8 +182,9 @@ void Segment::Start()
 void Segment::StartModels()
 {
     if (transmitter_) StartTransmitter();
-    process_ =
-        std::make_unique<ModelProcess>(StartOf(receiver_), ProcessSettings(surroundings_.log));
+    start_ = StartOf(receiver_);
+    start_.impulses = link_.Handed(result_.notes);
+    process_ = std::make_unique<ModelProcess>(start_, ProcessSettings(surroundings_.log));
     result_.box = process_->Box();
     auto init = process_->Init();
     result_.modelMessage = init.message;
@@ -191,6 +192,7 @@ void Segment::StartModels()
     TakeParameters(init.parametersOut, "AMI_Init");
     UseSampler();
     UseSlicers();
+    init.impulses = link_.Completed(std::move(init.impulses));
     result_.impulsesChanged = init.impulses != link_.Responses();
     link_.Connect(init.impulses, result_.notes);
     result_.residual = link_.Residual();
@@ -343,8 +345,7 @@ void Segment::Evaluate()
             "the model tells no thresholds that apply: what it sends on is decided by the ones "
             "evenly within the transmitter's amplitude");
     }
-    computed_.Find({StartOf(receiver_), ProcessSettings(surroundings_.log), parameters_.Tracks()},
-                   result_);
+    computed_.Find({start_, ProcessSettings(surroundings_.log), parameters_.Tracks()}, result_);
     TakeTracks(parameters_, "");
     TakeTracks(link_.Parameters(), "tx.");
     if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();

@@ -129,7 +129,8 @@ private:
     ComputedEyes computed_;
     std::unique_ptr<Retimer> retimer_;
     std::optional<Analyses> analyses_;
-    std::unique_ptr<ModelProcess> process_;  // of the receiver
+    ModelStart start_;                       // of the receiver
+    std::unique_ptr<ModelProcess> process_;  // likewise
     ParameterLog parameters_;
     RunResult result_;
     bool enough_ = false;

@@ -6,7 +6,8 @@ namespace amisim {
 
 ChannelReading ReadingOf(const SignalOptions& o)
 {
-    return {o.bitRate, o.portOrder, o.mixedMode, o.ends, o.lanes, o.victim, o.aggressors};
+    return {o.bitRate, o.portOrder,  o.mixedMode,     o.ends,       o.lanes,
+            o.victim,  o.aggressors, o.sourceNetwork, o.loadNetwork};
 }
 
 ChannelReading CrosstalkReading(const SignalOptions& options,

@@ -59,12 +59,38 @@ ChannelResponse Trusted(ChannelResponse channel, const std::string& name,
     return channel;
 }
 
+std::vector<double> LineTaps(const SignalOptions& options)
+{
+    return LossyLine{options.lossDb, options.skinPart, options.bitRate / 2}.Impulse(
+        options.SampleInterval());
+}
+
+/// What the signal goes through, by name, where that is told by S parameters.
+std::vector<std::filesystem::path> Elements(const SignalOptions& options)
+{
+    const bool buffers = !options.sourceNetwork.empty() || !options.loadNetwork.empty();
+    std::vector<std::filesystem::path> elements = {options.sourceNetwork};
+    elements.insert(elements.end(), options.touchstone.begin(), options.touchstone.end());
+    if (options.touchstone.empty() && buffers) elements.emplace_back("line");
+    elements.push_back(options.loadNetwork);
+    std::erase(elements, "");
+    return elements;
+}
+
+std::optional<ChannelNetwork> NetworkOf(const SignalOptions& options)
+{
+    if (Elements(options).empty()) return std::nullopt;
+    ChannelReading reading = ReadingOf(options);
+    if (options.touchstone.empty()) reading.line = {LineTaps(options), options.SampleInterval()};
+    return ReadNetwork(options.touchstone, reading);
+}
+
 ChannelResponse MakeChannel(const SignalOptions& options,
                             const std::optional<ChannelNetwork>& network)
 {
     const double interval = options.SampleInterval();
     if (network) {
-        const std::string name = NameOf(options.touchstone);
+        const std::string name = NameOf(Elements(options));
         return Trusted(MakeChannel(*network, name, ReadingOf(options), interval), name, options);
     }
     if (!options.impulse.empty())
@@ -72,7 +98,7 @@ ChannelResponse MakeChannel(const SignalOptions& options,
     if (!options.step.empty()) return ReadResponse(options.step, ResponseKind::kStep, interval);
     ChannelResponse line;
     line.sampleInterval = interval;
-    line.taps = LossyLine{options.lossDb, options.skinPart, options.bitRate / 2}.Impulse(interval);
+    line.taps = LineTaps(options);
     return line;
 }
 
@@ -153,9 +179,10 @@ void SignalChain::UseWaveFile(const SignalOptions& options)
     taps_ = {{1.0}};
 }
 
-void SignalChain::KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel)
+void SignalChain::KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel,
+                           const std::string& name)
 {
-    roads_.push_back({transmitter, channel.taps});
+    roads_.push_back({transmitter, channel.taps, name});
     taps_.push_back(roads_.back().EdgeResponse());
 }
 
@@ -271,16 +298,15 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
                        options.sineFrequency * options.SampleInterval(),
                        options.dutyCycleDistortion * spb};
 
-    std::optional<ChannelNetwork> network;
-    if (!options.touchstone.empty()) network = ReadNetwork(options.touchstone, ReadingOf(options));
+    const std::optional<ChannelNetwork> network = NetworkOf(options);
     const ChannelResponse channel = MakeChannel(options, network);
-    if (!options.touchstone.empty()) notes_.push_back(Note(options.touchstone, channel));
+    if (network) notes_.push_back(Note(Elements(options), channel));
     for (const auto& path : {options.impulse, options.step}) {
         if (!path.empty()) notes_.push_back(Note({path}, channel));
     }
     grade_ = channel.grade;
     curves_ = CurvesOf(channel, options.samplesPerBit);
-    KeepRoad(settings, channel);
+    KeepRoad(settings, channel, "");
 
     // Symbols are made as far ahead as the channel's blocks reach.
     const auto ahead = static_cast<std::size_t>(
@@ -300,14 +326,14 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
 {
     const ChannelReading reading = CrosstalkReading(options, channel.ports, channel.modes);
     std::vector<SignalSource*> inputs = {output_};
-    const auto add = [&](const ChannelResponse& coupling, bool far) {
+    const auto add = [&](const ChannelResponse& coupling, bool far, const std::string& name) {
         // A start of its own in time and pattern.
         Random random(options.seed, kAggressorStream + inputs.size());
         Transmitter::Settings settings =
             TransmitterSettings(options, options.aggressorAmplitude, options.aggressorPpm);
         settings.start = random.Uniform() * settings.unitInterval;
         if (far) settings.deemphasis = options.deemphasis;
-        KeepRoad(settings, coupling);
+        KeepRoad(settings, coupling, name);
         const auto symbols = [this, seed = random.Bits()] { return RandomSymbols(options_, seed); };
         senders_.push_back({symbols, random});
         SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
@@ -317,7 +343,7 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         const ChannelResponse coupling =
             Trusted(ReadChannel({path}, reading, options.SampleInterval()), path.string(), options);
         notes_.push_back(Note({path}, coupling));
-        add(coupling, far);
+        add(coupling, far, path.filename().string());
     };
     for (const auto& path : options.fext) addFile(path, true);
     for (const auto& path : options.next) addFile(path, false);
@@ -327,7 +353,7 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
                 Crosstalk(*network, aggressor, options.ends), options.SampleInterval());
             notes_.push_back(
                 fmt::format("aggressor {}: {}", aggressor.name, Joined(coupling.notes, "; ")));
-            add(coupling, !aggressor.isNear);
+            add(coupling, !aggressor.isNear, aggressor.name);
         }
     }
     Add<SignalMix>(inputs);

@@ -22,6 +22,7 @@ struct Road
 {
     Transmitter::Settings transmitter;
     std::vector<double> taps;  // of the channel, V/V
+    std::string name;          // of an aggressor
 
     /// What a single edge, from the lowest level to the highest, does at the model's input: V from
     /// sample to sample, without jitter. Their running sum is the response to a step.
@@ -108,7 +109,8 @@ private:
                         const Symbols& symbols);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
                        const std::optional<ChannelNetwork>& network);
-    void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel);
+    void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel,
+                  const std::string& name);
     void PadImpulses(int samplesPerBit);
     template <typename Stage, typename... Arguments>
     SignalSource* Add(Arguments&&... arguments);

@@ -18,7 +18,8 @@ void SignalOptions::FindBitRate()
 
 std::vector<std::filesystem::path> SignalOptions::Files() const
 {
-    std::vector<std::filesystem::path> files = {pattern, impulse, step, wave};
+    std::vector<std::filesystem::path> files = {pattern, impulse,       step,
+                                                wave,    sourceNetwork, loadNetwork};
     for (const auto* list : {&touchstone, &fext, &next})
         files.insert(files.end(), list->begin(), list->end());
     std::erase(files, "");

@@ -30,8 +30,9 @@ struct SignalOptions
     std::filesystem::path pattern;
     int clockPattern = 0;  // ones, and as many zeros: the highest level and the lowest
 
-    double amplitude = 0.8;  // V, differential peak to peak
-    double riseTime = 0.15;  // UI, from 20 % to 80 %
+    double amplitude = 0.8;         // V, differential peak to peak
+    bool amplitudeIsAsked = false;  // rather than by default
+    double riseTime = 0.15;         // UI, from 20 % to 80 %
     Deemphasis deemphasis;
     double phase = 0;  // UI, where the first bit begins
     // As between two crystals. Without any offset or noise a clock recovery may have a false place
@@ -50,6 +51,8 @@ struct SignalOptions
     double skinPart = 0.5;                          // of the loss
     std::vector<std::filesystem::path> touchstone;  // one behind the other
     Terminations ends;                              // of it
+    // Networks of four ports between it and its ends: those of the models' buffers.
+    std::filesystem::path sourceNetwork, loadNetwork;
     std::filesystem::path impulse, step;
     std::string portOrder;           // empty: found out
     std::string mixedMode = "auto";  // whether and how files hold mixed-mode data: ChannelReading

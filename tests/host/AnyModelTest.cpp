@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kLine = " --loss 0 --clock-pattern 100 --bits 300 --amplitude 1 --ppm 0 ";
+constexpr const char* kLine = " --clock-pattern 100 --bits 300 --amplitude 1 --ppm 0 ";
 
 /// What a model's files state beyond its filter, and what becomes of it.
 class AnyModelTest : public ProgramTest
@@ -41,10 +41,11 @@ protected:
                         reserved, Parameter("First", "In", "Float", first), more));
     }
 
-    int Run(const std::string& command)
+    int Run(const std::string& command, const char* more = kLine)
     {
-        return Shell(std::string(AMISIM_PROGRAM " run ") + command + kLine +
-                     "--save-wave npy --statistical off");
+        const bool isLine = command.find("--touchstone") == std::string::npos;
+        return Shell(std::string(AMISIM_PROGRAM " run ") + command + more +
+                     (isLine ? "--loss 0 " : "") + "--save-wave npy --statistical off");
     }
 
     /// V at the end of a long row of ones, as the receiver's model returned it.
@@ -190,6 +191,128 @@ TEST_F(AnyModelTest, WhatDependsOnSettingsIsToldByAmiResolve)
     fs::copy(TEST_MODEL, "m/rx.so", fs::copy_options::overwrite_existing);
     EXPECT_EQ(Run("m/rx.ami"), 4);
     EXPECT_TRUE(Says("exports no AMI_Resolve, which a model must have whose .ami says")) << output_;
+}
+
+/// A pair of lines of this impedance (ohm a leg) without any length, between 50 ohm: a series
+/// resistance in each leg, and one to ground.
+void SaveResistors(const std::string& file, double series, double shunt)
+{
+    // A = 1 + r/p, B = r, C = 1/p, D = 1, at the side of the source first.
+    const double a = 1 + series / shunt, b = series / 50, c = 50 / shunt, sum = a + b + c + 1;
+    const double s11 = (a + b - c - 1) / sum, s21 = 2 / sum, s22 = (-a + b - c + 1) / sum;
+    std::string text = "# GHz S RI R 50\n";
+    for (int k = 0; k <= 400; ++k) {
+        text += fmt::format("{}", 0.1 * k);
+        const double rows[4][4] = {
+            {s11, s21, 0, 0}, {s21, s22, 0, 0}, {0, 0, s11, s21}, {0, 0, s21, s22}};
+        for (const auto& row : rows) {
+            for (const double value : row) text += fmt::format(" {} 0", value);
+            text += "\n";
+        }
+    }
+    Save(file, text);
+}
+
+TEST_F(AnyModelTest, BuffersThatModelsStateArePartOfTheChannel)
+{
+    const auto number = [](const char* name, double value) {
+        return Parameter(name, "Info", "Float", fmt::format("Value {}", value));
+    };
+    const std::string file = Parameter("Ts4file", "Info", "String", "Value \"buffer.s4p\"");
+    // 20 ohm in series and 100 ohm to ground, at either end.
+    SaveResistors("m/buffer.s4p", 20, 100);
+    SaveResistors("line.s4p", 0, 1e9);
+    Make("tx", file + number("Tx_V", 2) + number("Tx_R", 30));
+    Make("rx", file + number("Rx_R", 80));
+    // The source's 30 + 20 ohm against what follows, a leg: 100 ohm || (20 ohm + 100 ohm || 80
+    // ohm).
+    const double end = 1 / (1 / 100.0 + 1 / 80.0), way = 1 / (1 / 100.0 + 1 / (20 + end));
+    const double level = way / (50 + way) * end / (20 + end);  // of half the swing of 2 V
+    struct Row
+    {
+        const char* options;
+        double level;
+        const char* note;
+    };
+    const double open = 1 / (1 / 100.0 + 1 / 1e6), wide = 1 / (1 / 100.0 + 1 / (20 + open));
+    const Row rows[] = {
+        {"", level, "transmitter: Ts4file buffer.s4p is part of the channel"},
+        {"--touchstone line.s4p", level, "Ts4file buffer.s4p is part of the channel"},
+        {"--amplitude 0.5", level / 2, "--amplitude 0.5 replaces Tx_V, which is 2 V"},
+        {"--load-ohms 1e6", wide / (50 + wide) * open / (20 + open),
+         "--load-ohms 1e+06 replaces Rx_R, which is 80 ohm"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.options);
+        ASSERT_EQ(Run(std::string("m/rx.ami --tx m/tx.ami ") + row.options,
+                      " --clock-pattern 100 --bits 300 --ppm 0 "),
+                  0)
+            << output_;
+        EXPECT_NEAR(Level() / row.level, 1, 2e-3);
+        EXPECT_TRUE(Says(row.note)) << output_;
+    }
+    fs::remove("m/buffer.s4p");
+    EXPECT_EQ(Run("m/rx.ami"), 3);
+    EXPECT_TRUE(Says("m/rx.ami:6: Ts4file names buffer.s4p, which does not exist")) << output_;
+}
+
+TEST_F(AnyModelTest, ResistorsOfAModelEndTheChannel)
+{
+    Make("rx", "");
+    SaveResistors("line.s4p", 0, 1e9);
+    const auto save = [](const std::string& keywords) {
+        Save("m/rx.ibs",
+             "[IBIS Ver] 7.2\n[File Name] rx.ibs\n[File Rev] 1\n[Component] rx\n[Manufacturer] x\n"
+             "[Package]\nR_pkg 0 NA NA\nL_pkg 0 NA NA\nC_pkg 0 NA NA\n[Pin] signal_name model_name "
+             "R_pin L_pin C_pin\n1 p RX\n2 n RX\n[Diff Pin] inv_pin vdiff tdelay_typ\n1 2 0.1 NA\n"
+             "[Series Pin Mapping] pin_2 model_name function_table_group\n1 2 Across\n"
+             "[Model] RX\nModel_type Input\nVinl = 0.4\nVinh = 0.6\nC_comp 0.1p NA NA\n"
+             "[Voltage Range] 1 NA NA\n" +
+                 keywords +
+                 "[Algorithmic Model]\nExecutable Linux_gcc_64 rx.so rx.ami\n"
+                 "[End Algorithmic Model]\n[Model] Across\nModel_type Series\nC_comp 0 NA NA\n"
+                 "[R Series] 300 NA NA\n[End]\n");
+    };
+    // 0.5 V of what a matched line carries, over half the source's voltage.
+    const auto matched = [](double ohms) { return 0.5 * 2 * ohms / (50 + ohms); };
+    save("[Rgnd] 60 75 NA\n");
+    ASSERT_EQ(Run("m/rx.ibs --touchstone line.s4p"), 0) << output_;
+    EXPECT_NEAR(Level(), matched(1 / (1 / 60.0 + 1 / 150.0)), 2e-3);
+    EXPECT_TRUE(Says("ends in 42.8571 ohm, by [Rgnd] and [R Series] of m/rx.ibs")) << output_;
+    ASSERT_EQ(Run("m/rx.ibs --touchstone line.s4p --corner slow"), 0) << output_;
+    EXPECT_NEAR(Level(), matched(50), 2e-3);
+    ASSERT_EQ(Run("m/rx.ibs --touchstone line.s4p --load-ohms 100"), 0) << output_;
+    EXPECT_NEAR(Level(), matched(100), 2e-3);
+    EXPECT_TRUE(Says("--load-ohms 100 replaces [Rgnd] and [R Series] of m/rx.ibs")) << output_;
+}
+
+TEST_F(AnyModelTest, TheStrongestAggressorsAreHandedToAModelThatTakesFew)
+{
+    for (const double part : {0.01, 0.03, 0.02}) {
+        // 1 -> 2 and 3 -> 4 as crosstalk of this part.
+        std::string text = "# GHz S RI R 50\n";
+        for (int k = 0; k <= 400; ++k) {
+            text += fmt::format(
+                "{0} 0 0 {1} 0 0 0 0 0\n{1} 0 0 0 0 0 0 0\n0 0 0 0 0 0 {1} 0\n"
+                "0 0 0 0 {1} 0 0 0\n",
+                0.1 * k, part);
+        }
+        Save(fmt::format("x{:g}.s4p", part * 100), text);
+    }
+    SaveResistors("line.s4p", 0, 1e9);
+    const char* const options =
+        " --touchstone line.s4p --fext x1.s4p --fext x3.s4p --next x2.s4p --accept-channel";
+    std::string wave;
+    for (const auto& [most, left] : {std::pair{3, ""}, {1, "the weakest, x2.s4p, x1.s4p, are"}}) {
+        Make("rx",
+             Parameter("Max_Init_Aggressors", "Info", "Integer", fmt::format("Value {}", most)),
+             "Value 1", Parameter("Aggressors", "In", "Integer", fmt::format("Value {}", most)));
+        ASSERT_EQ(Run("m/rx.ami" + std::string(options)), 0) << output_;
+        EXPECT_TRUE(Says(left)) << output_;
+        EXPECT_EQ(Read("out/model.log"), fmt::format("handed {} aggressors\n", most));
+        wave += wave.empty() ? Read("out/wave.npy") : "";
+        EXPECT_EQ(Read("out/wave.npy"), wave);
+    }
 }
 
 }  // namespace

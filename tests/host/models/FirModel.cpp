@@ -61,6 +61,7 @@ EXPORT long AMI_Init(double* impulse, long rows, long aggressors, double sampleI
                               Parameter(parameters, "Later"),
                               Parameter(parameters, "Tell")};
     *memory = fir;
+    if (std::strstr(parameters, "(Aggressors ")) std::printf("handed %ld aggressors\n", aggressors);
     if (std::FILE* const file = std::fopen("tables/first.txt", "r")) {
         if (std::fscanf(file, "%lf", &fir->first) != 1) return 0;
         std::fclose(file);
