@@ -239,7 +239,7 @@ TEST_F(AnyModelTest, BuffersThatModelsStateArePartOfTheChannel)
         {"", level, "transmitter: Ts4file buffer.s4p is part of the channel"},
         {"--touchstone line.s4p", level, "Ts4file buffer.s4p is part of the channel"},
         {"--amplitude 0.5", level / 2, "--amplitude 0.5 replaces Tx_V, which is 2 V"},
-        {"--load-ohms 1e6", wide / (50 + wide) * open / (20 + open),
+        {"--touchstone line.s4p --load-ohms 1e6", wide / (50 + wide) * open / (20 + open),
          "--load-ohms 1e+06 replaces Rx_R, which is 80 ohm"},
     };
     for (const Row& row : rows) {
