@@ -26,8 +26,6 @@ void ReadWave(const std::string& path, const WaveReading& reading)
     for (std::size_t i = 0; i < count; ++i) Require(!std::isnan(samples[i]), "no NaN");
 }
 
-const WaveReading kOthers{.column = "3-2", .step = 1e-12, .findOffset = true};
-
 void ReadChannel(const std::string& path, ResponseKind kind)
 {
     const ChannelResponse channel = ReadResponse(path, kind, 1.5e-12);
@@ -44,7 +42,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const FileOf file(data + 1, size - 1, isArray ? "signal.npy" : "signal.csv");
     ReadOrExplain<Error>(file.path, [&file, kind = data[0] / 2 % 5] {
         if (kind < 2)
-            ReadWave(file.path, kind == 0 ? WaveReading{} : kOthers);
+            ReadWave(file.path,
+                     kind == 0 ? WaveReading{}
+                               : WaveReading{.column = "3-2", .step = 1e-12, .findOffset = true});
         else if (kind < 4)
             ReadChannel(file.path, kind == 2 ? ResponseKind::kImpulse : ResponseKind::kStep);
         else

@@ -2,16 +2,24 @@
 
 #include <regex.h>
 
+#include <string>
+#include <string_view>
+
 namespace slow {
 
 namespace {
 
-bool In(char c, const std::string& characters)
+bool In(char c, std::string_view characters)
 {
-    return characters.find(c) != std::string::npos;
+    return characters.find(c) != characters.npos;
 }
 
-const std::string blanks = " \t\n\v\f\r";
+constexpr std::string_view blanks = " \t\n\v\f\r", brackets = "()";
+
+bool EndsWord(char c)
+{
+    return In(c, blanks) || In(c, brackets);
+}
 
 /// A kind of number: blanks, a sign, and the whole rest as the expression has it, in any case.
 class Number
@@ -19,7 +27,7 @@ class Number
 public:
     explicit Number(const std::string& expression)
     {
-        const std::string whole = "^[" + blanks + "]*[+-]?(" + expression + ")$";
+        const std::string whole = "^[" + std::string(blanks) + "]*[+-]?(" + expression + ")$";
         regcomp(&m_expression, whole.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
     }
     bool Is(const std::string& text) const
@@ -108,7 +116,7 @@ private:
         }
         Node node;
         node.Level = level;
-        while (!AtEnd() && !In(Next(), blanks + "()")) node.Name += m_text[m_at++];
+        while (!AtEnd() && !EndsWord(Next())) node.Name += m_text[m_at++];
         if (node.Name.empty())
             m_code = 8;
         else if (m_made == m_capacity)
@@ -135,7 +143,7 @@ private:
     {
         while (!AtEnd() && !In(Next(), "()")) {
             Value value;
-            while (!AtEnd() && !In(Next(), blanks + "()\"")) value.Text += m_text[m_at++];
+            while (!AtEnd() && !EndsWord(Next()) && Next() != '"') value.Text += m_text[m_at++];
             if (Next() == '"') {
                 ++m_at;
                 value.Text = Quoted();
