@@ -116,7 +116,7 @@ void Plot(const std::vector<std::vector<double>>& gains, const fs::path& path)
 void Run(const fs::path& library, const fs::path& picture)
 {
     const ScratchFolder scratch;
-    const amisim::AmiModule model(library.string());
+    const amisim::AmiModule model(library.string(), amisim::AmiModule::Use::kTimeDomain);
     std::vector<std::vector<double>> gains;
     fmt::print(
         "| Level | Gain at 0 Hz | Gain at 5.156 GHz over it, dB | Peak over it, dB | "
