@@ -58,7 +58,8 @@ public:
                 SegmentWords one;
                 ReadWords(*root["segment"][k].as_table(), one);
                 if (one.repeater != Repeater::kNone)
-                    throw Error(ExitCode::kUsage, replaced_ + ": is what --retimer says");
+                    throw Error(ExitCode::kUsage,
+                                replaced_ + ": is what --retimer and --redriver say");
                 words[k].insert(words[k].end(), one.words.begin(), one.words.end());
             }
         }
@@ -86,14 +87,15 @@ public:
         for (const toml::node& node : *segments)
             file.segments.push_back(ReadSegment(TableOf(node, "segment"), node));
         for (std::size_t k = 0; k < file.segments.size(); ++k) {
-            const bool last = k + 1 == file.segments.size(),
-                       repeats = file.segments[k].repeater != Repeater::kNone;
-            if (last == repeats) {
+            SegmentWords& segment = file.segments[k];
+            const bool last = k + 1 == file.segments.size();
+            if (!last && segment.repeater == Repeater::kNone)
+                segment.repeater = Repeater::kAsDeclared;
+            if (last && segment.repeater != Repeater::kNone) {
                 throw Error(ExitCode::kUsage,
-                            fmt::format("{}: segment {}: expected rx = {{ {} }}",
-                                        file.segments[k].where, k + 1,
-                                        last ? "ibis = ..., without as: nothing follows"
-                                             : "ibis = ..., as = \"retimer\""));
+                            fmt::format("{}: segment {}: expected rx = {{ ibis = ... }}, without "
+                                        "as: nothing follows",
+                                        segment.where, k + 1));
             }
         }
         return file;
@@ -155,7 +157,10 @@ private:
     {
         const auto text = node.value<std::string>();
         if (text == "retimer") return Repeater::kRetimer;
-        Fail(node, "as", "expected \"retimer\", or nothing for the last segment");
+        if (text == "redriver") return Repeater::kRedriver;
+        Fail(node, "as",
+             "expected \"retimer\" or \"redriver\", or nothing where the model's Repeater_Type "
+             "says it and for the last segment");
     }
 
     /// The option that a name in a table stands for. The model itself is no option.

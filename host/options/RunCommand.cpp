@@ -72,6 +72,12 @@ void AddLinkOptions(CLI::App& run)
         "A receiver's model that ends a segment and sends its bits on at its own clock; options of "
         "signal, channel and transmitter behind it are those of the next segment; may be repeated",
         "FILE");
+    add("--redriver",
+        "The same of a device that passes its waveform on, to the next segment's transmitter if it "
+        "has a model, and its channel",
+        "FILE");
+    add("--redriver-model", "As --retimer-model", "NAME");
+    add("--redriver-param", "As --retimer-param", "NAME=VALUE");
     add("--retimer-model", "The [Model] of an .ibs that holds several, of the device before",
         "NAME");
     add("--retimer-param", "Set a parameter of the device before; may be repeated", "NAME=VALUE");
@@ -127,7 +133,7 @@ void Complete(const CLI::App& run, RunOptions& options)
     } else if (const auto segments = SplitSegments(run); segments.size() > 1) {
         TakeWords(run, segments, options);
     } else if (run.count("--set") > 0) {
-        throw CLI::RequiresError("--set", "a link file (.toml) as MODEL, or --retimer");
+        throw CLI::RequiresError("--set", "a link file (.toml) as MODEL, --retimer or --redriver");
     } else {
         CheckTogether(run);
     }

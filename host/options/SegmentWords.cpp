@@ -45,7 +45,7 @@ void CheckAlone(const Word& word)
 }
 
 /// What a segment behind another cannot be told, and why.
-void CheckBehind(const CLI::App& run)
+void CheckBehind(const CLI::App& run, Repeater before)
 {
     const auto refuse = [&](auto names, const char* why) {
         for (const char* name : names) {
@@ -56,6 +56,10 @@ void CheckBehind(const CLI::App& run)
         throw CLI::ValidationError("--wave", "a waveform is for the link's first segment");
     refuse(std::array{"--prbs", "--pattern", "--clock-pattern", "--phase", "--ppm"},
            "is for the link's first segment: those behind it send on what comes");
+    if (before != Repeater::kRedriver) return;
+    refuse(std::array{"--amplitude", "--rise-time", "--rj", "--sj-amplitude", "--dcd", "--tx-pre",
+                      "--tx-post"},
+           "is of what sends symbols: a redriver passes its waveform on as it is");
 }
 
 std::vector<std::string> Checked(const std::vector<Word>& words)
@@ -77,7 +81,7 @@ SegmentOptions Understood(const SegmentWords& segment, Repeater before)
 {
     Line line;
     line.Parse(Checked(segment.words));
-    if (before != Repeater::kNone) CheckBehind(*line.run);
+    if (before != Repeater::kNone) CheckBehind(*line.run, before);
     SegmentOptions own = line.options;
     own.repeater = segment.repeater;
     return own;
@@ -125,19 +129,21 @@ std::vector<SegmentWords> SplitSegments(const CLI::App& run)
     std::map<const CLI::Option*, std::size_t> taken;
     const auto behind = [&](const CLI::Option& option) -> SegmentWords& {
         if (segments.size() > 1) return segments[segments.size() - 2];
-        throw CLI::ValidationError(option.get_name(), "belongs behind --retimer");
+        throw CLI::ValidationError(option.get_name(),
+                                   "belongs behind a repeater such as --retimer");
     };
     for (const CLI::Option* option : run.parse_order()) {
         const std::size_t at = taken[option]++;
         if (at >= option->results().size()) continue;
         const std::string& value = option->results()[at];
-        if (option->check_lname("retimer")) {
+        const bool redriver = option->check_lname("redriver");
+        if (redriver || option->check_lname("retimer")) {
             segments.back().words.push_back({value, ""});
-            segments.back().repeater = Repeater::kRetimer;
+            segments.back().repeater = redriver ? Repeater::kRedriver : Repeater::kRetimer;
             segments.emplace_back();
-        } else if (option->check_lname("retimer-param")) {
+        } else if (option->check_lname("retimer-param") || option->check_lname("redriver-param")) {
             behind(*option).words.push_back({"--param=" + value, ""});
-        } else if (option->check_lname("retimer-model")) {
+        } else if (option->check_lname("retimer-model") || option->check_lname("redriver-model")) {
             behind(*option).words.push_back({"--model=" + value, ""});
         } else if (option->check_lname("retimer-corner")) {
             behind(*option).words.push_back({"--corner=" + value, ""});

@@ -30,8 +30,8 @@ bool IsOfSegment(const CLI::Option& option);
 /// The option with a value; of a flag the option alone.
 std::string WordOf(const CLI::Option& option, const std::string& value);
 
-/// Those of the segments in the order of the command line: `--retimer` ends one, and
-/// its parameters belong to it. The last has what is said of the model.
+/// Those of the segments in the order of the command line: `--retimer` or `--redriver` ends
+/// one, and its parameters belong to it. The last has what is said of the model.
 std::vector<SegmentWords> SplitSegments(const CLI::App& run);
 
 /// Puts words in the place of those in the segment that say the same of it.

@@ -154,6 +154,20 @@ Json ClockCurves(const ClockFindings& clock)
               {"amplitude", Rounded(clock.tieSpectrum.amplitude)}}}};
 }
 
+/// Of a link of several segments what is shown of each, the last among them; null of one.
+Json StagesJson(const RunResult& result)
+{
+    if (result.earlier.empty()) return nullptr;
+    Json list = Json::array();
+    const auto add = [&](const RunResult& stage) {
+        list.push_back({{"output", EyesCurves(stage.eye, stage.statisticalOutput)},
+                        {"tie", TrendJson(stage.clock.tie)}});
+    };
+    for (const RunResult& stage : result.earlier) add(stage);
+    add(result);
+    return list;
+}
+
 /// Each eye's hits in groups of seven bits, the lowest first, bit 7 telling that more follow.
 Json LoggedEyesJson(const std::vector<LoggedEye>& eyes)
 {
@@ -194,6 +208,7 @@ std::string ReportPage(const RunResult& result, const SimulationOptions& options
                        {"statisticalOutput", EyesCurves(result.statisticalOutput)},
                        {"channel", ChannelJson(result.channel)},
                        {"clock", ClockCurves(result.clock)},
+                       {"stages", StagesJson(result)},
                        {"loggedEyes", LoggedEyesJson(result.loggedEyes)}};
     std::string page(amisim_page_begin, amisim_page_end);
     std::string text = ToText(data, -1);

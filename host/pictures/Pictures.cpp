@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/pictures/ChainPicture.hpp"
 #include "host/pictures/EyePicture.hpp"
 #include "host/pictures/Font.hpp"
 #include "host/pictures/LinePlot.hpp"
@@ -47,6 +48,7 @@ public:
         SaveClock();
         SaveAdaptation();
         SaveChannel();
+        if (!result_.earlier.empty()) SaveChain();
     }
 
 private:
@@ -250,6 +252,17 @@ private:
         Put("channel", PlotsPicture({loss, pulse}, {model_, signal_,
                                                     fmt::format("{}, {:.2f} dB at half of it",
                                                                 rate_, channel.LossAtHalfRate())}));
+    }
+
+    void SaveChain() const
+    {
+        std::string errors;
+        if (const auto& sent = result_.endToEnd) {
+            errors =
+                fmt::format(", {} errors in {} bits from end to end", sent->errors, sent->compared);
+        }
+        Put("link", ChainPicture(result_, {fmt::format("{} segments", result_.earlier.size() + 1),
+                                           model_, rate_ + errors}));
     }
 
     const RunResult& result_;

@@ -11,7 +11,7 @@ namespace amisim {
 
 /// What SavePictures makes, each with the end of its format's name.
 inline constexpr std::string_view kPictureNames[] = {
-    "eye", "eye-input", "bathtub-time", "bathtub-voltage", "tie", "adaptation", "channel"};
+    "eye", "eye-input", "bathtub-time", "bathtub-voltage", "tie", "adaptation", "channel", "link"};
 
 /// Draws the pictures for papers, as far as their contents are known.
 void SavePictures(const RunResult& result, const SimulationOptions& options,

@@ -106,7 +106,7 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
         transmitter_ = std::make_unique<ModelProcess>(own, settings);
         auto init = transmitter_->Init();
         parameters_.Take(init.parametersOut, 0, "AMI_Init of the transmitter");
-        signal_.UseJitter(EdgeJitterOf(model_->declared, parameters_.Tracks(), own.bitTime, notes));
+        UseJitter(own.bitTime, notes);
         if (flow_.txImpulse) responses_[0] = init.impulses[0];
         if (flow_.txWave) {
             wave_ = std::make_unique<WaveSource>(*transmitter_, signal_.Stimulus(0, true),
@@ -159,8 +159,11 @@ std::vector<std::vector<double>> Link::Completed(std::vector<std::vector<double>
 /// reads must not be held for the output.
 SignalSource& Link::Source(std::size_t which)
 {
-    if (wave_ && !separateOutput_) return *wave_;
-    if (wave_ && !tee_) tee_.emplace(*wave_);
+    SignalSource* const given = wave_                        ? wave_.get()
+                                : signal_.IsBehindRedriver() ? &signal_.Stimulus(0, false)
+                                                             : nullptr;
+    if (given && !separateOutput_) return *given;
+    if (given && !tee_) tee_.emplace(*given);
     if (tee_) return tee_->End(which);
     // Without a transmitter's model the signal's own chain knows what is sent.
     return signal_.Stimulus(0, which == 0 && model_);
@@ -170,18 +173,52 @@ void Link::Connect(const std::vector<std::vector<double>>& returned,
                    std::vector<std::string>& notes)
 {
     separateOutput_ = flow_.output != Response::kNone && returned != responses_;
-    if (!model_) {
+    auto responses = responses_;
+    if (signal_.IsBehindRedriver()) {
+        responses[0] = RoadBehindRedriver();
+        input_ = &signal_.Through(Source(0), responses, {});
+    } else if (!model_) {
         input_ = &signal_.Output();  // its edges are ramps wherever they are between two samples
     } else {
-        auto responses = responses_;
         if (flow_.input == Response::kRoad) responses[0] = signal_.Impulses()[0];
         input_ = &signal_.Through(Source(0), responses, {});
     }
     if (!separateOutput_) return;
     const LeadingTaps filter = ReceiverFilter(returned, notes);
-    auto responses = returned;
-    if (flow_.output == Response::kDivided) responses[0] = Convolved(signal_.Impulses()[0], filter);
+    const auto road = std::move(responses[0]);
+    responses = returned;
+    if (signal_.IsBehindRedriver())
+        responses[0] = Convolved(road, filter);
+    else if (flow_.output == Response::kDivided)
+        responses[0] = Convolved(signal_.Impulses()[0], filter);
     output_ = &signal_.Through(Source(1), responses, filter);
+}
+
+/// What a redriver's waveform is convolved with: the channel, and what the transmitter's AMI_Init
+/// makes of a response, unless its AMI_GetWave does that.
+std::vector<double> Link::RoadBehindRedriver() const
+{
+    std::vector<double> road(responses_[0].size());
+    std::ranges::transform(signal_.ChannelTaps(), road.begin(),
+                           [&](double tap) { return tap / signal_.SampleInterval(); });
+    const auto& handed = signal_.Impulses()[0];
+    if (flow_.txWave || !flow_.txImpulse || responses_[0] == handed) return road;
+    return Convolved(road, Deconvolve(handed, responses_[0]).filter);
+}
+
+/// Of what passes a redriver there are no edges to be moved.
+void Link::UseJitter(double bitTime, std::vector<std::string>& notes)
+{
+    std::vector<std::string> said;
+    const auto jitter = EdgeJitterOf(model_->declared, parameters_.Tracks(), bitTime, said);
+    if (!signal_.IsBehindRedriver()) {
+        signal_.UseJitter(jitter);
+        notes.insert(notes.end(), said.begin(), said.end());
+    } else if (!said.empty()) {
+        notes.emplace_back(
+            "jitter that the transmitter declares is left out: behind a redriver it sends no "
+            "symbols of its own");
+    }
 }
 
 /// What the receiver's AMI_Init convolves with. Needed for noise, and where the transmitter's part
@@ -189,7 +226,8 @@ void Link::Connect(const std::vector<std::vector<double>>& returned,
 LeadingTaps Link::ReceiverFilter(const std::vector<std::vector<double>>& returned,
                                  std::vector<std::string>& notes)
 {
-    if (flow_.output != Response::kDivided && !signal_.HasNoise()) return {};
+    if (flow_.output != Response::kDivided && !signal_.HasNoise() && !signal_.IsBehindRedriver())
+        return {};
     Deconvolved found = Deconvolve(responses_[0], returned[0]);
     residual_ = found.residual;
     if (found.residual > kWorthANote) {

@@ -32,6 +32,9 @@ public:
                                               const ModelProcess::Settings& settings,
                                               std::vector<std::string>& notes);
 
+    /// Behind a redriver: once its segment has started, and the signal's responses are known.
+    void TakeSignal() { responses_ = signal_.Impulses(); }
+
     /// At the receiver's input: the signal's, then the aggressors'.
     const std::vector<std::vector<double>>& Responses() const { return responses_; }
 
@@ -63,6 +66,8 @@ public:
 private:
     class WaveSource;
     SignalSource& Source(std::size_t which);
+    std::vector<double> RoadBehindRedriver() const;
+    void UseJitter(double bitTime, std::vector<std::string>& notes);
     LeadingTaps ReceiverFilter(const std::vector<std::vector<double>>& returned,
                                std::vector<std::string>& notes);
 

@@ -21,6 +21,17 @@ SegmentModels ModelsOf(const SegmentOptions& segment)
     return models;
 }
 
+Repeater DeclaredBy(const SegmentOptions& segment)
+{
+    const std::string type = ResolveModelSource(segment.Receiver()).repeaterType;
+    if (type == "Retimer") return Repeater::kRetimer;
+    if (type == "Redriver") return Repeater::kRedriver;
+    throw Error(ExitCode::kUsage,
+                fmt::format("{}: declares no Repeater_Type, and a segment follows: expected as = "
+                            "\"retimer\" or as = \"redriver\"",
+                            segment.model.string()));
+}
+
 }  // namespace
 
 void UseFarSides(SimulationOptions& options)
@@ -35,6 +46,9 @@ void UseFarSides(SimulationOptions& options)
         own.transmitter = before.model;
         own.transmitterName = model;
         own.transmitterCorner = before.corner;
+    }
+    for (SegmentOptions& segment : options.earlier) {
+        if (segment.repeater == Repeater::kAsDeclared) segment.repeater = DeclaredBy(segment);
     }
 }
 

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <iterator>
 
 #include "host/analysis/SlicerSearch.hpp"
 #include "host/run/Declared.hpp"
 #include "host/run/OwnLogs.hpp"
+#include "host/signal/Deconvolution.hpp"
 
 namespace amisim {
 namespace {
@@ -48,6 +50,35 @@ auto OfSegment(std::size_t number, std::size_t of, Step step)
 
 }  // namespace
 
+/// A receiver's output, which is made as it is read.
+class Segment::OutputWave : public SignalSource
+{
+public:
+    explicit OutputWave(Segment& owner) : owner_(owner) {}
+
+    void Add(std::span<const double> output)
+    {
+        waiting_.insert(waiting_.end(), output.begin(), output.end());
+    }
+
+    std::size_t Read(std::span<double> out) override
+    {
+        while (waiting_.size() < out.size() && owner_.Next()) {
+        }
+        const std::size_t count = std::min(waiting_.size(), out.size());
+        const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(count);
+        std::copy(waiting_.begin(), end, out.begin());
+        waiting_.erase(waiting_.begin(), end);
+        return count;
+    }
+
+private:
+    Segment& owner_;
+    std::deque<double> waiting_;
+};
+
+Segment::~Segment() = default;
+
 Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
                  const SegmentModels& models, Surroundings surroundings, Place place)
     : own_(own),
@@ -56,8 +87,7 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
       transmitter_(models.transmitter ? &*models.transmitter : nullptr),
       surroundings_(std::move(surroundings)),
       place_(place),
-      signal_(SignalOf(own, place.number), HeldBits(run, transmitter_, place.of - place.number - 1),
-              SymbolsBefore()),
+      signal_(MakeSignal()),
       link_(signal_, transmitter_, receiver_),
       slicers_(receiver_.declared, own.signal.Levels(), own.signal.BitTime()),
       computed_(own, run, receiver_, transmitter_, signal_, link_)
@@ -92,11 +122,43 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
                               EvenSlicers(own.signal.Levels(), own.signal.amplitude / 2)},
             [this] { Next(); });
     }
+    if (own.repeater == Repeater::kRedriver) wave_ = std::make_unique<OutputWave>(*this);
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
     result_.channelGrade = signal_.Grade();
     result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
     result_.levels = own.signal.Levels();
+}
+
+SignalChain Segment::MakeSignal() const
+{
+    const SignalOptions signal = SignalOf(own_, place_.number);
+    if (place_.before && place_.before->wave_)
+        return {signal, place_.before->signal_, *place_.before->wave_};
+    return {signal, HeldBits(run_, transmitter_ != nullptr, place_.of - place_.number - 1),
+            SymbolsBefore()};
+}
+
+/// What the receiver's AMI_Init has made of the responses.
+const std::vector<std::vector<double>>& Segment::Returned() const
+{
+    return receiver_.returnsImpulse ? result_.impulses : link_.Responses();
+}
+
+/// What the responses have become before a redriver.
+void Segment::TakeBefore()
+{
+    if (!place_.before || !place_.before->wave_) return;
+    const Segment& before = *place_.before;
+    const auto& handed = before.link_.Responses();
+    const auto& returned = before.Returned();
+    LeadingTaps filter;
+    if (returned != handed && before.signal_.NoiseThrough({}) > 0)
+        filter = Deconvolve(handed[0], returned[0]).filter;
+    const bool known = before.receiver_.returnsImpulse &&
+                       (!before.transmitter_ || before.transmitter_->returnsImpulse);
+    signal_.TakeBefore(returned, filter, known);
+    link_.TakeSignal();
 }
 
 /// What the retimer at the end of the segment before sends.
@@ -181,6 +243,7 @@ void Segment::Start()
 
 void Segment::StartModels()
 {
+    TakeBefore();
     if (transmitter_) StartTransmitter();
     start_ = StartOf(receiver_);
     start_.impulses = link_.Handed(result_.notes);
@@ -281,6 +344,7 @@ void Segment::Take(const ModelProcess::Block& block)
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
     UseSlicers();
     if (retimer_) retimer_->Add(block.output, block.clocks.times);
+    if (wave_) wave_->Add(block.output);
     LookAt(block, result_.bits - before);
 }
 

@@ -61,6 +61,7 @@ public:
             Surroundings surroundings, Place place);
     Segment(const Segment&) = delete;
     Segment& operator=(const Segment&) = delete;
+    ~Segment();
 
     /// Of the whole run.
     std::int64_t Bits() const { return place_.before ? place_.before->Bits() : signal_.Bits(); }
@@ -106,7 +107,10 @@ private:
     std::optional<ModelProcess::Block> FromResponse();
     bool Last() const { return place_.number + 1 == place_.of; }
     bool Ended() const { return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped()); }
+    SignalChain MakeSignal() const;
     SignalChain::Symbols SymbolsBefore() const;
+    void TakeBefore();
+    const std::vector<std::vector<double>>& Returned() const;
     const SymbolHistory* Origin() const;
     void ReadInput(std::span<double> samples);
     std::size_t NextSamples();
@@ -128,6 +132,8 @@ private:
     ModelSlicers slicers_;
     ComputedEyes computed_;
     std::unique_ptr<Retimer> retimer_;
+    class OutputWave;
+    std::unique_ptr<OutputWave> wave_;  // of a redriver, for the segment behind it
     std::optional<Analyses> analyses_;
     ModelStart start_;                       // of the receiver
     std::unique_ptr<ModelProcess> process_;  // likewise

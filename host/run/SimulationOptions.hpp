@@ -14,8 +14,10 @@ namespace amisim {
 
 /// What the device at the end of a segment does for the next.
 enum class Repeater {
-    kNone,     // it is the link's last receiver
-    kRetimer,  // sends the bits on that it has decided, at its own clock
+    kNone,        // it is the link's last receiver
+    kRetimer,     // sends the bits on that it has decided, at its own clock
+    kRedriver,    // passes its waveform on
+    kAsDeclared,  // one of these, as its Repeater_Type says
 };
 
 /// One segment of a link: a transmitter, the channel behind it and a receiver.

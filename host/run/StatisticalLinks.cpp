@@ -55,7 +55,8 @@ std::vector<double> StatisticalLinks::Sines() const
 /// Of several levels the states that this takes are too many to be gone through.
 bool StatisticalLinks::CursorsJitterTogether() const
 {
-    return !transmitter_ && signal_.Roads().front().transmitter.modulation.levels.size() == 2;
+    return !transmitter_ && !signal_.IsBehindRedriver() &&
+           signal_.Roads().front().transmitter.modulation.levels.size() == 2;
 }
 
 StatisticalLink StatisticalLinks::Through(const Edges& edges) const
@@ -105,7 +106,7 @@ StatisticalLink StatisticalLinks::AtOutput(const std::vector<std::vector<double>
 {
     StatisticalLink link = Through(EdgesOf(returned));
     LeadingTaps filter;
-    if (signal_.HasNoise() && returned[0] != link_.Responses()[0])
+    if (signal_.NoiseThrough({}) > 0 && returned[0] != link_.Responses()[0])
         filter = Deconvolve(link_.Responses()[0], returned[0]).filter;
     link.noise = std::hypot(signal_.NoiseThrough(filter), samplerNoise);
     return link;

@@ -19,7 +19,7 @@ public:
     StatisticalLinks(const SignalChain& signal, const ModelSource* transmitter, const Link& link);
 
     /// There is a signal of known shape.
-    bool Possible() const { return !signal_.Roads().empty(); }
+    bool Possible() const { return !signal_.Roads().empty() && signal_.IsKnown(); }
 
     /// Frequencies of the sines in its jitter, cycles a sample.
     std::vector<double> Sines() const;

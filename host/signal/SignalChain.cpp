@@ -145,6 +145,57 @@ SignalChain::SignalChain(const SignalOptions& options, std::int64_t heldBits,
     PadImpulses(options.samplesPerBit);
 }
 
+SignalChain::SignalChain(const SignalOptions& options, const SignalChain& before,
+                         SignalSource& wave)
+    : options_(options),
+      before_(&before),
+      wave_(&wave),
+      brought_(before.impulses_.size()),
+      bits_(before.bits_),
+      sentUnitInterval_(before.sentUnitInterval_),
+      roads_(before.roads_)
+{
+    options.Check();
+    const std::optional<ChannelNetwork> network = NetworkOf(options);
+    const ChannelResponse channel = TakeChannel(options, network);
+    channelTaps_ = channel.taps;
+    senders_.assign(brought_, {{}, Random(options.seed, 0)});  // none is asked for
+    const bool aggressors =
+        !options.fext.empty() || !options.next.empty() || !options.aggressors.empty();
+    if (roads_.empty() && aggressors) {
+        throw Error(ExitCode::kUsage,
+                    "--fext, --next, --aggressor: behind a redriver they go with a pattern, not "
+                    "with the waveform of --wave");
+    }
+    taps_.resize(brought_);
+    output_ = Add<Silence>();
+    AddAggressors(options, channel, network);
+    PadImpulses(options.samplesPerBit);
+    TakeBefore(before.impulses_, {}, true);
+}
+
+void SignalChain::TakeBefore(const std::vector<std::vector<double>>& returned,
+                             const LeadingTaps& filter, bool known)
+{
+    known_ = known && before_->known_;
+    std::ranges::copy(before_->roads_, roads_.begin());  // with what its transmitter declares
+    beforeFilter_ = {{channelTaps_}, 0};
+    if (!filter.taps.empty()) {
+        beforeFilter_ = filter;
+        beforeFilter_.taps.resize(filter.taps.size() + channelTaps_.size() - 1);
+        beforeFilter_.taps = Convolved(beforeFilter_.taps, {channelTaps_, 0});
+    }
+    std::size_t longest = impulses_[0].size();
+    for (std::size_t k = 0; k < brought_; ++k) {
+        impulses_[k] = returned[k];
+        impulses_[k].resize(returned[k].size() + channelTaps_.size() - 1);
+        if (channelTaps_.size() > 1 || channelTaps_[0] != 1)
+            impulses_[k] = Convolved(impulses_[k], {channelTaps_, 0});
+        longest = std::max(longest, impulses_[k].size());
+    }
+    for (auto& impulse : impulses_) impulse.resize(longest);
+}
+
 template <typename Stage, typename... Arguments>
 SignalSource* SignalChain::Add(Arguments&&... arguments)
 {
@@ -201,7 +252,9 @@ void SignalChain::PadImpulses(int samplesPerBit)
 std::vector<double> SignalChain::TapsOf(std::size_t column,
                                         const std::vector<double>& response) const
 {
-    if (response == impulses_[column]) return taps_[column];
+    if (column >= brought_ || !before_) {
+        if (response == impulses_[column]) return taps_[column];
+    }
     std::vector<double> taps;
     for (const double value : response) taps.push_back(value * options_.SampleInterval());
     while (taps.size() > 1 && taps.back() == 0) taps.pop_back();
@@ -229,7 +282,16 @@ SignalSource* SignalChain::AddNoise(SignalSource* signal, const LeadingTaps& fil
 
 double SignalChain::NoiseThrough(const LeadingTaps& filter) const
 {
-    if (!HasNoise()) return 0;
+    double brought = 0;
+    if (before_) {
+        LeadingTaps through = beforeFilter_;
+        if (!filter.taps.empty()) {
+            through.taps.resize(through.taps.size() + filter.taps.size() - 1);
+            through.taps = Convolved(through.taps, {filter.taps, 0});
+        }
+        brought = before_->NoiseThrough(through);
+    }
+    if (!HasNoise()) return brought;
     std::vector<double> shape{1.0};
     if (options_.noiseBandwidth)
         shape = LowPass(*options_.noiseBandwidth * options_.SampleInterval());
@@ -238,11 +300,13 @@ double SignalChain::NoiseThrough(const LeadingTaps& filter) const
         shape = Convolved(shape, {filter.taps, 0});
     }
     const double power = std::inner_product(shape.begin(), shape.end(), shape.begin(), 0.0);
-    return options_.noise * std::sqrt(power);
+    const double own = options_.noise * std::sqrt(power);
+    return before_ ? std::hypot(own, brought) : own;
 }
 
 SignalSource& SignalChain::Stimulus(std::size_t column, bool counts)
 {
+    if (before_ && column == 0) return *wave_;
     SignalSource* const output = output_;
     SignalSource* stimulus = nullptr;
     if (senders_.empty()) {
@@ -276,6 +340,7 @@ SignalSource& SignalChain::Through(SignalSource& through,
     SignalSource* const output = output_;
     std::vector<SignalSource*> parts;
     for (std::size_t k = 0; k < responses.size(); ++k) {
+        if (k > 0 && k < brought_) continue;  // is in what goes through
         SignalSource& from = k == 0 ? through : Stimulus(k, false);
         parts.push_back(Add<Convolver>(from, TapsOf(k, responses[k])));
     }
@@ -299,13 +364,7 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
                        options.dutyCycleDistortion * spb};
 
     const std::optional<ChannelNetwork> network = NetworkOf(options);
-    const ChannelResponse channel = MakeChannel(options, network);
-    if (network) notes_.push_back(Note(Elements(options), channel));
-    for (const auto& path : {options.impulse, options.step}) {
-        if (!path.empty()) notes_.push_back(Note({path}, channel));
-    }
-    grade_ = channel.grade;
-    curves_ = CurvesOf(channel, options.samplesPerBit);
+    const ChannelResponse channel = TakeChannel(options, network);
     KeepRoad(settings, channel, "");
 
     // Symbols are made as far ahead as the channel's blocks reach.
@@ -316,14 +375,27 @@ void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t held
     SignalSource* const transmitter =
         Add<Transmitter>(settings, symbols(), &*sent_, senders_[0].random);
     Add<Convolver>(*transmitter, channel.taps);
-    if (!options.fext.empty() || !options.next.empty() || !options.aggressors.empty())
-        AddAggressors(options, channel, network);
+    AddAggressors(options, channel, network);
     output_ = AddNoise(output_, {});
+}
+
+ChannelResponse SignalChain::TakeChannel(const SignalOptions& options,
+                                         const std::optional<ChannelNetwork>& network)
+{
+    ChannelResponse channel = MakeChannel(options, network);
+    if (network) notes_.push_back(Note(Elements(options), channel));
+    for (const auto& path : {options.impulse, options.step}) {
+        if (!path.empty()) notes_.push_back(Note({path}, channel));
+    }
+    grade_ = channel.grade;
+    curves_ = CurvesOf(channel, options.samplesPerBit);
+    return channel;
 }
 
 void SignalChain::AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
                                 const std::optional<ChannelNetwork>& network)
 {
+    if (options.fext.empty() && options.next.empty() && options.aggressors.empty()) return;
     const ChannelReading reading = CrosstalkReading(options, channel.ports, channel.modes);
     std::vector<SignalSource*> inputs = {output_};
     const auto add = [&](const ChannelResponse& coupling, bool far, const std::string& name) {

@@ -44,6 +44,30 @@ public:
     /// @throws Error (kInput) for a file, (kUsage) for options that do not fit together
     SignalChain(const SignalOptions& options, std::int64_t heldBits, const Symbols& symbols = {});
 
+    /// Behind a redriver: what comes from the segment before goes through the channel, and the
+    /// options' aggressors and noise are added. Output() is not there: Stimulus(0) is the wave.
+    /// @param before  the chain of that segment, which outlives this one
+    /// @param wave    its receiver's output
+    SignalChain(const SignalOptions& options, const SignalChain& before, SignalSource& wave);
+
+    /// Of a chain behind a redriver: by what has become of the signal in the segment before.
+    /// @param returned  responses, as its receiver gave them back
+    /// @param filter    by which that receiver changed them; of no taps: not at all
+    /// @param known     these tell what the models there do
+    void TakeBefore(const std::vector<std::vector<double>>& returned, const LeadingTaps& filter,
+                    bool known);
+
+    /// Impulses() tell what the signal at the model's input is.
+    bool IsKnown() const { return known_; }
+
+    bool IsBehindRedriver() const { return before_ != nullptr; }
+
+    /// Of a chain behind a redriver, V/V.
+    const std::vector<double>& ChannelTaps() const { return channelTaps_; }
+
+    /// Columns, the first among them, that the wave before the channel brings along.
+    std::size_t Brought() const { return brought_; }
+
     SignalChain(const SignalChain&) = delete;
     SignalChain& operator=(const SignalChain&) = delete;
 
@@ -51,13 +75,17 @@ public:
     SignalSource& Output() const { return *output_; }
 
     bool HasNoise() const { return options_.noise > 0; }
-    /// V rms of the noise behind a filter; of no taps: none.
+    /// V rms of the noise behind a filter, that of segments before a redriver with it; of no taps:
+    /// none.
     double NoiseThrough(const LeadingTaps& filter) const;
 
     double SampleInterval() const { return options_.SampleInterval(); }  // s
 
     std::int64_t Bits() const { return bits_; }  // of the whole run
-    const SymbolHistory* Sent() const { return sent_ ? &*sent_ : nullptr; }
+    const SymbolHistory* Sent() const
+    {
+        return before_ ? before_->Sent() : sent_ ? &*sent_ : nullptr;
+    }
     double SentUnitInterval() const { return sentUnitInterval_; }  // samples
 
     /// Impulse responses for AMI_Init, V/s, all of one length, kImpulseBits at least: the
@@ -107,6 +135,8 @@ private:
     void UseWaveFile(const SignalOptions& options);
     void UseTransmitter(const SignalOptions& options, std::int64_t heldBits,
                         const Symbols& symbols);
+    ChannelResponse TakeChannel(const SignalOptions& options,
+                                const std::optional<ChannelNetwork>& network);
     void AddAggressors(const SignalOptions& options, const ChannelResponse& channel,
                        const std::optional<ChannelNetwork>& network);
     void KeepRoad(const Transmitter::Settings& transmitter, const ChannelResponse& channel,
@@ -118,6 +148,12 @@ private:
     std::vector<double> TapsOf(std::size_t column, const std::vector<double>& response) const;
 
     SignalOptions options_;
+    const SignalChain* before_ = nullptr;  // a redriver
+    SignalSource* wave_ = nullptr;         // of the redriver
+    LeadingTaps beforeFilter_;             // that the noise before it comes through
+    std::vector<double> channelTaps_;
+    std::size_t brought_ = 1;
+    bool known_ = true;
     std::vector<Sender> senders_;  // of each column; none for a waveform file
     std::optional<SymbolHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;

@@ -107,7 +107,7 @@ TEST_F(ChainTest, WhatDoesNotMakeALinkIsRefusedByName)
     Refuses("--ppm 0 --loss 0 --retimer " TEST_MODEL " --retimer-param 'Mode=no clock'" + kModel,
             "has returned no clock times");
     Refuses("--retimer " TEST_MODEL " --ppm 3" + kModel, "segment 2: --ppm");
-    Refuses("--retimer-param Mode=slice" + kModel, "belongs behind --retimer");
+    Refuses("--retimer-param Mode=slice" + kModel, "belongs behind a repeater");
     const std::string last = "rx = { ibis = \"" TEST_MODEL "\" }\n";
     for (const auto& [text, said] :
          {std::pair<std::string, std::string>{
@@ -115,7 +115,7 @@ TEST_F(ChainTest, WhatDoesNotMakeALinkIsRefusedByName)
               "link.toml:2: los: is not known here; did you mean loss?"},
           {"[[segment]]\nloss = 99\n" + last, "link.toml:2: loss: "},
           {"[[segment]]\nloss = 3\n", "link.toml:1: segment: has no receiver"},
-          {"[[segment]]\n" + last + "[[segment]]\n" + last, "segment 1: expected rx"},
+          {"[[segment]]\n" + last + "[[segment]]\n" + last, "declares no Repeater_Type"},
           {"[lnk]\n[[segment]]\n" + last, "expected [link] or [[segment]]"}}) {
         Save("link.toml", text);
         Refuses("link.toml", said);

@@ -122,6 +122,74 @@ TEST_F(LinkTest, ModelsThatChangeNothingGiveTheRunWithoutThem)
     }
 }
 
+// The redriver's receiver, the transmitter of its far side and the last receiver filter the wave
+// one after the other, whichever way each of them does it.
+TEST_F(LinkTest, BehindARedriverEveryKindOfModelGivesTheSameOutput)
+{
+    const std::string line =
+        "--loss 4 --ppm 0 --rise-time 0 --amplitude 0.7 --block-bits 50 "
+        "--redriver m/first.ami --loss 5 --tx m/tx.ami";
+    const Kind kinds[] = {kWave, kImpulse, kDual};
+    std::vector<double> first;
+    for (std::size_t n = 0; n < 9; ++n) {
+        SCOPED_TRACE(n);
+        Make("first", kinds[n / 3], 1.2, -0.1);
+        Make("tx", kinds[n % 3], 0.8, -0.2);
+        Make("rx", kinds[(n / 3 + n) % 3], 1.1, -0.3);
+        const auto output = Output("", line);
+        if (first.empty()) first = output;
+        EXPECT_LT(Apart(output, first), 3e-4);  // where divided
+        EXPECT_EQ(Result()["end_to_end"]["errors"], 0);
+    }
+    // All three filters are in the response that the last AMI_Init has had, and so in its eye.
+    for (const char* name : {"first", "tx", "rx"}) Make(name, kDual, 0.9, -0.1);
+    EXPECT_EQ(
+        Shell(AMISIM_PROGRAM " run m/rx.ami --loss 4 --ppm 0 --noise 0.004 --redriver m/first.ami "
+                             "--noise 0.003 --loss 5 --tx m/tx.ami --bits 20000 --ber 1e-3"),
+        0)
+        << output_;
+    const auto openings = [&](const nlohmann::json& eye) {
+        return eye["openings"][0]["height_v"].get<double>();
+    };
+    EXPECT_NEAR(openings(Result()["statistical"]["eye"]) / openings(Result()["eye"]), 1, 0.02);
+}
+
+TEST_F(LinkTest, ARedriverThatChangesNothingJoinsTwoLines)
+{
+    Make("rx", kWave, 1, 0);
+    const auto one = Output("", "--loss 10 --ppm 0 --noise 0");
+    for (const char* as : {"redriver", ""}) {
+        // By itself the [Repeater Pin] names the transmitter, and Repeater_Type what it is.
+        const bool declared = *as == '\0';
+        Make("rx", kWave, 1, 0, 0,
+             declared ? "(Repeater_Type (Usage Info) (Type String) (Value \"Redriver\"))" : "");
+        Make("tx", kWave, 1, 0);
+        Save("m/device.ibs",
+             "[IBIS Ver] 7.0\n[File Name] device.ibs\n[Component] Device\n[Pin] signal_name "
+             "model_name R_pin L_pin C_pin\n1 RP in\n2 RN in\n3 TP out\n4 TN out\n"
+             "[Diff Pin] inv_pin vdiff tdelay_typ\n1 2 0.1 0\n3 4 NA 0\n"
+             "[Repeater Pin] tx_non_inv_pin\n1 3\n"
+             "[Model] out\nModel_type Output\n[Algorithmic Model]\n"
+             "Executable Linux_64 tx.so tx.ami\n[Model] in\nModel_type Input\n"
+             "[Algorithmic Model]\nExecutable Linux_64 rx.so rx.ami\n[End]\n");
+        Save("link.toml",
+             std::string("[[segment]]\nloss = 5\nppm = 0\nrx = { ibis = \"m/device.ibs\"") +
+                 (declared ? "" : ", as = \"redriver\"") +
+                 " }\n[[segment]]\nloss = 5\nrx = { ibis = \"m/rx.ami\" }\n");
+        EXPECT_EQ(Shell(AMISIM_PROGRAM " run link.toml --save-wave npy --bits 400"), 0) << output_;
+        EXPECT_EQ(Result()["transmitter"]["name"], "tx");
+        std::vector<double> two;
+        const auto points = WavePoints::Open("out/wave.npy", {});
+        for (WavePoint point; points->Next(point);) two.push_back(point.value);
+        EXPECT_LT(Apart(two, one), 2e-3);
+    }
+    Make("rx", kWave, 1, 0);
+    EXPECT_EQ(Shell(AMISIM_PROGRAM " run link.toml"), 2);
+    EXPECT_TRUE(Says("declares no Repeater_Type")) << output_;
+    EXPECT_EQ(Shell(AMISIM_PROGRAM " run m/rx.ami --redriver m/rx.ami --rj 0.1"), 2);
+    EXPECT_TRUE(Says("a redriver passes its waveform on as it is")) << output_;
+}
+
 TEST_F(LinkTest, AReceiverThatOnlyHasAnImpulseFiltersNoiseAndCrosstalkToo)
 {
     std::string pair = "# Hz S RI R 50\n";

@@ -9,7 +9,7 @@ document.getElementById("footer").textContent = `amisim ${result.amisim}. Drag a
 
 const notes = result.messages.length
   ? element("ul", {class: "notes", "aria-label": "Notes"}, ...result.messages.map((text) => element("li", {}, text))) : null;
-document.getElementById("report").append(...[verdict(), tiles(), notes, eyeSection(), bathtubSection(), clockSection(),
+document.getElementById("report").append(...[verdict(), tiles(), notes, chainSection(), eyeSection(), bathtubSection(), clockSection(),
   channelSection(), adaptationSection(), parametersSection(), loggedEyesSection(), settingsSection()].filter(Boolean));
 for (const plot of plots) plot.place();
 watchTheme();

@@ -9,7 +9,7 @@ set(page ${CMAKE_CURRENT_BINARY_DIR}/report.html)
 set(parts
   ${uplot}/uPlot.min.css report.css
   ${uplot}/../LICENSE ${uplot}/uPlot.iife.min.js
-  data.js plot.js eye.js curves.js logged-eyes.js tables.js main.js)
+  data.js plot.js eye.js curves.js chain.js logged-eyes.js tables.js main.js)
 list(TRANSFORM parts PREPEND ${CMAKE_CURRENT_LIST_DIR}/ REGEX "^[a-z-]+\\.(css|js)$")
 add_custom_command(
   OUTPUT ${page}
