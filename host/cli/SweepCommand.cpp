@@ -38,7 +38,8 @@ A plan, with paths relative to its folder:
   EQ_Level = "0:31"     # start:stop, or start:step:stop
 
 An axis is an option of amisim run (see its --help), else a parameter of the model; param.NAME is
-always a parameter, 2.loss or 1.rx.set.EQ_Level a value of one segment of a link. Waveforms are saved only with save-wave among the options.
+always a parameter, 2.loss or 1.rx.set.EQ_Level a value of one segment of a link. Waveforms are
+saved only with save-wave among the options.
 
 Files in the output folder:
   table.csv, table.json  one row a case: axes, results, status and why it failed
