@@ -59,6 +59,14 @@ ChannelResponse Trusted(ChannelResponse channel, const std::string& name,
     return channel;
 }
 
+/// A convolution that is as long as both together; of no taps the signal as it is.
+std::vector<double> Whole(std::vector<double> signal, const std::vector<double>& taps)
+{
+    if (taps.empty()) return signal;
+    signal.resize(signal.size() + taps.size() - 1);
+    return Convolved(signal, {taps, 0});
+}
+
 std::vector<double> LineTaps(const SignalOptions& options)
 {
     return LossyLine{options.lossDb, options.skinPart, options.bitRate / 2}.Impulse(
@@ -160,13 +168,6 @@ SignalChain::SignalChain(const SignalOptions& options, const SignalChain& before
     const ChannelResponse channel = TakeChannel(options, network);
     channelTaps_ = channel.taps;
     senders_.assign(brought_, {{}, Random(options.seed, 0)});  // none is asked for
-    const bool aggressors =
-        !options.fext.empty() || !options.next.empty() || !options.aggressors.empty();
-    if (roads_.empty() && aggressors) {
-        throw Error(ExitCode::kUsage,
-                    "--fext, --next, --aggressor: behind a redriver they go with a pattern, not "
-                    "with the waveform of --wave");
-    }
     taps_.resize(brought_);
     output_ = Add<Silence>();
     AddAggressors(options, channel, network);
@@ -179,18 +180,12 @@ void SignalChain::TakeBefore(const std::vector<std::vector<double>>& returned,
 {
     known_ = known && before_->known_;
     std::ranges::copy(before_->roads_, roads_.begin());  // with what its transmitter declares
-    beforeFilter_ = {{channelTaps_}, 0};
-    if (!filter.taps.empty()) {
-        beforeFilter_ = filter;
-        beforeFilter_.taps.resize(filter.taps.size() + channelTaps_.size() - 1);
-        beforeFilter_.taps = Convolved(beforeFilter_.taps, {channelTaps_, 0});
-    }
+    beforeFilter_ = filter;
+    beforeFilter_.taps = filter.taps.empty() ? channelTaps_ : Whole(filter.taps, channelTaps_);
     std::size_t longest = impulses_[0].size();
     for (std::size_t k = 0; k < brought_; ++k) {
-        impulses_[k] = returned[k];
-        impulses_[k].resize(returned[k].size() + channelTaps_.size() - 1);
-        if (channelTaps_.size() > 1 || channelTaps_[0] != 1)
-            impulses_[k] = Convolved(impulses_[k], {channelTaps_, 0});
+        const bool changes = channelTaps_.size() > 1 || channelTaps_[0] != 1;
+        impulses_[k] = changes ? Whole(returned[k], channelTaps_) : returned[k];
         longest = std::max(longest, impulses_[k].size());
     }
     for (auto& impulse : impulses_) impulse.resize(longest);
@@ -285,20 +280,14 @@ double SignalChain::NoiseThrough(const LeadingTaps& filter) const
     double brought = 0;
     if (before_) {
         LeadingTaps through = beforeFilter_;
-        if (!filter.taps.empty()) {
-            through.taps.resize(through.taps.size() + filter.taps.size() - 1);
-            through.taps = Convolved(through.taps, {filter.taps, 0});
-        }
+        through.taps = Whole(std::move(through.taps), filter.taps);
         brought = before_->NoiseThrough(through);
     }
     if (!HasNoise()) return brought;
     std::vector<double> shape{1.0};
     if (options_.noiseBandwidth)
         shape = LowPass(*options_.noiseBandwidth * options_.SampleInterval());
-    if (!filter.taps.empty()) {
-        shape.resize(shape.size() + filter.taps.size() - 1);
-        shape = Convolved(shape, {filter.taps, 0});
-    }
+    shape = Whole(std::move(shape), filter.taps);
     const double power = std::inner_product(shape.begin(), shape.end(), shape.begin(), 0.0);
     const double own = options_.noise * std::sqrt(power);
     return before_ ? std::hypot(own, brought) : own;
@@ -396,6 +385,11 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
                                 const std::optional<ChannelNetwork>& network)
 {
     if (options.fext.empty() && options.next.empty() && options.aggressors.empty()) return;
+    if (before_ && roads_.empty()) {
+        throw Error(ExitCode::kUsage,
+                    "--fext, --next, --aggressor: behind a redriver they go with a pattern, not "
+                    "with the waveform of --wave");
+    }
     const ChannelReading reading = CrosstalkReading(options, channel.ports, channel.modes);
     std::vector<SignalSource*> inputs = {output_};
     const auto add = [&](const ChannelResponse& coupling, bool far, const std::string& name) {
