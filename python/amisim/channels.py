@@ -9,10 +9,10 @@ from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
 from . import plots
-from .errors import UsageError, WarningsFound, for_exit_code
+from .errors import UsageError, WarningsFound
 from .inputs import Inputs
 from .options import COMMANDS, documented
-from .programs import Finished, program
+from .programs import Finished, Outcome, program
 from .records import Record, Table
 from .results import framed
 
@@ -23,13 +23,14 @@ if TYPE_CHECKING:
     from ._options import ChannelOptions
 
 
-class Channel(Record):
+class Channel(Outcome):
     """A channel's losses, reflections, crosstalk and limits, by the names of channel.json
     (docs/network.md).
 
     curves: the tables of the .csv files: `curves.channel` over frequency_hz, in dB;
         `curves.impedance`, ohm over time_s; `curves.response`, V over time_s
-    exit_code: that of the command line; 10 where a limit is missed
+    exit_code: that of the command line; 10 where a limit is missed, which require() raises
+        WarningsFound for
     """
 
     def __init__(self, folder: Path, finished: Finished):
@@ -42,12 +43,6 @@ class Channel(Record):
     def ok(self) -> bool:
         """Whether all limits that were judged are kept."""
         return self.exit_code == 0
-
-    def require(self) -> "Channel":
-        """Itself where the limits are kept; else raises WarningsFound."""
-        if not self.ok:
-            raise for_exit_code(self.exit_code, self._summary(), self)
-        return self
 
     def report(self) -> str:
         """The page channel.html."""
@@ -64,9 +59,6 @@ class Channel(Record):
                   if "kept" in line and not line["kept"]]
         found = f"misses {', '.join(missed)}" if missed else "keeps all that was judged"
         return f"{self['channel']}, {self['limits.name']}: {found}"
-
-    def __repr__(self) -> str:
-        return f"<amisim channel: {self._summary()}>"
 
     def _repr_html_(self) -> str:
         return framed(self._page)

@@ -6,12 +6,12 @@ import html
 import os
 from typing import TYPE_CHECKING, Any
 
-from .errors import InputError, UsageError, for_exit_code
+from .errors import InputError, UsageError
 from .grids import rows
 from .inputs import Inputs
 from .options import COMMANDS, documented
-from .programs import Finished, program
-from .records import Record, Table
+from .programs import Finished, Outcome, program
+from .records import Table
 
 if TYPE_CHECKING:
     from typing_extensions import Unpack
@@ -19,13 +19,14 @@ if TYPE_CHECKING:
     from ._options import CheckOptions
 
 
-class Check(Record):
+class Check(Outcome):
     """What a check has found, by the names of `amisim check --json` (docs/check.md,
     docs/contract.md).
 
     Of files: `findings`, each with number, severity, file, line, column, text and remedy, and
     `counts` by severity. Of a model: `checks` with their verdicts.
-    exit_code: that of the command line; 0 where nothing is wrong
+    exit_code: that of the command line; 0 where nothing is wrong. require() raises CheckFailed, or
+        WarningsFound with strict=True
     """
 
     def __init__(self, finished: Finished):
@@ -36,12 +37,6 @@ class Check(Record):
         """Whether the command line would say 0."""
         return self.exit_code == 0
 
-    def require(self) -> "Check":
-        """Itself where all is well. Raises CheckFailed, or WarningsFound with strict=True."""
-        if not self.ok:
-            raise for_exit_code(self.exit_code, self._summary(), self)
-        return self
-
     def table(self) -> Table:
         """The findings, or the single checks, a row each."""
         return rows(self["findings" if "findings" in self else "checks"])
@@ -49,9 +44,6 @@ class Check(Record):
     def _summary(self) -> str:
         counts = self["counts"]
         return ", ".join(f"{counts[name]} {name}" for name in counts)
-
-    def __repr__(self) -> str:
-        return f"<amisim check: {self._summary()}>"
 
     def _repr_html_(self) -> str:
         return f"<p>{html.escape(self._summary())}</p>{self.table()._repr_html_()}"

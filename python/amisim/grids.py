@@ -12,8 +12,8 @@ from typing import Any, Mapping
 
 import numpy as np
 
-from .errors import UsageError, for_exit_code
-from .programs import Finished, program
+from .errors import UsageError
+from .programs import Finished, Outcome, program
 from .progress import Bar, Progress
 from .records import Record, Table, column
 from .results import framed
@@ -22,7 +22,7 @@ from .results import framed
 FOR_TERMINALS = ("slurm", "partition", "sbatch_option", "chunk", "task", "dry_run")
 
 
-class GridResult(Record):
+class GridResult(Outcome):
     """What a folder of many runs holds, by the names of its .json file.
 
     folder: where everything is
@@ -36,18 +36,6 @@ class GridResult(Record):
         members = json.loads((folder / self._json).read_text())
         super().__init__(members, folder=folder, exit_code=finished.exit_code)
         self._keep = keep
-
-    def require(self) -> "GridResult":
-        """Itself where the command line says 0; else raises what its exit code stands for."""
-        if self.exit_code:
-            raise for_exit_code(self.exit_code, self._counts(), self)
-        return self
-
-    def _counts(self) -> str:
-        raise NotImplementedError
-
-    def __repr__(self) -> str:
-        return f"<amisim {type(self).__name__.lower()}: {self._counts()}>"
 
     def _repr_html_(self) -> str:
         return framed((self.folder / self._page).read_text())

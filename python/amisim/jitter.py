@@ -60,7 +60,7 @@ class Tolerance(_JitterTest):
         """UI peak to peak over Hz: what is tolerated, each trial, and the mask."""
         return plots.tolerance(self, ax)
 
-    def _counts(self) -> str:
+    def _summary(self) -> str:
         return f"{len(self['points'])} frequencies, {self['missing']} missing{self._mask()}"
 
 
@@ -81,7 +81,7 @@ class Transfer(_JitterTest):
         """Gain, dB, over Hz: a line for each amplitude, and the mask."""
         return plots.transfer(self, ax)
 
-    def _counts(self) -> str:
+    def _summary(self) -> str:
         return f"{len(self['points'])} points, {self['missing']} missing{self._mask()}"
 
 

@@ -9,9 +9,10 @@ import subprocess
 import sys
 import tempfile
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, TypeVar
 
 from .errors import Interrupted, for_exit_code
+from .records import Record
 
 PROGRAMS = Path(__file__).parent / "bin"
 
@@ -34,6 +35,28 @@ class Finished:
 
     def json(self) -> Any:
         return json.loads(self.out)
+
+
+Self = TypeVar("Self", bound="Outcome")
+
+
+class Outcome(Record):
+    """What a command found, which it may have something against.
+
+    exit_code: that of the command line
+    """
+
+    def require(self: Self) -> Self:
+        """Itself where the command line says 0; else raises what its exit code stands for."""
+        if self.exit_code:
+            raise for_exit_code(self.exit_code, self._summary(), self)
+        return self
+
+    def _summary(self) -> str:
+        raise NotImplementedError
+
+    def __repr__(self) -> str:
+        return f"<amisim {type(self).__name__.lower()}: {self._summary()}>"
 
 
 def program(arguments: list[str], tick: Callable[[], Any] | None = None) -> Finished:

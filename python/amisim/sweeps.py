@@ -28,7 +28,7 @@ class Sweep(CaseGrid):
 
     _json, _page, _settings = "table.json", "report.html", "axes"
 
-    def _counts(self) -> str:
+    def _summary(self) -> str:
         return f"{self['ok']} cases ok, {self['failed']} failed, {self['missing']} missing"
 
 

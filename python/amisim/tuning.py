@@ -37,7 +37,7 @@ class Tuning(CaseGrid):
         """The figure over the settings of one axis or two; of more, over all cases by rank."""
         return plots.tuning(self, ax)
 
-    def _counts(self) -> str:
+    def _summary(self) -> str:
         best = self["best"]
         if best is None:
             return "no case has a result"
