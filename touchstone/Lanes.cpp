@@ -51,14 +51,17 @@ LaneChoice ParseLane(const std::string& text)
 
 AggressorChoice ParseAggressor(const std::string& text)
 {
-    const std::size_t colon = text.find(':');
-    const std::string end = colon == text.npos ? "" : text.substr(colon + 1);
-    if (end != "fext" && end != "next") {
-        throw Error(ExitCode::kInput, fmt::format("aggressor '{}': expected a lane and its end, "
-                                                  "such as 2:fext or 5,7,6,8:next",
-                                                  text));
+    const std::size_t colon = std::min(text.find(':'), text.size());
+    const std::size_t at = std::min(text.find('@', colon), text.size());
+    const std::string end = text.substr(colon, at - colon);
+    const int element = at < text.size() ? Count(std::string_view(text).substr(at + 1)) : 0;
+    if ((end != ":fext" && end != ":next") || (at < text.size() && element == 0)) {
+        throw Error(ExitCode::kInput,
+                    fmt::format("aggressor '{}': expected a lane and its end, such as 2:fext or "
+                                "5,7,6,8:next, or with an element of a cascade, such as 2:fext@3",
+                                text));
     }
-    return {ParseLane(text.substr(0, colon)), end == "next"};
+    return {ParseLane(text.substr(0, colon)), end == ":next", static_cast<std::size_t>(element)};
 }
 
 std::vector<DifferentialPorts> ParseLanes(const std::string& text)
@@ -106,6 +109,12 @@ std::vector<DifferentialPorts> DetectLanes(const SParameters& s)
     for (std::size_t i = 0; i + 1 < left.size(); i += 2)
         lanes.push_back({left[i], left[i + 1], partner(left[i]), partner(left[i + 1])});
     return lanes;
+}
+
+DifferentialPorts CascadeLane(int lane, int lanes)
+{
+    const int in = 2 * lane + 1, out = 2 * (lanes + lane) + 1;
+    return {in, in + 1, out, out + 1};
 }
 
 std::string ToText(const DifferentialPorts& lane)

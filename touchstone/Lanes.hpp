@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,13 +25,14 @@ struct AggressorChoice
 {
     LaneChoice lane;
     bool isNear = false;
+    std::size_t element = 0;  ///< of a cascade, from 1, that it couples in alone; 0: in all of them
 };
 
 /// From "2", or from "1,3,2,4": transmitter's end P and N, receiver's end P and N. Throws Error
 /// (kInput), as do the others.
 LaneChoice ParseLane(const std::string& text);
 
-/// From "2:fext" or "5,7,6,8:next".
+/// From "2:fext", "5,7,6,8:next" or, of the third element of a cascade alone, "2:fext@3".
 AggressorChoice ParseAggressor(const std::string& text);
 
 /// All lanes from "1,3,2,4/5,7,6,8".
@@ -40,6 +42,9 @@ std::vector<DifferentialPorts> ParseLanes(const std::string& text);
 /// the one that it leads to, in the order of their lower ports, and two in succession are a pair.
 /// That holds whether the ports count from leg to leg or from end to end.
 std::vector<DifferentialPorts> DetectLanes(const SParameters& s);
+
+/// Where a lane, from 0, of a network of so many lies in the order of a cascade (see Cascade.hpp).
+DifferentialPorts CascadeLane(int lane, int lanes);
 
 /// "1,3,2,4"
 std::string ToText(const DifferentialPorts& lane);

@@ -8,138 +8,25 @@
 
 #include "base/Error.hpp"
 #include "base/TextFile.hpp"
+#include "host/channel/ElementCoupling.hpp"
+#include "host/channel/NetworkPart.hpp"
 #include "touchstone/Cascade.hpp"
 #include "touchstone/Lanes.hpp"
-#include "touchstone/Touchstone.hpp"
 
 namespace amisim {
 namespace {
 
-constexpr const char* kUnlikeLines =
-    "as single-ended data they would be of two unlike lines without coupling";
-
-/// The order of mixed-mode data where they are told or sure to be such. A stated port order tells
-/// that they are not.
-std::optional<ModeOrder> Modes(const SParameters& s, const ChannelReading& reading,
-                               std::vector<std::string>& notes)
-{
-    using enum ModeFinding::Certainty;
-    if (s.ports == 2 || reading.modes == "no") return std::nullopt;
-    if (reading.modes != "auto") return ParseModeOrder(reading.modes);
-    const auto found = FindModes(s);
-    if (!found || (!reading.portOrder.empty() && found->certainty != Sure)) return std::nullopt;
-    const std::string order = ToText(found->order);
-    if (found->certainty == Undecided) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("may be mixed-mode data: {}; state --mixed-mode {} or no",
-                                kUnlikeLines, order));
-    }
-    if (found->certainty == Perhaps || !reading.portOrder.empty()) {
-        notes.push_back(
-            fmt::format("may be mixed-mode data (--mixed-mode {}): {}", order, kUnlikeLines));
-        return std::nullopt;
-    }
-    notes.push_back(fmt::format("read as mixed-mode data {}: {} (--mixed-mode no takes them so)",
-                                order, kUnlikeLines));
-    return found->order;
-}
-
-DifferentialPorts Ports(const SParameters& s, const ChannelReading& reading,
-                        ChannelNetwork& network)
-{
-    if (network.modes) return kPorts12_34;
-    if (!reading.portOrder.empty()) return ParsePortOrder(reading.portOrder);
-    if (s.ports == 2) return {};
-    const DifferentialPorts ports = DetectPortOrder(s);
-    network.notes.push_back(fmt::format("ports {}->{} and {}->{} by their through terms", ports.inP,
-                                        ports.outP, ports.inN, ports.outN));
-    return ports;
-}
-
-/// Where a lane of a cascade of so many lanes lies, counted from 0.
-DifferentialPorts LaneOf(int lane, int lanes)
-{
-    const int in = 2 * lane + 1, out = 2 * (lanes + lane) + 1;
-    return {in, in + 1, out, out + 1};
-}
-
-/// The lanes that were asked for, the victim's first, in the order of a cascade; no others.
-void KeepLanes(ChannelNetwork& network, const ChannelReading& reading)
-{
-    std::vector<DifferentialPorts> map, kept;
-    if (!reading.lanes.empty()) map = ParseLanes(reading.lanes);
-    const auto keep = [&](const LaneChoice& choice) {
-        if (!choice.ports && map.empty()) {
-            map = DetectLanes(network.s);
-            std::vector<std::string> texts;
-            for (const auto& lane : map) texts.push_back(ToText(lane));
-            network.notes.push_back("lanes " + Joined(texts, "/") + " by their through terms");
-        }
-        if (!choice.ports && choice.number > std::ssize(map)) {
-            throw Error(ExitCode::kInput,
-                        fmt::format("lane {}: there are {} lanes", choice.number, map.size()));
-        }
-        kept.push_back(choice.ports ? *choice.ports
-                                    : map[static_cast<std::size_t>(choice.number - 1)]);
-    };
-    keep(reading.victim.empty() ? LaneChoice{} : ParseLane(reading.victim));
-    for (const std::string& text : reading.aggressors) keep(ParseAggressor(text).lane);
-
-    std::vector<int> ports;
-    for (const auto& lane : kept) ports.insert(ports.end(), {lane.inP, lane.inN});
-    for (const auto& lane : kept) ports.insert(ports.end(), {lane.outP, lane.outN});
-    std::vector<int> sorted = ports;
-    std::ranges::sort(sorted);
-    if (sorted.back() > network.s.ports) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("port {}: there are {} ports", sorted.back(), network.s.ports));
-    }
-    if (const auto twice = std::ranges::adjacent_find(sorted); twice != sorted.end()) {
-        throw Error(ExitCode::kInput,
-                    fmt::format("port {} belongs to two of the lanes asked for", *twice));
-    }
-    network.s = Ordered(network.s, ports);
-    network.lanes = static_cast<int>(kept.size());
-}
-
-ChannelNetwork ReadFile(const std::filesystem::path& path, const ChannelReading& reading)
-{
-    SParameters read = ReadTouchstone(path);
-    try {
-        ChannelNetwork network;
-        network.notes = read.notes;
-        network.modes = Modes(read, reading, network.notes);
-        network.s = network.modes ? SingleEnded(read, *network.modes) : std::move(read);
-        if (network.s.ports > 4 && reading.portOrder.empty()) {
-            KeepLanes(network, reading);
-            return network;
-        }
-        network.ports = Ports(network.s, reading, network);
-        if (network.s.ports != 2) network.order = network.ports;
-        return network;
-    } catch (const Error& error) {
-        throw Error(error.Code(), fmt::format("{}: {}", path.string(), error.what()));
-    }
-}
-
-/// Its legs in the order of a cascade.
-SParameters Legs(const ChannelNetwork& network)
-{
-    if (!network.order) return network.s;
-    const auto [inP, inN, outP, outN] = network.ports;
-    return Ordered(network.s, {inP, inN, outP, outN});
-}
-
 /// What all lines of more than one leg have, if that is the same.
 template <typename Value>
-std::optional<Value> Agreed(const std::vector<ChannelNetwork>& parts,
+std::optional<Value> Agreed(const std::vector<NetworkPart>& parts,
                             std::optional<Value> ChannelNetwork::*member)
 {
     std::optional<Value> agreed;
-    for (const ChannelNetwork& part : parts) {
-        if (part.s.ports == 2) continue;
-        if (!(part.*member) || (agreed && *agreed != *(part.*member))) return std::nullopt;
-        agreed = part.*member;
+    for (const NetworkPart& part : parts) {
+        if (part.network.s.ports == 2) continue;
+        const std::optional<Value>& own = part.network.*member;
+        if (!own || (agreed && *agreed != *own)) return std::nullopt;
+        agreed = own;
     }
     return agreed;
 }
@@ -153,12 +40,39 @@ void NameLanes(ChannelNetwork& network, const ChannelReading& reading)
                     "--lanes, --victim, --aggressor: expected a file with more than four ports, "
                     "and no --port-order");
     }
-    const int lanes = network.lanes;
-    network.ports = LaneOf(0, lanes);
-    for (std::size_t i = 0; i < reading.aggressors.size(); ++i) {
-        network.aggressors.push_back({LaneOf(static_cast<int>(i) + 1, lanes),
-                                      ParseAggressor(reading.aggressors[i]).isNear,
-                                      reading.aggressors[i]});
+    network.ports = CascadeLane(0, network.lanes);
+    int lane = 0;
+    for (const std::string& text : reading.aggressors) {
+        const AggressorChoice choice = ParseAggressor(text);
+        if (choice.element != 0) continue;
+        network.aggressors.push_back({CascadeLane(++lane, network.lanes), choice.isNear, text});
+    }
+}
+
+/// Where lanes couple in one of the files alone.
+void PlaceLanes(ChannelNetwork& network, const std::vector<NetworkPart>& parts,
+                const ChannelReading& reading)
+{
+    for (const NetworkPart& part : parts) {
+        const SParameters legs = LegsOf(part.network);
+        const auto [inP, inN, outP, outN] = CascadeLane(0, std::max(1, part.network.lanes));
+        network.elements.push_back(
+            {part.network.lanes > 1 ? Ordered(legs, {inP, inN, outP, outN}) : legs,
+             part.network.order, part.network.modes});
+    }
+    for (const std::string& text : reading.aggressors) {
+        const AggressorChoice choice = ParseAggressor(text);
+        if (choice.element == 0) continue;
+        const ElementAggressor aggressor{choice.element, choice.isNear, text};
+        const auto& element = ElementOf(network, aggressor);
+        const auto& lanes =
+            parts[static_cast<std::size_t>(&element - network.elements.data())].beside;
+        const auto found = lanes.find(text);
+        if (found == lanes.end()) {
+            throw Error(ExitCode::kInput,
+                        fmt::format("aggressor {}: this element has no further lanes", text));
+        }
+        network.beside.push_back(BesideLane(network, aggressor, found->second));
     }
 }
 
@@ -210,14 +124,28 @@ FrequencyResponse Through(const ChannelNetwork& network, const Terminations& end
                     {ports.outP, ports.outN}, PortOhms(network, ends));
 }
 
-FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggressor& aggressor,
-                            const Terminations& ends)
+std::vector<Coupling> CouplingsOf(const ChannelNetwork& network, const Terminations& ends)
 {
-    const DifferentialPorts& lane = aggressor.ports;
-    const PortPair driven =
-        aggressor.isNear ? PortPair{lane.outP, lane.outN} : PortPair{lane.inP, lane.inN};
-    return Transfer(Renormalise(network.s, network.s.reference.front()), driven,
-                    {network.ports.outP, network.ports.outN}, PortOhms(network, ends));
+    std::vector<Coupling> couplings;
+    for (const NetworkAggressor& aggressor : network.aggressors) {
+        const DifferentialPorts& lane = aggressor.ports;
+        const PortPair driven =
+            aggressor.isNear ? PortPair{lane.outP, lane.outN} : PortPair{lane.inP, lane.inN};
+        couplings.push_back(
+            {Transfer(Renormalise(network.s, network.s.reference.front()), driven,
+                      {network.ports.outP, network.ports.outN}, PortOhms(network, ends)),
+             aggressor.isNear, aggressor.name});
+    }
+    for (const ChannelNetwork& beside : network.beside)
+        couplings.push_back(CouplingsOf(beside, ends).front());
+    return couplings;
+}
+
+SParameters LegsOf(const ChannelNetwork& network)
+{
+    if (!network.order) return network.s;
+    const auto [inP, inN, outP, outN] = network.ports;
+    return Ordered(network.s, {inP, inN, outP, outN});
 }
 
 ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
@@ -225,30 +153,36 @@ ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
 {
     const bool buffers = !reading.sourceNetwork.empty() || !reading.loadNetwork.empty();
     if (files.size() == 1 && !buffers) {
-        ChannelNetwork network = ReadFile(files.front(), reading);
+        const std::vector<NetworkPart> parts = {ReadPart(files.front(), reading, 1)};
+        ChannelNetwork network = parts.front().network;
         NameLanes(network, reading);
+        PlaceLanes(network, parts, reading);
         return network;
     }
-    std::vector<ChannelNetwork> parts;
+    std::vector<NetworkPart> parts;
     std::vector<SParameters> legs;
     ChannelNetwork whole;
-    const auto add = [&](const std::filesystem::path& path, const ChannelReading& own) {
+    const auto add = [&](const std::filesystem::path& path, const ChannelReading& own,
+                         std::size_t element) {
         if (path.empty()) return;
-        parts.push_back(ReadFile(path, own));
-        legs.push_back(Legs(parts.back()));
-        whole.lanes = std::max(whole.lanes, parts.back().lanes);
-        for (const std::string& note : parts.back().notes)
+        parts.push_back(ReadPart(path, own, element));
+        const ChannelNetwork& network = parts.back().network;
+        legs.push_back(LegsOf(network));
+        whole.lanes = std::max(whole.lanes, network.lanes);
+        for (const std::string& note : network.notes)
             whole.notes.push_back(fmt::format("{}: {}", path.filename().string(), note));
     };
     const ChannelReading plain{reading.bitRate};
-    add(reading.sourceNetwork, plain);
-    for (const auto& path : files) add(path, reading);
+    add(reading.sourceNetwork, plain, 0);
+    whole.buffersBefore = parts.size();
+    for (std::size_t k = 0; k < files.size(); ++k) add(files[k], reading, k + 1);
     const auto isSingle = [](const SParameters& s) { return s.ports == 2; };
     const auto singles = std::ranges::count_if(legs, isSingle);
     if (singles != 0 && singles != std::ssize(legs))
         whole.notes.emplace_back("files of two ports are taken as either leg of the pair");
     const std::size_t behind = legs.size();
-    add(reading.loadNetwork, plain);
+    add(reading.loadNetwork, plain, 0);
+    whole.buffersBehind = parts.size() - behind;
     if (!reading.line.taps.empty()) {
         legs.insert(legs.begin() + static_cast<std::ptrdiff_t>(behind),
                     NetworkOf(reading.line, legs.front().frequency));
@@ -261,6 +195,7 @@ ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
                     parts.size(), f.front() * 1e-6, f.back() * 1e-9));
     if (whole.s.ports == 4) whole.ports = kCascadePorts;
     NameLanes(whole, reading);
+    PlaceLanes(whole, parts, reading);
     whole.order = Agreed(parts, &ChannelNetwork::order);
     whole.modes = Agreed(parts, &ChannelNetwork::modes);
     return whole;

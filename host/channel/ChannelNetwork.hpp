@@ -42,6 +42,22 @@ struct NetworkAggressor
     std::string name;  ///< as it was told
 };
 
+/// One file of a cascade, with the signal's lane alone.
+struct ChannelElement
+{
+    SParameters s;                           ///< in the order of a cascade
+    std::optional<DifferentialPorts> order;  ///< in the file, of four ports
+    std::optional<ModeOrder> modes;          ///< of a mixed-mode file
+};
+
+/// What comes from an aggressor, over what is sent into its lane.
+struct Coupling
+{
+    FrequencyResponse response;
+    bool isNear;
+    std::string name;  ///< as it was told
+};
+
 /// Files of S parameters as one network between a transmitter and a receiver.
 struct ChannelNetwork
 {
@@ -52,13 +68,22 @@ struct ChannelNetwork
     int lanes = 0;                           ///< of files with several, those kept
     std::vector<NetworkAggressor> aggressors = {};  ///< of files with several lanes
     std::vector<std::string> notes = {};            ///< what a user should know, one clause each
+
+    /// Those files, and the networks of buffers before and behind them; none of a line in their
+    /// place.
+    std::vector<ChannelElement> elements = {};
+    std::size_t buffersBefore = 0, buffersBehind = 0;
+    std::size_t Elements() const { return elements.size() - buffersBefore - buffersBehind; }
+    /// Of aggressors that couple in one of the files alone: this channel beside each of them.
+    std::vector<ChannelNetwork> beside = {};
 };
 
 /// Reads the files and puts them behind each other, from the transmitter to the receiver: each with
 /// its own port order unless one is stated, and two ports beside four as each leg of a pair. A
 /// single file stays as it is. Of files with more than four ports the victim's lane and those of
 /// aggressors are kept, and all others end matched; files of four ports among them stand in each of
-/// these lanes. Throws Error with the file's name.
+/// these lanes. An aggressor of one element alone has the lane that is named there, and elsewhere
+/// one like the victim's. Throws Error with the file's name.
 ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
                            const ChannelReading& reading);
 
@@ -66,9 +91,11 @@ ChannelNetwork ReadNetwork(const std::vector<std::filesystem::path>& files,
 /// S21 of a two-port, where they are matched.
 FrequencyResponse Through(const ChannelNetwork& network, const Terminations& ends);
 
-/// The same from what is sent into the lane of an aggressor.
-FrequencyResponse Crosstalk(const ChannelNetwork& network, const NetworkAggressor& aggressor,
-                            const Terminations& ends);
+/// The same from what is sent into the lanes of all aggressors, those of `beside` last.
+std::vector<Coupling> CouplingsOf(const ChannelNetwork& network, const Terminations& ends);
+
+/// Its legs in the order of a cascade.
+SParameters LegsOf(const ChannelNetwork& network);
 
 /// "in/a.s4p + in/b.s4p", as they were named.
 std::string NameOf(const std::vector<std::filesystem::path>& files);

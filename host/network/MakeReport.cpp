@@ -16,13 +16,21 @@ std::vector<CrosstalkTerm> CrosstalkTerms(const SignalOptions& options,
                                           std::vector<std::string>& notes)
 {
     std::vector<CrosstalkTerm> terms;
-    for (const NetworkAggressor& aggressor : network.aggressors)
-        terms.push_back({Crosstalk(network, aggressor, {}), aggressor.isNear});
-    ChannelReading reading = CrosstalkReading(options, network.order, network.modes);
+    for (Coupling& lane : CouplingsOf(network, {}))
+        terms.push_back({std::move(lane.response), lane.isNear});
+    const ChannelReading reading = CrosstalkReading(options, network.order, network.modes);
     for (const bool isNear : {false, true}) {
         for (const auto& path : isNear ? options.next : options.fext) {
-            const ChannelNetwork coupling = ReadNetwork({path}, reading);
-            terms.push_back({Through(coupling, {}), isNear});
+            ChannelNetwork coupling;
+            if (IsPlaced(path)) {
+                PlacedCoupling placed = ReadPlaced(options, network, path, isNear);
+                terms.push_back(
+                    {std::move(CouplingsOf(placed.network, {}).front().response), isNear});
+                coupling = std::move(placed.file);
+            } else {
+                coupling = ReadNetwork({path}, reading);
+                terms.push_back({Through(coupling, {}), isNear});
+            }
             if (!coupling.notes.empty()) {
                 notes.push_back(
                     fmt::format("{}: {}", path.filename().string(), Joined(coupling.notes, "; ")));

@@ -230,10 +230,22 @@ private:
     std::string FileOrText(const CLI::Option& option, const toml::node& node,
                            const std::string& name) const
     {
-        const std::string text = Text(node, name);
+        const toml::table* const placed = node.as_table();
+        const bool coupling = option.check_lname("fext") || option.check_lname("next");
+        const std::string text = placed && coupling ? Placed(*placed, name) : Text(node, name);
         const std::string type = option.get_type_name();
         const bool path = type == "FILE" || type == "DIR" || option.get_positional();
         return path ? (path_.parent_path() / text).string() : text;
+    }
+
+    /// { file = "x.s4p", element = 2 } as the command line has it.
+    std::string Placed(const toml::table& table, const std::string& name) const
+    {
+        const auto file = table["file"].value<std::string>();
+        const auto element = table["element"].value<std::int64_t>();
+        if (!file || !element || *element < 1 || table.size() != 2)
+            Fail(table, name, "expected a file, or { file = \"x.s4p\", element = 2 }");
+        return fmt::format("{}@{}", *file, *element);
     }
 
     std::string Text(const toml::node& node, const std::string& name) const

@@ -42,17 +42,20 @@ void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& o)
          "receiver's ports: 1,3,2,4/5,7,6,8 [by the through terms]");
     text("--victim", o.victim, "LANE",
          "The lane that the signal takes: its number, or its four ports [1]");
-    app.add_option(
-           "--aggressor", o.aggressors,
-           "A further lane of these files that couples into it, by its number or four "
-           "ports, sent from the far or the near end: 2:fext, 5,7,6,8:next; may be repeated")
+    app.add_option("--aggressor", o.aggressors,
+                   "A further lane of these files that couples into it, by its number or four "
+                   "ports, sent from the far or the near end: 2:fext, 5,7,6,8:next; with @N in the "
+                   "Nth file "
+                   "alone: 2:fext@3; may be repeated")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->type_name("LANE:END")
+        ->type_name("LANE:END[@N]")
         ->group(group);
-    AddFiles(app, group, "--fext", o.fext,
-             "S parameters from an aggressor at the far end to the model's input, sent with the "
-             "signal's de-emphasis; may be repeated");
+    AddFiles(
+        app, group, "--fext", o.fext,
+        "S parameters from an aggressor at the far end to the model's input, sent with the "
+        "signal's de-emphasis; FILE@N: it couples in the Nth of the channel's files alone; may "
+        "be repeated");
     AddFiles(app, group, "--next", o.next,
              "The same from an aggressor at the near end, sent without de-emphasis");
     text("--crosstalk-port-order", o.crosstalkPortOrder, "AB,CD",

@@ -121,7 +121,7 @@ std::string Describe(const SignalOptions& o)
     if (!o.wave.empty()) return o.wave.filename().string() + modulation;
     std::string text = ChannelName(o);
     const auto near = static_cast<std::size_t>(std::ranges::count_if(
-        o.aggressors, [](const std::string& lane) { return lane.ends_with(":next"); }));
+        o.aggressors, [](const std::string& lane) { return lane.find(":next") != lane.npos; }));
     if (const auto far = o.fext.size() + o.aggressors.size() - near; far != 0)
         text += fmt::format(" + {} FEXT", far);
     if (o.next.size() + near != 0) text += fmt::format(" + {} NEXT", o.next.size() + near);

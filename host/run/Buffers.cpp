@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
+
+#include "base/ElementFile.hpp"
 
 namespace amisim {
 namespace {
@@ -52,7 +55,8 @@ void UseNetwork(const SignalOptions& signal, const ChannelEnd& end, ModelSource&
     std::string note =
         fmt::format("Ts4file {} is part of the channel", buffer.network.filename().string());
     if (!buffer.boundary.empty()) note += ", as far as its boundary: " + buffer.boundary;
-    if (!signal.fext.empty() || !signal.next.empty())
+    if (const auto whole = [](const auto& told) { return base::ElementFileOf(told).element == 0; };
+        std::ranges::any_of(signal.fext, whole) || std::ranges::any_of(signal.next, whole))
         note += "; --fext and --next are taken as they are";
     AddNote(model, note);
 }

@@ -2,6 +2,10 @@
 
 #include <fmt/format.h>
 
+#include "base/ElementFile.hpp"
+#include "base/Error.hpp"
+#include "host/channel/ElementCoupling.hpp"
+
 namespace amisim {
 
 ChannelReading ReadingOf(const SignalOptions& o)
@@ -25,6 +29,26 @@ ChannelReading CrosstalkReading(const SignalOptions& options,
             fmt::format("{}{},{}{}", ports->inP, ports->outP, ports->inN, ports->outN);
     }
     return reading;
+}
+
+bool IsPlaced(const std::filesystem::path& told)
+{
+    return base::ElementFileOf(told).element != 0;
+}
+
+PlacedCoupling ReadPlaced(const SignalOptions& options,
+                          const std::optional<ChannelNetwork>& network,
+                          const std::filesystem::path& told, bool isNear)
+{
+    const base::ElementFile placed = base::ElementFileOf(told);
+    const ElementAggressor aggressor{placed.element, isNear, told.string()};
+    static const ChannelNetwork kNone;
+    const ChannelNetwork& channel = network ? *network : kNone;
+    const ChannelElement& element = ElementOf(channel, aggressor);
+    ChannelNetwork file =
+        ReadNetwork({placed.file}, CrosstalkReading(options, element.order, element.modes));
+    ChannelNetwork beside = BesideLane(channel, aggressor, file);
+    return {std::move(file), std::move(beside)};
 }
 
 }  // namespace amisim

@@ -110,6 +110,21 @@ ChannelResponse MakeChannel(const SignalOptions& options,
     return line;
 }
 
+/// What comes from an aggressor whose file tells of one element of the channel.
+ChannelResponse ElementCoupling(const SignalOptions& options,
+                                const std::optional<ChannelNetwork>& network,
+                                const std::filesystem::path& told, bool isNear)
+{
+    const PlacedCoupling placed = ReadPlaced(options, network, told, isNear);
+    ChannelResponse channel = MakeChannelResponse(
+        CouplingsOf(placed.network, options.ends).front().response, options.SampleInterval());
+    channel.notes.insert(channel.notes.begin(), placed.file.notes.begin(), placed.file.notes.end());
+    const SParameters& s = placed.file.s;
+    channel.grade = Grade(s, GreatestGains(s), channel.removedFraction, options.bitRate);
+    channel.notes.push_back(channel.grade->ToText());
+    return channel;
+}
+
 /// A channel's notes in one line.
 std::string Note(const std::vector<std::filesystem::path>& files, const ChannelResponse& channel)
 {
@@ -405,21 +420,23 @@ void SignalChain::AddAggressors(const SignalOptions& options, const ChannelRespo
         SignalSource* const aggressor = Add<Transmitter>(settings, symbols(), nullptr, random);
         inputs.push_back(Add<Convolver>(*aggressor, coupling.taps));
     };
-    const auto addFile = [&](const std::filesystem::path& path, bool far) {
+    const auto addFile = [&](const std::filesystem::path& told, bool far) {
         const ChannelResponse coupling =
-            Trusted(ReadChannel({path}, reading, options.SampleInterval()), path.string(), options);
-        notes_.push_back(Note({path}, coupling));
-        add(coupling, far, path.filename().string());
+            Trusted(IsPlaced(told) ? ElementCoupling(options, network, told, !far)
+                                   : ReadChannel({told}, reading, options.SampleInterval()),
+                    told.string(), options);
+        notes_.push_back(Note({told}, coupling));
+        add(coupling, far, told.filename().string());
     };
     for (const auto& path : options.fext) addFile(path, true);
     for (const auto& path : options.next) addFile(path, false);
     if (network) {
-        for (const NetworkAggressor& aggressor : network->aggressors) {
-            const ChannelResponse coupling = MakeChannelResponse(
-                Crosstalk(*network, aggressor, options.ends), options.SampleInterval());
+        for (const Coupling& lane : CouplingsOf(*network, options.ends)) {
+            const ChannelResponse coupling =
+                MakeChannelResponse(lane.response, options.SampleInterval());
             notes_.push_back(
-                fmt::format("aggressor {}: {}", aggressor.name, Joined(coupling.notes, "; ")));
-            add(coupling, !aggressor.isNear, aggressor.name);
+                fmt::format("aggressor {}: {}", lane.name, Joined(coupling.notes, "; ")));
+            add(coupling, !lane.isNear, lane.name);
         }
     }
     Add<SignalMix>(inputs);

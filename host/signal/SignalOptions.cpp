@@ -4,6 +4,7 @@
 
 #include <numbers>
 
+#include "base/ElementFile.hpp"
 #include "base/Error.hpp"
 
 namespace amisim {
@@ -20,8 +21,10 @@ std::vector<std::filesystem::path> SignalOptions::Files() const
 {
     std::vector<std::filesystem::path> files = {pattern, impulse,       step,
                                                 wave,    sourceNetwork, loadNetwork};
-    for (const auto* list : {&touchstone, &fext, &next})
-        files.insert(files.end(), list->begin(), list->end());
+    files.insert(files.end(), touchstone.begin(), touchstone.end());
+    for (const auto* list : {&fext, &next}) {
+        for (const auto& told : *list) files.push_back(base::ElementFileOf(told).file);
+    }
     std::erase(files, "");
     return files;
 }

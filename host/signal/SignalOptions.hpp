@@ -61,7 +61,8 @@ struct SignalOptions
     std::string lanes, victim;
     std::vector<std::string> aggressors;
 
-    // Aggressors and the channels from them to the model's input.
+    // Aggressors and the channels from them to the model's input, or to the end of one of the
+    // channel's files, counted from 1, in which they couple: "x.s4p@2".
     std::vector<std::filesystem::path> fext, next;
     std::string crosstalkPortOrder;   // empty: as the channel's
     double aggressorAmplitude = 0.8;  // V, differential peak to peak

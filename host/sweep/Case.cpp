@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "base/ElementFile.hpp"
 #include "base/Error.hpp"
 #include "base/Files.hpp"
 #include "base/ParseJson.hpp"
@@ -43,11 +44,11 @@ std::vector<fs::path> NamedFiles(const Case& aCase)
 {
     std::vector<fs::path> files;
     for (const auto& argument : aCase.arguments) {
-        // "--fext=near.s4p", "--set=1.rx.ibs=rx.ibs"
+        // "--fext=near.s4p@2", "--set=1.rx.ibs=rx.ibs"
         for (std::size_t at = 0; at <= argument.size();) {
-            const std::string value = argument.substr(at);
+            const fs::path value = base::ElementFileOf(argument.substr(at)).file;
             std::error_code error;
-            if (fs::is_regular_file(value, error)) files.emplace_back(value);
+            if (fs::is_regular_file(value, error)) files.push_back(value);
             at = std::min(argument.find('=', at), argument.size()) + 1;
         }
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/ElementFile.hpp"
 #include "base/Error.hpp"
 #include "base/NearestName.hpp"
 #include "host/options/LinkFile.hpp"
@@ -183,7 +184,7 @@ void RunSyntax::CheckValue(const Setting& setting, const std::string& value) con
         // It wants or excludes others: for the case as a whole to tell.
     }
     if (line.run->get_option("--" + setting.Option())->get_type_name() == "FILE" &&
-        !fs::exists(value))
+        !fs::exists(base::ElementFileOf(value).file))
         Fail(setting.where, fmt::format("{}: there is no such file", value));
 }
 

@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 import tempfile
 from pathlib import Path
-from typing import Any
+from typing import Any, Mapping
 
 import numpy as np
 
@@ -27,9 +27,12 @@ class Inputs:
             self._folder.cleanup()
 
     def path(self, option: str, value: Any) -> str:
-        """The file of a path, a network (.f in Hz, .s, .z0) or an array."""
+        """The file of a path, a network (.f in Hz, .s, .z0) or an array; of {"file": one of these,
+        "element": N} as the command line has it."""
         if isinstance(value, (str, os.PathLike)):
             return os.fspath(value)
+        if isinstance(value, Mapping) and set(value) == {"file", "element"}:
+            return f"{self.path(option, value['file'])}@{value['element']}"
         if is_network(value):
             ports = np.asarray(value.s).shape[-1]
             path = self.new(f"{option}.s{ports}p")

@@ -59,7 +59,7 @@ def _lines(segment: Mapping[str, Any], inputs: Inputs) -> str:
 
 def _entry(key: str, value: Any, inputs: Inputs) -> str:
     """KEY = VALUE in TOML; what a file holds becomes one, whose path starts at the root."""
-    if isinstance(value, Mapping):
+    if isinstance(value, Mapping) and key not in ("fext", "next"):
         inner = ", ".join(_entry(k, v, inputs) for k, v in value.items())
         return f"{json.dumps(key)} = {{ {inner} }}"
     if key == "channel":

@@ -47,7 +47,7 @@ class Option:
             if value is True:
                 return [self.name]
             raise UsageError(f"{self.keyword}: expected True or False, found {value!r}")
-        if isinstance(value, Mapping):
+        if isinstance(value, Mapping) and self.unit != "FILE":
             value = [f"{key}={_text(part)}" for key, part in value.items()]
         if self.unit == "FILE":
             many = self.takes == "list" and isinstance(value, (list, tuple))

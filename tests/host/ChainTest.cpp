@@ -86,6 +86,13 @@ TEST_F(ChainTest, ALinkFileSaysWhatTheCommandLineSays)
                          ", as = \"retimer\", set = { Mode = \"slice\" } }\n"
                          "[[segment]]\nchannel = { loss = 7 }\n" +
                          rx + " }\n");
+    std::string line = "# GHz S RI R 50\n";
+    for (int k = 0; k < 400; ++k) line += fmt::format("{} 0 0 .1 0 .1 0 0 0\n", 0.1 * k);
+    Save("line.s2p", line);
+    Save("three.toml",
+         "[[segment]]\nchannel = [\"line.s2p\", \"line.s2p\"]\nnext = \"line.s2p\"\n"
+         "fext = [\"line.s2p\", { file = \"line.s2p\", element = 2 }]\n" +
+             rx + " }\n");
     const auto same = [&](const std::string& file, const std::string& words) {
         Run(file + " --save-wave npy");
         const std::string wave = Read("out/wave.npy");
@@ -97,6 +104,10 @@ TEST_F(ChainTest, ALinkFileSaysWhatTheCommandLineSays)
          "--bits 3000 --amplitude 0.7 --tx-post 0.1,0.05 --loss 9.5 --noise 0.003" + kModel);
     same("one.toml --bits 2000 --set 1.noise=0",
          "--bits 2000 --amplitude 0.7 --tx-post 0.1,0.05 --loss 9.5" + kModel);
+    same("three.toml --bits 3000",
+         "--bits 3000 --touchstone line.s2p --touchstone line.s2p --next line.s2p "
+         "--fext line.s2p --fext line.s2p@2" +
+             kModel);
     same("two.toml --bits 3000", "--bits 3000 --loss 5 --retimer " TEST_MODEL
                                  " --retimer-param Mode=slice --loss 7" +
                                      kModel);
@@ -116,6 +127,8 @@ TEST_F(ChainTest, WhatDoesNotMakeALinkIsRefusedByName)
           {"[[segment]]\nloss = 99\n" + last, "link.toml:2: loss: "},
           {"[[segment]]\nloss = 3\n", "link.toml:1: segment: has no receiver"},
           {"[[segment]]\n" + last + "[[segment]]\n" + last, "declares no Repeater_Type"},
+          {"[[segment]]\nnext = [{ file = \"x.s4p\" }]\n" + last,
+           "link.toml:2: next: expected a file, or { file ="},
           {"[lnk]\n[[segment]]\n" + last, "expected [link] or [[segment]]"}}) {
         Save("link.toml", text);
         Refuses("link.toml", said);

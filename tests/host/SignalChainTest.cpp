@@ -172,6 +172,29 @@ TEST(SignalChain, AggressorsAddTheirOwnPatternAtTheirOwnRate)
     EXPECT_GT(LargestDifference(Output(options), alone), 0.2);
 }
 
+TEST(SignalChain, AggressorsOfOneElementGoThroughTheOthers)
+{
+    TemporaryFolder folder;
+    for (const auto& [name, gain] : {std::pair{"a.s2p", 0.5}, {"b.s2p", 0.8}, {"x.s2p", 0.1}})
+        SaveTouchstone(name, gain, 2e-9);
+    SignalOptions options;
+    options.touchstone = {"a.s2p", "b.s2p"};
+    options.fext = {"x.s2p", "x.s2p@1", "x.s2p@2"};
+    options.next = {"x.s2p@1"};
+    const SignalChain chain(options, 0);
+    ASSERT_EQ(chain.Impulses().size(), 5U);
+    for (const std::size_t k : {0U, 1U, 2U, 3U, 4U}) {
+        const auto& impulse = chain.Impulses()[k];
+        const double area = std::accumulate(impulse.begin(), impulse.end(), 0.0);
+        const double gain = std::array{0.5 * 0.8, 0.1, 0.1 * 0.8, 0.5 * 0.1, 0.8 * 0.1 * 0.8}[k];
+        EXPECT_NEAR(area * options.SampleInterval(), 0.8 * gain, 1e-5) << k;
+    }
+    EXPECT_EQ(options.Files().back(), "x.s2p");
+    options.touchstone.pop_back();
+    const std::string said = MessageOf([&] { SignalChain(options, 0); });
+    EXPECT_NE(said.find("x.s2p@2: expected @1 to @1"), std::string::npos) << said;
+}
+
 TEST(SignalChain, NoiseOfABandwidthIsTheSameAtAnySampleRate)
 {
     for (const int samplesPerBit : {32, 64, 128}) {

@@ -44,14 +44,17 @@ rx = {{ ibis = "{model}" }}
         assert first.plot_eye().images and "Eye height" in first.report()
 
 
-def test_a_segment_takes_what_a_run_takes(model, tmp_path):
+def test_a_segment_takes_what_a_run_takes(model, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
     network = line_of(0.3, np.arange(0, 30e9, 50e6), 2)
     for name in ("a.s2p", "b.s2p"):
         (tmp_path / name).write_text(touchstone(network))
     both = [tmp_path / "a.s2p", tmp_path / "b.s2p"]
-    alone = amisim.run(model, both, bits=1500)
+    coupled = {"file": network, "element": 2}
+    alone = amisim.run(model, both, bits=1500, fext=["b.s2p@2"], next=[coupled])
     for channel in (both, [network, network]):
-        link = amisim.link([{"channel": channel, "rx": {"ibis": model}}], bits=1500)
+        link = amisim.link([{"channel": channel, "fext": coupled, "next": ["b.s2p@2"],
+                             "rx": {"ibis": model}}], bits=1500)
         assert np.array_equal(link.wave, alone.wave) and link.runs == [link]
 
 

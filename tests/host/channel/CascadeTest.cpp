@@ -9,6 +9,7 @@
 
 #include "base/Error.hpp"
 #include "host/channel/ChannelResponse.hpp"
+#include "host/channel/ElementCoupling.hpp"
 #include "tests/TemporaryFolder.hpp"
 #include "touchstone/Interpolation.hpp"
 #include "touchstone/Termination.hpp"
@@ -89,6 +90,54 @@ TEST(Cascade, ASectionOfAnotherImpedanceSendsItsEchoBackAndForth)
     // A line with open ends resonates.
     const SParameters open{2, grid, {50, 50}, std::vector<Complex>(4 * grid.size(), {1, 0})};
     EXPECT_THROW(Cascade({open, open}), Error);
+}
+
+TEST(Cascade, AnAggressorOfOneElementTakesTheWayOfItsSignal)
+{
+    // Two matched lines, and what couples from a lane like them in one of the two.
+    const auto grid = Grid(10e6, 10e9);
+    const SParameters first = Line(50, 1e-9, 5, grid), second = Line(50, 0.3e-9, 3, grid);
+    const SParameters coupled = Line(50, 0.2e-9, 20, grid);
+    ChannelNetwork channel;
+    for (const SParameters& s : {first, second}) channel.elements.push_back({s, {}, {}});
+    // A pair of single lines couples as each leg of a pair does.
+    ChannelNetwork single, pair;
+    single.s = coupled;
+    pair.s = Ordered(WithLegs(coupled, 2), {1, 3, 2, 4});
+    pair.order = pair.ports = kPorts12_34;
+    for (const Terminations& ends : {Terminations{}, {75, 30}}) {
+        const double gs = ends.source ? 0.2 : 0, gl = ends.load ? -0.25 : 0;
+        struct Row
+        {
+            ElementAggressor aggressor;
+            std::function<Complex(Complex a, Complex b)> way;  // besides the coupling
+        };
+        // A far one's lane ends in the load, a near one's begins where the signal's ends. Waves
+        // that come back along it couple at the other end, which is not told.
+        for (const Row& row : {
+                 Row{{1, false, "far in the first"}, [](Complex, Complex b) { return b; }},
+                 {{2, false, "far in the second"}, [](Complex a, Complex) { return a; }},
+                 {{1, true, "near in the first"}, [](Complex, Complex b) { return b * b; }},
+                 {{2, true, "near in the second"}, [](Complex, Complex) { return 1.0; }},
+             }) {
+            for (const ChannelNetwork* file : {&single, &pair}) {
+                const ChannelNetwork beside = BesideLane(channel, row.aggressor, *file);
+                const auto found = CouplingsOf(beside, ends)[0].response.value;
+                std::vector<Complex> expected;
+                for (std::size_t k = 0; k < grid.size(); ++k) {
+                    const Complex a = first.At(k, 2, 1), b = second.At(k, 2, 1);
+                    const Complex there = 1.0 - gs * gl * a * a * b * b;
+                    expected.push_back((1 - gs) * (1 + gl) * row.way(a, b) * coupled.At(k, 2, 1) /
+                                       (there * there));
+                }
+                EXPECT_LT(LargestDifference(found, expected), 1e-9) << row.aggressor.name;
+            }
+        }
+    }
+    single.s.ports = 8;
+    EXPECT_THROW(BesideLane(channel, {1, false, "x.s8p@1"}, single), Error);
+    EXPECT_THROW(BesideLane(channel, {3, false, "x.s4p@3"}, pair), Error);
+    EXPECT_THROW(BesideLane({}, {1, false, "x.s4p@1"}, pair), Error);
 }
 
 TEST(Termination, EndsReflectLikeTheirResistances)

@@ -82,7 +82,8 @@ TEST(Lanes, AreFoundHoweverThePortsAreCounted)
             ASSERT_EQ(network.aggressors.size(), 1U);
             const auto& aggressor = network.aggressors[0];
             const double expected = !isFirst ? 0.0 : aggressor.isNear ? kNear : kFar;
-            EXPECT_NEAR(Crosstalk(network, aggressor, {}).value[1].real(), 0.5 * expected, 1e-12);
+            EXPECT_NEAR(CouplingsOf(network, {})[0].response.value[1].real(), 0.5 * expected,
+                        1e-12);
         }
         if (!isReversed) {
             EXPECT_EQ(ReadNetwork({"two.s8p"}, {}).notes.front(),
@@ -108,9 +109,19 @@ TEST(Lanes, ACascadeHasItsPackageInEachOfThem)
         ReadNetwork({"package.s4p", "two.s8p", "package.s4p"}, {.aggressors = {"2:next"}});
     EXPECT_NEAR(Through(network, {}).value[2].real(), 0.64 * 0.5 * kThrough[0], 1e-12);
     for (const auto& [which, x] : {std::pair{&network, kFar}, {&near, kNear}}) {
-        EXPECT_NEAR(Crosstalk(*which, which->aggressors[0], {}).value[2].real(), 0.32 * x, 1e-12);
-        EXPECT_NEAR(Crosstalk(*which, which->aggressors[0], {50, 50}).value[2].real(), 0.32 * x,
-                    1e-12);
+        for (const Terminations& ends : {Terminations{}, {50, 50}})
+            EXPECT_NEAR(CouplingsOf(*which, ends)[0].response.value[2].real(), 0.32 * x, 1e-12);
+    }
+    // Of one element alone the lane is the victim's everywhere else.
+    const double through = 0.5 * kThrough[0];
+    for (const auto& [text, expected] : {std::pair{"2:fext@1", 0.5 * kFar * through},
+                                         {"2:fext@2", through * 0.5 * kFar},
+                                         {"2:next@1", through * 0.5 * kNear * through},
+                                         {"2:next@2", 0.5 * kNear}}) {
+        const auto both = ReadNetwork({"two.s8p", "two.s8p"}, {.aggressors = {text}});
+        ASSERT_EQ(both.beside.size(), 1U);
+        EXPECT_NEAR(CouplingsOf(both, {})[0].response.value[2].real(), expected, 1e-12) << text;
+        EXPECT_NEAR(Through(both, {}).value[2].real(), through * through, 1e-12);
     }
 }
 
@@ -141,6 +152,8 @@ TEST(Lanes, SayWhatIsWrongWithThem)
              {"two.s8p", {.victim = "1,2,2,3"}, "expected a lane's number or its four ports"},
              {"two.s8p", {.victim = "1,2,8,9"}, "port 9: there are 8 ports"},
              {"two.s8p", {.aggressors = {"2"}}, "such as 2:fext or 5,7,6,8:next"},
+             {"two.s8p", {.aggressors = {"2:fext@"}}, "such as 2:fext@3"},
+             {"two.s8p", {.aggressors = {"2:fext@2"}}, "expected @1 to @1 for one of the"},
              {"two.s8p", {.aggressors = {"1:next"}}, "belongs to two of the lanes"},
              {"two.s8p", {.lanes = "1/2"}, "expected four ports for each lane"},
              {"mute.s8p", {}, "no lanes stand out by their through terms; state --lanes"},
