@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <deque>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -17,31 +18,58 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// What a segment's receiver returns, as waveform and clock times.
+class SegmentFiles
+{
+public:
+    SegmentFiles(const RunOptions& options, OutputFolder& folder)
+        : wave_(folder, options.saveWave, options.signal.SampleInterval()),
+          clocks_(folder, "clock.csv")
+    {
+        clocks_.Write("time_s\n");
+    }
+
+    void Add(const ModelProcess::Block& block)
+    {
+        wave_.Add(block.output);
+        text_.clear();
+        for (const double time : block.clocks.times)
+            fmt::format_to(std::back_inserter(text_), "{}\n", time);
+        clocks_.Write(text_);
+    }
+
+private:
+    WaveWriter wave_;
+    BulkFile clocks_;
+    std::string text_;
+};
+
 /// Writes what is too much to be held, block by block.
 class BlockFiles : public BlockListener
 {
 public:
-    BlockFiles(const RunOptions& options, OutputFolder& folder, BlockListener& next)
-        : options_(options), folder_(folder), next_(next)
+    /// @param folders  of the segments, in the link's order
+    BlockFiles(const RunOptions& options, std::vector<OutputFolder*> folders, BlockListener& next)
+        : options_(options), folders_(std::move(folders)), next_(next)
     {
     }
 
     void Start(std::int64_t bits) override
     {
-        wave_.emplace(folder_, options_.saveWave, options_.signal.SampleInterval());
-        clocks_.emplace(folder_, "clock.csv");
-        clocks_->Write("time_s\n");
+        for (OutputFolder* const folder : folders_) files_.emplace_back(options_, *folder);
         next_.Start(bits);
     }
 
     void Take(const ModelProcess::Block& block) override
     {
-        wave_->Add(block.output);
-        text_.clear();
-        for (const double time : block.clocks.times)
-            fmt::format_to(std::back_inserter(text_), "{}\n", time);
-        clocks_->Write(text_);
+        files_.back().Add(block);
         next_.Take(block);
+    }
+
+    void TakeEarlier(std::size_t segment, const ModelProcess::Block& block) override
+    {
+        files_[segment].Add(block);
+        next_.TakeEarlier(segment, block);
     }
 
     bool IsEnough(const std::optional<BitComparison>& soFar) override
@@ -51,11 +79,9 @@ public:
 
 private:
     const RunOptions& options_;
-    OutputFolder& folder_;
+    std::vector<OutputFolder*> folders_;
     BlockListener& next_;
-    std::optional<WaveWriter> wave_;
-    std::optional<BulkFile> clocks_;
-    std::string text_;
+    std::deque<SegmentFiles> files_;  // as the folders
 };
 
 RunOptions Checked(RunOptions options)
@@ -100,7 +126,10 @@ RunResult RunJob::Run(BlockListener& listener)
         MakeSegmentFolders(folder_.Path(), options_.earlier.size(), InputFiles(options_, models_));
     folder_.RemoveAll();
     ClaimLogs(folder_);
-    BlockFiles files(options_, folder_, listener);
+    std::vector<OutputFolder*> folders;
+    for (const auto& folder : segmentFolders_) folders.push_back(folder.get());
+    folders.push_back(&folder_);
+    BlockFiles files(options_, std::move(folders), listener);
     return simulation_.Run(files);
 }
 

@@ -373,6 +373,7 @@ void Segment::LookAt(const ModelProcess::Block& block, std::int64_t bits)
     const auto input = block.input.first(samples), output = block.output.first(samples);
     analyses_->Add(input, output, *times);
     computed_.Add(input, output);
+    if (surroundings_.returned) surroundings_.returned({input, output, {*times}, ""});
 }
 
 void Segment::TakeParameters(const std::string& text, const std::string& call)

@@ -44,6 +44,8 @@ public:
         std::filesystem::path log, transmitterLog;  // for what they print
         std::function<bool()> stopped;              // asked often; true ends the run
         std::optional<Clock::time_point> deadline;
+        /// Told of each block that is looked at; may be empty.
+        std::function<void(const ModelProcess::Block&)> returned = {};
     };
 
     /// Where a segment stands in its link.

@@ -40,6 +40,7 @@ Simulation::Simulation(const SimulationOptions& options, const std::vector<Segme
             own.folder /= SegmentFolder(k);
             own.log = own.folder / surroundings.log.filename();
             own.transmitterLog = own.folder / surroundings.transmitterLog.filename();
+            own.returned = [this, k](const auto& block) { listener_->TakeEarlier(k, block); };
         }
         segments_.push_back(std::make_unique<Segment>(
             last ? options : options.earlier[k], options, models[k], std::move(own),
@@ -72,6 +73,7 @@ std::int64_t Simulation::IgnoredBits()
 RunResult Simulation::Run(BlockListener& listener)
 {
     RunResult& result = segments_.back()->Result();
+    listener_ = &listener;
     for (const auto& segment : segments_) segment->StartAnalyses(ignoredBits_);
     try {
         Drive(listener);

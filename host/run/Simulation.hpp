@@ -17,6 +17,8 @@ public:
     /// The model has been initialised, and so many bits are to come.
     virtual void Start(std::int64_t /*bits*/) {}
     virtual void Take(const ModelProcess::Block& block) = 0;
+    /// The same of a segment before the last, from 0, as far as the bits of the run go.
+    virtual void TakeEarlier(std::size_t /*segment*/, const ModelProcess::Block& /*block*/) {}
     /// Asked after each block. True ends the run as if it had no more bits.
     /// @param soFar  of the bits that count, against what the link's first transmitter sent;
     ///               absent when nothing is known of that
@@ -58,6 +60,7 @@ private:
 
     const SimulationOptions& options_;
     std::function<bool()> stopped_;
+    BlockListener* listener_ = nullptr;  // while it runs
     Segment::Clock::time_point begin_ = Segment::Clock::now();
     std::vector<std::unique_ptr<Segment>> segments_;  // in the link's order
     std::int64_t ignoredBits_;

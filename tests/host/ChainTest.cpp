@@ -55,6 +55,18 @@ TEST_F(ChainTest, RetimersThatDecideInTheMiddleChangeNothing)
         500);
 }
 
+TEST_F(ChainTest, EachSegmentLeavesWhatItsModelReturned)
+{
+    // The one before is ahead of the last, by blocks that do not end where the run does.
+    Run("--bits 3333 --block-bits 100 --loss 0 --ppm 0 --save-wave npy --retimer " TEST_MODEL
+        " --retimer-param 'Mode=out taps' --loss 0" +
+        kModel);
+    EXPECT_EQ(Read("out/segment1/wave.npy").size(), Read("out/wave.npy").size());
+    EXPECT_GT(Read("out/wave.npy").size(), 3333U * 64 * 16);
+    EXPECT_EQ(Read("out/segment1/clock.csv"), Read("out/clock.csv"));
+    EXPECT_TRUE(Read("out/segment1/parameters_out.csv").starts_with("name,bit,value\n"));
+}
+
 TEST_F(ChainTest, ErrorsOfSegmentsAddUp)
 {
     // Each decides 0.4 V wrongly with a probability p, that of a noise of 0.2 V.
