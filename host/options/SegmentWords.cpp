@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <map>
 
 #include "base/Error.hpp"
@@ -44,22 +45,24 @@ void CheckAlone(const Word& word)
     }
 }
 
-/// What a segment behind another cannot be told, and why.
-void CheckBehind(const CLI::App& run, Repeater before)
+/// The first of these that is given; null: none.
+const char* FirstGiven(const CLI::App& run, std::initializer_list<const char*> names)
 {
-    const auto refuse = [&](auto names, const char* why) {
-        for (const char* name : names) {
-            if (run.count(name) > 0) throw CLI::ValidationError(name, why);
-        }
-    };
+    const auto* const found =
+        std::ranges::find_if(names, [&](const char* name) { return run.count(name) > 0; });
+    return found == names.end() ? nullptr : *found;
+}
+
+/// What a segment behind another cannot be told, and why.
+void CheckBehind(const CLI::App& run)
+{
     if (run.count("--wave") > 0)
         throw CLI::ValidationError("--wave", "a waveform is for the link's first segment");
-    refuse(std::array{"--prbs", "--pattern", "--clock-pattern", "--phase", "--ppm"},
-           "is for the link's first segment: those behind it send on what comes");
-    if (before != Repeater::kRedriver) return;
-    refuse(std::array{"--amplitude", "--rise-time", "--rj", "--sj-amplitude", "--dcd", "--tx-pre",
-                      "--tx-post"},
-           "is of what sends symbols: a redriver passes its waveform on as it is");
+    if (const char* const name =
+            FirstGiven(run, {"--prbs", "--pattern", "--clock-pattern", "--phase", "--ppm"})) {
+        throw CLI::ValidationError(
+            name, "is for the link's first segment: those behind it send on what comes");
+    }
 }
 
 std::vector<std::string> Checked(const std::vector<Word>& words)
@@ -77,13 +80,19 @@ std::vector<std::string> Checked(const std::vector<Word>& words)
     return texts;
 }
 
-SegmentOptions Understood(const SegmentWords& segment, Repeater before)
+/// @param place  for messages, "" of the link's first segment
+SegmentOptions Understood(const SegmentWords& segment, const std::string& place)
 {
     Line line;
     line.Parse(Checked(segment.words));
-    if (before != Repeater::kNone) CheckBehind(*line.run, before);
     SegmentOptions own = line.options;
     own.repeater = segment.repeater;
+    if (place.empty()) return own;
+    CheckBehind(*line.run);
+    if (const char* const name =
+            FirstGiven(*line.run, {"--amplitude", "--rise-time", "--rj", "--sj-amplitude", "--dcd",
+                                   "--tx-pre", "--tx-post"}))
+        own.senderOption = place + name;
     return own;
 }
 
@@ -206,17 +215,15 @@ RunOptions OptionsOf(const std::vector<Word>& words)
 void TakeSegments(const std::vector<SegmentWords>& segments, RunOptions& options)
 {
     std::vector<SegmentOptions> all;
-    Repeater before = Repeater::kNone;
     for (const SegmentWords& segment : segments) {
-        const std::string place = segment.where.empty() ? "" : segment.where + ": ";
+        const std::string place = fmt::format("{}{}segment {}: ", segment.where,
+                                              segment.where.empty() ? "" : ": ", all.size() + 1);
         try {
-            all.push_back(Understood(segment, before));
+            all.push_back(Understood(segment, all.empty() ? "" : place));
         } catch (const CLI::ParseError& error) {
-            if (segments.size() == 1 && place.empty()) throw;
-            throw Error(ExitCode::kUsage,
-                        fmt::format("{}segment {}: {}", place, all.size() + 1, error.what()));
+            if (segments.size() == 1 && segment.where.empty()) throw;
+            throw Error(ExitCode::kUsage, place + error.what());
         }
-        before = segment.repeater;
     }
     for (SegmentOptions& own : all) TakeCommon(options.signal, all.front().signal, own.signal);
     static_cast<SegmentOptions&>(options) = std::move(all.back());

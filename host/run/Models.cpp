@@ -50,6 +50,14 @@ void UseFarSides(SimulationOptions& options)
     for (SegmentOptions& segment : options.earlier) {
         if (segment.repeater == Repeater::kAsDeclared) segment.repeater = DeclaredBy(segment);
     }
+    for (std::size_t k = 1; k < segments.size(); ++k) {
+        if (segments[k - 1]->repeater == Repeater::kRedriver &&
+            !segments[k]->senderOption.empty()) {
+            throw Error(ExitCode::kUsage, segments[k]->senderOption +
+                                              ": is of what sends symbols: a redriver passes its "
+                                              "waveform on as it is");
+        }
+    }
 }
 
 std::vector<SegmentModels> ResolveModels(const SimulationOptions& options)

@@ -11,7 +11,8 @@ namespace amisim {
 
 /// Gives each segment behind a repeater the transmitter's model that the repeater's [Repeater Pin]
 /// names, where none is asked for, and settles what repeaters are that are to be as declared.
-/// @throws Error (kInput) for a file that cannot be read, (kUsage) where nothing is declared
+/// @throws Error (kInput) for a file that cannot be read, (kUsage) where nothing is declared,
+/// or where a segment behind a redriver is told what only a sender of symbols has
 void UseFarSides(SimulationOptions& options);
 
 /// The models of all segments, in the link's order. @throws Error as ResolveModelSource

@@ -36,6 +36,8 @@ struct SegmentOptions
     SignalOptions signal;     // bit rate, bits and samples per bit are the same in all of a link
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output
     Repeater repeater = Repeater::kNone;
+    // Where it is told what only a sender of symbols has, "segment 2: --rj"; empty: nowhere.
+    std::string senderOption;
 
     ModelChoice Receiver() const;
     /// Of a transmitter that is not built in.

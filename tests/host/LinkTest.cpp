@@ -182,6 +182,8 @@ TEST_F(LinkTest, ARedriverThatChangesNothingJoinsTwoLines)
         const auto points = WavePoints::Open("out/wave.npy", {});
         for (WavePoint point; points->Next(point);) two.push_back(point.value);
         EXPECT_LT(Apart(two, one), 2e-3);
+        EXPECT_EQ(Shell(AMISIM_PROGRAM " run link.toml --set 2.rj=0.1"), 2);
+        EXPECT_TRUE(Says("link.toml:5: segment 2: --rj: is of what sends symbols")) << output_;
     }
     Make("rx", kWave, 1, 0);
     EXPECT_EQ(Shell(AMISIM_PROGRAM " run link.toml"), 2);
