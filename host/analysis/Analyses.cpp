@@ -147,6 +147,16 @@ void Analyses::Use(const Slicers& slicers)
     output_.Use(slicers, end_);
 }
 
+void Analyses::IgnoreUpTo(std::int64_t bits)
+{
+    const std::int64_t samples = bits * settings_.samplesPerBit;
+    settings_.ignoreBits = bits;
+    ignoreSamples_ = static_cast<double>(samples);
+    output_.IgnoreUpTo(samples);
+    input_.IgnoreUpTo(samples);
+    clock_.CountFrom(ignoreSamples_);
+}
+
 void Analyses::Add(std::span<const double> input, std::span<const double> output,
                    std::span<const double> clockTimes)
 {

@@ -56,6 +56,10 @@ public:
     /// Where the model decides, from the next block to be added on.
     void Use(const Slicers& slicers);
 
+    /// Has so many bits ignored, in place of those of the settings; to be called before any that
+    /// counts has come.
+    void IgnoreUpTo(std::int64_t bits);
+
     /// Takes a block of samples, and the clock times that came with it, s.
     void Add(std::span<const double> input, std::span<const double> output,
              std::span<const double> clockTimes);

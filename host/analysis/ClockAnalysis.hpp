@@ -26,6 +26,9 @@ public:
     };
     explicit ClockAnalysis(Settings settings);
 
+    /// In place of the settings' countFrom.
+    void CountFrom(double sample) { settings_.countFrom = sample; }
+
     /// Takes the next edges.
     void Add(std::span<const ClockFrame::Edge> edges);
 

@@ -39,6 +39,9 @@ public:
 
     explicit EyeAnalysis(const Settings& settings);
 
+    /// In place of the settings' ignoreSamples, before any that counts has come.
+    void IgnoreUpTo(std::int64_t samples) { settings_.ignoreSamples = samples; }
+
     /// Has what stands between this waveform and its decisions take part; to be called before the
     /// first unit interval that counts.
     void Use(const Sampler& sampler);

@@ -28,6 +28,7 @@ Progress::~Progress()
 void Progress::Update(std::int64_t bits)
 {
     const auto now = std::chrono::steady_clock::now();
+    total_ = std::max(total_, bits);  // a link training makes a run longer
     if (!terminal_ || now < next_) return;
     next_ = now + std::chrono::milliseconds(200);
     shown_ = true;

@@ -12,6 +12,7 @@
 #include "host/results/BulkFile.hpp"
 #include "host/results/WaveWriter.hpp"
 #include "host/run/Buffers.hpp"
+#include "host/run/TrainingAgreement.hpp"
 
 namespace amisim {
 namespace {
@@ -104,6 +105,7 @@ const RunOptions& Settled(RunOptions& options, std::vector<SegmentModels>& model
     ResolveDependents(options, models, worker, stopped);
     UseBuffers(options, models);
     SettleSignals(options, models);
+    AgreeOnTraining(options, models);
     return options;
 }
 

@@ -207,6 +207,13 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->type_name("NAME=VALUE")
         ->group(tx);
     AddCornerOption(*run, "--tx-corner", o.transmitterCorner, "Likewise of its files")->group(tx);
+    run->add_option_function<std::string>(
+           "--training", [&o](const std::string& which) { o.training = which == "auto"; },
+           "Link training: auto, where both models declare the same BCI_Protocol; or off")
+        ->check(CLI::IsMember({"auto", "off"}).description(""))
+        ->default_str("auto")
+        ->type_name("auto|off")
+        ->group(tx);
 
     const std::string time = kTimeGroup;
     run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")

@@ -44,7 +44,7 @@ constexpr std::string_view kApplied[] = {"Rx_Rj",
 /// Those that are not honoured, unless they have this value, and what becomes of it.
 struct Ignored
 {
-    std::string_view name;     // or how it begins, with a * behind
+    std::string_view name;
     std::string_view unless;   // this value means nothing
     std::string_view instead;  // what the host does
 };
@@ -54,15 +54,8 @@ constexpr Ignored kIgnored[] = {
     {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
-    {"BCI_*", "", "no link training takes place"},
     {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},
 };
-
-bool Fits(std::string_view pattern, std::string_view name)
-{
-    if (pattern.ends_with('*')) return name.starts_with(pattern.substr(0, pattern.size() - 1));
-    return name == pattern;
-}
 
 /// As it is sent or stated.
 std::string ValueOf(const ibis::AmiFile& file, const ibis::AmiParameter& parameter,
@@ -108,7 +101,6 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
 {
     Declarations declared;
     declared.buffer = BufferOf(file, overrides);
-    std::string_view last;  // of several that are alike one note is enough
     for (const ibis::AmiParameter& parameter : file.parameters) {
         if (!parameter.reserved) continue;
         if (parameter.usage == ibis::Usage::Dep) {
@@ -125,14 +117,12 @@ Declarations ReadDeclarations(const ibis::AmiFile& file, const ibis::Overrides& 
                                         parameter.usage == ibis::Usage::Out});
             continue;
         }
-        const auto* const ignored = std::ranges::find_if(
-            kIgnored, [&](const Ignored& row) { return Fits(row.name, parameter.name); });
-        if (ignored == std::end(kIgnored) || ignored->name == last) continue;
+        const auto* const ignored = std::ranges::find(kIgnored, parameter.name, &Ignored::name);
+        if (ignored == std::end(kIgnored)) continue;
         const auto number = ibis::AsNumber(value);
         const bool same =
             value == ignored->unless || (number && number == ibis::AsNumber(ignored->unless));
         if (!ignored->unless.empty() && same) continue;
-        last = ignored->name;
         declared.notes.push_back(
             fmt::format("{} is not honoured: {}", parameter.name, ignored->instead));
     }

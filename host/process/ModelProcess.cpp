@@ -34,7 +34,7 @@ ModelProcess::ModelProcess(const ModelStart& start, Settings settings)
       links_(settings.folder, start.files),
       worker_(kModelEntry, blocks_.Descriptor(), std::move(settings),
               [this] { return Cause(blocks_.Noted()); }),
-      inputs_(start.slots, std::vector<double>(start.blockSamples)),
+      inputs_(start.slots, std::vector<double>(start.LongestBlock())),
       sizes_(start.slots)
 {
     if (worker_.InsistedInVain()) {

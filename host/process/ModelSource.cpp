@@ -105,7 +105,9 @@ void Interpret(ModelSource& source)
 {
     const ibis::AmiFile& ami = *source.definitions;
     ibis::Overrides overrides = source.given;
-    AddOwnSettings(ami, {source.library.parent_path(), source.id, source.modelName}, overrides);
+    AddOwnSettings(ami,
+                   {source.library.parent_path(), source.id, source.modelName, source.backChannel},
+                   overrides);
     source.modulation = ModulationOf(ami, overrides);
     source.parameters = ibis::ParameterString(ami, overrides);
     Declarations declarations = ReadDeclarations(ami, overrides);
@@ -159,8 +161,11 @@ void Refresh(ModelSource& model)
 
 void AddOwnSettings(const ibis::AmiFile& ami, const OwnSettings& own, ibis::Overrides& overrides)
 {
-    const std::pair<const char*, std::string> all[] = {
-        {"DLL_Path", own.folder.string()}, {"DLL_ID", own.id}, {"Model_Name", own.modelName}};
+    const std::pair<const char*, std::string> all[] = {{"DLL_Path", own.folder.string()},
+                                                       {"DLL_ID", own.id},
+                                                       {"Model_Name", own.modelName},
+                                                       {"BCI_ID", own.backChannel.id},
+                                                       {"BCI_State", own.backChannel.state}};
     for (const auto& [name, value] : all) {
         const ibis::AmiParameter* parameter = ami.FindReserved(name);
         const bool said = std::ranges::any_of(

@@ -34,6 +34,14 @@ struct ModelChoice
     ibis::End end = ibis::End::Receiver;
 };
 
+/// How a model takes part in link training, in which it exchanges messages with the model at the
+/// other end (IBIS 7.0, BCI_ID and BCI_State).
+struct BackChannel
+{
+    std::string id = {};  // the same for both; empty: there is none
+    std::string state = "Off";
+};
+
 /// A model as the user named it, resolved to what running it takes.
 struct ModelSource
 {
@@ -64,6 +72,7 @@ struct ModelSource
     std::string modelName;                     // of its [Model]
     ibis::Overrides given;                     // by the user
     std::string id;                            // DLL_ID, unless the user gives one
+    BackChannel backChannel;                   // likewise
     std::vector<std::string> standingNotes;    // those that do not depend on what is given
 
     /// The value sent for the parameter of this name, if any.
@@ -76,6 +85,7 @@ struct OwnSettings
     std::filesystem::path folder;  // of the library: DLL_Path
     std::string id;                // of this instance: DLL_ID
     std::string modelName;         // of the [Model]: Model_Name; empty: not known
+    BackChannel backChannel = {};
 };
 
 /// Adds these settings where the user says nothing.

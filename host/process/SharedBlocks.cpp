@@ -47,10 +47,10 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     layout.sampleInterval = start.sampleInterval;
     layout.bitTime = start.bitTime;
     layout.slots = start.slots;
-    layout.blockSamples = start.blockSamples;
+    layout.blockSamples = start.LongestBlock();
     const double samplesPerBit = start.bitTime / start.sampleInterval;
     layout.clockRoom =
-        static_cast<std::size_t>(2 * static_cast<double>(start.blockSamples) / samplesPerBit) + 64;
+        static_cast<std::size_t>(2 * static_cast<double>(layout.blockSamples) / samplesPerBit) + 64;
     layout.impulseLength = start.impulses.size() * start.impulses[0].size();
     layout.use = start.use;
     layout.aggressors = start.impulses.size() - 1;

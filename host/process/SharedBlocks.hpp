@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -25,7 +26,10 @@ struct ModelStart
     std::vector<std::vector<double>> impulses;
     AmiModule::Use use = AmiModule::Use::kTimeDomain;
     std::size_t blockSamples = 0;  // most samples in one block
+    std::size_t room = 0;          // the same where now and then one is longer
     std::size_t slots = 6;         // blocks in flight between host and model
+
+    std::size_t LongestBlock() const { return std::max(blockSamples, room); }
 };
 
 /// Memory that the host and the worker process share: the texts and numbers for AMI_Init, and a

@@ -98,6 +98,13 @@ constexpr Number kNumbers[] = {
     {"/ignored_bits", "Ignored bits", "", 1, "{:.0f}", true, nullptr,
      "Bits at the start that count for nothing else.",
      [](const RunResult& r) { return Count(r.ignoredBits); }, NoLine},
+    {"/training/bits", "Link training", "bits", 1, "{:.0f}", true, nullptr,
+     "Bits in which the models at both ends trained each other; of such a link only.",
+     [](const RunResult& r) { return r.training ? Count(r.training->bits) : std::nullopt; },
+     [](const RunResult& r) {
+         return fmt::format("{} after {} bits", Name(r.training->state), Grouped(r.training->bits));
+     },
+     Number::Of::kTrained},
     {"/clock/missing", "Bits without a clock", "", 1, "{:.0f}", true, nullptr,
      "Bits that count and have no clock time.",
      [](const RunResult& r) { return Count(r.clock.missing); },

@@ -25,13 +25,23 @@ struct Number
     std::optional<double> (*get)(const RunResult& result);  // as in result.json
     /// Its line of the summary, without the title; "": no line. nullptr: the number with its unit.
     std::string (*summary)(const RunResult& result);
-    enum class Of { kAll, kSeveralLevels, kChains };
-    Of of = Of::kAll;  // else only where a symbol has more levels than two, or of several segments
+    enum class Of { kAll, kSeveralLevels, kChains, kTrained };
+    // Else only where a symbol has more levels than two, of several segments, or of a trained link.
+    Of of = Of::kAll;
 
     bool AppliesTo(const RunResult& result) const
     {
-        return of == Of::kAll ||
-               (of == Of::kSeveralLevels ? result.levels > 2 : !result.earlier.empty());
+        switch (of) {
+            case Of::kSeveralLevels:
+                return result.levels > 2;
+            case Of::kChains:
+                return !result.earlier.empty();
+            case Of::kTrained:
+                return result.training.has_value();
+            case Of::kAll:
+                break;
+        }
+        return true;
     }
 
     std::string Line(const RunResult& result) const;

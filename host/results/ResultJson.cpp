@@ -275,6 +275,10 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
         if (!number.AppliesTo(r)) continue;
         json[Json::json_pointer(number.pointer)] = ToJson(number, number.get(r));
     }
+    if (r.training) {
+        json["training"]["state"] = Name(r.training->state);
+        json["training"]["interval_bits"] = r.training->interval;
+    }
     if (r.mask)
         json["mask"] = MaskJson(*r.mask);
     else

@@ -36,14 +36,18 @@ class Link::WaveSource : public SignalSource
 {
 public:
     WaveSource(ModelProcess& process, SignalSource& stimulus, std::size_t blockSamples,
-               std::int64_t blockBits, ParameterLog& parameters)
+               std::int64_t bitSamples, ParameterLog& parameters)
         : process_(process),
           stimulus_(stimulus),
           blockSamples_(blockSamples),
-          blockBits_(blockBits),
+          bitSamples_(bitSamples),
           parameters_(parameters)
     {
     }
+
+    void GoInSteps(std::size_t samples) { step_ = samples; }
+
+    const std::string& LastParameters() const { return givenBack_; }
 
     std::size_t Read(std::span<double> out) override
     {
@@ -61,23 +65,27 @@ public:
 private:
     void Refill()
     {
-        while (process_.SlotFree()) {
-            stimulus_.Read(process_.NextInput().first(blockSamples_));
-            process_.Submit(blockSamples_);
+        while (process_.SlotFree() && (step_ == 0 || !process_.Busy())) {
+            const std::size_t samples = step_ > 0 ? step_ : blockSamples_;
+            stimulus_.Read(process_.NextInput().first(samples));
+            process_.Submit(samples);
         }
-        const ModelProcess::Block block = process_.Wait();
+        ModelProcess::Block block = process_.Wait();
         block_ = block.output;
         taken_ = 0;
         ++blocks_;
-        parameters_.Take(block.parametersOut, blocks_ * blockBits_,
+        samples_ += std::ssize(block_);
+        parameters_.Take(block.parametersOut, samples_ / bitSamples_,
                          fmt::format("AMI_GetWave {} of the transmitter", blocks_));
+        givenBack_ = std::move(block.parametersOut);
     }
 
     ModelProcess& process_;
     SignalSource& stimulus_;
-    std::size_t blockSamples_;
-    std::int64_t blockBits_, blocks_ = 0;
+    std::size_t blockSamples_, step_ = 0;
+    std::int64_t bitSamples_, samples_ = 0, blocks_ = 0;
     ParameterLog& parameters_;
+    std::string givenBack_;
     std::span<const double> block_;
     std::size_t taken_ = 0;
 };
@@ -100,8 +108,7 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
     ModelStart own = start;
     own.impulses = {responses_[0]};  // aggressors have transmitters of their own
     own.use = flow_.txWave ? AmiModule::Use::kTimeDomain : AmiModule::Use::kImpulse;
-    const auto blockBits =
-        std::llround(static_cast<double>(own.blockSamples) * own.sampleInterval / own.bitTime);
+    const auto bitSamples = std::llround(own.bitTime / own.sampleInterval);
     return OfTransmitter([&] {
         transmitter_ = std::make_unique<ModelProcess>(own, settings);
         auto init = transmitter_->Init();
@@ -110,7 +117,7 @@ ModelProcess::InitResult Link::StartTransmitter(const ModelStart& start,
         if (flow_.txImpulse) responses_[0] = init.impulses[0];
         if (flow_.txWave) {
             wave_ = std::make_unique<WaveSource>(*transmitter_, signal_.Stimulus(0, true),
-                                                 own.blockSamples, blockBits, parameters_);
+                                                 own.blockSamples, bitSamples, parameters_);
         }
         return init;
     });
@@ -238,6 +245,17 @@ LeadingTaps Link::ReceiverFilter(const std::vector<std::vector<double>>& returne
             found.residual, flow_.output == Response::kDivided ? "the output" : "the noise in it"));
     }
     return std::move(found.filter);
+}
+
+void Link::GoInSteps(std::size_t samples)
+{
+    wave_->GoInSteps(samples);
+    signal_.ReadAhead(samples == 0);
+}
+
+const std::string& Link::LastParameters() const
+{
+    return wave_->LastParameters();
 }
 
 void Link::Close()

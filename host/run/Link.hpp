@@ -57,6 +57,14 @@ public:
     /// How far the filter that was found by division is from the receiver's; absent without one.
     const std::optional<double>& Residual() const { return residual_; }
 
+    /// Has the transmitter's AMI_GetWave called for so many samples at a time, and not before they
+    /// are needed at the receiver's input; 0: ahead and in blocks, as it is at first. For a
+    /// transmitter and a receiver that have AMI_GetWave, between whole blocks of the input.
+    void GoInSteps(std::size_t samples);
+
+    /// What the transmitter's AMI_GetWave gave back last, as parameters.
+    const std::string& LastParameters() const;
+
     void Close();
 
     /// What the transmitter's model gave back, and the time spent in it.

@@ -18,6 +18,7 @@
 #include "host/process/ParameterLog.hpp"
 #include "host/run/Settling.hpp"
 #include "host/run/SmallSignal.hpp"
+#include "host/run/Training.hpp"
 #include "host/statistical/StatisticalEye.hpp"
 
 namespace amisim {
@@ -70,6 +71,7 @@ struct RunResult
         double seconds = 0;  // spent in it
     };
     std::optional<Transmitter> transmitter;
+    std::optional<TrainingFindings> training;  // of a link that was trained
     std::optional<double> residual;  // of the receiver's filter, where it had to be divided out
     SamplerSettings sampler;         // what stood between output and decisions
     std::vector<ParameterTrack> parameters;     // numbers that the model gave back over the run

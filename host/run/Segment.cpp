@@ -15,15 +15,20 @@
 namespace amisim {
 namespace {
 
-/// Of those sent, until they have been compared. @param behind  segments
-std::int64_t HeldBits(const SimulationOptions& options, bool transmitter, std::size_t behind)
+/// Of those sent, until they have been compared.
+/// @param blockBits  the most in one block
+/// @param behind     segments
+std::int64_t HeldBits(std::int64_t blockBits, bool transmitter, std::size_t behind)
 {
     constexpr std::int64_t kAhead = 1 << 17;  // of the bits that a transmitter's model has had
-    return static_cast<std::int64_t>(behind) * (kAhead + 10 * options.blockBits) +
-           10 * options.blockBits + Analyses::kHeldBits + SymbolComparer::kLongestDelay +
+    return static_cast<std::int64_t>(behind) * (kAhead + 10 * blockBits) + 10 * blockBits +
+           Analyses::kHeldBits + SymbolComparer::kLongestDelay +
            4 * static_cast<std::int64_t>(SymbolComparer::kWindow) +
-           (transmitter ? kAhead + 10 * options.blockBits : 0);
+           (transmitter ? kAhead + 10 * blockBits : 0);
 }
+
+/// More than any run has.
+constexpr std::int64_t kAllBits = std::int64_t{1} << 40;
 
 /// Of random things no two segments have the same.
 SignalOptions SignalOf(const SegmentOptions& own, std::size_t number)
@@ -87,6 +92,7 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
       transmitter_(models.transmitter ? &*models.transmitter : nullptr),
       surroundings_(std::move(surroundings)),
       place_(place),
+      training_(Training::Of(transmitter_, receiver_, run.blockBits)),
       signal_(MakeSignal()),
       link_(signal_, transmitter_, receiver_),
       slicers_(receiver_.declared, own.signal.Levels(), own.signal.BitTime()),
@@ -135,7 +141,8 @@ SignalChain Segment::MakeSignal() const
     const SignalOptions signal = SignalOf(own_, place_.number);
     if (place_.before && place_.before->wave_)
         return {signal, place_.before->signal_, *place_.before->wave_};
-    return {signal, HeldBits(run_, transmitter_ != nullptr, place_.of - place_.number - 1),
+    const std::int64_t longest = training_ ? training_->Room() : run_.blockBits;
+    return {signal, HeldBits(longest, transmitter_ != nullptr, place_.of - place_.number - 1),
             SymbolsBefore()};
 }
 
@@ -182,11 +189,11 @@ std::optional<std::int64_t> Segment::IgnoredBits() const
 
 void Segment::StartAnalyses(std::int64_t ignoredBits)
 {
-    result_.ignoredBits = ignoredBits;
+    ignoredBits_ = result_.ignoredBits = ignoredBits;
     Analyses::Settings settings;
     settings.samplesPerBit = own_.signal.samplesPerBit;
     settings.sampleInterval = own_.signal.SampleInterval();
-    settings.ignoreBits = ignoredBits;
+    settings.ignoreBits = training_ ? kAllBits : ignoredBits;
     settings.sentUnitInterval = signal_.SentUnitInterval();
     settings.mapping = own_.signal.Mapping();
     settings.sent = signal_.Sent();
@@ -211,6 +218,8 @@ ModelStart Segment::StartOf(const ModelSource& model) const
     start.impulses = link_.Responses();
     start.use = model.getWave ? AmiModule::Use::kTimeDomain : AmiModule::Use::kImpulse;
     start.blockSamples = static_cast<std::size_t>(run_.blockBits * own_.signal.samplesPerBit);
+    if (training_)
+        start.room = static_cast<std::size_t>(training_->Room() * own_.signal.samplesPerBit);
     return start;
 }
 
@@ -244,6 +253,7 @@ void Segment::Start()
 void Segment::StartModels()
 {
     TakeBefore();
+    if (training_) training_->RemoveMessages(surroundings_.folder);
     if (transmitter_) StartTransmitter();
     start_ = StartOf(receiver_);
     start_.impulses = link_.Handed(result_.notes);
@@ -260,6 +270,32 @@ void Segment::StartModels()
     link_.Connect(init.impulses, result_.notes);
     result_.residual = link_.Residual();
     result_.impulses = std::move(init.impulses);
+    if (training_) BeginTraining();
+}
+
+void Segment::BeginTraining()
+{
+    training_->Begin(link_.Parameters().Tracks(), parameters_.Tracks(), result_.notes);
+    // AMI_Init may have ended it.
+    Train(result_.transmitter->parametersOut, result_.parametersOut, 0);
+}
+
+/// After so many more bits of the training, by what the models gave back: the transmitter makes no
+/// more than the receiver is handed, so that each has read what the other has to say. What counts
+/// begins behind the training.
+void Segment::Train(const std::string& transmitter, const std::string& receiver, std::int64_t bits)
+{
+    training_->Take(transmitter, receiver, bits);
+    const TrainingFindings& found = training_->Findings();
+    link_.GoInSteps(training_->IsUnderWay()
+                        ? static_cast<std::size_t>(found.interval * own_.signal.samplesPerBit)
+                        : 0);
+    result_.training = found;
+    result_.ignoredBits = found.bits + ignoredBits_;
+    if (training_->IsUnderWay()) return;
+    analyses_->IgnoreUpTo(result_.ignoredBits);
+    if (const std::string remark = training_->Remark(); !remark.empty())
+        result_.notes.push_back(remark);
 }
 
 std::optional<ModelProcess::Block> Segment::Next()
@@ -273,7 +309,7 @@ std::optional<ModelProcess::Block> Segment::Next()
 
 std::optional<ModelProcess::Block> Segment::FromModel()
 {
-    while (process_->SlotFree() && !Ended()) {
+    while (process_->SlotFree() && !Ended() && !(IsTraining() && process_->Busy())) {
         const std::size_t samples = NextSamples();
         ReadInput(process_->NextInput().first(samples));
         process_->Submit(samples);
@@ -312,6 +348,11 @@ void Segment::ReadInput(std::span<double> samples)
 /// How many the next block of the input has.
 std::size_t Segment::NextSamples()
 {
+    if (IsTraining()) {
+        const std::int64_t interval = training_->Findings().interval;
+        made_ += interval;
+        return static_cast<std::size_t>(interval * own_.signal.samplesPerBit);
+    }
     const std::int64_t bits = Last() ? std::min(run_.blockBits, Bits() - made_) : run_.blockBits;
     made_ += run_.blockBits;
     return static_cast<std::size_t>(bits * own_.signal.samplesPerBit);
@@ -340,6 +381,8 @@ void Segment::Take(const ModelProcess::Block& block)
     }
     ++blocks_;
     const std::int64_t spb = own_.signal.samplesPerBit, before = result_.bits;
+    if (IsTraining())
+        Train(link_.LastParameters(), block.parametersOut, std::ssize(block.output) / spb);
     result_.bits = std::min(Bits(), before + std::ssize(block.output) / spb);
     TakeParameters(block.parametersOut, fmt::format("AMI_GetWave {}", blocks_));
     UseSlicers();
@@ -410,7 +453,12 @@ void Segment::Evaluate()
             "the model tells no thresholds that apply: what it sends on is decided by the ones "
             "evenly within the transmitter's amplitude");
     }
-    computed_.Find({start_, ProcessSettings(surroundings_.log), parameters_.Tracks()}, result_);
+    if (!training_) {
+        computed_.Find({start_, ProcessSettings(surroundings_.log), parameters_.Tracks()}, result_);
+    } else if (run_.statistical) {
+        result_.notes.emplace_back(
+            "no eyes are computed: what AMI_Init returned is from before the link training");
+    }
     TakeTracks(parameters_, "");
     TakeTracks(link_.Parameters(), "tx.");
     if (result_.transmitter) result_.transmitter->seconds = link_.ModelSeconds();

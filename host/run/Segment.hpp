@@ -15,6 +15,7 @@
 #include "host/run/Retimer.hpp"
 #include "host/run/RunResult.hpp"
 #include "host/run/SimulationOptions.hpp"
+#include "host/run/Training.hpp"
 #include "host/signal/SignalChain.hpp"
 
 namespace amisim {
@@ -65,8 +66,12 @@ public:
     Segment& operator=(const Segment&) = delete;
     ~Segment();
 
-    /// Of the whole run.
-    std::int64_t Bits() const { return place_.before ? place_.before->Bits() : signal_.Bits(); }
+    /// Of the whole run; of one that begins with a link training the bits of that besides.
+    std::int64_t Bits() const
+    {
+        if (place_.before) return place_.before->Bits();
+        return signal_.Bits() + (training_ ? training_->Findings().bits : 0);
+    }
 
     /// The bits that both models together ask for; absent where the receiver's asks for none.
     std::optional<std::int64_t> IgnoredBits() const;
@@ -109,6 +114,9 @@ private:
     std::optional<ModelProcess::Block> FromResponse();
     bool Last() const { return place_.number + 1 == place_.of; }
     bool Ended() const { return Last() && (enough_ || made_ >= Bits() || surroundings_.stopped()); }
+    bool IsTraining() const { return training_ && training_->IsUnderWay(); }
+    void BeginTraining();
+    void Train(const std::string& transmitter, const std::string& receiver, std::int64_t bits);
     SignalChain MakeSignal() const;
     SignalChain::Symbols SymbolsBefore() const;
     void TakeBefore();
@@ -129,6 +137,7 @@ private:
     const ModelSource* transmitter_;
     Surroundings surroundings_;
     Place place_;
+    std::optional<Training> training_;
     SignalChain signal_;
     Link link_;
     ModelSlicers slicers_;
@@ -142,6 +151,7 @@ private:
     ParameterLog parameters_;
     RunResult result_;
     bool enough_ = false;
+    std::int64_t ignoredBits_ = 0;        // behind a training
     std::int64_t made_ = 0;               // bits of the input
     std::vector<double> input_, output_;  // of a receiver without AMI_GetWave
     std::int64_t blocks_ = 0, unterminated_ = 0, overruns_ = 0;

@@ -32,6 +32,7 @@ struct SegmentOptions
     std::string transmitterName;        // as modelName
     std::vector<std::string> transmitterParameters;
     Corner transmitterCorner = Corner::Typ;
+    bool training = true;  // models that can train each other do
 
     SignalOptions signal;     // bit rate, bits and samples per bit are the same in all of a link
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output

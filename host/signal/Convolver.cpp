@@ -62,12 +62,14 @@ std::size_t Convolver::Block(std::size_t taps)
     return taps <= 1 ? 1 : 2 * (SizeFor(taps) - (taps - 1));
 }
 
-void Convolver::Refill()
+/// @param most  samples that are asked for at once
+void Convolver::Refill(std::size_t most)
 {
     const auto fresh = std::span(samples_).subspan(past_);
-    std::copy(samples_.end() - static_cast<std::ptrdiff_t>(past_), samples_.end(),
-              samples_.begin());
-    ready_ = input_.Read(fresh);
+    std::copy_n(samples_.begin() + static_cast<std::ptrdiff_t>(ready_), past_, samples_.begin());
+    const std::size_t asked = ahead_ ? fresh.size() : std::min(most, fresh.size());
+    ready_ = input_.Read(fresh.first(asked));
+    ended_ = ready_ < asked;
     std::ranges::fill(fresh.subspan(ready_), 0.0);
     taken_ = 0;
 
@@ -93,8 +95,8 @@ std::size_t Convolver::Read(std::span<double> out)
     std::size_t done = 0;
     while (done < out.size()) {
         if (taken_ == ready_) {
-            if (ready_ != 0 && ready_ < all) break;  // the input has ended
-            Refill();
+            if (ended_) break;
+            Refill(out.size() - done);
             if (ready_ == 0) break;
         }
         const bool second = taken_ >= half;

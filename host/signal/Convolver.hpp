@@ -19,12 +19,16 @@ public:
 
     std::size_t Read(std::span<double> out) override;
 
+    /// Whether the input is taken in whole blocks, as it is at first; else no sample of it before a
+    /// sample of the output needs it, which takes longer.
+    void ReadAhead(bool ahead) { ahead_ = ahead; }
+
     /// Samples of the input that are taken at once for an impulse response of so many taps.
     static std::size_t Block(std::size_t taps);
 
 private:
     struct Transformed;
-    void Refill();
+    void Refill(std::size_t most);
 
     SignalSource& input_;
     double gain_ = 0;  // of an impulse response that is one sample long: no transform then
@@ -32,6 +36,7 @@ private:
     std::vector<double> samples_;  // the last taps - 1 of the past, then the new ones
     std::size_t past_ = 0;
     std::size_t ready_ = 0, taken_ = 0;  // of the new samples
+    bool ahead_ = true, ended_ = false;
 };
 
 }  // namespace amisim

@@ -347,11 +347,17 @@ SignalSource& SignalChain::Through(SignalSource& through,
         if (k > 0 && k < brought_) continue;  // is in what goes through
         SignalSource& from = k == 0 ? through : Stimulus(k, false);
         parts.push_back(Add<Convolver>(from, TapsOf(k, responses[k])));
+        if (k == 0) through_.push_back(static_cast<Convolver*>(parts.back()));
     }
     SignalSource* const clean = parts.size() > 1 ? Add<SignalMix>(parts) : parts[0];
     SignalSource* const made = AddNoise(clean, noiseFilter);
     output_ = output;
     return *made;
+}
+
+void SignalChain::ReadAhead(bool ahead)
+{
+    for (Convolver* const part : through_) part->ReadAhead(ahead);
 }
 
 void SignalChain::UseTransmitter(const SignalOptions& options, std::int64_t heldBits,

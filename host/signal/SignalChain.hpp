@@ -17,6 +17,8 @@
 
 namespace amisim {
 
+class Convolver;
+
 /// A transmitter and what carries its signal to the model's input.
 struct Road
 {
@@ -114,6 +116,10 @@ public:
     SignalSource& Through(SignalSource& through, const std::vector<std::vector<double>>& responses,
                           const LeadingTaps& noiseFilter);
 
+    /// Whether what has been made by Through() takes its wave in large blocks, as it does at first;
+    /// else no sample of it before it is needed.
+    void ReadAhead(bool ahead);
+
     /// The channel as it is used; none for a waveform file.
     const std::optional<ChannelCurves>& Channel() const { return curves_; }
 
@@ -157,7 +163,8 @@ private:
     std::vector<Sender> senders_;  // of each column; none for a waveform file
     std::optional<SymbolHistory> sent_;
     std::vector<std::unique_ptr<SignalSource>> stages_;
-    SignalSource* output_ = nullptr;  // one of them
+    SignalSource* output_ = nullptr;   // one of them
+    std::vector<Convolver*> through_;  // likewise, of the waves that Through() was given
     std::int64_t bits_ = 0;
     double sentUnitInterval_ = 0;
     std::vector<Road> roads_;                           // of each column, as senders_

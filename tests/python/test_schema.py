@@ -18,7 +18,8 @@ PAM_MODEL = os.environ["PAM_MODEL"]
 SCHEMAS = {path.name: json.loads(path.read_text()) for path in (SOURCE / "docs").glob("*.schema.json")}
 
 # Each kind of run. m: our receiver; t, p: models for tests; x, f:
-# a transmitter, and a receiver that has AMI_Init alone; y, g: the same with buffers.
+# a transmitter, and a receiver that has AMI_Init alone; y, g: the same with buffers; z: either end of
+# a link that is trained.
 RUNS = [
     "m --bits 12000 --tx-post 0.1 --noise 0.002 --mask sfi-host-rx",
     "m --noise 0.01 --noise-bandwidth 5e9 --rj 0.01 --sj-amplitude 0.1 --ppm -50",
@@ -40,6 +41,7 @@ RUNS = [
     "g.so --tx y.so --ppm 0 --touchstone line.s4p --accept-channel",
     "m --loss 8 --retimer m --loss 6 --tx-post 0.1",
     "link.toml",
+    "z.so --tx z.so --ppm 0",
     "t -p Mode=clock",
     "t -p Mode=segv",
     "t -p Mode=zeros",
@@ -75,9 +77,13 @@ def make_inputs(folder):
     assert done.returncode == 0, done.stderr
     shutil.copy(folder / "wave/wave.npy", folder)
     np.savetxt(folder / "column.csv", np.load(folder / "wave.npy")[:30000, 1], header="v", comments="")
+    back_channel = [(f"BCI_{name}", kind, value) for name, kind, value in (
+        ("Protocol", "String", '"lms"'), ("ID", "String", '""'), ("State", "String", '"Off"'),
+        ("Training_UI", "Integer", 1000))]
     receiver, transmitter = ("Rx_Rj", "UI", "0.01"), ("Tx_Rj", "UI", "0.001")
     buffer = ("Ts4file", "String", '"line.s4p"')
     for name, wave, *more in (("f", False, receiver), ("x", True, transmitter),
+                              ("z", True, *back_channel),
                               ("g", False, receiver, buffer, ("Rx_R", "Float", 50)),
                               ("y", True, transmitter, buffer, ("Tx_R", "Float", 50),
                                ("Tx_V", "Float", 1))):
@@ -86,8 +92,10 @@ def make_inputs(folder):
                     ("Init_Returns_Impulse", "Boolean", True), *more]
         own = [("First", "Float", 0.8), ("Second", "Float", -0.2), ("Impulse", "Float", 1),
                ("Tell", "Float", 3)]
-        texts = [" ".join(f'({parameter} (Usage {usage}) (Type {kind}) (Value {value}) (Description ""))'
-                          for parameter, kind, value in group)
+        told = [row for row in reserved if row[0] in ("BCI_ID", "BCI_State")]
+        texts = [" ".join(f'({parameter} (Usage {"In" if row in told else usage}) (Type {kind}) '
+                          f'(Value {value}) (Description ""))'
+                          for row in group for parameter, kind, value in [row])
                  for usage, group in (("Info", reserved), ("In", own))]
         (folder / f"{name}.ami").write_text('({} (Description "")\n(Reserved_Parameters {})\n'
                                             "(Model_Specific {}))\n".format(name, *texts))
