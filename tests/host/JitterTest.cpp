@@ -324,6 +324,27 @@ TEST_F(JitterTest, ALinkOfSeveralSegmentsToleratesWhatItsFirstOneDoes)
     EXPECT_TRUE(Says("3 cases, 3 of them to be run")) << output_;
 }
 
+TEST_F(JitterTest, WhatAmiResolveTellsIsTakenOff)
+{
+    fs::copy(CLOCK_MODEL, "clock.so");
+    Save("clock.ami",
+         "(clock (Reserved_Parameters (AMI_Version (Usage Info) (Type String) (Value \"7.2\"))\n"
+         "(GetWave_Exists (Usage Info) (Type Boolean) (Value True))\n"
+         "(Init_Returns_Impulse (Usage Info) (Type Boolean) (Value False))\n"
+         "(Resolve_Exists (Usage Info) (Type Boolean) (Value True))\n"
+         "(Rx_DCD (Usage Dep) (Type Float) (Value 0)))\n"
+         "(Model_Specific (Corner (Usage In) (Type Float) (Range 4e6 0 1e9))))\n");
+    const std::string words =
+        " clock.ami --bit-rate 1e10 --samples-per-bit 16 --loss 0 --ppm 0 --prbs 7 --ignore-bits "
+        "4000 --frequencies 4e6 --pictures none ";
+    ASSERT_EQ(Amisim("tolerance --ber 1e-3 --resolution 0.01" + words), 0) << output_;
+    const Json point = Found("tolerance/tolerance.json").at("points").at(0);
+    EXPECT_NEAR(point.at("tolerance_ui_pp"), (1 - 2 * 0.1) * std::hypot(1, 1), 0.03);
+    EXPECT_EQ(Amisim("transfer" + words), 0) << output_;
+    EXPECT_EQ(Amisim("transfer -p Corner=0 --out none" + words), 9);
+    EXPECT_TRUE(Says("the model returned 0 in AMI_Resolve")) << output_;
+}
+
 TEST_F(JitterTest, AMissedMaskIsAFailureWithItsMargin)
 {
     Save("mask.csv", "1e6,3\n1e8,3\n");

@@ -45,6 +45,21 @@ double Parameter(const char* parameters, const char* name)
 
 }  // namespace
 
+/// A decision a tenth of a unit interval early and late in turn, of a clock that follows at all.
+EXPORT long AMI_Resolve(double bitTime, const char* parameters, char** out, void** memory, char**)
+{
+    static char text[64];
+    std::snprintf(text, sizeof text, "(clock (Rx_DCD %g))", 0.1 * bitTime);
+    *out = text;
+    *memory = text;
+    return Parameter(parameters, "(Corner ") > 0 ? 1 : 0;
+}
+
+EXPORT long AMI_Resolve_Close(void*)
+{
+    return 1;
+}
+
 EXPORT long AMI_Init(double*, long, long, double sampleInterval, double bitTime,
                      const char* parameters, char** out, void** memory, char** message)
 {
