@@ -55,6 +55,9 @@ CLI::App* AddChannelCommand(CLI::App& app, ChannelOptions& o)
     channel->add_flag("--json", o.json, "Print channel.json instead of a table");
     AddPicturesOption(*channel, o.pictures);
     AddNetworkOptions(*channel, "Ports and terminations", o.signal);
+    const char* const aggressors = "Aggressors' signals";
+    AddAggressorAmplitude(*channel, aggressors, o.signal);
+    AddRiseTime(*channel, aggressors, o.signal);
     return channel;
 }
 

@@ -58,6 +58,10 @@ NetworkReport MakeReport(const SignalOptions& options, const std::string& limits
         report.notes.push_back("not to be trusted at this bit rate: " + fault);
     report.response = CurvesOf(channel, options.samplesPerBit);
     const auto crosstalk = CrosstalkTerms(options, network, report.notes);
+    if (!crosstalk.empty()) {
+        report.noise = NoiseOf(crosstalk, {options.bitRate, options.aggressorAmplitude,
+                                           options.riseTime * options.BitTime()});
+    }
     report.figures =
         FiguresOf(network, crosstalk, report.limits ? report.limits->fit : FitChoice{});
     if (report.limits) report.verdicts = Judge(report.figures, *report.limits);

@@ -36,6 +36,12 @@ std::string VerdictText(const LimitVerdict& v)
     return text;
 }
 
+std::string NoiseText(const CrosstalkNoise& noise)
+{
+    return fmt::format("{:.3g} mV rms: {:.3g} far, {:.3g} near", noise.Total() * 1e3,
+                       noise.far * 1e3, noise.near * 1e3);
+}
+
 plot::Heading HeadingOf(const NetworkReport& report)
 {
     const double loss = report.AtHalfRate("insertion_loss_db");
@@ -78,6 +84,12 @@ std::string NetworkPage(const NetworkReport& report)
         if (std::isfinite(value)) row(curve.title, fmt::format("{:.2f} dB", value), false);
     }
     text += end;
+    if (report.noise) {
+        begin(fmt::format("Crosstalk from {:.4g} MHz to {:.6g} GHz", report.noise->from * 1e-6,
+                          report.noise->to * 1e-9));
+        row(kCrosstalkNoise, NoiseText(*report.noise), false);
+        text += end;
+    }
     text += "<h2>Curves</h2>\n<div class=\"eyes\">\n";
     for (const NetworkPicture& picture :
          PicturesOf(report.figures, report.response, report.limits ? &*report.limits : nullptr)) {

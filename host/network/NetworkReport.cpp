@@ -100,6 +100,15 @@ Json ToJson(const NetworkReport& r)
                  {"reference_ohms", r.figures.reference}};
     for (const NetworkCurve& curve : r.figures.curves)
         json["at_half_bit_rate"][std::string(curve.name)] = OrNull(r.AtHalfRate(curve.name));
+    if (r.noise) {
+        json["crosstalk_noise"] = {{"v_rms", r.noise->Total()},
+                                   {"fext_v_rms", r.noise->far},
+                                   {"next_v_rms", r.noise->near},
+                                   {"from_hz", r.noise->from},
+                                   {"to_hz", r.noise->to},
+                                   {"transmitter_corner_hz", OrNull(r.noise->transmitterCorner)},
+                                   {"receiver_corner_hz", r.noise->receiverCorner}};
+    }
     json["fit"] = {{"a0_db", fit.a[0]},
                    {"a1_db_per_root_hz", fit.a[1]},
                    {"a2_db_per_hz", fit.a[2]},
@@ -143,6 +152,7 @@ std::string ToText(const NetworkReport& r)
     row("Deviation from the fit, rms",
         fmt::format("{:.3f} dB from {:.4g} to {:.4g} GHz", r.figures.fit.rmsDb,
                     r.figures.fit.from * 1e-9, r.figures.fit.to * 1e-9));
+    if (r.noise) row(kCrosstalkNoise, NoiseText(*r.noise));
     if (!r.limits) return text;
     text += fmt::format("Limits of {}\n", r.limits->name);
     for (const LimitVerdict& v : r.verdicts) row(LimitName(r, v), VerdictText(v));

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/channel/ChannelGrade.hpp"
+#include "host/network/CrosstalkNoise.hpp"
 #include "host/network/Limits.hpp"
 #include "host/pictures/Picture.hpp"
 #include "host/results/OutputFolder.hpp"
@@ -20,6 +21,7 @@ struct NetworkReport
     double bitRate = 0.0;  ///< bit/s, of the pulse and of what is said at half of it
     NetworkFigures figures;
     ChannelCurves response;
+    std::optional<CrosstalkNoise> noise;  ///< of a channel with aggressors
     std::optional<ChannelGrade> grade;
     std::optional<LimitSet> limits;
     std::vector<LimitVerdict> verdicts;

@@ -63,4 +63,23 @@ void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& o)
          "--touchstone]");
 }
 
+void AddAggressorAmplitude(CLI::App& app, const char* group, SignalOptions& o)
+{
+    app.add_option("--aggressor-amplitude", o.aggressorAmplitude,
+                   "Amplitude of the aggressors, V differential peak to peak")
+        ->check(CLI::Range(0.0, 1e3).description(""))
+        ->capture_default_str()
+        ->type_name("V")
+        ->group(group);
+}
+
+void AddRiseTime(CLI::App& app, const char* group, SignalOptions& o)
+{
+    app.add_option("--rise-time", o.riseTime, "Rise time from 20 % to 80 %, UI")
+        ->check(CLI::Range(0.0, 1.0).description(""))
+        ->capture_default_str()
+        ->type_name("UI")
+        ->group(group);
+}
+
 }  // namespace amisim

@@ -14,4 +14,8 @@ void AddFiles(CLI::App& app, const char* group, const char* name,
 /// end in, and where crosstalk comes from.
 void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& options);
 
+/// What aggressors send.
+void AddAggressorAmplitude(CLI::App& app, const char* group, SignalOptions& options);
+void AddRiseTime(CLI::App& app, const char* group, SignalOptions& options);
+
 }  // namespace amisim

@@ -125,8 +125,7 @@ void AddTransmitterOptions(CLI::App& run, SignalOptions& o)
         ->group(group);
     AddNumber(run, group, "--amplitude", o.amplitude, "V", 0.0, 1e3,
               "Transmitted amplitude, V differential peak to peak");
-    AddNumber(run, group, "--rise-time", o.riseTime, "UI", 0.0, 1.0,
-              "Rise time from 20 % to 80 %, UI");
+    AddRiseTime(run, group, o);
     const auto cursors = [&](const char* name, std::vector<double>& values, const char* text) {
         run.add_option_function<std::string>(
                name, [name, &values](const std::string& list) { values = Cursors(name, list); },
@@ -185,8 +184,7 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
     AddFile(run, group, "--step", o.step,
             "Channel from its step response: CSV or .npy of time in s and value in V/V");
 
-    AddNumber(run, group, "--aggressor-amplitude", o.aggressorAmplitude, "V", 0.0, 1e3,
-              "Amplitude of the aggressors, V differential peak to peak");
+    AddAggressorAmplitude(run, group, o);
     AddNumber(run, group, "--aggressor-ppm", o.aggressorPpm, "PPM", -1e4, 1e4,
               "Aggressors' bit rate above the receiver's, ppm");
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "host/network/CrosstalkNoise.hpp"
 #include "host/network/LimitFile.hpp"
 #include "host/network/MakeReport.hpp"
 #include "host/network/NetworkPage.hpp"
@@ -108,6 +109,35 @@ TEST(NetworkFigures, TellCrosstalkAndModeConversion)
     EXPECT_NEAR(value("crosstalk_ratio_db"), ratio, 1e-9);
     EXPECT_NEAR(value("fitted_crosstalk_ratio_db"), ratio, 1e-9);
     EXPECT_EQ(FiguresOf(Network(pair), {}, {}).Find("crosstalk_ratio_db"), nullptr);
+}
+
+TEST(CrosstalkNoise, OfFlatCouplingIsThatOfTheWeightsIntegral)
+{
+    FrequencyResponse flat, half;  // -40 dB throughout, and to half the bit rate
+    for (int k = 0; k <= 1500; ++k) {
+        flat.frequency.push_back(10e6 * k);
+        flat.value.push_back(std::polar(0.01, 0.3 * k));
+    }
+    half = flat;
+    half.frequency.resize(501);
+    half.value.resize(501);
+    // Twice the integral over x from 0 to 1 (and 1/2) of sinc^2(x) / ((1 + (x / 0.946)^4) (1 + (x /
+    // 0.75)^8)), by Simpson's rule elsewhere.
+    const AggressorSignal signal{10e9, 0.8, 25e-12};
+    const double one = 0.4 * 0.01 * std::sqrt(0.85029978),
+                 part = 0.4 * 0.01 * std::sqrt(0.76355611);
+    const CrosstalkNoise far = NoiseOf({{flat, false}}, signal);
+    EXPECT_NEAR(far.far / one, 1.0, 1e-5);
+    EXPECT_EQ(far.near, 0.0);
+    EXPECT_EQ(far.to, 10e9);
+    EXPECT_NEAR(NoiseOf({{half, true}}, signal).near / part, 1.0, 1e-5);
+    const CrosstalkNoise both = NoiseOf({{flat, true}, {half, false}, {flat, true}}, signal);
+    EXPECT_NEAR(both.near / one, std::sqrt(2), 1e-5);
+    EXPECT_NEAR(both.Total() / std::hypot(one, one, part), 1.0, 1e-5);
+    // Without a rise time, by the same rule.
+    const CrosstalkNoise wide = NoiseOf({{flat, false}}, {1e9, 2, 0});
+    EXPECT_TRUE(std::isinf(wide.transmitterCorner));
+    EXPECT_NEAR(wide.far / (0.01 * std::sqrt(0.87294044)), 1.0, 1e-3);
 }
 
 TEST(Limits, HaveTheBackplanesValues)
@@ -222,6 +252,16 @@ TEST_F(ChannelProgram, ShowsACascadeAndSaysWhatItMisses)
     EXPECT_LT(json["limits"]["lines"][0]["margin_db"], 0.0);
     EXPECT_NEAR(json["at_half_bit_rate"]["insertion_loss_db"], 2 * Loss(5.15625e9), 2.0);
     EXPECT_EQ(nlohmann::json::parse(Read("good/channel.json")), json);
+    EXPECT_FALSE(json.contains("crosstalk_noise"));
+    EXPECT_EQ(Shell(AMISIM_PROGRAM " channel good.s2p good.s2p --next good.s2p@1 --out good "
+                                   "--aggressor-amplitude 1.6 --pictures none --json >json"),
+              0)
+        << output_;
+    const auto noise = nlohmann::json::parse(Read("json"))["crosstalk_noise"];
+    EXPECT_EQ(noise["fext_v_rms"], 0.0);
+    EXPECT_EQ(noise["next_v_rms"], noise["v_rms"]);
+    EXPECT_GT(noise["v_rms"], 0.1);
+    EXPECT_NE(Read("good/channel.html").find("Integrated crosstalk noise"), std::string::npos);
     EXPECT_TRUE(Read("good/loss.png").empty());  // of the run before
     EXPECT_EQ(Shell(AMISIM_PROGRAM " channel none.s2p"), 3);
     EXPECT_TRUE(Says("none.s2p")) << output_;
