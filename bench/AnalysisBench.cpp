@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "host/analysis/Analyses.hpp"
+#include "host/channel/LossyLine.hpp"
 #include "host/signal/SignalChain.hpp"
+#include "host/statistical/StatisticalEye.hpp"
 
 namespace amisim {
 namespace {
@@ -80,6 +82,26 @@ BENCHMARK(Sending)
     ->ArgNames({"samples_per_bit", "noise"})
     ->Args({64, 1})
     ->Args({64, 0})
+    ->Unit(benchmark::kMillisecond);
+
+/// An eye from the response of the 10 dB line, with jitter at random and, if told, a sine, whose
+/// phases are 24 such eyes.
+void Computing(benchmark::State& state)
+{
+    StatisticalLink link;
+    link.modulation = Modulation::Of(static_cast<int>(state.range(0)));
+    link.modulation.thresholds.clear();
+    link.jitter.randomRms = 0.01;
+    if (state.range(1) == 1) link.jitter.sines = {{.amplitude = 0.1, .frequency = 5e-4}};
+    const SignalOptions options = Options(64);
+    link.response =
+        StepResponse(LossyLine{10, 0.5, options.bitRate / 2}.Impulse(options.SampleInterval()), 64);
+    for (auto _ : state) benchmark::DoNotOptimize(ComputeStatisticalEye(link, {1e-12}));
+}
+BENCHMARK(Computing)
+    ->ArgNames({"levels", "sine"})
+    ->ArgsProduct({{2, 4}, {0, 1}})
+    ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -33,6 +33,21 @@ struct Turns
     std::complex<double> block;  // what leads on to the next block
 };
 
+/// Goes through weight * exp(i n angle), n = 0 ... size - 1, block after block: what its turns are to
+/// be multiplied by, these, where it begins and how many there are.
+template <typename Take>
+void ForBlocks(double angle, double weight, std::size_t size, Take take)
+{
+    const Turns turns(angle);
+    std::complex<double> turn;
+    for (std::size_t begin = 0; begin < size; begin += kBlock) {
+        // Now and then anew, so that rounding does not add up.
+        turn = begin % (8 * kBlock) == 0 ? std::polar(weight, angle * static_cast<double>(begin))
+                                         : turn * turns.block;
+        take(turn, turns, begin, std::min(kBlock, size - begin));
+    }
+}
+
 WIDE void AddTurned(double c, double s, const Turns& turns, std::size_t count, double* real,
                     double* imaginary)
 {
@@ -40,6 +55,22 @@ WIDE void AddTurned(double c, double s, const Turns& turns, std::size_t count, d
         real[i] += c * turns.real[i] - s * turns.imaginary[i];
         imaginary[i] += c * turns.imaginary[i] + s * turns.real[i];
     }
+}
+
+/// What AddTurned adds, in its real part.
+WIDE void AddCosines(double c, double s, const Turns& turns, std::size_t count, double* sum)
+{
+    for (std::size_t i = 0; i < count; ++i) sum[i] += c * turns.real[i] - s * turns.imaginary[i];
+}
+
+WIDE void AddMultiple(double factor, const double* of, std::size_t count, double* sum)
+{
+    for (std::size_t i = 0; i < count; ++i) sum[i] += factor * of[i];
+}
+
+WIDE void Multiply(const double* by, std::size_t count, double* values)
+{
+    for (std::size_t i = 0; i < count; ++i) values[i] *= by[i];
 }
 
 WIDE void AddProductOf(double factor, const double* aReal, const double* aImaginary,
@@ -58,18 +89,28 @@ void AddValues(std::span<const double> volts, std::span<const double> weights, d
                Characteristic& sum)
 {
     for (std::size_t value = 0; value < volts.size(); ++value) {
-        const double angle = step * volts[value];
-        const Turns turns(angle);
-        std::complex<double> turn;
-        for (std::size_t begin = 0; begin < sum.Size(); begin += kBlock) {
-            // Now and then anew, so that rounding does not add up.
-            turn = begin % (8 * kBlock) == 0
-                       ? std::polar(weights[value], angle * static_cast<double>(begin))
-                       : turn * turns.block;
-            AddTurned(turn.real(), turn.imag(), turns, std::min(kBlock, sum.Size() - begin),
-                      sum.real.data() + begin, sum.imaginary.data() + begin);
-        }
+        ForBlocks(step * volts[value], weights[value], sum.Size(),
+                  [&](std::complex<double> turn, const Turns& turns, std::size_t begin,
+                      std::size_t count) {
+                      AddTurned(turn.real(), turn.imag(), turns, count, sum.real.data() + begin,
+                                sum.imaginary.data() + begin);
+                  });
     }
+}
+
+void MultiplyByMean(std::span<const double> levels, double angle, std::span<double> values)
+{
+    // Those above 0, and the one at 0 where there is one, stand for themselves and their mirrors.
+    const double share = 1.0 / static_cast<double>(levels.size());
+    std::vector<double> mean(values.size(), levels.size() % 2 == 1 ? share : 0.0);
+    for (std::size_t i = (levels.size() + 1) / 2; i < levels.size(); ++i) {
+        ForBlocks(angle * levels[i], 2 * share, values.size(),
+                  [&](std::complex<double> turn, const Turns& turns, std::size_t begin,
+                      std::size_t count) {
+                      AddCosines(turn.real(), turn.imag(), turns, count, mean.data() + begin);
+                  });
+    }
+    Multiply(mean.data(), values.size(), values.data());
 }
 
 void Spread(double variance, double step, Characteristic& of)
@@ -82,6 +123,12 @@ void Spread(double variance, double step, Characteristic& of)
     }
 }
 
+void Scale(std::span<const double> by, Characteristic& of)
+{
+    Multiply(by.data(), of.Size(), of.real.data());
+    Multiply(by.data(), of.Size(), of.imaginary.data());
+}
+
 void AddProduct(double factor, const Characteristic& a, const Characteristic& b,
                 Characteristic& sum)
 {
@@ -91,10 +138,8 @@ void AddProduct(double factor, const Characteristic& a, const Characteristic& b,
 
 void AddScaled(double factor, const Characteristic& a, Characteristic& sum)
 {
-    for (std::size_t i = 0; i < sum.Size(); ++i) {
-        sum.real[i] += factor * a.real[i];
-        sum.imaginary[i] += factor * a.imaginary[i];
-    }
+    AddMultiple(factor, a.real.data(), sum.Size(), sum.real.data());
+    AddMultiple(factor, a.imaginary.data(), sum.Size(), sum.imaginary.data());
 }
 
 }  // namespace amisim

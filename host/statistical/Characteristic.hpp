@@ -30,6 +30,13 @@ void AddValues(std::span<const double> volts, std::span<const double> weights, d
 /// Adds an independent Gaussian voltage of that variance, V squared.
 void Spread(double variance, double step, Characteristic& of);
 
+/// Multiplies real values at those frequencies.
+void Scale(std::span<const double> by, Characteristic& of);
+
+/// Multiplies values at n = 0, 1, ... by the mean of exp(i n angle level) over levels that lie
+/// symmetrically about 0 and rise.
+void MultiplyByMean(std::span<const double> levels, double angle, std::span<double> values);
+
 /// sum += factor * a * b.
 void AddProduct(double factor, const Characteristic& a, const Characteristic& b,
                 Characteristic& sum);

@@ -5,6 +5,8 @@
 #include <limits>
 #include <numbers>
 
+#include "host/statistical/PastSymbols.hpp"
+
 namespace amisim {
 namespace {
 
@@ -148,20 +150,6 @@ std::vector<EdgeSum::Range> EdgeSum::Extremes(double time) const
     return extremes;
 }
 
-/// Of what the symbols before the first boundary but the last of them add, V squared. So far away
-/// the response hardly changes over a few symbols: their sum counts, not how the de-emphasis
-/// spreads it.
-double EdgeSum::PastVariance(double time, int first) const
-{
-    double sum = 0;
-    for (int boundary = first; time - boundary < response_.Settled(); --boundary) {
-        const double since = time - boundary + 1;
-        const double cursor = response_(since + 1) - response_(since);
-        sum += cursor * cursor;
-    }
-    return sum * trellis_.Variance();
-}
-
 /// The place of the change that does the opposite, or `change` where there is none.
 std::size_t EdgeSum::Mirrored(std::size_t change) const
 {
@@ -232,19 +220,17 @@ void EdgeSum::Step(States& states, const std::vector<Characteristic>& edges, Sta
 void EdgeSum::AddWith(const Common& common, double time, double step, double weight,
                       std::vector<Characteristic>& sum) const
 {
-    const std::size_t count = trellis_.States(), size = sum[0].Size();
+    const std::size_t size = sum[0].Size();
     const double bin = std::numbers::pi / (step * static_cast<double>(size));
     const auto [first, last] = Active(time, bin / 16);
-    std::vector<States> all(1, States(count, Characteristic(size)));
+    const PastSymbols past(trellis_, response_, nodes_, jitter_.dutyCycle,
+                           {.time = time,
+                            .late = [&](int boundary) { return Late(common, boundary); },
+                            .first = first,
+                            .highest = step * static_cast<double>(size)});
+    std::vector<States> all(1, past.States(step, size));
     States spare = all[0];
-    const double variance = PastVariance(time, first);
-    for (std::size_t state = 0; state < count; ++state) {
-        const double volts[] = {trellis_.Driven(state) * response_(time - first + 1)};
-        const double share[] = {1.0 / static_cast<double>(count)};
-        AddValues(volts, share, step, all[0][state]);
-        Spread(variance, step, all[0][state]);
-    }
-    for (int boundary = first; boundary <= last; ++boundary) {
+    for (int boundary = past.Until(); boundary <= last; ++boundary) {
         const auto edges = EdgesAt(time - boundary - Late(common, boundary), step, size);
         for (States& states : all) {
             Step(states, edges, spare);

@@ -49,7 +49,6 @@ private:
         int first, last;
     };
     Boundaries Active(double time, double volts) const;
-    double PastVariance(double time, int first) const;
 
     /// The part of the jitter that the boundaries have in common, at one of its phases.
     struct Common

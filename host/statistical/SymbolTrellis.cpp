@@ -8,32 +8,30 @@ namespace amisim {
 
 /// The digits of a state's number to the base of the levels are its symbols, the newest first.
 SymbolTrellis::SymbolTrellis(const Modulation& modulation, const Deemphasis& deemphasis)
-    : levels_(modulation.levels.size())
+    : sent_(modulation.levels), cursors_(deemphasis.Cursors()), main_(deemphasis.pre.size())
 {
-    const std::vector<double> cursors = deemphasis.Cursors();
-    const double cursorSum = std::accumulate(cursors.begin(), cursors.end(), 0.0);
-    for (const double level : modulation.levels) {
-        variance_ += level * level * cursorSum * cursorSum / static_cast<double>(levels_);
+    const std::size_t levels = Levels();
+    const double cursorSum = std::accumulate(cursors_.begin(), cursors_.end(), 0.0);
+    for (const double level : sent_) {
+        variance_ += level * level * cursorSum * cursorSum / static_cast<double>(levels);
     }
     std::size_t states = 1;
-    for (std::size_t i = 0; i < cursors.size(); ++i) {
-        states *= levels_;
+    for (std::size_t i = 0; i < cursors_.size(); ++i) {
+        states *= levels;
     }
     for (std::size_t state = 0; state < states; ++state) {
         double driven = 0;
         std::size_t digits = state;
-        for (std::size_t i = 0; i < cursors.size(); ++i, digits /= levels_) {
-            driven += cursors[i] * modulation.levels[digits % levels_];
-            if (i == deemphasis.pre.size()) {
-                main_.push_back(static_cast<Symbol>(digits % levels_));
-            }
+        for (std::size_t i = 0; i < cursors_.size(); ++i, digits /= levels) {
+            driven += cursors_[i] * sent_[digits % levels];
+            symbols_.push_back(static_cast<Symbol>(digits % levels));
         }
         driven_.push_back(driven);
     }
     for (std::size_t state = 0; state < states; ++state) {
-        for (std::size_t oldest = 0; oldest < levels_; ++oldest) {
-            const std::size_t from = state / levels_ + oldest * (states / levels_);
-            const int direction = (main_[state] > main_[from]) - (main_[state] < main_[from]);
+        for (std::size_t oldest = 0; oldest < levels; ++oldest) {
+            const std::size_t from = state / levels + oldest * (states / levels);
+            const int direction = (Main(state) > Main(from)) - (Main(state) < Main(from));
             moves_.push_back({from, PlaceOf({driven_[state] - driven_[from], direction})});
         }
     }

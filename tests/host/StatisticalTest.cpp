@@ -362,6 +362,35 @@ TEST_P(CountedAndComputed, HaveOneDistribution)
     }
 }
 
+/// Symbols of long ago are summed apart from the edges; how long, the highest frequency decides.
+TEST_P(CountedAndComputed, HaveOneCharacteristicWhereverThePastBegins)
+{
+    const Case& c = GetParam();
+    BoundaryJitter jitter;
+    jitter.randomRms = c.randomRms;
+    jitter.dutyCycle = c.dutyCycle;
+    jitter.evenOdd = 0.02;
+    jitter.sines = {{.amplitude = 0.1, .frequency = 0.05}};
+    std::vector<double> slow = Impulse();
+    for (std::size_t i = 0; i < slow.size(); ++i) {
+        slow[i] += 0.2 * std::exp(-static_cast<double>(i) / (5 * kSamples)) / (5 * kSamples);
+    }
+    const EdgeSum sum(SymbolTrellis(c.modulation, c.deemphasis), ResponseOf(Sender(), slow),
+                      jitter);
+    const double step = VoltageGrid{0.7, 64}.FrequencyStep();
+    constexpr std::size_t kFew = 33, kMany = 513;
+    constexpr double kNear = 5e-4;  // what moves the boundaries of the past is a Gaussian
+    for (const double time : {0.4, 0.9}) {
+        const auto few = sum.At(time, step, kFew), many = sum.At(time, step, kMany);
+        for (std::size_t symbol = 0; symbol < few.size(); ++symbol) {
+            for (std::size_t n = 0; n < kFew; ++n) {
+                EXPECT_NEAR(few[symbol].real[n], many[symbol].real[n], kNear) << n;
+                EXPECT_NEAR(few[symbol].imaginary[n], many[symbol].imaginary[n], kNear) << n;
+            }
+        }
+    }
+}
+
 const Modulation kPam4{{-1, -1.0 / 3, 1.0 / 3, 1}, {-0.3, 0, 0.3}};
 
 INSTANTIATE_TEST_SUITE_P(StatisticalEye, CountedAndComputed,
