@@ -141,6 +141,19 @@ Analyses::Analyses(const Settings& settings)
 {
 }
 
+/// A sine moves the crossings of part of a period to one side.
+void Analyses::Expect(std::vector<double> sines)
+{
+    sines_ = std::move(sines);
+    double longest = 0;  // period, bits
+    for (const double frequency : sines_) {
+        const double period = 1 / (std::abs(frequency) * settings_.samplesPerBit);
+        if (period <= kMostHeldBits) longest = std::max(longest, period);
+    }
+    if (longest > 0)
+        heldBits_ = std::lround(longest * std::ceil(static_cast<double>(kHeldBits) / longest));
+}
+
 void Analyses::Use(const Slicers& slicers)
 {
     told_ = true;
@@ -174,7 +187,7 @@ void Analyses::Add(std::span<const double> input, std::span<const double> output
         heldInput_.insert(heldInput_.end(), input.begin(), input.end());
         heldOutput_.insert(heldOutput_.end(), output.begin(), output.end());
         heldEdges_.insert(heldEdges_.end(), frame_.Edges().begin(), frame_.Edges().end());
-        if (end_ >= ignoreSamples_ + static_cast<double>(kHeldBits * settings_.samplesPerBit))
+        if (end_ >= ignoreSamples_ + static_cast<double>(heldBits_ * settings_.samplesPerBit))
             Release();
     }
     frame_.Edges().clear();
@@ -221,7 +234,7 @@ void Analyses::SetIdealClock(const Slicers& slicers, double to)
 /// By what is held of a wave, in the middle between its edges. @param shift  of these, UI
 Slicers Analyses::FindSlicers(std::span<const double> held, const Edges& edges, double shift) const
 {
-    const double bits = static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    const double bits = static_cast<double>(heldBits_ * settings_.samplesPerBit);
     std::vector<double> levels;
     for (const ClockFrame::Edge& edge : edges) {
         const double time = edge.time + (shift + 0.5) * settings_.samplesPerBit;
@@ -238,7 +251,7 @@ void Analyses::Release()
 {
     holding_ = false;
     // So many bits whatever the size of the blocks, so that this makes no difference.
-    const double to = ignoreSamples_ + static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    const double to = ignoreSamples_ + static_cast<double>(heldBits_ * settings_.samplesPerBit);
     const int levels = settings_.mapping.Levels();
     const bool several = levels > 2;
     Slicers output = output_.LastSlicers(), input = output;
@@ -275,7 +288,7 @@ void Analyses::Release()
 std::vector<double> Analyses::CountedOf(std::vector<double> held) const
 {
     const double counted = std::max(0.0, ignoreSamples_ - heldFrom_);
-    const double bits = static_cast<double>(kHeldBits * settings_.samplesPerBit);
+    const double bits = static_cast<double>(heldBits_ * settings_.samplesPerBit);
     held.resize(std::min(held.size(), static_cast<std::size_t>(counted + bits)));
     held.erase(held.begin(), held.begin() + static_cast<std::ptrdiff_t>(std::min(
                                                 counted, static_cast<double>(held.size()))));
@@ -308,13 +321,13 @@ std::optional<BitComparison> Analyses::EndToEnd() const
     return ComparisonOf(*decisions.endToEnd, 0);
 }
 
-Analyses::Findings Analyses::Find(std::span<const double> sines)
+Analyses::Findings Analyses::Find()
 {
     if (holding_) Release();
     output_.Finish();
     input_.Finish();
     Findings found;
-    found.clock = clock_.Find(sines);
+    found.clock = clock_.Find(sines_);
     found.clock.times = frame_.Times();
     found.clock.filled = frame_.Filled();
     found.clock.backward = frame_.Backward();
@@ -373,7 +386,7 @@ void Analyses::Remark(Findings& found) const
     }
     if (ideal_ && frame_.Times() > 0) {
         notes.push_back(fmt::format("its first clock times came after bit {} and are left out",
-                                    settings_.ignoreBits + kHeldBits));
+                                    settings_.ignoreBits + heldBits_));
     }
     if (found.clock.backward > 0) {
         notes.push_back(fmt::format(

@@ -22,7 +22,8 @@ namespace amisim {
 ///
 /// The output is seen in the frame of the model's clock. The input is seen in the same frame, moved
 /// so that its eye is centred; by how much, and whether the model has a clock at all, is known
-/// when kHeldBits of those that count have come: until then their waves are held. A model that has
+/// when kHeldBits of those that count have come, or as many more as a sine of the transmitter's
+/// jitter has whole periods in: until then their waves are held. A model that has
 /// returned no clock time by then gets an ideal clock, at the transmitter's bit rate, its edges
 /// where the output crosses its thresholds on average.
 ///
@@ -46,12 +47,16 @@ public:
         bool maskAtInput = false;
         std::filesystem::path folder;  // for temporary files
     };
-    static constexpr std::int64_t kHeldBits = 1024;
+    static constexpr std::int64_t kHeldBits = 1024, kMostHeldBits = 16384;
 
     explicit Analyses(const Settings& settings);
 
     /// What stands between the output and its decisions; to be called before anything is added.
     void Use(const SamplerSettings& sampler) { sampler_ = sampler; }
+
+    /// The transmitter's jitter has sines of these frequencies, cycles a sample; to be called
+    /// before anything is added.
+    void Expect(std::vector<double> sines);
 
     /// Where the model decides, from the next block to be added on.
     void Use(const Slicers& slicers);
@@ -80,8 +85,7 @@ public:
         std::vector<std::string> notes;
     };
     /// Ends the analyses; nothing may be added afterwards.
-    /// @param sines  cycles a sample of those that the transmitter's jitter has
-    Findings Find(std::span<const double> sines = {});
+    Findings Find();
 
 private:
     using Edges = std::vector<ClockFrame::Edge>;
@@ -103,6 +107,8 @@ private:
     EyeAnalysis output_, input_;
     ClockAnalysis clock_;
     double end_ = 0;  // samples that have come
+    std::vector<double> sines_;
+    std::int64_t heldBits_ = kHeldBits;
 
     bool holding_ = true;
     std::vector<double> heldInput_, heldOutput_;

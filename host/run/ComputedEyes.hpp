@@ -28,9 +28,6 @@ public:
     /// Takes what went into the receiver, and what came out.
     void Add(std::span<const double> input, std::span<const double> output);
 
-    /// As StatisticalLinks.
-    std::vector<double> Sines() const { return links_.Sines(); }
-
     /// To be called when the run is over, and its counted eyes are found.
     /// @param run  how the receiver was run
     void Find(const MeasuredOutput::Conditions& run, RunResult& result) const;

@@ -22,7 +22,7 @@ std::int64_t HeldBits(std::int64_t blockBits, bool transmitter, std::size_t behi
 {
     constexpr std::int64_t kAhead = 1 << 17;  // of the bits that a transmitter's model has had
     return static_cast<std::int64_t>(behind) * (kAhead + 10 * blockBits) + 10 * blockBits +
-           Analyses::kHeldBits + SymbolComparer::kLongestDelay +
+           Analyses::kMostHeldBits + SymbolComparer::kLongestDelay +
            4 * static_cast<std::int64_t>(SymbolComparer::kWindow) +
            (transmitter ? kAhead + 10 * blockBits : 0);
 }
@@ -365,6 +365,8 @@ void Segment::UseSampler()
     sampler.gaussianNoise = std::hypot(sampler.gaussianNoise, own_.samplerNoise);
     sampler.seed = SignalOf(own_, place_.number).seed;
     analyses_->Use(sampler);
+    if (!signal_.Roads().empty())
+        analyses_->Expect(signal_.Roads().front().transmitter.jitter.SineFrequencies());
     if (retimer_) retimer_->Use(sampler);
     result_.sampler = sampler;
 }
@@ -435,7 +437,7 @@ void Segment::Close()
 
 void Segment::Evaluate()
 {
-    Analyses::Findings found = analyses_->Find(computed_.Sines());
+    Analyses::Findings found = analyses_->Find();
     analyses_.reset();  // and what it holds on the disk
     result_.eye = std::move(found.eye);
     result_.inputEye = std::move(found.inputEye);

@@ -42,16 +42,6 @@ BoundaryJitter StatisticalLinks::Jitter() const
     return jitter;
 }
 
-std::vector<double> StatisticalLinks::Sines() const
-{
-    std::vector<double> frequencies;
-    if (!Possible()) return frequencies;
-    for (const BoundaryJitter::Sine& sine : Jitter().sines) {
-        frequencies.push_back(sine.frequency / signal_.Roads().front().transmitter.unitInterval);
-    }
-    return frequencies;
-}
-
 /// Of several levels the states that this takes are too many to be gone through.
 bool StatisticalLinks::CursorsJitterTogether() const
 {

@@ -21,9 +21,6 @@ public:
     /// There is a signal of known shape.
     bool Possible() const { return !signal_.Roads().empty() && signal_.IsKnown(); }
 
-    /// Frequencies of the sines in its jitter, cycles a sample.
-    std::vector<double> Sines() const;
-
     /// What an edge does at the receiver's input, V from sample to sample; of an aggressor in the
     /// columns from 1 on. None behind a transmitter's model whose AMI_Init does not return the
     /// response.

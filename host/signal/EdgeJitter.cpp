@@ -5,6 +5,14 @@
 
 namespace amisim {
 
+std::vector<double> EdgeJitter::Settings::SineFrequencies() const
+{
+    std::vector<double> frequencies;
+    if (sineAmplitude != 0) frequencies.push_back(sineFrequency);
+    if (declared.sineAmplitude != 0) frequencies.push_back(declared.sineFrequency);
+    return frequencies;
+}
+
 double EdgeJitter::Next(double time, int direction)
 {
     double late = -0.25 * settings_.dutyCycle * direction;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "host/signal/Random.hpp"
 
@@ -31,6 +32,9 @@ public:
         double sineAmplitude = 0, sineFrequency = 0;
         double dutyCycle = 0;
         Declared declared = {};
+
+        /// Cycles a sample, of those sines that move anything.
+        std::vector<double> SineFrequencies() const;
     };
 
     EdgeJitter(const Settings& settings, Random random) : settings_(settings), random_(random) {}

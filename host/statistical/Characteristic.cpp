@@ -33,8 +33,8 @@ struct Turns
     std::complex<double> block;  // what leads on to the next block
 };
 
-/// Goes through weight * exp(i n angle), n = 0 ... size - 1, block after block: what its turns are to
-/// be multiplied by, these, where it begins and how many there are.
+/// Goes through weight * exp(i n angle), n = 0 ... size - 1, block after block: what its turns are
+/// to be multiplied by, these, where it begins and how many there are.
 template <typename Take>
 void ForBlocks(double angle, double weight, std::size_t size, Take take)
 {

@@ -25,7 +25,7 @@ public:
     {
         double time;  // UI after the boundary where the symbol to be decided begins
         std::function<double(int)> late;  // UI, of a boundary, for what all have in common
-        int first;  // boundaries before have symbols that are a Gaussian together
+        int first;       // boundaries before have symbols that are a Gaussian together
         double highest;  // frequency, rad/V
     };
     PastSymbols(const SymbolTrellis& trellis, const StepResponse& response,
@@ -49,7 +49,7 @@ private:
     const SymbolTrellis& trellis_;
     int until_;
     double mean_ = 0, variance_ = 0;  // V, V squared
-    std::vector<double> added_;  // X, the newest symbol's first: V for one unit of its level
+    std::vector<double> added_;       // X, the newest symbol's first: V for one unit of its level
 };
 
 }  // namespace amisim
