@@ -288,7 +288,8 @@ private:
 /// Q scale from column to column.
 double Evaluation::Reach(double ratio, int direction) const
 {
-    constexpr double kLeast = 1e-18;  // less than anything that is computed
+    // Below is rounding, which is not to say where a vertical side stands.
+    constexpr double kLeast = 1e-15;
     double last = WrongAt(At(kMiddle), which_, threshold_);
     if (last > ratio) {
         return 0;
