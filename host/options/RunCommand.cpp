@@ -215,6 +215,12 @@ void AddRunOptions(CLI::App& command, RunOptions& o)
         ->type_name("auto|off")
         ->group(tx);
 
+    run->add_option("--clock-lane", o.clockLane,
+                    "S parameters of the lane that the clock comes by, for a model that takes one "
+                    "in [a channel like the data's]")
+        ->type_name("FILE")
+        ->group(kChannelGroup);
+
     const std::string time = kTimeGroup;
     run->add_option("--block-bits", o.blockBits, "Bits in a call of AMI_GetWave")
         ->check(CLI::Range(1, 1 << 22).description(""))

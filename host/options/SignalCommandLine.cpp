@@ -248,7 +248,8 @@ void CheckTogether(const CLI::App& run)
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
     }
     for (const char* name : {"--mixed-mode", "--accept-channel", "--source-ohms", "--load-ohms"}) {
-        if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next"))
+        if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next") &&
+            !given("--clock-lane"))
             throw CLI::RequiresError(name, "--touchstone, --fext or --next");
     }
     if (given("--crosstalk-port-order") && !given("--fext") && !given("--next"))

@@ -51,7 +51,6 @@ struct Ignored
 constexpr Ignored kIgnored[] = {
     {"Rx_Clock_PDF", "", "the clock's jitter is that of the clock times"},
     {"Rx_Decision_Time", "0", "data are sampled half a unit interval after each clock time"},
-    {"Rx_Use_Clock_Input", "None", "no clock is forwarded"},
     {"DC_Offset", "0", "the signal is differential, around 0 V"},
     {"Tx_Jitter", "", "the edges have the jitter of --rj, --sj-amplitude and --dcd"},
     {"Use_Init_Output", "True", "AMI_GetWave is given the signal as the channel leaves it"},

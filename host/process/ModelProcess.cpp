@@ -114,12 +114,13 @@ ModelProcess::InitResult ModelProcess::Init()
     return result;
 }
 
-void ModelProcess::Submit(std::size_t samples)
+void ModelProcess::Submit(std::size_t samples, std::span<const double> clocks)
 {
     const std::size_t slot = submitted_ % Slots();
     sizes_[slot] = samples;
     std::ranges::copy(NextInput().first(samples), blocks_.Input(slot).begin());
-    Send({Call::kGetWave, static_cast<std::uint32_t>(slot), samples});
+    std::ranges::copy(clocks, blocks_.ClockRoom(slot).begin());
+    Send({Call::kGetWave, static_cast<std::uint32_t>(slot), samples, clocks.size()});
     ++submitted_;
 }
 

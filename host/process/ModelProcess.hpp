@@ -45,7 +45,8 @@ public:
 
     /// Where the next block to be submitted is to be written.
     std::span<double> NextInput() { return inputs_[submitted_ % Slots()]; }
-    void Submit(std::size_t samples);
+    /// @param clocks  that the model finds in its clock list, which has room for them
+    void Submit(std::size_t samples, std::span<const double> clocks = {});
 
     struct Block
     {

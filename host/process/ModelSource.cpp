@@ -142,6 +142,10 @@ void Interpret(ModelSource& source)
         }
         source.settings.emplace_back(parameter.Path(), value);
     }
+    constexpr const char* kClockInput = "Rx_Use_Clock_Input";
+    source.clockInput =
+        source.Setting(kClockInput).value_or(ami.Reserved(kClockInput).value_or("None"));
+    if (source.clockInput != "Times" && source.clockInput != "Wave") source.clockInput.clear();
 }
 
 /// The same where there are no definitions.

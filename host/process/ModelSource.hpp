@@ -65,6 +65,7 @@ struct ModelSource
     std::vector<std::filesystem::path> files;  // it was resolved from, the library among them
     std::vector<LinkedFile> supportingFiles;   // those that are there
     Corner corner = Corner::Typ;
+    std::string clockInput;    // as what it takes a clock in: "Times", "Wave", or nothing
     std::string repeaterType;  // "Retimer", "Redriver", or nothing
 
     // What all that is taken from.

@@ -70,7 +70,7 @@ public:
                 reply.result = Init();
                 break;
             case Call::kGetWave:
-                reply.result = GetWave(request.slot, request.samples);
+                reply.result = GetWave(request);
                 break;
             case Call::kClose:
                 reply.result = memory_ ? module_->close(memory_) : 1;
@@ -123,11 +123,12 @@ private:
         return result;
     }
 
-    long GetWave(std::size_t slot, std::size_t samples)
+    long GetWave(const Request& request)
     {
+        const auto [call, slot, samples, clocks] = request;
         const auto wave = blocks_.Output(slot).first(samples);
         std::ranges::copy(blocks_.Input(slot).first(samples), wave.begin());
-        blocks_.MarkClocks(slot);
+        blocks_.MarkClocks(slot, clocks);
         char* parameters = nullptr;
         const long result = module_->getWave(wave.data(), static_cast<long>(samples),
                                              blocks_.ClockRoom(slot).data(), &parameters, memory_);

@@ -14,6 +14,7 @@ struct Request
     Call call;
     std::uint32_t slot;
     std::uint64_t samples;
+    std::uint64_t clocks = 0;  // values that the model finds in its clock list
 };
 
 /// One packet back, followed by two texts of the lengths given: the model's message (for kLoad the

@@ -51,6 +51,7 @@ SharedBlocks::SharedBlocks(const ModelStart& start)
     const double samplesPerBit = start.bitTime / start.sampleInterval;
     layout.clockRoom =
         static_cast<std::size_t>(2 * static_cast<double>(layout.blockSamples) / samplesPerBit) + 64;
+    layout.clockRoom = std::max(layout.clockRoom, start.clockRoom);
     layout.impulseLength = start.impulses.size() * start.impulses[0].size();
     layout.use = start.use;
     layout.aggressors = start.impulses.size() - 1;
@@ -189,9 +190,9 @@ std::span<double> SharedBlocks::ClockRoom(std::size_t slot) const
     return {reinterpret_cast<double*>(Forbidden(2 * slot + 2)) - room, room};
 }
 
-void SharedBlocks::MarkClocks(std::size_t slot) const
+void SharedBlocks::MarkClocks(std::size_t slot, std::size_t from) const
 {
-    std::ranges::fill(ClockRoom(slot), std::bit_cast<double>(kMark));
+    std::ranges::fill(ClockRoom(slot).subspan(from), std::bit_cast<double>(kMark));
 }
 
 SharedBlocks::ClockList SharedBlocks::Clocks(std::size_t slot) const

@@ -27,6 +27,7 @@ struct ModelStart
     AmiModule::Use use = AmiModule::Use::kTimeDomain;
     std::size_t blockSamples = 0;  // most samples in one block
     std::size_t room = 0;          // the same where now and then one is longer
+    std::size_t clockRoom = 0;     // least room of a clock list, values
     std::size_t slots = 6;         // blocks in flight between host and model
 
     std::size_t LongestBlock() const { return std::max(blockSamples, room); }
@@ -67,7 +68,8 @@ public:
 
     /// The whole room for clock times, guard included.
     std::span<double> ClockRoom(std::size_t slot) const;
-    void MarkClocks(std::size_t slot) const;
+    /// @param from  of its values; those before it are handed to the model
+    void MarkClocks(std::size_t slot, std::size_t from = 0) const;
 
     /// What the worker noted when its process was hit by a fault, for the host to read. The memory
     /// outlives the worker.

@@ -319,6 +319,11 @@ Json ToJson(const RunResult& r, const SimulationOptions& options, const ModelSou
                                {"message", tx->message},
                                {"seconds", tx->seconds}};
     }
+    if (r.forwardedClock) {
+        json["model"]["clock_input"] = {
+            {"as", model.clockInput},
+            {"lane", options.clockLane.empty() ? Json(nullptr) : Json(options.clockLane.string())}};
+    }
     if (r.residual) json["model"]["filter_residual"] = *r.residual;
     if (!r.impulses.empty()) {
         json["model"]["impulses"] = {{"samples", r.impulses[0].size()},

@@ -32,7 +32,9 @@ ComputedEyes::ComputedEyes(const SegmentOptions& own, const SimulationOptions& r
                            const SignalChain& signal, const Link& link)
     : own_(own), run_(run), receiver_(receiver), links_(signal, transmitter, link)
 {
-    if (Possible() && run.counted && receiver.getWave && !receiver.returnsImpulse)
+    // With a clock from outside AMI_GetWave is not what a short signal would show.
+    if (Possible() && run.counted && receiver.getWave && !receiver.returnsImpulse &&
+        receiver.clockInput.empty())
         measured_.emplace(own, receiver);
 }
 

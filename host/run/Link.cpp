@@ -217,9 +217,9 @@ std::vector<double> Link::RoadBehindRedriver() const
 void Link::UseJitter(double bitTime, std::vector<std::string>& notes)
 {
     std::vector<std::string> said;
-    const auto jitter = EdgeJitterOf(model_->declared, parameters_.Tracks(), bitTime, said);
+    jitter_ = EdgeJitterOf(model_->declared, parameters_.Tracks(), bitTime, said);
     if (!signal_.IsBehindRedriver()) {
-        signal_.UseJitter(jitter);
+        signal_.UseJitter(jitter_);
         notes.insert(notes.end(), said.begin(), said.end());
     } else if (!said.empty()) {
         notes.emplace_back(

@@ -67,6 +67,9 @@ public:
 
     void Close();
 
+    /// Of the edges, as the transmitter's model declares it; UI and Hz.
+    const EdgeJitter::Declared& DeclaredJitter() const { return jitter_; }
+
     /// What the transmitter's model gave back, and the time spent in it.
     const ParameterLog& Parameters() const { return parameters_; }
     double ModelSeconds() const { return transmitter_ ? transmitter_->ModelSeconds() : 0; }
@@ -92,6 +95,7 @@ private:
     SignalSource* input_ = nullptr;
     SignalSource* output_ = nullptr;
     std::optional<double> residual_;
+    EdgeJitter::Declared jitter_;
     ParameterLog parameters_;
 };
 

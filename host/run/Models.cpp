@@ -127,7 +127,10 @@ std::vector<std::filesystem::path> InputFiles(const SimulationOptions& options,
     const auto add = [&](const std::vector<std::filesystem::path>& files) {
         inputs.insert(inputs.end(), files.begin(), files.end());
     };
-    for (const SegmentOptions* segment : options.Segments()) add(segment->signal.Files());
+    for (const SegmentOptions* segment : options.Segments()) {
+        add(segment->signal.Files());
+        if (!segment->clockLane.empty()) inputs.push_back(segment->clockLane);
+    }
     for (const SegmentModels& own : models) {
         add(own.receiver.files);
         if (own.transmitter) add(own.transmitter->files);

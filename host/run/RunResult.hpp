@@ -71,6 +71,7 @@ struct RunResult
         double seconds = 0;  // spent in it
     };
     std::optional<Transmitter> transmitter;
+    bool forwardedClock = false;               // the receiver's model was handed one
     std::optional<TrainingFindings> training;  // of a link that was trained
     std::optional<double> residual;  // of the receiver's filter, where it had to be divided out
     SamplerSettings sampler;         // what stood between output and decisions

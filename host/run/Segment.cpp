@@ -130,6 +130,8 @@ Segment::Segment(const SegmentOptions& own, const SimulationOptions& run,
     }
     if (own.repeater == Repeater::kRedriver) wave_ = std::make_unique<OutputWave>(*this);
     result_.notes.insert(result_.notes.end(), signal_.Notes().begin(), signal_.Notes().end());
+    clock_ = ForwardedClock::For(own, receiver_, place.number == 0, result_.notes);
+    result_.forwardedClock = clock_ != nullptr;
     result_.channelGrade = signal_.Grade();
     result_.channel = signal_.Channel();
     result_.bitTime = own.signal.BitTime();
@@ -255,7 +257,9 @@ void Segment::StartModels()
     TakeBefore();
     if (training_) training_->RemoveMessages(surroundings_.folder);
     if (transmitter_) StartTransmitter();
+    if (transmitter_ && clock_) clock_->GoWithModel(link_.DeclaredJitter());
     start_ = StartOf(receiver_);
+    if (clock_) start_.clockRoom = clock_->Room(start_.LongestBlock());
     start_.impulses = link_.Handed(result_.notes);
     process_ = std::make_unique<ModelProcess>(start_, ProcessSettings(surroundings_.log));
     result_.box = process_->Box();
@@ -312,7 +316,7 @@ std::optional<ModelProcess::Block> Segment::FromModel()
     while (process_->SlotFree() && !Ended() && !(IsTraining() && process_->Busy())) {
         const std::size_t samples = NextSamples();
         ReadInput(process_->NextInput().first(samples));
-        process_->Submit(samples);
+        process_->Submit(samples, clock_ ? clock_->Next(samples) : std::span<const double>());
     }
     if (!process_->Busy()) return std::nullopt;
     const ModelProcess::Block block = process_->Wait();

@@ -10,6 +10,7 @@
 #include "host/process/ModelProcess.hpp"
 #include "host/process/ModelSource.hpp"
 #include "host/run/ComputedEyes.hpp"
+#include "host/run/ForwardedClock.hpp"
 #include "host/run/Link.hpp"
 #include "host/run/ModelSlicers.hpp"
 #include "host/run/Retimer.hpp"
@@ -142,6 +143,7 @@ private:
     Link link_;
     ModelSlicers slicers_;
     ComputedEyes computed_;
+    std::unique_ptr<ForwardedClock> clock_;  // null: none is forwarded
     std::unique_ptr<Retimer> retimer_;
     class OutputWave;
     std::unique_ptr<OutputWave> wave_;  // of a redriver, for the segment behind it

@@ -34,6 +34,8 @@ struct SegmentOptions
     Corner transmitterCorner = Corner::Typ;
     bool training = true;  // models that can train each other do
 
+    std::filesystem::path clockLane;  // S parameters; empty: the clock's is like the data's
+
     SignalOptions signal;     // bit rate, bits and samples per bit are the same in all of a link
     double samplerNoise = 0;  // V rms, at the sampler behind the model's output
     Repeater repeater = Repeater::kNone;

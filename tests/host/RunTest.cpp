@@ -369,7 +369,7 @@ TEST_F(RunTest, WhatTheAmiDeclaresIsAppliedOrNotedOrRefused)
              {"Rx_Clock_Recovery_Rj", "Info", "UI", "0.01", 0, "returns no clock times, as"},
              {"Rx_Sj", "Out", "UI", "0", 0, "Rx_Sj is not applied: AMI_Init is to give"},
              {"Rx_Sj", "Dep", "UI", "0", 0, "Rx_Sj is not applied: its value would come from"},
-             {"Rx_Use_Clock_Input", "Info", "String", "Times", 0, "Rx_Use_Clock_Input is not"},
+             {"Rx_Decision_Time", "Info", "UI", "0.1", 0, "Rx_Decision_Time is not honoured: data"},
              {"Rx_Use_Clock_Input", "Info", "String", "None", 0, ""},
              {"Modulation", "Info", "String", "PAM5", 4, "PAM5; expected NRZ or PAM4"},
              {"Modulation", "In", "String", "NRZ", 0, ""},

@@ -19,7 +19,7 @@ SCHEMAS = {path.name: json.loads(path.read_text()) for path in (SOURCE / "docs")
 
 # Each kind of run. m: our receiver; t, p: models for tests; x, f:
 # a transmitter, and a receiver that has AMI_Init alone; y, g: the same with buffers; z: either end of
-# a link that is trained.
+# a link that is trained; c takes a clock in.
 RUNS = [
     "m --bits 12000 --tx-post 0.1 --noise 0.002 --mask sfi-host-rx",
     "m --noise 0.01 --noise-bandwidth 5e9 --rj 0.01 --sj-amplitude 0.1 --ppm -50",
@@ -42,6 +42,7 @@ RUNS = [
     "m --loss 8 --retimer m --loss 6 --tx-post 0.1",
     "link.toml",
     "z.so --tx z.so --ppm 0",
+    "c.so --ppm 0 --clock-lane line.s4p --accept-channel",
     "t -p Mode=clock",
     "t -p Mode=segv",
     "t -p Mode=zeros",
@@ -84,6 +85,7 @@ def make_inputs(folder):
     buffer = ("Ts4file", "String", '"line.s4p"')
     for name, wave, *more in (("f", False, receiver), ("x", True, transmitter),
                               ("z", True, *back_channel),
+                              ("c", True, ("Rx_Use_Clock_Input", "String", '"Times"')),
                               ("g", False, receiver, buffer, ("Rx_R", "Float", 50)),
                               ("y", True, transmitter, buffer, ("Tx_R", "Float", 50),
                                ("Tx_V", "Float", 1))):
