@@ -137,7 +137,7 @@ Analyses::Analyses(const Settings& settings)
       output_(OutputSettings(settings)),
       input_(EyeSettings(settings)),
       clock_({settings.sampleInterval, settings.sampleInterval * settings.samplesPerBit,
-              ignoreSamples_, settings.folder})
+              ignoreSamples_, settings.folder, settings.sent ? settings.sentUnitInterval : 0})
 {
 }
 
@@ -351,7 +351,8 @@ Analyses::Findings Analyses::Find()
     found.verdict = Judge(output_, found.eye, found.clock, found.comparison, bits,
                           settings_.sent ? std::optional(sentUnitInterval) : std::nullopt);
     // Only what has locked has settled.
-    if (found.verdict.lock != Lock::kLocked) found.clock.settledAtBit = kUnknown;
+    if (found.verdict.lock != Lock::kLocked)
+        found.clock.settledAtBit = found.clock.moved = kUnknown;
     Remark(found);
     return found;
 }
@@ -387,6 +388,13 @@ void Analyses::Remark(Findings& found) const
     if (ideal_ && frame_.Times() > 0) {
         notes.push_back(fmt::format("its first clock times came after bit {} and are left out",
                                     settings_.ignoreBits + heldBits_));
+    }
+    constexpr double kMuch = 0.02;  // UI
+    if (std::abs(found.clock.moved) > kMuch) {
+        notes.push_back(fmt::format(
+            "the clock moved by {:+.3f} UI over the bits that are counted, and eyes are up to as "
+            "much narrower: its loop had not settled (more --ignore-bits)",
+            found.clock.moved));
     }
     if (found.clock.backward > 0) {
         notes.push_back(fmt::format(

@@ -25,6 +25,7 @@ constexpr double kSettledWithin = 0.15;  // UI
 constexpr double kSettledPart = 0.1;     // of the run, at least
 constexpr double kSettleBlock = 32;      // edges, whose mean is looked at
 constexpr double kSettleEnd = 256;       // edges, whose mean is the end
+constexpr double kMovedEdges = 4096;     // at most, whose mean is taken at either end
 constexpr std::size_t kHistogramRows = 4096, kHistogramBins = 256;
 
 /// Mean, least and greatest of consecutive values in so many points of equal length.
@@ -88,6 +89,23 @@ Histogram Trimmed(const VoltageHistogram& counted)
     }
     return result;
 }
+
+/// How far the last of so many values, by their mean, are from the first.
+class Movement
+{
+public:
+    explicit Movement(double count) : count_(count), part_(std::min(kMovedEdges, count / 4)) {}
+    void Add(double value)
+    {
+        if (number_ < part_) first_ += value;
+        if (number_ >= count_ - part_) last_ += value;
+        ++number_;
+    }
+    double Find() const { return part_ < 1 ? kUnknown : (last_ - first_) / std::ceil(part_); }
+
+private:
+    double count_, part_, number_ = 0, first_ = 0, last_ = 0;
+};
 
 /// How much of a sequence goes with a sine.
 class Follower
@@ -210,6 +228,7 @@ ClockFindings ClockAnalysis::Find(std::span<const double> sines)
     Thinning tie(0, lastNumber_ + 1, 1);
     VoltageHistogram histogram(1, kHistogramRows), own(1, kHistogramRows);
     TieSpectrum spectrum(static_cast<std::size_t>(line.Count()), found.unitInterval);
+    Movement movement(line.Count());
     double least = HUGE_VAL, greatest = -HUGE_VAL, squares = 0;
     double blockSum = 0, blockCount = 0, unsettled = 0;
     Replay([&](double number, double time, bool gap) {
@@ -228,6 +247,9 @@ ClockFindings ClockAnalysis::Find(std::span<const double> sines)
         histogram.Count(0, value);
         double left = value;
         for (const Follower& follower : followers) left -= follower.At(time);
+        // Of the line, too, what the sent unit intervals are not.
+        movement.Add(left + (line.At(number) + (nominal_ - settings_.sentUnitInterval) * number) /
+                                unitInterval);
         own.Fit(std::abs(left));
         own.Count(0, left);
         if (gap) spectrum.Break();
@@ -238,6 +260,7 @@ ClockFindings ClockAnalysis::Find(std::span<const double> sines)
     found.tieHistogram = Trimmed(histogram);
     found.ownHistogram = Trimmed(own);
     for (const Follower& follower : followers) found.followed.push_back(follower.Find());
+    if (settings_.sentUnitInterval > 0) found.moved = movement.Find();
     found.tieRms = std::sqrt(squares / line.Count());
     found.tiePeakToPeak = greatest - least;
     found.tieSpectrum = spectrum.Find();

@@ -23,6 +23,7 @@ public:
         double sampleInterval = 0, bitTime = 0;  // s
         double countFrom = 0;                    // samples: edges from here on count
         std::filesystem::path folder;            // for the spool
+        double sentUnitInterval = 0;             // samples; 0 where that is not known
     };
     explicit ClockAnalysis(Settings settings);
 

@@ -187,6 +187,8 @@ struct ClockFindings
     std::vector<Followed> followed;
     Histogram ownHistogram;
     double tieRms = kUnknown, tiePeakToPeak = kUnknown;  // UI
+    double moved = kUnknown;  // UI: of the edges against the unit intervals sent, from the first of
+                              // those that count to the last, without what goes with a sine
     Spectrum tieSpectrum;
 };
 

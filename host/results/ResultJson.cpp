@@ -76,6 +76,7 @@ Json ClockJson(const ClockFindings& clock)
                  {"backward", clock.backward},
                  {"ideal", clock.ideal},
                  {"tie_peak_to_peak_ui", OrNull(clock.tiePeakToPeak)},
+                 {"moved_ui", OrNull(clock.moved)},
                  {"spectrum_floor_ui", OrNull(clock.tieSpectrum.floor)},
                  {"spectrum_segments", clock.tieSpectrum.segments}};
     json["tones"] = Json::array();

@@ -41,6 +41,29 @@ TEST(ClockAnalysis, FindsTheUnitIntervalOfAClockOnTheSampleGrid)
     EXPECT_NEAR(found.period.mean.front(), 1e4, 100);
 }
 
+TEST(ClockAnalysis, TellsHowFarALoopThatSettlesMoves)
+{
+    constexpr int kEdges = 200'000, kCounted = 10'000;
+    constexpr double kSent = 1 - 80e-6;  // UI
+    ClockFrame frame(kInterval, kBit);
+    const double frequency = 1e-4 / 64;  // cycles a sample
+    ClockAnalysis analysis({kInterval, kBit, 64.0 * kCounted, testing::TempDir(), kSent * 64});
+    std::vector<double> times;
+    for (int n = 0; n < kEdges; ++n) {
+        const double late = 0.2 * std::exp(-n / 20'000.0) +
+                            0.3 * std::sin(2 * std::numbers::pi * frequency * 64 * n);
+        times.push_back(kBit * ((n + 1) * kSent + late));
+    }
+    frame.Add(times);
+    analysis.Add(frame.Edges());
+    const double sines[] = {frequency};
+    const auto mean = [](double from) {  // of exp over 4096 edges
+        return 0.2 * 20'000 / 4096 * (std::exp(-from / 20'000) - std::exp(-(from + 4096) / 20'000));
+    };
+    EXPECT_NEAR(analysis.Find(sines).moved, mean(kEdges - 4096) - mean(kCounted), 2e-3);
+    EXPECT_TRUE(std::isnan(FindingsOf(kEdges, kCounted, [](int) { return 0.0; }).moved));
+}
+
 TEST(ClockAnalysis, ATwoToneClockGivesItsSpectrum)
 {
     // Cycles per unit interval and UI peak, on a bin and between two; a dropped edge is filled in;
