@@ -80,6 +80,7 @@ struct Files
     std::string modelName, platform;
     std::optional<End> end;
     LegTermination termination = {};
+    Corners legFarads = {};
 };
 
 /// The model between both legs of a pair that has this model at either pin, or null.
@@ -135,6 +136,27 @@ LegTermination TerminationOf(const IbisFile& ibs, const Model& model)
     return termination;
 }
 
+/// C_comp, or the sum of the parts that stand in its place, for the slow corner as min and for the
+/// fast one as max. In the [Model] itself min and max are the least and the greatest, of which a
+/// slow buffer has the latter; [C Comp Corner] goes by corners.
+Corners CapacitanceOf(const Model& model)
+{
+    const Section* const byCorner = model.section->Child(Key::CCompCorner);
+    const Section& section = byCorner ? *byCorner : *model.section;
+    Corners sum;
+    for (const char* part :
+         {"C_comp_pullup", "C_comp_pulldown", "C_comp_power_clamp", "C_comp_gnd_clamp"}) {
+        const Triple own = section.CornersOf(part);
+        if (!own) continue;
+        const Corners before = std::isnan(sum.typ) ? Corners{0, 0, 0} : sum;
+        sum = {before.typ + own.at.typ, before.min + own.at.Or(Corner::Min),
+               before.max + own.at.Or(Corner::Max)};
+    }
+    Corners found = std::isnan(sum.typ) ? section.CornersOf("C_comp").at : sum;
+    if (!byCorner) std::swap(found.min, found.max);
+    return found;
+}
+
 Files FromIbs(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
 {
     Findings findings(path.string());  // for amisim check to tell
@@ -146,7 +168,8 @@ Files FromIbs(const fs::path& path, std::string_view modelName, End end, bool ne
             model.name,
             model.line.platform.String(),
             model.end,
-            found ? TerminationOf(ibs, *found) : LegTermination{}};
+            found ? TerminationOf(ibs, *found) : LegTermination{},
+            found ? CapacitanceOf(*found) : Corners{}};
 }
 
 Files Find(const fs::path& path, std::string_view modelName, End end, bool needsLibrary)
@@ -200,6 +223,7 @@ ResolvedModel ResolveModel(const fs::path& path, std::string_view modelName, End
     resolved.platform = files.platform;
     resolved.end = files.end;
     resolved.termination = files.termination;
+    resolved.legFarads = files.legFarads;
     // A model runs in a folder of its own, and a bare name would be searched for elsewhere.
     resolved.library = fs::absolute(files.library);
     if (!files.ami.empty()) {

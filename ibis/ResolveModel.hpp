@@ -28,6 +28,8 @@ struct ResolvedModel
     std::string rootName;            ///< root of the parameter string
     std::string modelName;           ///< name of the [Model], "" unless found through an .ibs
     LegTermination termination;      ///< likewise
+    Corners legFarads;               ///< likewise, its C_comp: min of the slow corner, max of the
+                                     ///< fast one; NaN: not stated
     std::string platform;            ///< of its Executable line, likewise
     std::vector<std::string> notes;  ///< errors and warnings on the .ami that do not keep it from
                                      ///< being used, each as a line

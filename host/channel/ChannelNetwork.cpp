@@ -77,20 +77,20 @@ void PlaceLanes(ChannelNetwork& network, const std::vector<NetworkPart>& parts,
 }
 
 /// What each port ends in: sources where lanes are driven, else loads.
-std::vector<double> PortOhms(const ChannelNetwork& network, const Terminations& ends)
+std::vector<PortEnd> PortEnds(const ChannelNetwork& network, const Terminations& ends)
 {
     const double reference = network.s.reference.front();
-    std::vector<double> ohms(static_cast<std::size_t>(network.s.ports), reference);
+    std::vector<PortEnd> all(static_cast<std::size_t>(network.s.ports), {reference});
     const auto set = [&](const DifferentialPorts& lane, bool isNear) {
         for (const int port : {lane.inP, lane.inN, lane.outP, lane.outN}) {
             const bool isDriven = (port == lane.inP || port == lane.inN) != isNear;
-            ohms[static_cast<std::size_t>(port - 1)] =
-                (isDriven ? ends.source : ends.load).value_or(reference);
+            all[static_cast<std::size_t>(port - 1)] =
+                isDriven ? ends.Source(reference) : ends.Load(reference);
         }
     };
     set(network.ports, false);
     for (const auto& aggressor : network.aggressors) set(aggressor.ports, aggressor.isNear);
-    return ohms;
+    return all;
 }
 
 /// A line that is matched at both ends, at these frequencies (Hz).
@@ -121,7 +121,7 @@ FrequencyResponse Through(const ChannelNetwork& network, const Terminations& end
     if (network.aggressors.empty()) return Through(s, ports, ends);
     if (ends.AreMatched()) return Through(s, ports);
     return Transfer(Renormalise(s, s.reference.front()), {ports.inP, ports.inN},
-                    {ports.outP, ports.outN}, PortOhms(network, ends));
+                    {ports.outP, ports.outN}, PortEnds(network, ends));
 }
 
 std::vector<Coupling> CouplingsOf(const ChannelNetwork& network, const Terminations& ends)
@@ -133,7 +133,7 @@ std::vector<Coupling> CouplingsOf(const ChannelNetwork& network, const Terminati
             aggressor.isNear ? PortPair{lane.outP, lane.outN} : PortPair{lane.inP, lane.inN};
         couplings.push_back(
             {Transfer(Renormalise(network.s, network.s.reference.front()), driven,
-                      {network.ports.outP, network.ports.outN}, PortOhms(network, ends)),
+                      {network.ports.outP, network.ports.outN}, PortEnds(network, ends)),
              aggressor.isNear, aggressor.name});
     }
     for (const ChannelNetwork& beside : network.beside)

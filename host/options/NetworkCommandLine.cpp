@@ -28,6 +28,16 @@ void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& o)
          "Resistance of each leg of the transmitter, ohm [matched: that of the S parameters]");
     ohms("--load-ohms", o.ends.load,
          "Resistance to ground that each leg ends in at the model's input, ohm [matched]");
+    const auto farads = [&](const char* name, double& value, const char* help) {
+        app.add_option(name, value, help)
+            ->check(CLI::Range(0.0, 1e-6).description(""))
+            ->type_name("F")
+            ->group(group);
+    };
+    farads("--source-farads", o.ends.sourceFarads,
+           "Capacitance of each leg of the transmitter to ground, F [none]");
+    farads("--load-farads", o.ends.loadFarads,
+           "Capacitance to ground that each leg ends in at the model's input, F [none]");
     text("--port-order", o.portOrder, "AB,CD",
          "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by the "
          "through terms]");

@@ -176,6 +176,9 @@ void AddChannelOptions(CLI::App& run, SignalOptions& o)
              "Channel from S parameters: .s2p, .s4p or .ts, version 1 or 2; may be repeated, from "
              "the transmitter to the model: one behind the other, reflections included");
     AddNetworkOptions(run, group, o);
+    run.add_flag("--buffer-capacitance", o.bufferCapacitance,
+                 "Take the C_comp that the models' .ibs state as capacitance of each leg")
+        ->group(group);
     run.add_flag("--accept-channel", o.acceptChannel,
                  "Take S parameters whatever their grade: band, passivity, reciprocity, causality")
         ->group(group);
@@ -244,10 +247,12 @@ void CheckTogether(const CLI::App& run)
                                        {"--noise-bandwidth", "--noise"},
                                        {"--lanes", "--touchstone"},
                                        {"--victim", "--touchstone"},
-                                       {"--aggressor", "--touchstone"}}) {
+                                       {"--aggressor", "--touchstone"},
+                                       {"--buffer-capacitance", "--touchstone"}}) {
         if (given(name) && !given(needed)) throw CLI::RequiresError(name, needed);
     }
-    for (const char* name : {"--mixed-mode", "--accept-channel", "--source-ohms", "--load-ohms"}) {
+    for (const char* name : {"--mixed-mode", "--accept-channel", "--source-ohms", "--load-ohms",
+                             "--source-farads", "--load-farads"}) {
         if (given(name) && !given("--touchstone") && !given("--fext") && !given("--next") &&
             !given("--clock-lane"))
             throw CLI::RequiresError(name, "--touchstone, --fext or --next");

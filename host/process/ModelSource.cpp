@@ -201,6 +201,7 @@ ModelSource ResolveModelSource(const ModelChoice& model)
     source.corner = model.corner;
     source.legOhms = resolved.termination.ohms.Or(model.corner);
     source.legOhmsFrom = fmt::format("{} of {}", resolved.termination.from, model.file.string());
+    source.legFarads = resolved.legFarads.Or(model.corner);
     source.standingNotes = std::move(resolved.notes);
     source.library = std::filesystem::absolute(resolved.library);
     source.files = {model.file, source.library};

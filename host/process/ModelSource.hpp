@@ -59,6 +59,7 @@ struct ModelSource
     DeclaredBuffer buffer;
     double legOhms = NAN;  // that each leg ends in by its [Model], at its corner; NaN: not stated
     std::string legOhmsFrom;                       // the keywords and the file that say so
+    double legFarads = NAN;                        // its C_comp, likewise
     std::optional<std::int64_t> mostAggressors;    // that AMI_Init takes; absent: any number
     std::optional<DeclaredModulation> modulation;  // as its .ami has it
     std::vector<std::string> notes;  // oddities of its files that do not keep it from running

@@ -105,6 +105,8 @@ Json SignalJson(const SignalOptions& o)
     if (!o.aggressors.empty()) json["aggressors"] = o.aggressors;
     if (o.ends.source) json["source_ohms"] = *o.ends.source;
     if (o.ends.load) json["load_ohms"] = *o.ends.load;
+    if (o.ends.sourceFarads != 0) json["source_farads"] = o.ends.sourceFarads;
+    if (o.ends.loadFarads != 0) json["load_farads"] = o.ends.loadFarads;
     if (!o.fext.empty() || !o.next.empty() || !o.aggressors.empty()) {
         json["fext"] = Names(o.fext);
         json["next"] = Names(o.next);

@@ -85,6 +85,24 @@ void UseResistors(const SignalOptions& signal, const ChannelEnd& end, ModelSourc
     }
 }
 
+/// C_comp, where it is asked for: a Ts4file has its own.
+void UseCapacitance(const SignalOptions& signal, const std::filesystem::path& network,
+                    const char* option, double& farads, ModelSource& model)
+{
+    if (!signal.bufferCapacitance) return;
+    if (!network.empty()) {
+        AddNote(model, "C_comp is not applied: its Ts4file stands for the buffer");
+    } else if (!(model.legFarads >= 0)) {
+        AddNote(model, "--buffer-capacitance: the model's files state no C_comp");
+    } else if (farads != 0) {
+        AddNote(model, fmt::format("{} {:g} replaces C_comp, which is {:g} F", option, farads,
+                                   model.legFarads));
+    } else {
+        farads = model.legFarads;
+        AddNote(model, fmt::format("each leg has {:g} pF to ground, by C_comp", farads * 1e12));
+    }
+}
+
 }  // namespace
 
 void UseBuffers(SimulationOptions& options, std::vector<SegmentModels>& models)
@@ -96,10 +114,14 @@ void UseBuffers(SimulationOptions& options, std::vector<SegmentModels>& models)
             UseNetwork(signal, {"Tx_R", "--source-ohms", signal.sourceNetwork, signal.ends.source},
                        *transmitter);
             UseSwing(signal, *transmitter);
+            UseCapacitance(signal, signal.sourceNetwork, "--source-farads",
+                           signal.ends.sourceFarads, *transmitter);
         }
         const ChannelEnd load{"Rx_R", "--load-ohms", signal.loadNetwork, signal.ends.load};
         UseNetwork(signal, load, models[k].receiver);
         UseResistors(signal, load, models[k].receiver);
+        UseCapacitance(signal, signal.loadNetwork, "--load-farads", signal.ends.loadFarads,
+                       models[k].receiver);
     }
 }
 

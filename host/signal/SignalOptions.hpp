@@ -51,6 +51,7 @@ struct SignalOptions
     double skinPart = 0.5;                          // of the loss
     std::vector<std::filesystem::path> touchstone;  // one behind the other
     Terminations ends;                              // of it
+    bool bufferCapacitance = false;                 // the models' own C_comp beside its ends
     // Networks of four ports between it and its ends: those of the models' buffers.
     std::filesystem::path sourceNetwork, loadNetwork;
     std::filesystem::path impulse, step;

@@ -260,15 +260,14 @@ TEST_F(AnyModelTest, ResistorsOfAModelEndTheChannel)
 {
     Make("rx", "");
     SaveResistors("line.s4p", 0, 1e9);
-    const auto save = [](const std::string& keywords) {
+    const auto save = [](const std::string& keywords, const std::string& capacitances = "") {
         Save("m/rx.ibs",
              "[IBIS Ver] 7.2\n[File Name] rx.ibs\n[File Rev] 1\n[Component] rx\n[Manufacturer] x\n"
              "[Package]\nR_pkg 0 NA NA\nL_pkg 0 NA NA\nC_pkg 0 NA NA\n[Pin] signal_name model_name "
              "R_pin L_pin C_pin\n1 p RX\n2 n RX\n[Diff Pin] inv_pin vdiff tdelay_typ\n1 2 0.1 NA\n"
              "[Series Pin Mapping] pin_2 model_name function_table_group\n1 2 Across\n"
-             "[Model] RX\nModel_type Input\nVinl = 0.4\nVinh = 0.6\nC_comp 0.1p NA NA\n"
-             "[Voltage Range] 1 NA NA\n" +
-                 keywords +
+             "[Model] RX\nModel_type Input\nVinl = 0.4\nVinh = 0.6\nC_comp 0.1p NA NA\n" +
+                 capacitances + "[Voltage Range] 1 NA NA\n" + keywords +
                  "[Algorithmic Model]\nExecutable Linux_gcc_64 rx.so rx.ami\n"
                  "[End Algorithmic Model]\n[Model] Across\nModel_type Series\nC_comp 0 NA NA\n"
                  "[R Series] 300 NA NA\n[End]\n");
@@ -284,6 +283,26 @@ TEST_F(AnyModelTest, ResistorsOfAModelEndTheChannel)
     ASSERT_EQ(Run("m/rx.ibs --touchstone line.s4p --load-ohms 100"), 0) << output_;
     EXPECT_NEAR(Level(), matched(100), 2e-3);
     EXPECT_TRUE(Says("--load-ohms 100 replaces [Rgnd] and [R Series] of m/rx.ibs")) << output_;
+
+    // C_comp is taken where it is asked for, what is split into parts by their sum.
+    EXPECT_FALSE(Result()["signal"].contains("load_farads"));
+    const auto farads = [&](const std::string& options) {
+        EXPECT_EQ(Run("m/rx.ibs --touchstone line.s4p --buffer-capacitance " + options), 0)
+            << output_;
+        EXPECT_NEAR(Level(), matched(50), 2e-3);
+        return Result()["signal"]["load_farads"].get<double>();
+    };
+    save("[Rgnd] 75 75 75\n");
+    EXPECT_NEAR(farads(""), 0.1e-12, 1e-18);
+    EXPECT_TRUE(Says("each leg has 0.1 pF to ground, by C_comp")) << output_;
+    EXPECT_NEAR(farads("--load-farads 3e-13"), 0.3e-12, 1e-18);
+    EXPECT_TRUE(Says("--load-farads 3e-13 replaces C_comp")) << output_;
+    save("[Rgnd] 75 75 75\n", "C_comp_pullup 0.2p 0.1p 0.5p\nC_comp_gnd_clamp 0.2p NA NA\n");
+    EXPECT_NEAR(farads(""), 0.4e-12, 1e-18);
+    EXPECT_NEAR(farads("--corner slow"), 0.7e-12, 1e-18) << "the greatest";
+    EXPECT_NEAR(farads("--corner fast"), 0.3e-12, 1e-18);
+    save("[Rgnd] 75 75 75\n[C Comp Corner]\nC_comp 0.2p 0.6p 0.1p\n");
+    EXPECT_NEAR(farads("--corner slow"), 0.6e-12, 1e-18);
 }
 
 TEST_F(AnyModelTest, TheStrongestAggressorsAreHandedToAModelThatTakesFew)

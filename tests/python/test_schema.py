@@ -27,7 +27,7 @@ RUNS = [
     "m --statistical off --prbs 7 --tx-pre 0.1",
     "m --clock-pattern 4 --mask mask.toml",
     "m --pattern pattern.txt",
-    "m --touchstone line.s4p --port-order 12,34 --source-ohms 45 --load-ohms 55",
+    "m --touchstone line.s4p --port-order 12,34 --source-ohms 45 --load-ohms 55 --source-farads 1e-13 --load-farads 1e-13",
     "m --touchstone line.s4p --touchstone line.s4p --accept-channel --mixed-mode no --fext far.s4p@2",
     "m --touchstone line.s4p --fext far.s4p --next far.s4p --crosstalk-port-order 12,34",
     "m --touchstone lanes.s8p --lanes 1,3,2,4/5,7,6,8 --victim 1 --aggressor 2:fext",

@@ -161,6 +161,16 @@ TEST(Termination, EndsReflectLikeTheirResistances)
         EXPECT_LT(LargestDifference(Through(single, {}, ends).value, there), 1e-9) << source;
         EXPECT_LT(LargestDifference(Through(pair, kPorts12_34, ends).value, there), 1e-9) << source;
     }
+    // A capacitance beside either end of a matched line: 2 / (2 + i w Z0 C).
+    std::vector<Complex> low;
+    for (const double f : grid) {
+        const Complex turn = std::polar(1.0, -2.0 * std::numbers::pi * f * delay);
+        low.push_back(2.0 * turn / Complex(2, 2.0 * std::numbers::pi * f * 50 * 0.4e-12));
+    }
+    for (const Terminations& ends : {Terminations{{}, {}, 0.4e-12, 0}, {{}, 50, 0, 0.4e-12}}) {
+        EXPECT_LT(LargestDifference(Through(single, {}, ends).value, low), 1e-9);
+        EXPECT_LT(LargestDifference(Through(pair, kPorts12_34, ends).value, low), 1e-9);
+    }
     // Only one end is told, the other matched; the reference is another one than the resistance.
     EXPECT_LT(LargestDifference(Through(Renormalise(single, 85), {}, {50, 50}).value,
                                 Through(single, {}).value),
