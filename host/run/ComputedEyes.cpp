@@ -5,24 +5,31 @@
 namespace amisim {
 namespace {
 
-/// What stands between the output and its decisions, as it was in the run.
-void AddSampler(const RunResult& result, StatisticalLink& link)
+/// The clock that the eye was counted with, and what moves it where decisions are made.
+void AddClock(const RunResult& result, const SamplerSettings& sampler,
+              const std::optional<EyeFindings>& counted, StatisticalLink& link)
 {
     const bool locked = result.lock == Lock::kLocked;
-    link.uniformNoise = result.sampler.uniformNoise;
-    link.sensitivity = result.sampler.sensitivity;
     // Phase 0 of a computed eye is where the middle threshold is crossed.
     const EyeFindings* middle = nullptr;
-    if (locked && result.eye) {
-        const auto eyes = EyesOf(*result.eye);
+    if (locked && counted) {
+        const auto eyes = EyesOf(*counted);
         middle = &eyes[(eyes.size() - 1) / 2];
     }
-    link.sampling = SamplingTimeOf(result.sampler, result.clock, middle);
+    link.sampling = SamplingTimeOf(sampler, result.clock, middle);
     const auto& followed = result.clock.followed;
     for (std::size_t i = 0; locked && !result.clock.ideal && i < followed.size(); ++i) {
         link.jitter.sines[i].clockSine = followed[i].sine;
         link.jitter.sines[i].clockCosine = followed[i].cosine;
     }
+}
+
+/// What stands between the output and its decisions, as it was in the run.
+void AddSampler(const RunResult& result, StatisticalLink& link)
+{
+    link.uniformNoise = result.sampler.uniformNoise;
+    link.sensitivity = result.sampler.sensitivity;
+    AddClock(result, result.sampler, result.eye, link);
 }
 
 }  // namespace
@@ -52,8 +59,11 @@ void ComputedEyes::Add(std::span<const double> input, std::span<const double> ou
 void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result) const
 {
     if (!Possible()) return;
-    if (const auto edges = links_.InputEdges(); !edges.empty())
-        result.statisticalInput = Compute(links_.AtInput(edges), result.inputEye);
+    if (const auto edges = links_.InputEdges(); !edges.empty()) {
+        StatisticalLink input = links_.AtInput(edges);
+        AddClock(result, {}, result.inputEye, input);
+        result.statisticalInput = Compute(std::move(input), result.inputEye);
+    }
     if (auto output = AtOutput(run, result)) {
         AddSampler(result, *output);
         result.statisticalOutput = Compute(*output, result.eye);
