@@ -28,7 +28,14 @@ struct ModelStart
     std::size_t blockSamples = 0;  // most samples in one block
     std::size_t room = 0;          // the same where now and then one is longer
     std::size_t clockRoom = 0;     // least room of a clock list, values
-    std::size_t slots = 6;         // blocks in flight between host and model
+    static constexpr int kMostSlots = 14;
+    std::size_t slots = kMostSlots;  // blocks in flight between host and model
+
+    /// As many slots as keep the model at work while the host makes so many samples at once.
+    void TakeSlotsFor(std::size_t samples)
+    {
+        slots = std::clamp<std::size_t>(2 + samples / LongestBlock(), 3, kMostSlots);
+    }
 
     std::size_t LongestBlock() const { return std::max(blockSamples, room); }
 };

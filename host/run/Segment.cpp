@@ -21,10 +21,11 @@ namespace {
 std::int64_t HeldBits(std::int64_t blockBits, bool transmitter, std::size_t behind)
 {
     constexpr std::int64_t kAhead = 1 << 17;  // of the bits that a transmitter's model has had
-    return static_cast<std::int64_t>(behind) * (kAhead + 10 * blockBits) + 10 * blockBits +
+    const std::int64_t inFlight = (ModelStart::kMostSlots + 4) * blockBits;
+    return static_cast<std::int64_t>(behind) * (kAhead + inFlight) + inFlight +
            Analyses::kMostHeldBits + SymbolComparer::kLongestDelay +
            4 * static_cast<std::int64_t>(SymbolComparer::kWindow) +
-           (transmitter ? kAhead + 10 * blockBits : 0);
+           (transmitter ? kAhead + inFlight : 0);
 }
 
 /// More than any run has.
@@ -222,6 +223,9 @@ ModelStart Segment::StartOf(const ModelSource& model) const
     start.blockSamples = static_cast<std::size_t>(run_.blockBits * own_.signal.samplesPerBit);
     if (training_)
         start.room = static_cast<std::size_t>(training_->Room() * own_.signal.samplesPerBit);
+    // A convolution with a response of the usual length goes by so many.
+    constexpr std::size_t kConvolved = 3 << 16;
+    start.TakeSlotsFor(kConvolved);
     return start;
 }
 
