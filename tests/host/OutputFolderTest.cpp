@@ -152,7 +152,7 @@ TEST_F(OutputFolderTest, AFullDiskTakesNoNumberFromTheUser)
         fs::remove_all("kept");
     }
     // The same for a limit to the size of files.
-    EXPECT_EQ(Shell("ulimit -f 8000; " AMISIM_PROGRAM " run " TEST_MODEL " --save-wave npy"), 3);
+    EXPECT_EQ(Shell("ulimit -f 12000; " AMISIM_PROGRAM " run " TEST_MODEL " --save-wave npy"), 3);
     EXPECT_TRUE(Says("Eye height") && Says("not written: wave.npy: File too large")) << output_;
     EXPECT_TRUE(fs::exists("out/report.html") && !fs::exists("out/wave.npy"));
 }
