@@ -5,20 +5,12 @@
 namespace amisim {
 namespace {
 
-/// The clock that the eye was counted with, and what moves it where decisions are made.
-void AddClock(const RunResult& result, const SamplerSettings& sampler,
-              const std::optional<EyeFindings>& counted, StatisticalLink& link)
+/// The sines that the transmitter's jitter has: the run's clock has followed them so far.
+void FollowSines(const RunResult& result, StatisticalLink& link)
 {
-    const bool locked = result.lock == Lock::kLocked;
-    // Phase 0 of a computed eye is where the middle threshold is crossed.
-    const EyeFindings* middle = nullptr;
-    if (locked && counted) {
-        const auto eyes = EyesOf(*counted);
-        middle = &eyes[(eyes.size() - 1) / 2];
-    }
-    link.sampling = SamplingTimeOf(sampler, result.clock, middle);
     const auto& followed = result.clock.followed;
-    for (std::size_t i = 0; locked && !result.clock.ideal && i < followed.size(); ++i) {
+    if (result.lock != Lock::kLocked || result.clock.ideal) return;
+    for (std::size_t i = 0; i < followed.size(); ++i) {
         link.jitter.sines[i].clockSine = followed[i].sine;
         link.jitter.sines[i].clockCosine = followed[i].cosine;
     }
@@ -29,7 +21,14 @@ void AddSampler(const RunResult& result, StatisticalLink& link)
 {
     link.uniformNoise = result.sampler.uniformNoise;
     link.sensitivity = result.sampler.sensitivity;
-    AddClock(result, result.sampler, result.eye, link);
+    // Phase 0 of a computed eye is where the middle threshold is crossed.
+    const EyeFindings* middle = nullptr;
+    if (result.lock == Lock::kLocked && result.eye) {
+        const auto eyes = EyesOf(*result.eye);
+        middle = &eyes[(eyes.size() - 1) / 2];
+    }
+    link.sampling = SamplingTimeOf(result.sampler, result.clock, middle);
+    FollowSines(result, link);
 }
 
 }  // namespace
@@ -61,7 +60,7 @@ void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result
     if (!Possible()) return;
     if (const auto edges = links_.InputEdges(); !edges.empty()) {
         StatisticalLink input = links_.AtInput(edges);
-        AddClock(result, {}, result.inputEye, input);
+        FollowSines(result, input);
         result.statisticalInput = Compute(std::move(input), result.inputEye);
     }
     if (auto output = AtOutput(run, result)) {

@@ -226,7 +226,8 @@ TEST_F(RunTest, NothingOutlivesAHostThatIsKilled)
 
 TEST_F(RunTest, ABoxKeepsAModelFromWhatItIsToBeKeptFrom)
 {
-    // Not below /tmp, where a model may write.
+    if (std::string_view(OUTSIDE).starts_with("/tmp/"))
+        GTEST_SKIP() << "built below /tmp, where a model may write";
     const std::string outside = OUTSIDE "/" + std::to_string(getpid());
     if (Shell("mkdir -p -m 1777 " OUTSIDE "; mkdir " + outside) != 0) GTEST_SKIP() << output_;
     const std::string reach = "TEST_MODEL_REACH=" + outside + ":" + std::to_string(getpid()) +

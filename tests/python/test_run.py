@@ -275,11 +275,7 @@ def test_help_has_the_options_of_the_command_line():
 def test_eyes_are_computed_without_a_bit(model, tmp_path):
     counted = amisim.run(model, bits=2000, noise=0.002)
     r = amisim.statistical(model, noise=0.002)
-    eye, seen = r["statistical.input_eye"], counted["statistical.input_eye"]
-    assert eye.worst_height_v == seen.worst_height_v
-    # That of the run is seen with its clock.
-    assert seen.width_ui < eye.width_ui < seen.width_ui + 0.01
-    assert eye.height_v == pytest.approx(seen.height_v, rel=0.01)
+    assert r["statistical.input_eye"].to_dict() == counted["statistical.input_eye"].to_dict()
     assert (r.bits, r.verdict, r.eye.height_v, r.input_eye, r.statistical.eye) == (0, None) + (None,) * 3
     assert any("its AMI_GetWave does is found in a run" in note for note in r.messages)
     assert "Computed from responses alone" in r.report()
