@@ -18,26 +18,22 @@ void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& o)
                           const char* help) {
         app.add_option(name, value, help)->type_name(type)->group(group);
     };
-    const auto ohms = [&](const char* name, std::optional<double>& value, const char* help) {
+    const auto leg = [&](const char* name, auto& value, const char* unit, double most,
+                         const char* help) {
         app.add_option(name, value, help)
-            ->check(CLI::Range(0.0, 1e9).description(""))
-            ->type_name("OHM")
+            ->check(CLI::Range(0.0, most).description(""))
+            ->type_name(unit)
             ->group(group);
     };
-    ohms("--source-ohms", o.ends.source,
-         "Resistance of each leg of the transmitter, ohm [matched: that of the S parameters]");
-    ohms("--load-ohms", o.ends.load,
-         "Resistance to ground that each leg ends in at the model's input, ohm [matched]");
-    const auto farads = [&](const char* name, double& value, const char* help) {
-        app.add_option(name, value, help)
-            ->check(CLI::Range(0.0, 1e-6).description(""))
-            ->type_name("F")
-            ->group(group);
-    };
-    farads("--source-farads", o.ends.sourceFarads,
-           "Capacitance of each leg of the transmitter to ground, F [none]");
-    farads("--load-farads", o.ends.loadFarads,
-           "Capacitance to ground that each leg ends in at the model's input, F [none]");
+    constexpr double kMostOhms = 1e9, kMostFarads = 1e-6;
+    leg("--source-ohms", o.ends.source, "OHM", kMostOhms,
+        "Resistance of each leg of the transmitter, ohm [matched: that of the S parameters]");
+    leg("--load-ohms", o.ends.load, "OHM", kMostOhms,
+        "Resistance to ground that each leg ends in at the model's input, ohm [matched]");
+    leg("--source-farads", o.ends.sourceFarads, "F", kMostFarads,
+        "Capacitance of each leg of the transmitter to ground, F [none]");
+    leg("--load-farads", o.ends.loadFarads, "F", kMostFarads,
+        "Capacitance to ground that each leg ends in at the model's input, F [none]");
     text("--port-order", o.portOrder, "AB,CD",
          "Which port leads to which: 12,34 for 1 to 2 and 3 to 4, or 13,24 and so on [by the "
          "through terms]");
@@ -75,21 +71,14 @@ void AddNetworkOptions(CLI::App& app, const char* group, SignalOptions& o)
 
 void AddAggressorAmplitude(CLI::App& app, const char* group, SignalOptions& o)
 {
-    app.add_option("--aggressor-amplitude", o.aggressorAmplitude,
-                   "Amplitude of the aggressors, V differential peak to peak")
-        ->check(CLI::Range(0.0, 1e3).description(""))
-        ->capture_default_str()
-        ->type_name("V")
-        ->group(group);
+    AddNumber(app, group, "--aggressor-amplitude", o.aggressorAmplitude, "V", 0.0, 1e3,
+              "Amplitude of the aggressors, V differential peak to peak");
 }
 
 void AddRiseTime(CLI::App& app, const char* group, SignalOptions& o)
 {
-    app.add_option("--rise-time", o.riseTime, "Rise time from 20 % to 80 %, UI")
-        ->check(CLI::Range(0.0, 1.0).description(""))
-        ->capture_default_str()
-        ->type_name("UI")
-        ->group(group);
+    AddNumber(app, group, "--rise-time", o.riseTime, "UI", 0.0, 1.0,
+              "Rise time from 20 % to 80 %, UI");
 }
 
 }  // namespace amisim

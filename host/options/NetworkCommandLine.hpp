@@ -6,6 +6,18 @@
 
 namespace amisim {
 
+/// An option with a number in a range.
+template <typename Value>
+void AddNumber(CLI::App& run, const char* group, const char* name, Value& value, const char* unit,
+               Value low, Value high, const char* text)
+{
+    run.add_option(name, value, text)
+        ->check(CLI::Range(low, high).description(""))
+        ->capture_default_str()
+        ->type_name(unit)
+        ->group(group);
+}
+
 /// A file that may be given any number of times, one at a time.
 void AddFiles(CLI::App& app, const char* group, const char* name,
               std::vector<std::filesystem::path>& files, const char* text);

@@ -14,18 +14,6 @@
 namespace amisim {
 namespace {
 
-/// An option with a number in a range.
-template <typename Value>
-void AddNumber(CLI::App& run, const char* group, const char* name, Value& value, const char* unit,
-               Value low, Value high, const char* text)
-{
-    run.add_option(name, value, text)
-        ->check(CLI::Range(low, high).description(""))
-        ->capture_default_str()
-        ->type_name(unit)
-        ->group(group);
-}
-
 void AddFile(CLI::App& run, const char* group, const char* name, std::filesystem::path& path,
              const char* text)
 {

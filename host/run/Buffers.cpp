@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/ElementFile.hpp"
+#include "host/signal/ChannelOptions.hpp"
 
 namespace amisim {
 namespace {
@@ -55,8 +55,7 @@ void UseNetwork(const SignalOptions& signal, const ChannelEnd& end, ModelSource&
     std::string note =
         fmt::format("Ts4file {} is part of the channel", buffer.network.filename().string());
     if (!buffer.boundary.empty()) note += ", as far as its boundary: " + buffer.boundary;
-    if (const auto whole = [](const auto& told) { return base::ElementFileOf(told).element == 0; };
-        std::ranges::any_of(signal.fext, whole) || std::ranges::any_of(signal.next, whole))
+    if (!std::ranges::all_of(signal.fext, IsPlaced) || !std::ranges::all_of(signal.next, IsPlaced))
         note += "; --fext and --next are taken as they are";
     AddNote(model, note);
 }

@@ -373,8 +373,12 @@ void Segment::UseSampler()
     sampler.gaussianNoise = std::hypot(sampler.gaussianNoise, own_.samplerNoise);
     sampler.seed = SignalOf(own_, place_.number).seed;
     analyses_->Use(sampler);
-    if (!signal_.Roads().empty())
-        analyses_->Expect(signal_.Roads().front().transmitter.jitter.SineFrequencies());
+    if (!signal_.Roads().empty()) {
+        std::vector<double> frequencies;
+        for (const auto& sine : signal_.Roads().front().transmitter.jitter.Sines())
+            frequencies.push_back(sine.frequency);
+        analyses_->Expect(std::move(frequencies));
+    }
     if (retimer_) retimer_->Use(sampler);
     result_.sampler = sampler;
 }

@@ -32,13 +32,8 @@ BoundaryJitter StatisticalLinks::Jitter() const
     jitter.uniform = declared.uniform / sent.unitInterval;
     jitter.dutyCycle = own.dutyCycle / sent.unitInterval;
     jitter.evenOdd = declared.alternating / sent.unitInterval;
-    for (const auto& [amplitude, frequency] : {std::pair{own.sineAmplitude, own.sineFrequency},
-                                               {declared.sineAmplitude, declared.sineFrequency}}) {
-        if (amplitude != 0) {
-            jitter.sines.push_back(
-                {amplitude / sent.unitInterval, frequency * sent.unitInterval, 0, 0});
-        }
-    }
+    for (const auto& [amplitude, frequency] : own.Sines())
+        jitter.sines.push_back({amplitude / sent.unitInterval, frequency * sent.unitInterval});
     return jitter;
 }
 

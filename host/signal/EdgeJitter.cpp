@@ -5,12 +5,13 @@
 
 namespace amisim {
 
-std::vector<double> EdgeJitter::Settings::SineFrequencies() const
+std::vector<EdgeJitter::Settings::Sine> EdgeJitter::Settings::Sines() const
 {
-    std::vector<double> frequencies;
-    if (sineAmplitude != 0) frequencies.push_back(sineFrequency);
-    if (declared.sineAmplitude != 0) frequencies.push_back(declared.sineFrequency);
-    return frequencies;
+    std::vector<Sine> sines;
+    if (sineAmplitude != 0) sines.push_back({sineAmplitude, sineFrequency});
+    if (declared.sineAmplitude != 0)
+        sines.push_back({declared.sineAmplitude, declared.sineFrequency});
+    return sines;
 }
 
 double EdgeJitter::Next(double time, int direction)

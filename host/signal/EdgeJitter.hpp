@@ -33,8 +33,12 @@ public:
         double dutyCycle = 0;
         Declared declared = {};
 
-        /// Cycles a sample, of those sines that move anything.
-        std::vector<double> SineFrequencies() const;
+        struct Sine
+        {
+            double amplitude, frequency;
+        };
+        /// Those that move anything.
+        std::vector<Sine> Sines() const;
     };
 
     EdgeJitter(const Settings& settings, Random random) : settings_(settings), random_(random) {}
