@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <unsupported/Eigen/FFT>
 
+#include "base/Fft.hpp"
 #include "host/channel/ChannelResponse.hpp"
 
 namespace amisim {
@@ -22,11 +22,8 @@ void AddLoss(ChannelCurves& curves, const ChannelResponse& channel, double last)
     const double points = 8.0 * kFrequencies / (last * channel.sampleInterval);
     const std::size_t size =
         std::bit_ceil(std::max(channel.taps.size(), static_cast<std::size_t>(points)));
-    std::vector<double> padded = channel.taps;
-    padded.resize(size);
-    std::vector<std::complex<double>> spectrum;
-    Eigen::FFT<double> fft;
-    fft.fwd(spectrum, padded);
+    RealFft::Spectrum spectrum;
+    RealFft(size).Forward(channel.taps, spectrum);
     for (std::size_t i = 0; i <= kFrequencies; ++i) {
         const double f = last * static_cast<double>(i) / kFrequencies;
         const auto k = static_cast<std::size_t>(

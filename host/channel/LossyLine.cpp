@@ -5,8 +5,9 @@
 #include <cmath>
 #include <complex>
 #include <numbers>
-#include <unsupported/Eigen/FFT>
 
+#include "base/Fft.hpp"
+#include "base/InParallel.hpp"
 #include "host/channel/SlowTail.hpp"
 
 namespace amisim {
@@ -27,22 +28,23 @@ std::vector<double> LossyLine::Impulse(double sampleInterval) const
     const double bit = 0.5 / halfBitRate / sampleInterval;  // samples
     const std::size_t length = std::bit_ceil(static_cast<std::size_t>(256 * bit) + 1);
     const std::size_t grid = 16 * length;
-    Eigen::FFT<double> fft;
-    fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);
-    std::vector<std::complex<double>> spectrum(grid / 2 + 1);
-    for (std::size_t k = 0; k < spectrum.size(); ++k) {
-        const double frequency =
-            static_cast<double>(k) / (static_cast<double>(grid) * sampleInterval);
-        spectrum[k] = GainDb(frequency) * std::numbers::ln10 / 20;
-    }
-    std::vector<double> response(grid);
-    const auto size = static_cast<Eigen::Index>(grid);
-    fft.inv(response, spectrum, size);
+    RealFft fft(grid);
+    RealFft::Spectrum spectrum(grid / 2 + 1);
+    InParts(spectrum.size(), [&](std::size_t from, std::size_t to) {
+        for (std::size_t k = from; k < to; ++k) {
+            const double frequency =
+                static_cast<double>(k) / (static_cast<double>(grid) * sampleInterval);
+            spectrum[k] = GainDb(frequency) * std::numbers::ln10 / 20;
+        }
+    });
+    std::vector<double> response;
+    fft.Inverse(spectrum, response);
     for (std::size_t n = 1; n < grid / 2; ++n) response[n] *= 2;
-    std::fill(response.begin() + static_cast<std::ptrdiff_t>(grid / 2 + 1), response.end(), 0.0);
-    fft.fwd(spectrum, response);
-    for (auto& value : spectrum) value = std::exp(value);
-    fft.inv(response, spectrum, size);
+    fft.Forward(std::span(response).first(grid / 2 + 1), spectrum);
+    InParts(spectrum.size(), [&](std::size_t from, std::size_t to) {
+        for (std::size_t k = from; k < to; ++k) spectrum[k] = std::exp(spectrum[k]);
+    });
+    fft.Inverse(spectrum, response);
 
     response.resize(length);
     const std::size_t fade = length / 4;

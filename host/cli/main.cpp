@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "host/cli/Commands.hpp"
+#include "host/cli/Heap.hpp"
 #include "host/cli/Terminal.hpp"
 
 using namespace amisim;
@@ -33,6 +34,7 @@ ExitCode Answer(const CLI::App& app, const CLI::ParseError& error)
 // NOLINTNEXTLINE(bugprone-exception-escape): memory may fail while the options are set up
 int main(int argc, char** argv)
 {
+    PrepareHeap();
     Commands commands;
     CLI::App& app = commands.App();
     std::optional<ExitCode> answered;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "base/Fft.hpp"
 #include "base/Wide.hpp"
-#include "host/signal/Fft.hpp"
 
 namespace amisim {
 namespace {
@@ -48,7 +48,7 @@ Convolver::Convolver(SignalSource& input, std::span<const double> impulse) : inp
     const std::size_t size = SizeFor(impulse.size());
     samples_.assign(past_ + Block(impulse.size()), 0.0);
     transformed_ = std::make_unique<Transformed>(size);
-    auto& real = transformed_->response.real;
+    const std::span<double> real = transformed_->response.real;
     // The inverse transform leaves out the division by its size.
     std::ranges::transform(impulse, real.begin(),
                            [size](double tap) { return tap / static_cast<double>(size); });
@@ -100,7 +100,8 @@ std::size_t Convolver::Read(std::span<double> out)
             if (ready_ == 0) break;
         }
         const bool second = taken_ >= half;
-        const auto& made = second ? transformed_->windows.imaginary : transformed_->windows.real;
+        const std::span<double> made =
+            second ? transformed_->windows.imaginary : transformed_->windows.real;
         const std::size_t place = second ? taken_ - half : taken_;
         const std::size_t end = second ? ready_ : std::min(ready_, half);
         const std::size_t count = std::min(out.size() - done, end - taken_);

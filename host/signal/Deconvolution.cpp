@@ -4,58 +4,32 @@
 #include <bit>
 #include <cmath>
 #include <complex>
-#include <unsupported/Eigen/FFT>
+
+#include "base/Fft.hpp"
 
 namespace amisim {
 namespace {
 
-using Spectrum = std::vector<std::complex<double>>;
-
 constexpr double kFloor = 1e-5;  // of the largest gain
 constexpr std::size_t kLead = 1024;
-
-class Fft
-{
-public:
-    explicit Fft(std::size_t taps) : size_(std::bit_ceil(2 * taps))
-    {
-        fft_.SetFlag(Eigen::FFT<double>::HalfSpectrum);
-    }
-    Spectrum Forward(std::span<const double> taps)
-    {
-        std::vector<double> padded(size_);
-        std::ranges::copy(taps, padded.begin());
-        Spectrum spectrum;
-        fft_.fwd(spectrum, padded);
-        return spectrum;
-    }
-    std::vector<double> Back(const Spectrum& spectrum)
-    {
-        std::vector<double> taps(size_);
-        fft_.inv(taps, spectrum, static_cast<Eigen::Index>(size_));
-        return taps;
-    }
-
-private:
-    Eigen::FFT<double> fft_;
-    std::size_t size_;
-};
 
 }  // namespace
 
 Deconvolved Deconvolve(std::span<const double> before, std::span<const double> after)
 {
-    Fft fft(before.size());
-    const Spectrum a = fft.Forward(before), b = fft.Forward(after);
+    RealFft fft(std::bit_ceil(2 * before.size()));
+    RealFft::Spectrum a, b;
+    fft.Forward(before, a);
+    fft.Forward(after, b);
     double largest = 0;
     for (const auto& gain : a) largest = std::max(largest, std::norm(gain));
     if (largest == 0) return {{{0.0}, 0}, 1};
-    Spectrum ratio(a.size());
     for (std::size_t k = 0; k < a.size(); ++k)
-        ratio[k] = b[k] * std::conj(a[k]) / (std::norm(a[k]) + kFloor * kFloor * largest);
+        b[k] *= std::conj(a[k]) / (std::norm(a[k]) + kFloor * kFloor * largest);
 
     // Times before 0 are at the end.
-    std::vector<double> taps = fft.Back(ratio);
+    std::vector<double> taps;
+    fft.Inverse(b, taps);
     Deconvolved result;
     result.filter.lead = std::min(kLead, before.size());
     std::rotate(taps.begin(), taps.end() - static_cast<std::ptrdiff_t>(result.filter.lead),
@@ -75,11 +49,13 @@ Deconvolved Deconvolve(std::span<const double> before, std::span<const double> a
 
 std::vector<double> Convolved(std::span<const double> response, const LeadingTaps& filter)
 {
-    Fft fft(std::max(response.size(), filter.taps.size()));
-    Spectrum product = fft.Forward(response);
-    const Spectrum other = fft.Forward(filter.taps);
+    RealFft fft(std::bit_ceil(response.size() + filter.taps.size()));
+    RealFft::Spectrum product, other;
+    fft.Forward(response, product);
+    fft.Forward(filter.taps, other);
     for (std::size_t k = 0; k < product.size(); ++k) product[k] *= other[k];
-    std::vector<double> made = fft.Back(product);
+    std::vector<double> made;
+    fft.Inverse(product, made);
     made.erase(made.begin(), made.begin() + static_cast<std::ptrdiff_t>(filter.lead));
     made.resize(response.size());
     return made;

@@ -1,11 +1,10 @@
 #include "host/statistical/StatisticalEye.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <numbers>
-#include <thread>
 
+#include "base/InParallel.hpp"
 #include "host/analysis/Tail.hpp"
 #include "host/statistical/Blur.hpp"
 #include "host/statistical/EdgeSum.hpp"
@@ -27,24 +26,6 @@ constexpr double kTotalJitterAt = 1e-12;
 
 /// One phase of the eye: the density of each symbol's voltage.
 using Column = std::vector<VoltageDensity>;
-
-/// Calls work(0) ... work(count - 1), on all processors.
-template <typename Work>
-void InParallel(int count, Work work)
-{
-    std::atomic<int> next = 0;
-    const auto run = [&] {
-        for (int i = next++; i < count; i = next++) {
-            work(i);
-        }
-    };
-    std::vector<std::jthread> others;
-    const int threads = std::min(count, static_cast<int>(std::thread::hardware_concurrency()));
-    for (int i = 1; i < threads; ++i) {
-        others.emplace_back(run);
-    }
-    run();
-}
 
 /// Makes the columns of one link.
 class Columns

@@ -4,7 +4,8 @@
 #include <cmath>
 #include <complex>
 #include <numbers>
-#include <unsupported/Eigen/FFT>
+
+#include "base/Fft.hpp"
 
 namespace amisim {
 namespace {
@@ -14,7 +15,7 @@ namespace {
 /// centre is at -range, where exp(-i w v) is (-1)^n.
 std::vector<double> Bins(const VoltageGrid& grid, const Characteristic& characteristic)
 {
-    std::vector<std::complex<double>> spectrum(grid.Frequencies());
+    RealFft::Spectrum spectrum(grid.Frequencies());
     for (std::size_t n = 0; n < spectrum.size(); ++n) {
         const double angle =
             std::numbers::pi * static_cast<double>(n) / static_cast<double>(grid.bins);
@@ -22,10 +23,8 @@ std::vector<double> Bins(const VoltageGrid& grid, const Characteristic& characte
         spectrum[n] = (n % 2 == 0 ? mean : -mean) *
                       std::complex(characteristic.real[n], -characteristic.imaginary[n]);
     }
-    Eigen::FFT<double> fft;
-    fft.SetFlag(Eigen::FFT<double>::HalfSpectrum);
-    std::vector<double> bins(grid.bins);
-    fft.inv(bins, spectrum, static_cast<Eigen::Index>(grid.bins));
+    std::vector<double> bins;
+    RealFft(grid.bins).Inverse(spectrum, bins);
     return bins;
 }
 
