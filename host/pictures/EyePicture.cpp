@@ -235,7 +235,7 @@ EyePicture::operator Picture() const
     const double caption = kCaptionLine * static_cast<double>(Caption().size());
     return {plot::kWidth,
             heading.Height(plot::kWidth) + kPlotHeight + plot::Panel::kBelow + caption + 6,
-            [this](Canvas& canvas) { Draw(canvas); }};
+            [picture = *this](Canvas& canvas) { picture.Draw(canvas); }};
 }
 
 }  // namespace amisim

@@ -15,7 +15,7 @@ namespace {
 
 constexpr double kPixels = 2;  // a point
 
-using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
+using Surface = std::shared_ptr<cairo_surface_t>;
 
 cairo_status_t Append(void* text, const unsigned char* bytes, unsigned int count)
 {
@@ -33,16 +33,16 @@ void Check(cairo_surface_t* surface)
 
 }  // namespace
 
-std::string Picture::File(PictureFormat format) const
+std::function<std::string()> Picture::Drawn(PictureFormat format) const
 {
-    std::string file;
+    const auto file = std::make_shared<std::string>();
     const auto pixels = [](double points) { return static_cast<int>(std::ceil(points * kPixels)); };
     const Surface surface(
         format == PictureFormat::kPng
             ? cairo_image_surface_create(CAIRO_FORMAT_RGB24, pixels(width), pixels(height))
         : format == PictureFormat::kSvg
-            ? cairo_svg_surface_create_for_stream(Append, &file, width, height)
-            : cairo_pdf_surface_create_for_stream(Append, &file, width, height),
+            ? cairo_svg_surface_create_for_stream(Append, file.get(), width, height)
+            : cairo_pdf_surface_create_for_stream(Append, file.get(), width, height),
         cairo_surface_destroy);
     Check(surface.get());
     if (format == PictureFormat::kPng)
@@ -54,18 +54,19 @@ std::string Picture::File(PictureFormat format) const
         Canvas canvas(surface.get(), width, height);
         draw(canvas);
     }
-    if (format == PictureFormat::kPng) {
-        cairo_surface_flush(surface.get());
+    if (format != PictureFormat::kPng) {
+        cairo_surface_finish(surface.get());
+        Check(surface.get());
+        return [file] { return std::move(*file); };
+    }
+    cairo_surface_flush(surface.get());
+    Check(surface.get());
+    return [surface, columns = static_cast<std::size_t>(pixels(width)),
+            rows = static_cast<std::size_t>(pixels(height))] {
         const auto* const image =
             reinterpret_cast<const std::uint32_t*>(cairo_image_surface_get_data(surface.get()));
-        const auto columns = static_cast<std::size_t>(pixels(width));
-        file =
-            Png({image, columns * static_cast<std::size_t>(pixels(height))}, columns, 72 * kPixels);
-    } else {
-        cairo_surface_finish(surface.get());
-    }
-    Check(surface.get());
-    return file;
+        return Png({image, columns * rows}, columns, 72 * kPixels);
+    };
 }
 
 }  // namespace amisim

@@ -29,7 +29,11 @@ struct Picture
     std::function<void(Canvas&)> draw;
 
     /// The same bytes whenever the same is drawn.
-    std::string File(PictureFormat format) const;
+    std::string File(PictureFormat format) const { return Drawn(format)(); }
+
+    /// Draws. What is returned makes the file of it, once, in any thread: for an image that is most
+    /// of the work.
+    std::function<std::string()> Drawn(PictureFormat format) const;
 };
 
 }  // namespace amisim

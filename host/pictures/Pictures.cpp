@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
+#include "base/InParallel.hpp"
 #include "host/pictures/ChainPicture.hpp"
 #include "host/pictures/EyePicture.hpp"
 #include "host/pictures/Font.hpp"
@@ -38,7 +40,7 @@ public:
     {
     }
 
-    void Save() const
+    void Save()
     {
         if (result_.eye) SaveEye(*result_.eye, result_.statisticalOutput, "output", "eye");
         if (result_.inputEye)
@@ -49,17 +51,40 @@ public:
         SaveAdaptation();
         SaveChannel();
         if (!result_.earlier.empty()) SaveChain();
+        PutFiles();
     }
 
 private:
-    void Put(std::string_view name, const Picture& picture) const
+    struct File
+    {
+        std::string name;
+        Picture picture;
+        PictureFormat format;
+        std::string bytes;
+    };
+
+    void Put(std::string_view name, const Picture& picture)
     {
         for (const PictureFormat format : formats_)
-            put_(fmt::format("{}.{}", name, Name(format)), picture.File(format));
+            files_.push_back({fmt::format("{}.{}", name, Name(format)), picture, format, ""});
+    }
+
+    /// One is drawn at a time, while others are made files of.
+    void PutFiles()
+    {
+        std::mutex drawing;
+        InParallel(static_cast<int>(files_.size()), [&](int i) {
+            File& file = files_[static_cast<std::size_t>(i)];
+            std::unique_lock lock(drawing);
+            const auto drawn = file.picture.Drawn(file.format);
+            lock.unlock();
+            file.bytes = drawn();
+        });
+        for (const File& file : files_) put_(file.name, file.bytes);
     }
 
     void SaveEye(const EyeFindings& worst, const std::optional<StatisticalEye>& computed,
-                 const char* side, const char* name) const
+                 const char* side, const char* name)
     {
         EyePicture picture{.heading = {}, .density = worst.density};
         for (const EyeFindings& eye : EyesOf(worst)) {
@@ -90,7 +115,7 @@ private:
         Put(name, picture);
     }
 
-    void SaveBathtub(Bathtub EyeFindings::*which, const char* name) const
+    void SaveBathtub(Bathtub EyeFindings::*which, const char* name)
     {
         const bool time = which == &EyeFindings::time;
         LinePlot plot;
@@ -142,7 +167,7 @@ private:
                                                     several ? "; thick: the worst eye" : "")}));
     }
 
-    void SaveClock() const
+    void SaveClock()
     {
         const ClockFindings& clock = result_.clock;
         std::vector<LinePlot> plots;
@@ -192,7 +217,7 @@ private:
         Put("tie", PlotsPicture(plots, {model_, signal_, rate_ + rms}));
     }
 
-    void SaveAdaptation() const
+    void SaveAdaptation()
     {
         if (!result_.adaptation || result_.adaptation->measurements.empty()) return;
         Curve level{{}, {}, {colours::kBlue, 2}}, heo{{}, {}, {colours::kVermilion, 1.4}, "HEO"},
@@ -234,7 +259,7 @@ private:
         Put("adaptation", PlotsPicture({levels, openings}, {model_, signal_, numbers}));
     }
 
-    void SaveChannel() const
+    void SaveChannel()
     {
         if (!result_.channel) return;
         const ChannelCurves& channel = *result_.channel;
@@ -254,7 +279,7 @@ private:
                                                                 rate_, channel.LossAtHalfRate())}));
     }
 
-    void SaveChain() const
+    void SaveChain()
     {
         std::string errors;
         if (const auto& sent = result_.endToEnd) {
@@ -269,6 +294,7 @@ private:
     const PictureFormats& formats_;
     const PutFile& put_;
     std::string model_, signal_, rate_;
+    std::vector<File> files_;
 };
 
 }  // namespace

@@ -37,10 +37,19 @@ struct Bin
 template <typename Take>
 void ForRuns(std::span<const std::uint32_t> pixels, Take take)
 {
-    for (std::size_t i = 0, begin = 0; i < pixels.size(); ++i) {
-        if (i + 1 < pixels.size() && (pixels[i] ^ pixels[i + 1]) << 8 == 0) continue;
-        take(pixels[i] & 0xffffff, i + 1 - begin);
-        begin = i + 1;
+    constexpr std::size_t kAtOnce = 8;
+    for (std::size_t begin = 0, end = 0; begin < pixels.size(); begin = end) {
+        const std::uint32_t first = pixels[begin] & 0xffffff;
+        const auto differs = [&](std::size_t i) { return (pixels[i] & 0xffffff) ^ first; };
+        ++end;
+        if (end < pixels.size() && differs(end) == 0) {
+            for (std::uint32_t any = 0; end + kAtOnce <= pixels.size(); end += kAtOnce) {
+                for (std::size_t i = 0; i < kAtOnce; ++i) any |= differs(end + i);
+                if (any != 0) break;
+            }
+            while (end < pixels.size() && differs(end) == 0) ++end;
+        }
+        take(first, end - begin);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "host/run/ComputedEyes.hpp"
 
+#include <future>
 #include <utility>
 
 namespace amisim {
@@ -55,15 +56,30 @@ void ComputedEyes::Add(std::span<const double> input, std::span<const double> ou
     if (measured_) measured_->Add(input, output);
 }
 
-void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result) const
+void ComputedEyes::Begin(const MeasuredOutput::Conditions& run, bool failed)
 {
     if (!Possible()) return;
-    if (const auto edges = links_.InputEdges(); !edges.empty()) {
-        StatisticalLink input = links_.AtInput(edges);
-        FollowSines(result, input);
-        result.statisticalInput = Compute(std::move(input), result.inputEye);
+    edges_ = links_.InputEdges();
+    if (!measured_ || failed || edges_.empty()) return;
+    measuring_ = std::async(std::launch::async, [this, run] {
+        Measured measured;
+        measured.smallSignal = measured_->Find(run, links_.DrivenEdge(), measured.notes);
+        return measured;
+    });
+}
+
+void ComputedEyes::Find(RunResult& result)
+{
+    if (!Possible()) return;
+    std::future<StatisticalEye> input;
+    if (!edges_.empty()) {
+        input = std::async(std::launch::async, [&] {
+            StatisticalLink link = links_.AtInput(edges_);
+            FollowSines(result, link);
+            return Compute(std::move(link), result.inputEye);
+        });
     }
-    if (auto output = AtOutput(run, result)) {
+    if (auto output = AtOutput(result)) {
         AddSampler(result, *output);
         result.statisticalOutput = Compute(*output, result.eye);
     } else if (!run_.counted && !result.failure) {
@@ -71,6 +87,7 @@ void ComputedEyes::Find(const MeasuredOutput::Conditions& run, RunResult& result
             "the eye at the output is not computed: AMI_Init does not return what the receiver "
             "does, and what its AMI_GetWave does is found in a run that counts bits");
     }
+    if (input.valid()) result.statisticalInput = input.get();
 }
 
 /// Decided as what was counted; where nothing was, of several levels halfway between them.
@@ -86,17 +103,17 @@ StatisticalEye ComputedEyes::Compute(StatisticalLink link,
 }
 
 /// By the response that AMI_Init gave back, or else by that which AMI_GetWave shows.
-std::optional<StatisticalLink> ComputedEyes::AtOutput(const MeasuredOutput::Conditions& run,
-                                                      RunResult& result) const
+std::optional<StatisticalLink> ComputedEyes::AtOutput(RunResult& result)
 {
     const double noise = result.sampler.gaussianNoise;
     if (receiver_.returnsImpulse && !result.impulses.empty())
         return links_.AtOutput(result.impulses, noise);
-    const auto edges = links_.InputEdges();
-    if (!measured_ || result.failure || edges.empty()) return std::nullopt;
-    result.smallSignal = measured_->Find(run, links_.DrivenEdge(), result.notes);
+    if (!measuring_.valid()) return std::nullopt;
+    Measured measured = measuring_.get();
+    result.notes.insert(result.notes.end(), measured.notes.begin(), measured.notes.end());
+    result.smallSignal = std::move(measured.smallSignal);
     if (!result.smallSignal) return std::nullopt;
-    return links_.AtOutput(edges, {result.smallSignal->response, 0}, noise);
+    return links_.AtOutput(edges_, {result.smallSignal->response, 0}, noise);
 }
 
 }  // namespace amisim

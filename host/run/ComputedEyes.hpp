@@ -1,5 +1,6 @@
 #pragma once
 
+#include <future>
 #include <optional>
 #include <span>
 #include <vector>
@@ -28,21 +29,32 @@ public:
     /// Takes what went into the receiver, and what came out.
     void Add(std::span<const double> input, std::span<const double> output);
 
-    /// To be called when the run is over, and its counted eyes are found.
-    /// @param run  how the receiver was run
-    void Find(const MeasuredOutput::Conditions& run, RunResult& result) const;
+    /// To be called when the run is over: begins to measure the receiver's response, where that is
+    /// needed, while the counted eyes are found.
+    /// @param run     how the receiver was run, until Find is done
+    /// @param failed  it was, without success: there is nothing to measure
+    void Begin(const MeasuredOutput::Conditions& run, bool failed);
+
+    /// To be called when the counted eyes are found.
+    void Find(RunResult& result);
 
 private:
+    struct Measured
+    {
+        std::optional<SmallSignal> smallSignal;
+        std::vector<std::string> notes;
+    };
     bool Possible() const;
     StatisticalEye Compute(StatisticalLink link, const std::optional<EyeFindings>& counted) const;
-    std::optional<StatisticalLink> AtOutput(const MeasuredOutput::Conditions& run,
-                                            RunResult& result) const;
+    std::optional<StatisticalLink> AtOutput(RunResult& result);
 
     const SegmentOptions& own_;
     const SimulationOptions& run_;
     const ModelSource& receiver_;
     StatisticalLinks links_;
     std::optional<MeasuredOutput> measured_;  // of a receiver whose AMI_Init tells no response
+    StatisticalLinks::Edges edges_;
+    std::future<Measured> measuring_;
 };
 
 }  // namespace amisim

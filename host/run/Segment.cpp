@@ -449,6 +449,10 @@ void Segment::Close()
 
 void Segment::Evaluate()
 {
+    if (!training_) {
+        computed_.Begin({start_, ProcessSettings(surroundings_.log), parameters_.Tracks()},
+                        result_.failure.has_value());
+    }
     Analyses::Findings found = analyses_->Find();
     analyses_.reset();  // and what it holds on the disk
     result_.eye = std::move(found.eye);
@@ -468,7 +472,7 @@ void Segment::Evaluate()
             "evenly within the transmitter's amplitude");
     }
     if (!training_) {
-        computed_.Find({start_, ProcessSettings(surroundings_.log), parameters_.Tracks()}, result_);
+        computed_.Find(result_);
     } else if (run_.statistical) {
         result_.notes.emplace_back(
             "no eyes are computed: what AMI_Init returned is from before the link training");

@@ -5,6 +5,7 @@
 #include <functional>
 #include <numeric>
 
+#include "base/Wide.hpp"
 #include "host/signal/Random.hpp"
 
 namespace amisim {
@@ -26,6 +27,15 @@ double SquareSum(std::span<const double> values)
     return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
 }
 
+/// Adds numbers, times a factor, to those that they stand before, as far as there are any.
+WIDE void AddScaled(double factor, std::span<const double> numbers, std::span<double> to)
+{
+    const double* __restrict from = numbers.data();
+    double* __restrict sums = to.data();
+    const std::size_t count = std::min(numbers.size(), to.size());
+    for (std::size_t i = 0; i < count; ++i) sums[i] += factor * from[i];
+}
+
 /// A random pattern at a receiver's input, from a long run of the lowest level on.
 std::vector<double> Pattern(std::span<const double> edge, std::size_t bits, std::size_t bitSamples)
 {
@@ -38,9 +48,7 @@ std::vector<double> Pattern(std::span<const double> edge, std::size_t bits, std:
         const bool next = (random.Bits() >> 63) != 0;
         const double change = static_cast<double>(next) - static_cast<double>(last);
         last = next;
-        const std::span<double> rest = std::span(wave).subspan(bit * bitSamples);
-        for (std::size_t i = 0; change != 0 && i < std::min(edge.size(), rest.size()); ++i)
-            rest[i] += change * edge[i];
+        if (change != 0) AddScaled(change, edge, std::span(wave).subspan(bit * bitSamples));
     }
     std::partial_sum(wave.begin(), wave.end(), wave.begin());
     return wave;
@@ -105,14 +113,19 @@ double Unexplained(std::span<const double> response, std::span<const double> inp
                    std::span<const double> output, std::size_t last, bool begin)
 {
     const std::size_t known = begin || response.empty() ? 0 : response.size() - 1;
-    const std::size_t from = std::max(known, output.size() - std::min(last, output.size()));
+    const std::size_t from =
+        std::min(std::max(known, output.size() - std::min(last, output.size())), output.size());
+    const auto seen = output.subspan(from);
+    // Tap by tap, so that the samples are worked on side by side.
+    std::vector<double> made(seen.size());
+    for (std::size_t k = 0; k < std::min(response.size(), output.size()); ++k) {
+        const std::size_t first = k - std::min(k, from);
+        AddScaled(response[k], input.subspan(from + first - k), std::span(made).subspan(first));
+    }
     double left = 0, all = 0;
-    for (std::size_t n = from; n < output.size(); ++n) {
-        double made = 0;
-        for (std::size_t k = 0; k < std::min(response.size(), n + 1); ++k)
-            made += response[k] * input[n - k];
-        left += (output[n] - made) * (output[n] - made);
-        all += output[n] * output[n];
+    for (std::size_t n = 0; n < seen.size(); ++n) {
+        left += (seen[n] - made[n]) * (seen[n] - made[n]);
+        all += seen[n] * seen[n];
     }
     return all > 0 ? std::sqrt(left / all) : 1;
 }
