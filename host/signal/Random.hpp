@@ -15,12 +15,18 @@ public:
 
     std::uint64_t Bits();
 
-    double Uniform() { return static_cast<double>(Bits() >> 11) * 0x1p-53; }  // [0, 1)
+    double Uniform() { return Fraction(Bits()); }  // [0, 1)
 
     /// Standard normal deviate by the ziggurat method (Marsaglia and Tsang), 128 layers.
     double Normal();
 
 private:
+    /// By way of a signed number, which processors convert at once.
+    static double Fraction(std::uint64_t bits)
+    {
+        return static_cast<double>(static_cast<std::int64_t>(bits >> 11)) * 0x1p-53;
+    }
+
     std::uint64_t state_[4];
 };
 
