@@ -3,9 +3,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <filesystem>
+#include <unsupported/Eigen/FFT>
 #include <vector>
 
+#include "base/Fft.hpp"
 #include "host/analysis/Analyses.hpp"
 #include "host/channel/LossyLine.hpp"
 #include "host/signal/SignalChain.hpp"
@@ -102,6 +105,38 @@ BENCHMARK(Computing)
     ->ArgNames({"levels", "sine"})
     ->ArgsProduct({{2, 4}, {0, 1}})
     ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+/// The transforms of a line's response as a run makes them, tables and all, beside the same by
+/// Eigen: "times_faster" is the figure to read.
+void TransformOverEigens(benchmark::State& state)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto size = static_cast<std::size_t>(state.range(0));
+    std::vector<double> values(size);
+    for (std::size_t n = 0; n < size; ++n) values[n] = 1 / static_cast<double>(n + 1);
+    RealFft::Spectrum spectrum;
+    Clock::duration own{}, eigens{};
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        RealFft fft(size);
+        fft.Forward(values, spectrum);
+        fft.Inverse(spectrum, values);
+        const auto middle = Clock::now();
+        Eigen::FFT<double> eigen;
+        eigen.SetFlag(Eigen::FFT<double>::HalfSpectrum);
+        eigen.fwd(spectrum, values);
+        eigen.inv(values, spectrum, static_cast<Eigen::Index>(size));
+        eigens += Clock::now() - middle;
+        own += middle - start;
+    }
+    state.counters["times_faster"] =
+        std::chrono::duration<double>(eigens) / std::chrono::duration<double>(own);
+}
+BENCHMARK(TransformOverEigens)
+    ->Arg(1 << 10)
+    ->Arg(1 << 15)
+    ->Arg(1 << 19)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

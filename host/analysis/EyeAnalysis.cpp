@@ -5,8 +5,10 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <numeric>
 
 #include "base/StraightLine.hpp"
+#include "base/Wide.hpp"
 
 namespace amisim {
 namespace {
@@ -57,6 +59,34 @@ EyeAnalysis::Decisions DecisionsAt(double offset, const EyeAnalysis::Settings& s
     if (settings.sent) at.symbols.emplace(*settings.sent, settings.mapping);
     if (settings.origin) at.endToEnd.emplace(*settings.origin, settings.mapping);
     return at;
+}
+
+/// A trace's voltages from a place on, in samples, that many samples apart; straight between them.
+WIDE void ReadEvenly(const double* wave, double first, double step, double noise,
+                     std::span<double> voltages)
+{
+    double* const to = voltages.data();
+    const int count = static_cast<int>(voltages.size());
+    for (int k = 0; k < count; ++k) {
+        const double place = first + step * k;
+        const auto i = static_cast<int>(place);
+        to[k] = wave[i] + (wave[i + 1] - wave[i]) * (place - i) + noise;
+    }
+}
+
+/// The same at this part of the way from each sample to the next.
+WIDE void ReadBetween(const double* wave, double part, double noise, std::span<double> voltages)
+{
+    double* const to = voltages.data();
+    for (std::size_t i = 0; i < voltages.size(); ++i)
+        to[i] = wave[i] + (wave[i + 1] - wave[i]) * part + noise;
+}
+
+WIDE void PlaceInColumns(double first, double step, int mask, std::span<std::int32_t> columns)
+{
+    std::int32_t* const to = columns.data();
+    const int count = static_cast<int>(columns.size());
+    for (int i = 0; i < count; ++i) to[i] = static_cast<int>(first + step * i) & mask;
 }
 
 }  // namespace
@@ -278,20 +308,13 @@ EyeAnalysis::Decision EyeAnalysis::Decide(Decisions& at, double begin)
 
 void EyeAnalysis::CountLevels(double begin, double end, Symbol symbol)
 {
-    VoltageHistogram& histogram = decided_[symbol];
     const double step = (end - begin) / static_cast<double>(kLevelColumns);
     const double first = begin - static_cast<double>(waveStart_) + step / 2;
-    const double* const wave = wave_.data();
     columns_.resize(kLevelColumns);
+    std::iota(columns_.begin(), columns_.end(), 0);
     voltages_.resize(kLevelColumns);
-    for (int column = 0; column < static_cast<int>(kLevelColumns); ++column) {
-        const double place = first + step * column;
-        const auto i = static_cast<int>(place);
-        columns_[static_cast<std::size_t>(column)] = column;
-        voltages_[static_cast<std::size_t>(column)] =
-            wave[i] + (wave[i + 1] - wave[i]) * (place - i) + draws_.now.volts;
-    }
-    histogram.Count(columns_, voltages_);
+    ReadEvenly(wave_.data(), first, step, draws_.now.volts, voltages_);
+    decided_[symbol].Count(columns_, voltages_);
 }
 
 void EyeAnalysis::CountDensity(std::span<const double> wave, double first, double begin, double end)
@@ -303,20 +326,11 @@ void EyeAnalysis::CountDensity(std::span<const double> wave, double first, doubl
     double column = (first - begin) * perSample + 0.5 * std::min(1.0, perStep);
     if (column < 0) column += static_cast<double>(kColumns);
     constexpr int kMask = static_cast<int>(kColumns) - 1;
-    const int samples = static_cast<int>(wave.size()) - 1;
     columns_.resize(wave.size() - 1);
     voltages_.resize(wave.size() - 1);
-    const double* const trace = wave.data();
-    const double noise = draws_.now.volts;
-    std::int32_t* const columns = columns_.data();
-    double* const voltages = voltages_.data();
     for (int step = 0; step < steps; ++step) {
-        const double from = column + perStep * step;
-        const double part = static_cast<double>(step) / steps;
-        for (int i = 0; i < samples; ++i) {
-            columns[i] = static_cast<int>(from + perSample * i) & kMask;
-            voltages[i] = trace[i] + (trace[i + 1] - trace[i]) * part + noise;
-        }
+        PlaceInColumns(column + perStep * step, perSample, kMask, columns_);
+        ReadBetween(wave.data(), static_cast<double>(step) / steps, draws_.now.volts, voltages_);
         density_.Count(columns_, voltages_);
     }
 }
