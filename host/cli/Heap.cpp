@@ -25,6 +25,7 @@ void PrepareHeap()
     if (begin < end && end - begin <= kReady)
         madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
     std::free(first);
+    mallopt(M_TOP_PAD, kMegabyte);  // of other threads' memory as well
 }
 
 }  // namespace amisim
