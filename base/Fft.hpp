@@ -12,19 +12,19 @@ namespace base {
 /// Complex numbers, their parts apart. Numbers that a transform meets at once lie whole pages from
 /// each other, and would all want the same few lines of the processor's cache if each part began at
 /// the same place in a page.
-struct ComplexRow
+class ComplexRow
 {
+public:
     /// @param place  where in a page the row begins, in quarters: another one for a second row that
     ///               is used with a first
     explicit ComplexRow(std::size_t size = 0, std::size_t place = 0);
     ComplexRow(ComplexRow&&) = default;
     ComplexRow& operator=(ComplexRow&&) = default;
 
+    std::span<double> real, imaginary;
+
 private:
     std::vector<double> memory_;
-
-public:
-    std::span<double> real, imaginary;
 };
 
 /// Discrete Fourier transform of a power of two: of radix four, each pass in the order of the

@@ -18,7 +18,7 @@ struct Ziggurat
     std::array<double, kLayers + 1> x{};  // right edges, falling
     std::array<double, kLayers + 1> y{};  // density at the edges
 
-    Ziggurat()
+    Ziggurat() noexcept
     {
         const auto density = [](double v) { return std::exp(-0.5 * v * v); };
         x[0] = kArea / density(kTail);
