@@ -225,7 +225,8 @@ void RealFft::Inverse(const Spectrum& spectrum, std::vector<double>& values)
 {
     const double part = 0.5 / static_cast<double>(half_);
     for (std::size_t k = 0; k <= half_ / 2; ++k) {
-        const std::complex<double> low = part * spectrum[k], high = part * spectrum[half_ - k];
+        std::complex<double> low = part * spectrum[k], high = part * spectrum[half_ - k];
+        if (k == 0) low = low.real(), high = high.real();
         const double evenReal = low.real() + high.real(), evenImaginary = low.imag() - high.imag();
         const double gapReal = low.real() - high.real(), gapImaginary = low.imag() + high.imag();
         const double oddReal = gapReal * turns_[k].real() + gapImaginary * turns_[k].imag();

@@ -71,7 +71,8 @@ public:
     /// @param spectrum  made as long as it has to be
     void Forward(std::span<const double> values, Spectrum& spectrum);
 
-    /// Turns a spectrum into the values, not times `size`.
+    /// Turns a spectrum into the values, not times `size`. The first and the last number are real:
+    /// imaginary parts that they have are left out.
     void Inverse(const Spectrum& spectrum, std::vector<double>& values);
 
 private:
