@@ -5,7 +5,7 @@
 #include <functional>
 #include <numeric>
 
-#include "base/Wide.hpp"
+#include "base/AddMultiple.hpp"
 #include "host/signal/Random.hpp"
 
 namespace amisim {
@@ -27,15 +27,6 @@ double SquareSum(std::span<const double> values)
     return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
 }
 
-/// Adds numbers, times a factor, to those that they stand before, as far as there are any.
-WIDE void AddScaled(double factor, std::span<const double> numbers, std::span<double> to)
-{
-    const double* __restrict from = numbers.data();
-    double* __restrict sums = to.data();
-    const std::size_t count = std::min(numbers.size(), to.size());
-    for (std::size_t i = 0; i < count; ++i) sums[i] += factor * from[i];
-}
-
 /// A random pattern at a receiver's input, from a long run of the lowest level on.
 std::vector<double> Pattern(std::span<const double> edge, std::size_t bits, std::size_t bitSamples)
 {
@@ -48,7 +39,7 @@ std::vector<double> Pattern(std::span<const double> edge, std::size_t bits, std:
         const bool next = (random.Bits() >> 63) != 0;
         const double change = static_cast<double>(next) - static_cast<double>(last);
         last = next;
-        if (change != 0) AddScaled(change, edge, std::span(wave).subspan(bit * bitSamples));
+        if (change != 0) AddMultiple(change, edge, std::span(wave).subspan(bit * bitSamples));
     }
     std::partial_sum(wave.begin(), wave.end(), wave.begin());
     return wave;
@@ -120,7 +111,7 @@ double Unexplained(std::span<const double> response, std::span<const double> inp
     std::vector<double> made(seen.size());
     for (std::size_t k = 0; k < std::min(response.size(), output.size()); ++k) {
         const std::size_t first = k - std::min(k, from);
-        AddScaled(response[k], input.subspan(from + first - k), std::span(made).subspan(first));
+        AddMultiple(response[k], input.subspan(from + first - k), std::span(made).subspan(first));
     }
     double left = 0, all = 0;
     for (std::size_t n = 0; n < seen.size(); ++n) {

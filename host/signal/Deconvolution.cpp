@@ -49,7 +49,7 @@ Deconvolved Deconvolve(std::span<const double> before, std::span<const double> a
 
 std::vector<double> Convolved(std::span<const double> response, const LeadingTaps& filter)
 {
-    RealFft fft(std::bit_ceil(response.size() + filter.taps.size()));
+    RealFft fft(std::bit_ceil(std::max<std::size_t>(response.size() + filter.taps.size(), 2)));
     RealFft::Spectrum product, other;
     fft.Forward(response, product);
     fft.Forward(filter.taps, other);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <complex>
 
+#include "base/AddMultiple.hpp"
 #include "base/Wide.hpp"
 
 namespace amisim {
@@ -61,11 +62,6 @@ WIDE void AddTurned(double c, double s, const Turns& turns, std::size_t count, d
 WIDE void AddCosines(double c, double s, const Turns& turns, std::size_t count, double* sum)
 {
     for (std::size_t i = 0; i < count; ++i) sum[i] += c * turns.real[i] - s * turns.imaginary[i];
-}
-
-WIDE void AddMultiple(double factor, const double* of, std::size_t count, double* sum)
-{
-    for (std::size_t i = 0; i < count; ++i) sum[i] += factor * of[i];
 }
 
 WIDE void Multiply(const double* by, std::size_t count, double* values)
@@ -138,8 +134,8 @@ void AddProduct(double factor, const Characteristic& a, const Characteristic& b,
 
 void AddScaled(double factor, const Characteristic& a, Characteristic& sum)
 {
-    AddMultiple(factor, a.real.data(), sum.Size(), sum.real.data());
-    AddMultiple(factor, a.imaginary.data(), sum.Size(), sum.imaginary.data());
+    AddMultiple(factor, a.real, sum.real);
+    AddMultiple(factor, a.imaginary, sum.imaginary);
 }
 
 }  // namespace amisim
